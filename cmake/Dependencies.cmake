@@ -1,0 +1,36 @@
+# Finds what scripts/setup built for this target in the cache; nothing is fetched from here.
+if(DEFINED ENV{BRIMTIDE_CACHE})
+    set(brimtide_cache $ENV{BRIMTIDE_CACHE})
+elseif(DEFINED ENV{XDG_CACHE_HOME})
+    set(brimtide_cache $ENV{XDG_CACHE_HOME}/brimtide)
+else()
+    set(brimtide_cache $ENV{HOME}/.cache/brimtide)
+endif()
+
+set(BRIMTIDE_TARGET "" CACHE STRING "the preset's name: linux, linux-tsan, linux-release, win32 or win64")
+set(brimtide_prefix ${brimtide_cache}/deps/${BRIMTIDE_TARGET})
+if(NOT EXISTS ${brimtide_prefix}/.complete)
+    message(FATAL_ERROR "The dependencies of '${BRIMTIDE_TARGET}' are not built: run scripts/setup ${BRIMTIDE_TARGET}.")
+endif()
+
+set(CMAKE_PREFIX_PATH ${brimtide_prefix})
+find_package(Threads REQUIRED)
+find_package(GTest CONFIG REQUIRED)
+find_package(SndFile CONFIG REQUIRED)
+find_package(benchmark CONFIG)
+
+# Boost and CLI11, header-only; TinyXML; the streams of Crypto++.
+add_library(headers INTERFACE)
+target_include_directories(headers SYSTEM INTERFACE ${brimtide_prefix}/include)
+
+add_library(tinyxml STATIC IMPORTED)
+set_target_properties(tinyxml PROPERTIES
+    IMPORTED_LOCATION ${brimtide_prefix}/lib/libtinyxml.a
+    INTERFACE_COMPILE_DEFINITIONS TIXML_USE_STL
+    INTERFACE_INCLUDE_DIRECTORIES ${brimtide_prefix}/include)
+
+add_library(cryptopp STATIC IMPORTED)
+set_target_properties(cryptopp PROPERTIES
+    IMPORTED_LOCATION ${brimtide_prefix}/lib/libcryptopp.a
+    INTERFACE_COMPILE_DEFINITIONS CRYPTOPP_DISABLE_ASM
+    INTERFACE_INCLUDE_DIRECTORIES ${brimtide_prefix}/include)

@@ -1,0 +1,33 @@
+# Shared by the scripts of this folder; sourced, never run.
+
+all_targets="linux linux-tsan linux-release win32 win64"
+cache=${BRIMTIDE_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/brimtide}
+export BRIMTIDE_CACHE="$cache"
+
+say() { printf '%s\n' "$*" >&2; }
+die() { say "error: $*"; exit 1; }
+
+# The targets named, in their fixed order; all when none is named.
+expand_targets() {
+    [ $# -gt 0 ] || { printf '%s' "$all_targets"; return; }
+    for wanted in "$@"; do
+        case " $all_targets " in
+            *" $wanted "*) ;;
+            *) die "unknown target '$wanted'; there are: $all_targets" ;;
+        esac
+    done
+    printf '%s' "$*"
+}
+
+# Configures a target where that is due, and builds it.
+build_target() { # target
+    local target=$1
+    mkdir -p build
+    if [ ! -e "build/$target/build.ninja" ]; then
+        cmake --preset "$target" >"build/$target-configure.log" 2>&1 || {
+            cat "build/$target-configure.log" >&2
+            return 1
+        }
+    fi
+    cmake --build --preset "$target" -- --quiet
+}

@@ -1,0 +1,42 @@
+// The product's whole audio processing: a wire that also feeds a connection.
+#pragma once
+
+#include "link/IOBridge.h"
+#include "plugin/Plugin.h"
+
+#include <atomic>
+#include <string>
+
+namespace tarn {
+
+class HostInterface;
+
+/// Holds one connection slot for its whole life, also while the host has the plug-in suspended.
+/// When no slot is free it is a wire and nothing else. Construction and destruction on the control
+/// thread.
+class BrimtideEngine {
+public:
+    /// Takes the first free slot. `host` must outlive the engine.
+    explicit BrimtideEngine(HostInterface& host);
+
+    /// One block: tells receivers the host's latency, writes the first input channel into the ring,
+    /// passes the audio on or mutes the output, and measures the first channel's level. A mono
+    /// input goes to every output channel. Audio thread.
+    void process(InputChannels in, OutputChannels out, int frames) noexcept;
+
+    /// Mutes the plug-in's own output; the connection goes on. Any thread.
+    void setMuted(bool muted) noexcept { muted_.store(muted, std::memory_order_relaxed); }
+    bool isMuted() const noexcept { return muted_.load(std::memory_order_relaxed); }
+
+    /// The peak of the last block's first input channel, 0.0 to 1.0. Any thread.
+    float outputLevel() const noexcept { return outputLevel_.load(std::memory_order_relaxed); }
+
+private:
+    HostInterface& host_;
+    std::string connectionName_ = "Connection #*";  // the slot's number stands in for the star
+    IOBridge<float> bridge_{connectionName_};
+    std::atomic<bool> muted_{false};
+    std::atomic<float> outputLevel_{0.0f};
+};
+
+}  // namespace tarn

@@ -1,0 +1,44 @@
+#include "link/BrimtidePlugin.h"
+
+namespace tarn::Brimtide {
+
+namespace {
+
+enum ParameterIndex { MuteOutput, ParameterCount };
+
+constexpr std::int32_t UniqueID = 'Q' << 24 | 'r' << 16 | 'l' << 8 | 'A';
+
+}  // namespace
+
+std::int32_t Plugin::getUniqueID() const {
+    return UniqueID;
+}
+
+void Plugin::process(InputChannels in, OutputChannels out, int frames) noexcept {
+    engine_.process(in, out, frames);
+}
+
+int Plugin::getParameterCount() const noexcept {
+    return ParameterCount;
+}
+
+std::string_view Plugin::getParameterName(int index) const noexcept {
+    return index == MuteOutput ? "MuteOutput" : "";
+}
+
+std::string_view Plugin::getParameterDisplay(int index) const noexcept {
+    if (index != MuteOutput)
+        return "";
+    return engine_.isMuted() ? "On" : "Off";
+}
+
+float Plugin::getParameter(int index) const noexcept {
+    return index == MuteOutput && engine_.isMuted() ? 1.0f : 0.0f;
+}
+
+void Plugin::setParameter(int index, float value) noexcept {
+    if (index == MuteOutput)
+        engine_.setMuted(value >= 0.5f);
+}
+
+}  // namespace tarn::Brimtide

@@ -1,0 +1,20 @@
+#include "platform/CommandLine.h"
+
+#include "platform/windows/Text.h"
+
+#include <shellapi.h>
+#include <windows.h>
+
+namespace tarn::platform {
+
+std::vector<std::string> commandLineArguments(int /*argc*/, char** /*argv*/) {
+    std::vector<std::string> arguments;
+    int count = 0;
+    wchar_t** words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    for (int i = 1; words != nullptr && i < count; ++i)
+        arguments.push_back(utf8(words[i]));
+    ::LocalFree(words);
+    return arguments;
+}
+
+}  // namespace tarn::platform

@@ -1,0 +1,48 @@
+#include "platform/DynamicLibrary.h"
+
+#include "platform/windows/Text.h"
+
+#include <windows.h>
+
+namespace tarn::platform {
+
+namespace {
+
+std::wstring absolutePath(const std::string& path) {
+    const std::wstring given = wide(path);
+    std::wstring absolute(::GetFullPathNameW(given.c_str(), 0, nullptr, nullptr), L'\0');
+    absolute.resize(::GetFullPathNameW(given.c_str(), static_cast<DWORD>(absolute.size()),
+                                       absolute.data(), nullptr));
+    return absolute;
+}
+
+std::string systemMessage(DWORD code) {
+    wchar_t text[512];
+    DWORD length =
+        ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
+                         0, text, static_cast<DWORD>(std::size(text)), nullptr);
+    while (length > 0 && text[length - 1] <= L' ')
+        --length;
+    return utf8(std::wstring_view(text, length)) + " (" + std::to_string(code) + ")";
+}
+
+}  // namespace
+
+DynamicLibrary::DynamicLibrary(const std::string& path) {
+    handle_ = ::LoadLibraryExW(absolutePath(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    if (handle_ == nullptr)
+        error_ = systemMessage(::GetLastError());
+}
+
+DynamicLibrary::~DynamicLibrary() {
+    if (handle_ != nullptr)
+        ::FreeLibrary(static_cast<HMODULE>(handle_));
+}
+
+void* DynamicLibrary::address(const char* name) const noexcept {
+    return handle_ != nullptr
+               ? reinterpret_cast<void*>(::GetProcAddress(static_cast<HMODULE>(handle_), name))
+               : nullptr;
+}
+
+}  // namespace tarn::platform

@@ -1,0 +1,35 @@
+// The exported entry of the library: `VSTPluginMain`, and the same function as `main`.
+#include "vst/VSTPlugin.h"
+
+namespace {
+
+AEffect* makeInstance(audioMasterCallback audioMaster) {
+    if (audioMaster == nullptr ||
+        audioMaster(nullptr, audioMasterVersion, 0, 0, nullptr, 0.0f) == 0)
+        return nullptr;
+    return (new tarn::VSTPlugin(audioMaster))->getAeffect();  // effClose deletes it
+}
+
+}  // namespace
+
+#if defined(_WIN32)
+#define EXPORTED  // by the .def file, which also gives it its second name
+#else
+#define EXPORTED __attribute__((visibility("default")))
+#endif
+
+extern "C" EXPORTED VST_REALIGN AEffect* VSTCALLBACK
+VSTPluginMain(audioMasterCallback audioMaster) noexcept try {
+    return makeInstance(audioMaster);
+} catch (...) {
+    return nullptr;
+}
+
+#if !defined(_WIN32)
+// A C++ function may not be called main, but for the one that it isn't.
+extern "C" EXPORTED AEffect* mainEntry(audioMasterCallback audioMaster) noexcept __asm__("main");
+
+extern "C" AEffect* mainEntry(audioMasterCallback audioMaster) noexcept {
+    return VSTPluginMain(audioMaster);
+}
+#endif

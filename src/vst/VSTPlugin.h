@@ -1,0 +1,52 @@
+// The product as a VST 2.4 host sees it, and the host as the framework sees it.
+// Everything rests on `ready`: it is set last when an instance starts and cleared first when it
+// stops, and while it is clear no audio gets in.
+#pragma once
+
+#include "plugin/HostInterface.h"
+#include "plugin/Plugin.h"
+#include "vst/AudioEffect.h"
+
+#include <atomic>
+#include <memory>
+
+namespace tarn {
+
+class VSTPlugin : public AudioEffectX, public HostInterface {
+public:
+    /// A suspended instance, stereo to stereo, that has taken its connection slot.
+    explicit VSTPlugin(audioMasterCallback audioMaster);
+
+    // AudioEffect
+    void suspend() override;
+    void resume() override;
+
+    /// Any number of frames, whatever the announced block size. Does nothing while suspended, or
+    /// when a pointer is null.
+    void processReplacing(float** inputs, float** outputs, VstInt32 frames) noexcept override;
+    void setParameter(VstInt32 index, float value) noexcept override;
+    float getParameter(VstInt32 index) noexcept override;
+    void getParameterDisplay(VstInt32 index, char* text) override;
+    void getParameterName(VstInt32 index, char* text) override;
+
+    // AudioEffectX
+    bool canParameterBeAutomated(VstInt32 index) override;
+    bool getInputProperties(VstInt32 index, VstPinProperties* properties) override;
+    bool getOutputProperties(VstInt32 index, VstPinProperties* properties) override;
+    bool setSpeakerArrangement(const VstSpeakerArrangement* input,
+                               const VstSpeakerArrangement* output) override;
+    bool getEffectName(char* name) override;
+    bool getVendorString(char* text) override;
+    bool getProductString(char* text) override;
+    VstInt32 getVendorVersion() override;
+    VstInt32 canDo(const char* text) override;
+
+    // HostInterface
+    std::int32_t getInputLatency() noexcept override;
+
+private:
+    std::unique_ptr<Plugin> plugin_;
+    std::atomic<bool> ready_{false};
+};
+
+}  // namespace tarn
