@@ -2,8 +2,9 @@
 
 #include "platform/windows/Text.h"
 
-#include <shellapi.h>
 #include <windows.h>
+
+#include <shellapi.h>
 
 namespace tarn::platform {
 
