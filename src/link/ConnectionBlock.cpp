@@ -25,7 +25,8 @@ void ConnectionRing::put(const float* samples, std::uint32_t frames) noexcept {
     const float* source = samples + (frames - kept);
     const std::uint32_t start = (newHead - kept) & ConnectionRingMask;
     const std::uint32_t first = std::min(kept, toRingEnd(start));
-    std::memcpy(ring + start, source, first * sizeof(float));
+    if (first > 0)
+        std::memcpy(ring + start, source, first * sizeof(float));
     if (kept > first)
         std::memcpy(ring, source + first, (kept - first) * sizeof(float));
 

@@ -186,14 +186,17 @@ std::uint32_t IOBridge<Sample>::write(const Sample* samples, std::uint32_t frame
     if (block_ == nullptr)
         return 0;
     storeStamp(*block_, platform::calendarSeconds());
-    block_->audio.put(samples, frames);
-    return frames;
+    const std::uint32_t given = samples != nullptr ? frames : 0;
+    block_->audio.put(samples, given);
+    return given;
 }
 
 template <typename Sample>
 std::uint32_t IOBridge<Sample>::read(Sample* samples, std::uint32_t frames) noexcept {
     if (block_ == nullptr)
         return 0;
+    if (samples == nullptr)
+        frames = 0;
 
     const std::int64_t now = platform::calendarSeconds();
     const std::int64_t lastWrite = loadStamp(*block_);

@@ -1,0 +1,73 @@
+#include "support/AllocationCount.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local long allocations = 0;
+
+void* counted(std::size_t bytes) {
+    ++allocations;
+    if (void* memory = std::malloc(bytes != 0 ? bytes : 1))
+        return memory;
+    throw std::bad_alloc();
+}
+
+// The block's own address stands just before the aligned one.
+void* countedAligned(std::size_t bytes, std::size_t alignment) {
+    auto* whole = static_cast<char*>(counted(bytes + alignment + sizeof(void*)));
+    const auto start = reinterpret_cast<std::size_t>(whole) + sizeof(void*);
+    auto** aligned = reinterpret_cast<void**>((start + alignment - 1) / alignment * alignment);
+    aligned[-1] = whole;
+    return aligned;
+}
+
+void freeAligned(void* memory) {
+    if (memory != nullptr)
+        std::free(static_cast<void**>(memory)[-1]);
+}
+
+}  // namespace
+
+long tarn::test::allocationsOfThisThread() noexcept {
+    return allocations;
+}
+
+void* operator new(std::size_t bytes) {
+    return counted(bytes);
+}
+void* operator new[](std::size_t bytes) {
+    return counted(bytes);
+}
+void* operator new(std::size_t bytes, std::align_val_t alignment) {
+    return countedAligned(bytes, static_cast<std::size_t>(alignment));
+}
+void* operator new[](std::size_t bytes, std::align_val_t alignment) {
+    return countedAligned(bytes, static_cast<std::size_t>(alignment));
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::align_val_t) noexcept {
+    freeAligned(memory);
+}
+void operator delete[](void* memory, std::align_val_t) noexcept {
+    freeAligned(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+    freeAligned(memory);
+}
+void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
+    freeAligned(memory);
+}
