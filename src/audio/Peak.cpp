@@ -18,13 +18,19 @@ __m128 absoluteOf(const float* samples) {
 float peakOf(const float* samples, int frames) noexcept {
     // maxps gives its second operand when either is NaN, so the running peak stands second. Four of
     // them, because each maximum waits for the one before.
-    __m128 peaks[4] = {_mm_setzero_ps(), _mm_setzero_ps(), _mm_setzero_ps(), _mm_setzero_ps()};
+    __m128 first = _mm_setzero_ps();
+    __m128 second = first;
+    __m128 third = first;
+    __m128 fourth = first;
     int i = 0;
-    for (; i + 16 <= frames; i += 16)
-        for (int lane = 0; lane < 4; ++lane)
-            peaks[lane] = _mm_max_ps(absoluteOf(samples + i + 4 * lane), peaks[lane]);
+    for (; i + 16 <= frames; i += 16) {
+        first = _mm_max_ps(absoluteOf(samples + i), first);
+        second = _mm_max_ps(absoluteOf(samples + i + 4), second);
+        third = _mm_max_ps(absoluteOf(samples + i + 8), third);
+        fourth = _mm_max_ps(absoluteOf(samples + i + 12), fourth);
+    }
 
-    __m128 both = _mm_max_ps(_mm_max_ps(peaks[0], peaks[1]), _mm_max_ps(peaks[2], peaks[3]));
+    __m128 both = _mm_max_ps(_mm_max_ps(first, second), _mm_max_ps(third, fourth));
     both = _mm_max_ps(both, _mm_movehl_ps(both, both));
     both = _mm_max_ss(both, _mm_shuffle_ps(both, both, 1));
     float peak = _mm_cvtss_f32(both);

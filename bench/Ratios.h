@@ -1,0 +1,20 @@
+// Pairs of benchmarks, ours and its rival, run in turn in one process; what counts is the ratio.
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <functional>
+#include <string>
+
+namespace tarn::bench {
+
+/// Registers a pair. The run ends with a table of the ratios of the median times, ours to the
+/// rival's, beside the goal: at most `goal` times the rival's, or with `atLeast` at least that many
+/// times as fast as it.
+void compare(const std::string& name, double goal, std::function<void(benchmark::State&)> ours,
+             std::function<void(benchmark::State&)> rival);
+void compareAtLeast(const std::string& name, double timesAsFast,
+                    std::function<void(benchmark::State&)> ours,
+                    std::function<void(benchmark::State&)> rival);
+
+}  // namespace tarn::bench
