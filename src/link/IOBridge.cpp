@@ -315,6 +315,11 @@ void IOBridge<Sample>::attach() noexcept {
     store(block_->readers[0].slaveInUse, std::uint8_t{1}, std::memory_order_release);
 }
 
+template <typename Sample>
+bool IOBridge<Sample>::isStarting() const noexcept {
+    return block_ != nullptr && load(block_->readers[0].starting) != 0;
+}
+
 template class IOBridge<float>;
 
 }  // namespace tarn

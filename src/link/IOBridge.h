@@ -134,6 +134,9 @@ public:
     bool isAttached() const noexcept;
     void attach() noexcept;
 
+    /// Whether the next `read` runs the pre-roll rule, as after `attach`.
+    bool isStarting() const noexcept;
+
 private:
     explicit IOBridge(std::optional<std::uint32_t> slot);
     void initialise(std::uint32_t slot, std::string_view name);
