@@ -39,12 +39,14 @@ sf_count_t length(void* user) {
 
 sf_count_t read(void* to, sf_count_t bytes, void* user) {
     std::fstream& stream = streamOf(user);
-    stream.read(static_cast<char*>(to), bytes);
+    stream.read(static_cast<char*>(to), static_cast<std::streamsize>(bytes));
     return stream.gcount();
 }
 
 sf_count_t write(const void* from, sf_count_t bytes, void* user) {
-    return streamOf(user).write(static_cast<const char*>(from), bytes) ? bytes : 0;
+    std::fstream& stream = streamOf(user);
+    stream.write(static_cast<const char*>(from), static_cast<std::streamsize>(bytes));
+    return stream ? bytes : 0;
 }
 
 }  // namespace
@@ -82,7 +84,8 @@ void AudioReader::read(Channels& to, std::size_t frames) {
     interleaved_.resize(frames * channels);
     const sf_count_t got =
         ::sf_readf_float(file_.get(), interleaved_.data(), static_cast<sf_count_t>(frames));
-    std::fill(interleaved_.begin() + got * channels_, interleaved_.end(), 0.0f);
+    const std::size_t samples = static_cast<std::size_t>(std::max<sf_count_t>(got, 0)) * channels;
+    std::fill(interleaved_.data() + samples, interleaved_.data() + interleaved_.size(), 0.0f);
     for (std::size_t channel = 0; channel < to.size(); ++channel) {
         to[channel].resize(frames);
         const float* from = interleaved_.data() + std::min(channel, channels - 1);

@@ -1,11 +1,14 @@
 // The command line of the host.
 #include "host/Failure.h"
 #include "host/Play.h"
+#include "host/Report.h"
 #include "platform/CommandLine.h"
+#include "platform/StandardOutput.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <iostream>
 #include <map>
 
@@ -23,6 +26,8 @@ Exit status: 0 all is well; 1 the plug-in broke a rule of the interface, which s
 2 the command line or a file is at fault; 3 the plug-in could not be loaded or gave no instance.)";
 
 struct CommandLine {
+    std::string plugin;  // to be described
+    bool isJson = false;
     PlayOptions play;
     std::string block = "512";
     std::string channels;
@@ -38,6 +43,13 @@ void parseChannels(const std::string& text, PlayOptions& options) {
         throw Failure(ExitBadUse, "'" + text + "' are no channels: give 1, 2, 1:2 or 2:1");
     options.inputs = text.front() - '0';
     options.outputs = text.back() - '0';
+}
+
+CLI::App& addInfo(CLI::App& app, CommandLine& line) {
+    CLI::App& command = *app.add_subcommand("info", "Lists what a plug-in reports.");
+    command.add_option("plugin", line.plugin, "The plug-in's library")->required();
+    command.add_flag("--json", line.isJson, "As JSON");
+    return command;
 }
 
 void addPlay(CLI::App& app, CommandLine& line) {
@@ -98,11 +110,32 @@ void stop(int signal) {
     std::signal(signal, SIG_DFL);  // the next one ends the process
 }
 
+void runInfo(const CommandLine& line, Findings& findings) {
+    std::FILE* output = platform::takeStandardOutput();  // from plug-ins that print
+    const Document document = describePlugin(line.plugin, findings);
+    const std::string text = line.isJson ? document.toJson() : document.toText();
+    const bool isWritten = output != nullptr && std::fputs(text.c_str(), output) >= 0;
+    if (output == nullptr || std::fclose(output) != 0 || !isWritten)
+        throw Failure(ExitBadUse, "can't write to standard output");
+}
+
+void runPlay(CommandLine& line, Findings& findings) {
+    line.play.block = parseBlockSizes(line.block);
+    if (!line.channels.empty())
+        parseChannels(line.channels, line.play);
+    for (const std::string& setting : line.settings)
+        line.play.settings.push_back(parseSetting(setting));
+    std::signal(SIGINT, stop);
+    std::signal(SIGTERM, stop);
+    play(line.play, findings);
+}
+
 int run(std::vector<std::string> arguments) {
     CommandLine line;
     CLI::App app("A VST 2.4 host for the console, as strict as hosts can be.", "brimtide-host");
     app.footer(kFooter);
     app.require_subcommand(1);
+    const CLI::App& info = addInfo(app, line);
     addPlay(app, line);
     try {
         std::reverse(arguments.begin(), arguments.end());  // CLI11 takes them from the end
@@ -113,14 +146,10 @@ int run(std::vector<std::string> arguments) {
 
     Findings findings;
     try {
-        std::signal(SIGINT, stop);
-        std::signal(SIGTERM, stop);
-        line.play.block = parseBlockSizes(line.block);
-        if (!line.channels.empty())
-            parseChannels(line.channels, line.play);
-        for (const std::string& setting : line.settings)
-            line.play.settings.push_back(parseSetting(setting));
-        play(line.play, findings);
+        if (info.parsed())
+            runInfo(line, findings);
+        else
+            runPlay(line, findings);
     } catch (const Failure& failure) {
         std::cerr << "error: " << failure.what() << '\n';
         return failure.code();
