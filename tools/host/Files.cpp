@@ -16,6 +16,11 @@ std::filesystem::path fileAt(const std::string& utf8) {
     return std::u8string(utf8.begin(), utf8.end());
 }
 
+std::string folderOf(const std::string& path) {
+    const std::u8string folder = fileAt(path).parent_path().u8string();
+    return {folder.begin(), folder.end()};
+}
+
 std::vector<std::byte> readFile(const std::string& path) {
     std::error_code error;
     const std::uintmax_t bytes = std::filesystem::file_size(fileAt(path), error);

@@ -76,19 +76,28 @@ GuardedBuffers::GuardedBuffers(int inputs, int outputs, int capacity, bool isInP
     const auto outputCount = static_cast<std::size_t>(outputs);
     const std::size_t shared = isInPlace ? std::min(inputCount_, outputCount) : 0;
     memory_.resize(inputCount_ + outputCount - shared);
-    for (std::vector<float>& channel : memory_) {
+    for (std::vector<float>& channel : memory_)
         channel.resize(static_cast<std::size_t>(capacity) + 2 * kGuardFrames);
-        fillWithPattern(channel.data(), channel.size());
-    }
     for (std::size_t i = 0; i < outputCount; ++i)
         outputOwners_.push_back(i < shared ? i : inputCount_ + i - shared);
 }
 
+// Large buffers may see many small blocks: only what was used or broken is filled again.
+void GuardedBuffers::fillUsed() {
+    for (std::vector<float>& channel : memory_) {
+        if (isBroken_)
+            fillWithPattern(channel.data(), channel.size());
+        else
+            fillWithPattern(channel.data() + kGuardFrames, used_);
+    }
+    isBroken_ = false;
+}
+
 void GuardedBuffers::load(const Channels& input, std::size_t frames) {
+    fillUsed();
+    used_ = frames;
     inputs_.clear();
     outputs_.clear();
-    for (std::vector<float>& channel : memory_)
-        fillWithPattern(channel.data(), channel.size());
     for (std::size_t i = 0; i < inputCount_; ++i) {
         inputs_.push_back(memory_[i].data() + kGuardFrames);
         std::memcpy(inputs_.back(), input[i].data(), frames * sizeof(float));
@@ -100,33 +109,51 @@ void GuardedBuffers::load(const Channels& input, std::size_t frames) {
 }
 
 void GuardedBuffers::check(const Channels& input, std::size_t frames, const std::string& where,
-                           Findings& findings) const {
+                           Findings& findings) {
+    checkGuards(frames, where, findings);
+    checkOutputs(frames, where, findings);
+    checkInputs(input, frames, where, findings);
+}
+
+void GuardedBuffers::checkGuards(std::size_t frames, const std::string& where, Findings& findings) {
+    const std::size_t behind = kGuardFrames + frames;
     for (std::size_t i = 0; i < memory_.size(); ++i) {
         const std::vector<float>& channel = memory_[i];
         const std::string name =
             i < inputCount_ ? channelName("input ", i) : channelName("output ", i - inputCount_);
-        if (!isPattern(channel.data(), kGuardFrames))
+        const bool isFrontBroken = !isPattern(channel.data(), kGuardFrames);
+        const bool isBackBroken = !isPattern(channel.data() + behind, channel.size() - behind);
+        if (isFrontBroken)
             findings.add("wrote before the start of a buffer", name + ", " + where);
-        const std::size_t behind = kGuardFrames + frames;
-        if (!isPattern(channel.data() + behind, channel.size() - behind))
+        if (isBackBroken)
             findings.add("wrote past the end of a buffer", name + ", " + where);
+        isBroken_ = isBroken_ || isFrontBroken || isBackBroken;
     }
+}
+
+// An output in the place of an input holds no pattern before the call.
+void GuardedBuffers::checkOutputs(std::size_t frames, const std::string& where,
+                                  Findings& findings) const {
     for (std::size_t i = 0; i < outputOwners_.size(); ++i) {
-        if (outputOwners_[i] < inputCount_)
-            continue;
-        const std::size_t unwritten = firstUnwritten(output(i, frames).data(), frames);
+        const std::size_t unwritten = outputOwners_[i] < inputCount_
+                                          ? frames
+                                          : firstUnwritten(output(i, frames).data(), frames);
         if (unwritten < frames)
             findings.add("left frames of an output unwritten",
                          channelName("output ", i) + ", frame " + std::to_string(unwritten) +
                              " of " + where);
     }
+}
+
+void GuardedBuffers::checkInputs(const Channels& input, std::size_t frames,
+                                 const std::string& where, Findings& findings) const {
     for (std::size_t i = 0; i < inputCount_; ++i) {
+        const float* samples = memory_[i].data() + kGuardFrames;
         const bool isShared =
             std::find(outputOwners_.begin(), outputOwners_.end(), i) != outputOwners_.end();
-        if (!isShared && std::memcmp(memory_[i].data() + kGuardFrames, input[i].data(),
-                                     frames * sizeof(float)) != 0)
+        if (!isShared && std::memcmp(samples, input[i].data(), frames * sizeof(float)) != 0)
             findings.add("changed its input", channelName("input ", i) + ", " + where);
-        if (inputs_[i] != memory_[i].data() + kGuardFrames)
+        if (inputs_[i] != samples)
             findings.add("changed the pointers to its buffers", where);
     }
 }

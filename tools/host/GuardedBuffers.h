@@ -46,7 +46,7 @@ public:
     /// After the call: reports what was written where it mustn't be, and what wasn't where it must.
     /// `where` says which block it is.
     void check(const Channels& input, std::size_t frames, const std::string& where,
-               Findings& findings) const;
+               Findings& findings);
 
     /// What the plug-in made of the block.
     std::span<const float> output(std::size_t channel, std::size_t frames) const;
@@ -54,7 +54,15 @@ public:
     std::size_t outputCount() const noexcept { return outputOwners_.size(); }
 
 private:
+    void fillUsed();
+    void checkGuards(std::size_t frames, const std::string& where, Findings& findings);
+    void checkOutputs(std::size_t frames, const std::string& where, Findings& findings) const;
+    void checkInputs(const Channels& input, std::size_t frames, const std::string& where,
+                     Findings& findings) const;
+
     std::vector<std::vector<float>> memory_;  // a channel each, with its guards
+    std::size_t used_ = 0;                    // frames that may lack the pattern
+    bool isBroken_ = true;                    // guards may lack it too
     std::vector<std::size_t> outputOwners_;   // whose memory an output is
     std::size_t inputCount_;
     std::vector<float*> inputs_;  // lent to the plug-in; a null ends them

@@ -159,6 +159,10 @@ void Instance::suspend() {
 
 void Instance::process(float** inputs, float** outputs, int frames) {
     effect_->processReplacing(effect_, inputs, outputs, frames);
+    noticeSilentChange();
+}
+
+void Instance::noticeSilentChange() {
     const bool isSame = effect_->numInputs == inputs_ && effect_->numOutputs == outputs_;
     if (!isSame && !isIOChanged_) {
         findings_.add("changed its channels without audioMasterIOChanged");
@@ -172,6 +176,7 @@ VstIntPtr Instance::dispatch(VstInt32 opcode, VstInt32 index, VstIntPtr value, v
 }
 
 bool Instance::takeIOChange() {
+    noticeSilentChange();
     if (!isIOChanged_.exchange(false))
         return false;
     readChannels();

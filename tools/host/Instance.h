@@ -46,8 +46,8 @@ public:
     int inputs() const noexcept { return inputs_; }
     int outputs() const noexcept { return outputs_; }
 
-    /// Reads the channels again if the plug-in has told of a change; whether it has. A `Failure`
-    /// when there are too many. Audio thread.
+    /// Reads the channels again if they have changed; whether they may have. A `Failure` when there
+    /// are too many. Before each block; audio thread.
     bool takeIOChange();
 
     /// The plug-in tells of a change. Any thread.
@@ -78,6 +78,7 @@ public:
 private:
     void checkRecord() const;
     void readChannels();
+    void noticeSilentChange();
     template <typename Record>
     std::optional<Record> recordOf(VstInt32 opcode, VstInt32 index, const char* name);
 

@@ -134,6 +134,7 @@ int run(std::vector<std::string> arguments) {
     CommandLine line;
     CLI::App app("A VST 2.4 host for the console, as strict as hosts can be.", "brimtide-host");
     app.footer(kFooter);
+    app.allow_windows_style_options(false);  // a path may begin with a slash
     app.require_subcommand(1);
     const CLI::App& info = addInfo(app, line);
     addPlay(app, line);

@@ -144,8 +144,7 @@ HostSettings Run::hostSettings() const {
         options_.announcedBlock > 0 ? options_.announcedBlock : options_.block.most;
     settings.inputLatency = options_.inputLatency;
     settings.isRealTime = options_.isRealTime;
-    const std::u8string folder = fileAt(options_.plugin).parent_path().u8string();
-    settings.folder.assign(folder.begin(), folder.end());
+    settings.folder = folderOf(options_.plugin);
     return settings;
 }
 
@@ -214,12 +213,17 @@ void Run::openFiles() {
         source_ = std::make_unique<SignalSource>(signal);
     }
     const auto open = [this](const std::string& path, int channels) {
+        std::error_code none;
+        if (std::filesystem::equivalent(fileAt(path), fileAt(options_.input), none))
+            throw Failure(ExitBadUse, path + " is the input already");
         if (channels == 0)
             throw Failure(ExitBadUse, "the plug-in has no channel to write to " + path);
         return std::make_unique<AudioWriter>(path, channels, rate_);
     };
     if (!options_.output.empty())
         output_ = open(options_.output, first.outputs());
+    if (!options_.sent.empty() && options_.sent == options_.output)
+        throw Failure(ExitBadUse, options_.sent + " is the output already");
     if (!options_.sent.empty())
         sent_ = open(options_.sent, first.inputs());
 }

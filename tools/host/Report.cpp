@@ -1,5 +1,6 @@
 #include "host/Report.h"
 
+#include "host/Files.h"
 #include "host/Instance.h"
 #include "host/PluginLibrary.h"
 
@@ -175,6 +176,7 @@ Document describe(Instance& instance) {
 Document describePlugin(const std::string& path, Findings& findings) {
     HostSettings settings;
     settings.announcedBlock = kBlock;
+    settings.folder = folderOf(path);
     Host host(settings, findings);
     const PluginLibrary library(path);
     Instance instance(library.entry(), host, findings);
