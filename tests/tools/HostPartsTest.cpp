@@ -1,9 +1,7 @@
 // The parts of the host by themselves.
 #include "host/AudioFile.h"
-#include "host/Document.h"
 #include "host/Failure.h"
 #include "host/Files.h"
-#include "host/Instance.h"
 #include "host/Schedule.h"
 #include "host/Signal.h"
 #include "tools/Tool.h"
@@ -136,23 +134,6 @@ TEST(HostSchedule, TextsThatAreNoSettingAreRefused) {
         EXPECT_THROW(parseSetting(text), Failure) << text;
     for (const char* text : {"", "0", "-1", "8:4", "1:", ":1", "1:2:3", "4194305", "99999999999"})
         EXPECT_THROW(parseBlockSizes(text), Failure) << text;
-}
-
-// Texts of plug-ins come in any encoding; JSON has one.
-TEST(HostDocument, AnyTextIsValidJson) {
-    const char text[] = "\xc3\xa9\xe9\xed\xa0\x80\x1b\"\\";
-    EXPECT_EQ(printable(text),
-              "\xc3\xa9\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"
-              "\xef\xbf\xbd\"\\");
-    const Document document =
-        Document::Record{{"text", "a\"\\\n"},
-                         {"list", Document::List{Document(true), Document(), Document(0.1)}},
-                         {"none", Document::List{}},
-                         {"infinite", std::numeric_limits<double>::infinity()}};
-    EXPECT_EQ(document.toJson(),
-              "{\n  \"text\": \"a\\\"\\\\\\u000a\",\n  \"list\": [\n    true,\n"
-              "    null,\n    0.1\n  ],\n  \"none\": [],\n"
-              "  \"infinite\": null\n}\n");
 }
 
 }  // namespace

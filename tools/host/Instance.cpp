@@ -40,48 +40,10 @@ bool isSameName(const std::string& one, const std::string& other) {
                       [](char a, char b) { return lower(a) == lower(b); });
 }
 
-// Bytes of the UTF-8 sequence that `text` begins with; 0 when it is none, overlong sequences and
-// surrogates included.
-std::size_t sequenceLength(std::span<const char> text) {
-    const auto byteAt = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned lead = byteAt(0);
-    const std::size_t length = lead < 0x80   ? 1
-                               : lead < 0xc2 ? 0
-                               : lead < 0xe0 ? 2
-                               : lead < 0xf0 ? 3
-                               : lead < 0xf5 ? 4
-                                             : 0;
-    if (length > text.size())
-        return 0;
-    for (std::size_t i = 1; i < length; ++i)
-        if ((byteAt(i) & 0xc0u) != 0x80u)
-            return 0;
-    if (length >= 3) {
-        const unsigned second = byteAt(1);
-        if ((lead == 0xe0 && second < 0xa0) || (lead == 0xed && second > 0x9f) ||
-            (lead == 0xf0 && second < 0x90) || (lead == 0xf4 && second > 0x8f))
-            return 0;
-    }
-    return length;
-}
-
 }  // namespace
 
-std::string printable(std::span<const char> text) {
-    text = text.first(
-        static_cast<std::size_t>(std::find(text.begin(), text.end(), '\0') - text.begin()));
-    std::string result;
-    while (!text.empty()) {
-        const std::size_t length = sequenceLength(text);
-        const bool isControl =
-            length == 1 && (static_cast<unsigned char>(text[0]) < ' ' || text[0] == '\x7f');
-        if (length == 0 || isControl)
-            result += "\xef\xbf\xbd";
-        else
-            result.append(text.data(), length);
-        text = text.subspan(std::max<std::size_t>(length, 1));
-    }
-    return result;
+std::string textIn(std::span<const char> buffer) {
+    return {buffer.begin(), std::find(buffer.begin(), buffer.end(), '\0')};
 }
 
 Instance::Instance(VstPluginEntry entry, Host& host, Findings& findings)
@@ -192,7 +154,7 @@ std::string Instance::text(VstInt32 opcode, VstInt32 index, std::size_t bytes, c
                       "which has " + std::to_string(bytes) + " bytes");
     else if (std::find(text.begin(), text.end(), '\0') == text.end())
         findings_.add(std::string("gave no end to the text of ") + name);
-    return printable(text);
+    return textIn(text);
 }
 
 template <typename Record>
@@ -239,7 +201,7 @@ std::optional<VstInt32> Instance::findParameter(const std::string& indexOrName) 
         const auto properties = parameterProperties(i);
         if (isSameName(text(effGetParamName, i, kVstMaxParamStrLen, "a parameter's name"),
                        indexOrName) ||
-            (properties && isSameName(printable(properties->label), indexOrName)))
+            (properties && isSameName(textIn(properties->label), indexOrName)))
             return i;
     }
     return std::nullopt;

@@ -53,8 +53,8 @@ public:
     /// The plug-in tells of a change. Any thread.
     void noteIOChange() noexcept { isIOChanged_ = true; }
 
-    /// What an opcode writes into a text of `bytes`; UTF-8, with replacement characters where the
-    /// plug-in's isn't or holds control characters.
+    /// What an opcode writes into a text of `bytes`, in whatever encoding; `name` tells findings
+    /// what it is.
     std::string text(VstInt32 opcode, VstInt32 index, std::size_t bytes, const char* name);
 
     /// What an opcode writes into a record, nothing when it answers 0.
@@ -91,8 +91,7 @@ private:
     std::atomic<bool> isIOChanged_{false};
 };
 
-/// A text that came from outside, up to its zero or its end, made fit for a console: what is no
-/// UTF-8 and what is a control character becomes U+FFFD.
-std::string printable(std::span<const char> text);
+/// The text in a buffer, up to its zero or the buffer's end.
+std::string textIn(std::span<const char> buffer);
 
 }  // namespace tarn::host

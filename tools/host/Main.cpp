@@ -112,8 +112,7 @@ void stop(int signal) {
 
 void runInfo(const CommandLine& line, Findings& findings) {
     std::FILE* output = platform::takeStandardOutput();  // from plug-ins that print
-    const Document document = describePlugin(line.plugin, findings);
-    const std::string text = line.isJson ? document.toJson() : document.toText();
+    const std::string text = reportOf(line.plugin, line.isJson, findings);
     const bool isWritten = output != nullptr && std::fputs(text.c_str(), output) >= 0;
     if (output == nullptr || std::fclose(output) != 0 || !isWritten)
         throw Failure(ExitBadUse, "can't write to standard output");

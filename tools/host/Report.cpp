@@ -4,21 +4,41 @@
 #include "host/Instance.h"
 #include "host/PluginLibrary.h"
 
-#include <array>
+#include <nlohmann/json.hpp>
 #include <string_view>
 
 namespace tarn::host {
 
 namespace {
 
+using Facts = nlohmann::ordered_json;
+
 constexpr int kBlock = 512;  // frames
 
+std::string jsonOf(const Facts& facts, int indentation) {
+    return facts.dump(indentation, ' ', false, Facts::error_handler_t::replace);
+}
+
+void writeLines(const Facts& facts, const std::string& indentation, std::string& text) {
+    int number = 0;
+    for (const auto& [name, fact] : facts.items()) {
+        text += indentation + (facts.is_array() ? std::to_string(number++) : name) + ':';
+        if (fact.is_structured() && !fact.empty()) {
+            text += '\n';
+            writeLines(fact, indentation + "  ", text);
+            continue;
+        }
+        // As JSON has it, so that a text can't lead a console astray, but without the quotes.
+        const std::string words = fact.empty() ? "none" : jsonOf(fact, -1);
+        text += ' ' + (fact.is_string() ? words.substr(1, words.size() - 2) : words) + '\n';
+    }
+}
+
 std::string fourCharactersOf(VstInt32 id) {
-    const auto bits = static_cast<std::uint32_t>(id);
-    const std::array<char, 4> characters = {
-        static_cast<char>(bits >> 24), static_cast<char>(bits >> 16 & 0xff),
-        static_cast<char>(bits >> 8 & 0xff), static_cast<char>(bits & 0xff)};
-    return printable(characters);
+    std::string characters;
+    for (const int shift : {24, 16, 8, 0})
+        characters += static_cast<char>(static_cast<std::uint32_t>(id) >> shift & 0xff);
+    return characters;
 }
 
 std::string categoryName(VstIntPtr category) {
@@ -30,9 +50,9 @@ std::string categoryName(VstIntPtr category) {
                : "number " + std::to_string(category);
 }
 
-Document flagsOf(const AEffect& record) {
+Facts flagsOf(const AEffect& record) {
     const auto has = [&record](VstInt32 flag) { return (record.flags & flag) != 0; };
-    return Document::Record{
+    return {
         {"hasEditor", has(effFlagsHasEditor)},
         {"canReplacing", has(effFlagsCanReplacing)},
         {"programChunks", has(effFlagsProgramChunks)},
@@ -42,17 +62,17 @@ Document flagsOf(const AEffect& record) {
     };
 }
 
-Document pinsOf(Instance& instance, VstInt32 opcode, int count) {
-    Document::List pins;
+Facts pinsOf(Instance& instance, VstInt32 opcode, int count) {
+    Facts pins = Facts::array();
     for (int i = 0; i < count; ++i) {
         const auto pin = instance.pin(opcode, i);
         if (!pin) {
-            pins.emplace_back();  // not described
+            pins.push_back(nullptr);  // not described
             continue;
         }
-        pins.emplace_back(Document::Record{
-            {"label", printable(pin->label)},
-            {"shortLabel", printable(pin->shortLabel)},
+        pins.push_back({
+            {"label", textIn(pin->label)},
+            {"shortLabel", textIn(pin->shortLabel)},
             {"isActive", (pin->flags & kVstPinIsActive) != 0},
             {"isStereo", (pin->flags & kVstPinIsStereo) != 0},
         });
@@ -60,37 +80,37 @@ Document pinsOf(Instance& instance, VstInt32 opcode, int count) {
     return pins;
 }
 
-Document parametersOf(Instance& instance) {
-    Document::List parameters;
+Facts parametersOf(Instance& instance) {
+    Facts parameters = Facts::array();
     for (VstInt32 i = 0; i < instance.record().numParams; ++i) {
         const auto text = [&](VstInt32 opcode, const char* name) {
             return instance.text(opcode, i, kVstMaxParamStrLen, name);
         };
-        Document::Record parameter = {
+        Facts parameter = {
             {"name", text(effGetParamName, "a parameter's name")},
-            {"value", static_cast<double>(instance.parameter(i))},
+            {"value", instance.parameter(i)},
             {"display", text(effGetParamDisplay, "a parameter's display")},
             {"label", text(effGetParamLabel, "a parameter's label")},
             {"canBeAutomated", instance.dispatch(effCanBeAutomated, i) != 0},
         };
         if (const auto properties = instance.parameterProperties(i)) {
-            parameter.emplace_back("longName", printable(properties->label));
-            parameter.emplace_back("flags", properties->flags);
+            parameter["longName"] = textIn(properties->label);
+            parameter["flags"] = properties->flags;
         }
-        parameters.emplace_back(std::move(parameter));
+        parameters.push_back(std::move(parameter));
     }
     return parameters;
 }
 
-Document programsOf(Instance& instance) {
-    Document::List programs;
+Facts programsOf(Instance& instance) {
+    Facts programs = Facts::array();
     for (VstInt32 i = 0; i < instance.record().numPrograms; ++i)
-        programs.emplace_back(
+        programs.push_back(
             instance.text(effGetProgramNameIndexed, i, kVstMaxProgNameLen, "a program's name"));
     return programs;
 }
 
-Document abilitiesOf(Instance& instance) {
+Facts abilitiesOf(Instance& instance) {
     static constexpr const char* abilities[] = {"sendVstEvents",
                                                 "sendVstMidiEvent",
                                                 "receiveVstEvents",
@@ -115,36 +135,33 @@ Document abilitiesOf(Instance& instance) {
                                                 "4in8out",
                                                 "8in4out",
                                                 "8in8out"};
-    Document::Record answers;
+    Facts answers;
     for (const char* ability : abilities) {
         std::string text = ability;
         const VstIntPtr answer = instance.dispatch(effCanDo, 0, 0, text.data());
-        answers.emplace_back(ability, answer > 0 ? "yes" : answer < 0 ? "no" : "unknown");
+        answers[ability] = answer > 0 ? "yes" : answer < 0 ? "no" : "unknown";
     }
     return answers;
 }
 
-Document editorOf(Instance& instance) {
+Facts editorOf(Instance& instance) {
     ERect* area = nullptr;
     if ((instance.record().flags & effFlagsHasEditor) != 0)
         instance.dispatch(effEditGetRect, 0, 0, &area);
     if (area == nullptr)
         return {};
-    return Document::Record{{"width", area->right - area->left},
-                            {"height", area->bottom - area->top}};
+    return {{"width", area->right - area->left}, {"height", area->bottom - area->top}};
 }
 
-Document chunkOf(Instance& instance) {
+Facts chunkOf(Instance& instance) {
     const auto chunk = instance.chunk();
-    return chunk ? Document(static_cast<double>(chunk->size())) : Document();
+    return chunk ? Facts(chunk->size()) : Facts();
 }
 
-Document describe(Instance& instance) {
+Facts describe(Instance& instance) {
     const AEffect& record = instance.record();
-    const auto number = [&instance](VstInt32 opcode) {
-        return static_cast<double>(instance.dispatch(opcode));
-    };
-    return Document::Record{
+    const auto number = [&instance](VstInt32 opcode) { return instance.dispatch(opcode); };
+    return {
         {"name", instance.text(effGetEffectName, 0, kVstMaxEffectNameLen, "the effect's name")},
         {"vendor", instance.text(effGetVendorString, 0, kVstMaxVendorStrLen, "the vendor")},
         {"product", instance.text(effGetProductString, 0, kVstMaxProductStrLen, "the product")},
@@ -173,7 +190,7 @@ Document describe(Instance& instance) {
 
 }  // namespace
 
-Document describePlugin(const std::string& path, Findings& findings) {
+std::string reportOf(const std::string& path, bool isJson, Findings& findings) {
     HostSettings settings;
     settings.announcedBlock = kBlock;
     settings.folder = folderOf(path);
@@ -181,7 +198,12 @@ Document describePlugin(const std::string& path, Findings& findings) {
     const PluginLibrary library(path);
     Instance instance(library.entry(), host, findings);
     instance.configure();
-    return describe(instance);
+    const Facts facts = describe(instance);
+    if (isJson)
+        return jsonOf(facts, 2) + '\n';
+    std::string text;
+    writeLines(facts, "", text);
+    return text;
 }
 
 }  // namespace tarn::host
