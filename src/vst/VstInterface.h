@@ -212,6 +212,7 @@ constexpr std::size_t kVstMaxVendorStrLen = 64;
 constexpr std::size_t kVstMaxProductStrLen = 64;
 constexpr std::size_t kVstMaxLabelLen = 64;
 constexpr std::size_t kVstMaxShortLabelLen = 8;
+constexpr std::size_t kVstMaxCategoryLabelLen = 24;
 
 enum VstPlugCategory : VstInt32 {
     kPlugCategUnknown = 0,
@@ -267,6 +268,64 @@ struct VstSpeakerArrangement {
     VstInt32 numChannels;
     VstSpeakerProperties speakers[8];
 };
+
+/// What `audioMasterGetTime` leads to; a field counts when its flag is set, the first two always.
+struct VstTimeInfo {
+    double samplePos;
+    double sampleRate;
+    double nanoSeconds;
+    double ppqPos;
+    double tempo;  // quarters a minute
+    double barStartPos;
+    double cycleStartPos;
+    double cycleEndPos;
+    VstInt32 timeSigNumerator;
+    VstInt32 timeSigDenominator;
+    VstInt32 smpteOffset;
+    VstInt32 smpteFrameRate;
+    VstInt32 samplesToNextClock;
+    VstInt32 flags;  // VstTimeInfoFlags
+};
+static_assert(sizeof(VstTimeInfo) == 88);
+
+enum VstTimeInfoFlags : VstInt32 {
+    kVstTransportChanged = 1 << 0,
+    kVstTransportPlaying = 1 << 1,
+    kVstNanosValid = 1 << 8,
+    kVstPpqPosValid = 1 << 9,
+    kVstTempoValid = 1 << 10,
+    kVstBarsValid = 1 << 11,
+    kVstTimeSigValid = 1 << 13,
+};
+
+/// What `audioMasterGetCurrentProcessLevel` answers: who calls the plug-in at this moment.
+enum VstProcessLevels : VstInt32 {
+    kVstProcessLevelUnknown = 0,
+    kVstProcessLevelUser = 1,
+    kVstProcessLevelRealtime = 2,
+    kVstProcessLevelPrefetch = 3,
+    kVstProcessLevelOffline = 4,
+};
+
+struct VstParameterProperties {
+    float stepFloat;
+    float smallStepFloat;
+    float largeStepFloat;
+    char label[kVstMaxLabelLen];
+    VstInt32 flags;
+    VstInt32 minInteger;
+    VstInt32 maxInteger;
+    VstInt32 stepInteger;
+    VstInt32 largeStepInteger;
+    char shortLabel[kVstMaxShortLabelLen];
+    std::int16_t displayIndex;
+    std::int16_t category;
+    std::int16_t numParametersInCategory;
+    std::int16_t reserved;
+    char categoryLabel[kVstMaxCategoryLabelLen];
+    char future[16];
+};
+static_assert(sizeof(VstParameterProperties) == 152);
 
 struct ERect {
     std::int16_t top;
