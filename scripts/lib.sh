@@ -19,9 +19,10 @@ expand_targets() {
     printf '%s' "$*"
 }
 
-# Configures a target where that is due, and builds it.
-build_target() { # target
+# Configures a target where that is due, and builds it, or only the parts that are named.
+build_target() { # target [part...]
     local target=$1
+    shift
     mkdir -p build
     if [ ! -e "build/$target/build.ninja" ]; then
         cmake --preset "$target" >"build/$target-configure.log" 2>&1 || {
@@ -29,5 +30,5 @@ build_target() { # target
             return 1
         }
     fi
-    cmake --build --preset "$target" -- --quiet
+    cmake --build --preset "$target" ${1:+--target "$@"} -- --quiet
 }
