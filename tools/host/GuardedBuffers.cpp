@@ -119,14 +119,17 @@ void GuardedBuffers::checkGuards(std::size_t frames, const std::string& where, F
     const std::size_t behind = kGuardFrames + frames;
     for (std::size_t i = 0; i < memory_.size(); ++i) {
         const std::vector<float>& channel = memory_[i];
-        const std::string name =
-            i < inputCount_ ? channelName("input ", i) : channelName("output ", i - inputCount_);
         const bool isFrontBroken = !isPattern(channel.data(), kGuardFrames);
         const bool isBackBroken = !isPattern(channel.data() + behind, channel.size() - behind);
+        const auto report = [&](const char* rule) {
+            findings.add(rule, (i < inputCount_ ? channelName("input ", i)
+                                                : channelName("output ", i - inputCount_)) +
+                                   ", " + where);
+        };
         if (isFrontBroken)
-            findings.add("wrote before the start of a buffer", name + ", " + where);
+            report("wrote before the start of a buffer");
         if (isBackBroken)
-            findings.add("wrote past the end of a buffer", name + ", " + where);
+            report("wrote past the end of a buffer");
         isBroken_ = isBroken_ || isFrontBroken || isBackBroken;
     }
 }
