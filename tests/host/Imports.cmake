@@ -1,3 +1,4 @@
+cmake_minimum_required(VERSION 3.25)
 # The plug-in is one self-contained file: it may import these DLLs, which are part of Windows, and no others.
 #   cmake -D OBJDUMP=... -D LIBRARY=Brimtide.dll -P Imports.cmake
 set(system_dlls advapi32 comdlg32 gdi32 kernel32 msvcrt ole32 oleaut32 shell32 shlwapi user32 ws2_32)
