@@ -1,14 +1,74 @@
 #include "foundation/File.h"
 
+#include "foundation/Logger.h"
+#include "foundation/Preferences.h"
+#include "foundation/ProductIdentity.h"
+#include "platform/Dialogs.h"
 #include "platform/FileSystem.h"
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <limits>
 #include <sstream>
 
 namespace tarn {
+
+namespace {
+
+// Where the last folder is remembered, in the user's store.
+const char* const PreferencesSection = "Preferences";
+const char* const LastFolderName = "LastFolder";
+
+std::string rememberedFolder() {
+    const Preferences* user = Preferences::user();
+    std::string folder;
+    if (user == nullptr || !user->hasSection(PreferencesSection))
+        return folder;
+    const auto section = user->openSection(PreferencesSection, Preferences::Read);
+    if (section)
+        section->getString(LastFolderName, folder);
+    return folder;
+}
+
+void rememberFolder(const Folder& folder) {
+    if (Preferences::user() == nullptr)
+        return;
+    const auto section = Preferences::user()->openSection(PreferencesSection,
+                                                          Preferences::Read | Preferences::Write);
+    if (section)
+        section->setString(LastFolderName, folder.getPath());
+}
+
+platform::FileAnswer choose(platform::FilePurpose purpose, const FileDialog& dialog,
+                            const File& proposal) {
+    const Folder folder = proposal.getFolder();
+    platform::FileRequest request;
+    request.purpose = purpose;
+    request.title = dialog.title;
+    request.prompt = dialog.prompt;
+    request.folder = folder.isEmpty() ? rememberedFolder() : folder.getPath();
+    request.name = proposal.getName();
+    request.kind = dialog.kind;
+    request.wildcards = dialog.wildcards;
+    platform::FileAnswer answer = platform::chooseFile(request);
+    if (answer.error != 0 && Logger::get() != nullptr)
+        Logger::get()->log(
+            LogError, "%s() returned %u",
+            purpose == platform::FilePurpose::Open ? "GetOpenFileName" : "GetSaveFileName",
+            static_cast<unsigned>(answer.error));
+    return answer;
+}
+
+platform::MessageAnswer askToOverwrite(const std::string& name) {
+    platform::MessageRequest question;
+    question.kind = platform::MessageKind::Ask;
+    question.title = ProductIdentity::get().getProductName();
+    question.text = "'" + name + "' already exists.  Overwrite?";
+    question.parented = true;
+    return platform::showMessage(question);
+}
+
+}  // namespace
 
 File::File(std::string_view path) {
     File::setPath(path);
@@ -66,6 +126,33 @@ bool File::isInFolder(std::string_view folderPath) const {
     const std::vector<std::string>& front = folder.getParts();
     const std::vector<std::string>& parts = getParts();
     return front.size() <= parts.size() && std::equal(front.begin(), front.end(), parts.begin());
+}
+
+bool File::browseOpen(const FileDialog& dialog) {
+    const platform::FileAnswer answer = choose(platform::FilePurpose::Open, dialog, *this);
+    if (answer.path.empty())
+        return false;
+    setPath(answer.path);
+    rememberFolder(getFolder());
+    return true;
+}
+
+bool File::browseSave(const FileDialog& dialog) {
+    File chosen = *this;
+    for (;;) {
+        const platform::FileAnswer answer = choose(platform::FilePurpose::Save, dialog, chosen);
+        if (answer.path.empty())
+            return false;
+        chosen.setPath(answer.path);
+        const auto overwrite =
+            chosen.exists() ? askToOverwrite(chosen.getName()) : platform::MessageAnswer::Yes;
+        if (overwrite == platform::MessageAnswer::Cancel)
+            return false;
+        if (overwrite == platform::MessageAnswer::Yes)
+            break;
+    }
+    setPath(chosen.getPath());
+    return true;
 }
 
 std::string File::getStem() const {

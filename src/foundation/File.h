@@ -14,6 +14,14 @@
 
 namespace tarn {
 
+/// The texts of a dialog that lets the user choose a file.
+struct FileDialog {
+    std::string title;
+    std::string prompt;     // shown where the system's dialog has a place for it
+    std::string kind;       // of the files, for people: "Brimtide Banks"
+    std::string wildcards;  // each ended by a semicolon: "*.wav;"; empty for all files
+};
+
 /// One thread at a time, and not the audio thread. A copy is the path alone, closed. Nothing here
 /// throws: what can't be done answers false, 0 or -1, and has changed nothing.
 class File : public IOStream, public Folder {
@@ -44,6 +52,13 @@ public:
     /// The folder in which the file lies.
     Folder getFolder() const { return *this; }
     void setFolder(const Folder& folder) { Folder::operator=(folder); }
+
+    /// Let the user choose in the system's dialog, which proposes this file's name and begins in
+    /// its folder, else in the one where a file was last opened; false, with the path as it was, if
+    /// the user cancels or the dialog fails. A file that would be overwritten is asked about first.
+    /// Interface thread.
+    virtual bool browseOpen(const FileDialog& dialog);
+    virtual bool browseSave(const FileDialog& dialog);
 
     /// The name with its extension. The extension is what follows the last ".", the stem what
     /// stands before it.

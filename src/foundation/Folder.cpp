@@ -1,6 +1,7 @@
 #include "foundation/Folder.h"
 
 #include "foundation/File.h"
+#include "platform/Dialogs.h"
 #include "platform/FileSystem.h"
 
 #include <algorithm>
@@ -46,6 +47,18 @@ Folder Folder::current() {
 
 bool Folder::exists() const {
     return platform::folderExists(getPath());
+}
+
+bool Folder::browse(const std::string& title) {
+    platform::FileRequest request;
+    request.purpose = platform::FilePurpose::Folder;
+    request.title = title;
+    request.folder = getPath();
+    const platform::FileAnswer answer = platform::chooseFile(request);
+    if (answer.path.empty())
+        return false;
+    setFolderPath(answer.path);
+    return true;
 }
 
 bool Folder::create() {

@@ -10,7 +10,6 @@
 namespace tarn {
 
 class File;
-class Preferences;
 
 class Folder {
 public:

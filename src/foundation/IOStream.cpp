@@ -47,8 +47,8 @@ bool IOStream::matchesString(std::string_view text) {
 
 bool IOStream::matches(const void* bytes, std::size_t size) {
     std::vector<char> found(size);
-    return read(found.data(), 1, size) && std::equal(found.begin(), found.end(),
-                                                     static_cast<const char*>(bytes));
+    return read(found.data(), 1, size) &&
+           std::equal(found.begin(), found.end(), static_cast<const char*>(bytes));
 }
 
 }  // namespace tarn

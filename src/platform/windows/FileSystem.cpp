@@ -79,9 +79,8 @@ std::string_view pathVolume(std::string_view path) {
     if (!isSeparator(0) || !isSeparator(1) || path.size() == 2 || isSeparator(2))
         return {};
     const std::size_t server = path.find_first_of(Separators, 2);
-    return path.substr(0, server == std::string_view::npos
-                              ? server
-                              : path.find_first_of(Separators, server + 1));
+    return path.substr(
+        0, server == std::string_view::npos ? server : path.find_first_of(Separators, server + 1));
 }
 
 std::string currentFolderPath() {
@@ -114,8 +113,7 @@ std::optional<FileStatus> fileStatus(const std::string& path) {
 }
 
 bool listFolder(const std::string& path, FolderEntries& entries) {
-    const bool separated =
-        !path.empty() && Separators.find(path.back()) != std::string_view::npos;
+    const bool separated = !path.empty() && Separators.find(path.back()) != std::string_view::npos;
     WIN32_FIND_DATAW found{};
     HANDLE search = ::FindFirstFileW(wide(path + (separated ? "*.*" : "\\*.*")).c_str(), &found);
     if (search == INVALID_HANDLE_VALUE)
