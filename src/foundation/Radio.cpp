@@ -27,6 +27,18 @@ void erase(std::vector<Radio*>& ties, Radio* radio) {
         ties.erase(place);
 }
 
+// Counts a delivery while it is under way.
+class Delivery {
+public:
+    explicit Delivery(int& count) noexcept : count_(count) { ++count_; }
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
+    ~Delivery() { --count_; }
+
+private:
+    int& count_;
+};
+
 void logForced(const char* format, const Radio* radio, const Radio* other) {
     if (Logger* logger = Logger::get())
         logger->log(LogWarning, format, reinterpret_cast<std::uintptr_t>(radio),
@@ -46,7 +58,7 @@ Radio::~Radio() {
     disconnect(Reporting::Logged);
 }
 
-void Radio::operator delete(Radio* radio, std::destroying_delete_t) {
+void Radio::destroy(Radio* radio) noexcept {
     radio->disconnect(Reporting::Logged);
     void* const memory = dynamic_cast<void*>(radio);  // of the whole object
     radio->~Radio();
@@ -57,9 +69,8 @@ void Radio::shutdown() {
     if (Radio* editor = getEditor())
         tuneOut(editor);
     takeListeners([this](Radio& listener) {
-        erase(listeners_, &listener);
+        forgetListener(listener);
         erase(listener.stations_, this);
-        ++changes_;
     });
 }
 
@@ -185,6 +196,7 @@ bool Radio::receive(Message& message) {
 
 Error Radio::transmit(Message& message) {
     const RadioLock::Hold hold(*lock_);
+    const Delivery delivery(deliveries_);
     std::uint32_t seenChanges = changes_;
     for (std::size_t next = 0; next < listeners_.size();) {
         Radio* const listener = listeners_[next];
@@ -206,7 +218,9 @@ void Radio::disconnect() {
 }
 
 void Radio::disconnect(Reporting reporting) {
-    leaveStations(reporting);
+    do {
+        leaveStations(reporting);
+    } while (awaitStationsLeft());  // meanwhile it may have tuned in anew, inside `receive`
     takeListeners([this, reporting](Radio& listener) {
         if (reporting == Reporting::Logged)
             logForced("Radio::0x%" PRIxPTR " : forced tuning out of listener 0x%" PRIxPTR, this,
@@ -239,6 +253,18 @@ void Radio::leaveStations(Reporting reporting) {
     }
 }
 
+// False if there was nothing to wait for.
+bool Radio::awaitStationsLeft() {
+    std::vector<Lock> left;
+    {
+        const RadioLock::Hold hold(*lock_);
+        left.swap(leftDelivering_);
+    }
+    for (const Lock& lock : left)
+        const RadioLock::Hold hold(*lock);
+    return !left.empty();
+}
+
 // Calls `take` for each listener, which must cut its tie, under both locks.
 template <typename Take>
 void Radio::takeListeners(Take take) {
@@ -256,10 +282,20 @@ void Radio::takeListeners(Take take) {
 // Under both locks, the station's first.
 void Radio::removeListener(Radio& listener) {
     listenerRemoved(&listener);
-    erase(listeners_, &listener);
-    ++changes_;
+    forgetListener(listener);
     listener.stationRemoved(this);
     erase(listener.stations_, this);
+}
+
+void Radio::forgetListener(Radio& listener) {
+    erase(listeners_, &listener);
+    ++changes_;
+    if (deliveries_ > 0) {
+        // What only we hold belonged to a station that is gone.
+        std::erase_if(listener.leftDelivering_,
+                      [this](const Lock& lock) { return lock.use_count() == 1 || lock == lock_; });
+        listener.leftDelivering_.push_back(lock_);
+    }
 }
 
 // Null without a tie.

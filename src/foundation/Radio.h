@@ -101,7 +101,10 @@ public:
     /// Returns when deliveries on other threads, from and to this radio, are over.
     void disconnect();
 
-    static void operator delete(Radio* radio, std::destroying_delete_t);
+    // Always inline: GCC takes a radio behind another base for memory that isn't the heap's.
+    [[gnu::always_inline]] static void operator delete(Radio* radio, std::destroying_delete_t) {
+        destroy(radio);
+    }
     using Allocator::operator delete;
 
 private:
@@ -111,11 +114,14 @@ private:
 
     enum class Reporting { Silent, Logged };
 
+    static void destroy(Radio* radio) noexcept;
     void disconnect(Reporting reporting);
     void leaveStations(Reporting reporting);
+    bool awaitStationsLeft();
     template <typename Take>
     void takeListeners(Take take);
     void removeListener(Radio& listener);
+    void forgetListener(Radio& listener);
     Lock lockOfStation(Radio* station) const;
     bool isTiedTo(Radio* station, const Lock& stationLock) const;
     std::vector<Radio*> tunedModuleParameters() const;
@@ -127,6 +133,11 @@ private:
     Ties stations_;
     std::set<std::string, std::less<>> tunedNames_;
     std::uint32_t changes_ = 0;  // of listeners_, so that a walk notices
+    int deliveries_ = 0;         // under way, nested
+
+    // Of stations that this radio left while they delivered, perhaps to it: whoever destroys it
+    // must wait for them, though the tie is cut.
+    std::vector<Lock> leftDelivering_;
 };
 
 }  // namespace tarn
