@@ -77,7 +77,7 @@ void setupFloatingPoint() {
     // Of the processor's control register MXCSR.
     constexpr unsigned FlushToZero = 0x8000;
     constexpr unsigned DenormalsAreZero = 0x0040;
-    constexpr unsigned PrecisionFlag = 0x0020;
+    constexpr unsigned PrecisionFlag = 0x0020;  // notes that a result was rounded: no effect
     CPUAssembly processor;
     processor.identify(CPUIDLeaves::read());
     if (!processor.hasSSE2()) {
