@@ -1,5 +1,6 @@
 #include "platform/DynamicLibrary.h"
 
+#include "platform/SystemError.h"
 #include "platform/windows/Text.h"
 
 #include <windows.h>
@@ -16,14 +17,8 @@ std::wstring absolutePath(const std::string& path) {
     return absolute;
 }
 
-std::string systemMessage(DWORD code) {
-    wchar_t text[512];
-    DWORD length =
-        ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
-                         0, text, static_cast<DWORD>(std::size(text)), nullptr);
-    while (length > 0 && text[length - 1] <= L' ')
-        --length;
-    return utf8(std::wstring_view(text, length)) + " (" + std::to_string(code) + ")";
+std::string describe(DWORD code) {
+    return systemErrorText(code) + " (" + std::to_string(code) + ")";
 }
 
 }  // namespace
@@ -31,7 +26,7 @@ std::string systemMessage(DWORD code) {
 DynamicLibrary::DynamicLibrary(const std::string& path) {
     handle_ = ::LoadLibraryExW(absolutePath(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
     if (handle_ == nullptr)
-        error_ = systemMessage(::GetLastError());
+        error_ = describe(::GetLastError());
 }
 
 DynamicLibrary::~DynamicLibrary() {
