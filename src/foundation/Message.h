@@ -28,9 +28,14 @@ public:
     MessageText(const std::string& text) noexcept : view_(text) {}  // NOLINT
     MessageText(std::string&&) = delete;
     MessageText(const MessageText& other) : owned_(other.view_), view_(owned_) {}
-    MessageText& operator=(const MessageText& other);
+
     MessageText& operator=(std::string_view text) noexcept;
+    MessageText& operator=(const char* text) noexcept { return *this = std::string_view(text); }
+    MessageText& operator=(const std::string& text) noexcept {
+        return *this = std::string_view(text);
+    }
     MessageText& operator=(std::string&&) = delete;
+    MessageText& operator=(const MessageText& other);
     ~MessageText() = default;
 
     std::string_view view() const noexcept { return view_; }

@@ -107,6 +107,10 @@ public:
     }
     using Allocator::operator delete;
 
+protected:
+    /// Under which this radio delivers, for a class that readies what it transmits.
+    RadioLock& deliveryLock() const noexcept { return *lock_; }
+
 private:
     // A radio's lock outlives it for those who wait for it.
     using Lock = std::shared_ptr<RadioLock>;

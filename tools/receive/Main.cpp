@@ -275,6 +275,7 @@ ExitCode record(const RecordOptions& options) {
 int run(int argc, char** argv) {
     CLI::App app("Lists and records what Brimtide instances send.", "brimtide-receive");
     app.require_subcommand(1);
+    app.allow_windows_style_options(false);  // paths may begin with a slash
     app.footer(
         "Examples:\n"
         "  brimtide-receive list\n"
