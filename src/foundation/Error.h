@@ -24,6 +24,7 @@ public:
     std::string code;  // short; empty where a class has none of its own
 
 protected:
+    Error() : code("EAOK") {}  // in place, because every transmission makes one
     Error(std::string_view where, std::string_view text, std::string_view shortCode);
 
 private:
@@ -31,10 +32,7 @@ private:
 };
 
 /// Success. Allocates nothing, as no text in it is longer than a few letters; any thread.
-class NoError : public Error {
-public:
-    NoError() : Error({}, {}, "EAOK") {}
-};
+class NoError : public Error {};
 
 class GeneralError : public Error {
 public:
