@@ -32,9 +32,9 @@ private:
 };
 
 std::vector<std::unique_ptr<Radio>> hearers() {
-    std::vector<std::unique_ptr<Radio>> all;
-    for (int i = 0; i < Listeners; ++i)
-        all.push_back(std::make_unique<Hearer>());
+    std::vector<std::unique_ptr<Radio>> all(Listeners);
+    for (auto& hearer : all)
+        hearer = std::make_unique<Hearer>();
     return all;
 }
 
@@ -45,7 +45,7 @@ void transmitTo16Listeners(benchmark::State& state) {
         listener->tuneIn(&station);
     ParameterMessage message(&station, ParameterMessage::ValueChanged, "OutputLevel", 0, 1, 0.5F,
                              3);
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(station.transmit(message));
     for (const auto& listener : listeners)
         listener->disconnect();
@@ -55,12 +55,12 @@ BENCHMARK(transmitTo16Listeners);
 // Rival: the calls themselves under one recursive lock. Goal: at most 2 times.
 void sixteenVirtualCallsUnderALock(benchmark::State& state) {
     const auto listeners = hearers();
-    std::vector<Radio*> pointers;
-    for (const auto& listener : listeners)
-        pointers.push_back(listener.get());
+    std::vector<Radio*> pointers(Listeners);
+    for (int i = 0; i < Listeners; ++i)
+        pointers[i] = listeners[i].get();
     ParameterMessage message(nullptr, ParameterMessage::ValueChanged, "OutputLevel", 0, 1, 0.5F, 3);
     std::recursive_mutex lock;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const std::lock_guard hold(lock);
         for (Radio* radio : pointers)
             benchmark::DoNotOptimize(radio->receive(message));
@@ -71,7 +71,7 @@ BENCHMARK(sixteenVirtualCallsUnderALock);
 void logALine(benchmark::State& state) {
     Logger logger(LogProgress);
     int frames = 0;
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         logger.log(LogProgress, "host sent %d frames for processing, bumping blocksize to %d",
                    frames++, 512);
 }
@@ -84,7 +84,7 @@ void printAndFlushALine(benchmark::State& state) {
         "/tarn-bench";
     std::FILE* file = std::fopen(path.c_str(), "w");
     int frames = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::fprintf(file,
                      "%02ld:%02ld:%02ld:%03ld |host sent %d frames for processing, bumping "
                      "blocksize to %d\n",

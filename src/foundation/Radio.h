@@ -72,7 +72,7 @@ public:
 
     /// Tunes to all clones of a parameter. The name is kept, whether or not there is such a
     /// parameter now. An empty name does nothing.
-    virtual void tuneInByName(std::string name);
+    virtual void tuneInByName(const std::string& name);
     void tuneOutByName(const std::string& name);
 
     /// Listens to a station from now on: first as `tuneOut`, so that a second call replaces the

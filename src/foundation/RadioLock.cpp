@@ -1,7 +1,5 @@
 #include "foundation/RadioLock.h"
 
-#include "platform/Thread.h"
-
 #include <condition_variable>
 #include <mutex>
 
@@ -25,40 +23,25 @@ std::condition_variable left;  // some lock that was awaited is free
 
 constinit RadioLock::Parked* RadioLock::firstParked_ = nullptr;
 
-RadioLock::Hold::Hold(RadioLock& lock) noexcept : lock_(lock) {
-    const std::uintptr_t self = platform::currentThreadId();
-    std::uintptr_t owner = 0;
-    if (lock_.owner_.compare_exchange_strong(owner, self, std::memory_order_acquire,
-                                             std::memory_order_relaxed)) {
-        lock_.depth_ = 1;
-        return;
-    }
-    if ((owner & ~Awaited) == self) {
-        ++lock_.depth_;
-        return;
-    }
-    displaced_ = lock_.waitOrDisplace(self);
+void RadioLock::Hold::waitOrDisplace(std::uintptr_t self) noexcept {
+    displaced_ = lock_.enterParked(self);
     displacedDepth_ = displaced_ != 0 ? lock_.depth_ : 0;
     lock_.depth_ = 1;
 }
 
-RadioLock::Hold::~Hold() {
-    if (--lock_.depth_ > 0)
-        return;
-    if (displaced_ != 0) {
-        const std::lock_guard guard(parking);
-        lock_.depth_ = displacedDepth_;
-        lock_.owner_.store(displaced_ | Awaited, std::memory_order_relaxed);
-        return;
-    }
-    if ((lock_.owner_.exchange(0, std::memory_order_release) & Awaited) != 0) {
-        const std::lock_guard guard(parking);
-        left.notify_all();
-    }
+void RadioLock::Hold::giveBack() noexcept {
+    const std::lock_guard guard(parking);
+    lock_.depth_ = displacedDepth_;
+    lock_.owner_.store(displaced_ | Awaited, std::memory_order_relaxed);
+}
+
+void RadioLock::Hold::wakeParked() noexcept {
+    const std::lock_guard guard(parking);
+    left.notify_all();
 }
 
 // Enters; returns the thread in whose place, or 0.
-std::uintptr_t RadioLock::waitOrDisplace(std::uintptr_t self) noexcept {
+std::uintptr_t RadioLock::enterParked(std::uintptr_t self) noexcept {
     std::unique_lock guard(parking);
     Parked me{self, this, firstParked_};
     firstParked_ = &me;

@@ -9,6 +9,8 @@
 // changes is what a nested call of theirs could have seen and changed.
 #pragma once
 
+#include "platform/Thread.h"
+
 #include <atomic>
 #include <cstdint>
 
@@ -25,12 +27,33 @@ public:
     /// hold's destructor, which doesn't touch it any more once another thread can enter.
     class Hold {
     public:
-        explicit Hold(RadioLock& lock) noexcept;
+        explicit Hold(RadioLock& lock) noexcept : lock_(lock) {
+            const std::uintptr_t self = platform::currentThreadId();
+            std::uintptr_t owner = 0;
+            if (lock_.owner_.compare_exchange_strong(owner, self, std::memory_order_acquire,
+                                                     std::memory_order_relaxed))
+                lock_.depth_ = 1;
+            else if ((owner & ~Awaited) == self)
+                ++lock_.depth_;
+            else
+                waitOrDisplace(self);
+        }
         Hold(const Hold&) = delete;
         Hold& operator=(const Hold&) = delete;
-        ~Hold();
+        ~Hold() {
+            if (--lock_.depth_ > 0)
+                return;
+            if (displaced_ != 0)
+                giveBack();
+            else if ((lock_.owner_.exchange(0, std::memory_order_release) & Awaited) != 0)
+                wakeParked();
+        }
 
     private:
+        void waitOrDisplace(std::uintptr_t self) noexcept;
+        void giveBack() noexcept;
+        static void wakeParked() noexcept;
+
         RadioLock& lock_;
         std::uintptr_t displaced_ = 0;  // the thread in whose place we are, 0 for none
         int displacedDepth_ = 0;
@@ -41,7 +64,7 @@ private:
 
     static constexpr std::uintptr_t Awaited = 1;  // beside the owner: somebody is parked for it
 
-    std::uintptr_t waitOrDisplace(std::uintptr_t self) noexcept;
+    std::uintptr_t enterParked(std::uintptr_t self) noexcept;
     bool closesCircle(std::uintptr_t self) const noexcept;
 
     static Parked* firstParked_;  // of this process; guarded by the one place where all park

@@ -66,9 +66,9 @@ TEST(SharedObject, PointersOnManyThreadsKeepItAlive) {
     auto* object = new Handle(deletions);
     SharedObjectPtr<Handle> pointer(object);
     object->release();  // its maker's
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([mine = pointer] {
+    std::vector<std::thread> threads(4);
+    for (std::thread& thread : threads)
+        thread = std::thread([mine = pointer] {
             for (int round = 0; round < 1000; ++round) {
                 SharedObjectPtr<Handle> copy = mine;
                 SharedObjectPtr<Handle> moved = std::move(copy);

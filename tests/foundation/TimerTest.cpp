@@ -1,3 +1,4 @@
+#include "foundation/Signal.h"
 #include "foundation/Timer.h"
 #include "foundation/TimerAnimation.h"
 #include "foundation/WindowTimer.h"
@@ -7,7 +8,6 @@
 
 #include <atomic>
 #include <functional>
-#include <latch>
 #include <random>
 #include <thread>
 #include <vector>
@@ -106,7 +106,7 @@ TEST_F(TimerTest, ListenersStopAndStartIt) {
     const TimerMessage message = tickOf("CTst");
     Timer timer(nullptr, &message, 1.0, false);
     std::atomic<int> heard{0};
-    std::latch thirdTick(1);
+    Signal thirdTick;
     Hearer hearer(timer, [&](Message&) {
         switch (++heard) {
             case 1:
@@ -117,7 +117,7 @@ TEST_F(TimerTest, ListenersStopAndStartIt) {
                 break;
             default:
                 timer.stop(true);
-                thirdTick.count_down();
+                thirdTick.raise();
         }
     });
     timer.start();
@@ -131,13 +131,13 @@ TEST_F(TimerTest, ListenersStopAndStartIt) {
 TEST_F(TimerTest, DeletionWaitsForTheTickThatRuns) {
     const TimerMessage message = tickOf("Eitt");
     auto timer = std::make_unique<Timer>(nullptr, &message, 1.0, false);
-    std::latch inside(1);
-    std::latch mayEnd(1);
+    Signal inside;
+    Signal mayEnd;
     std::atomic<bool> ended{false};
     auto hearer = std::make_unique<Hearer>(*timer, [&, timer = timer.get()](Message&) {
         if (ended)
             return;
-        inside.count_down();
+        inside.raise();
         mayEnd.wait();
         timer->stop(true);
         ended = true;
@@ -145,14 +145,14 @@ TEST_F(TimerTest, DeletionWaitsForTheTickThatRuns) {
     timer->start();
     inside.wait();
     timer->stop(false);  // returns though the tick runs
-    std::latch deleting(1);
+    Signal deleting;
     std::thread owner([&] {
-        deleting.count_down();
+        deleting.raise();
         timer.reset();
         EXPECT_TRUE(ended);
     });
     deleting.wait();
-    mayEnd.count_down();
+    mayEnd.raise();
     owner.join();
 }
 
