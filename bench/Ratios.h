@@ -8,7 +8,7 @@
 
 namespace tarn::bench {
 
-/// Registers a pair. The run ends with a table of the ratios of the median times, ours to the
+/// Registers a pair. The run ends with a table of the ratios of the fastest times, ours to the
 /// rival's, beside the goal: at most `goal` times the rival's, or with `atLeast` at least that many
 /// times as fast as it.
 void compare(const std::string& name, double goal, std::function<void(benchmark::State&)> ours,

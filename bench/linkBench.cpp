@@ -37,58 +37,66 @@ void write(State& state, std::uint32_t frames) {
         benchmark::DoNotOptimize(master.write(block.data(), frames));
 }
 
-// Memory for a rival, at the distance from a page's start that the format gives its ring: where
-// bytes land is half of what their copy costs.
-class RingMemory {
-public:
-    float* get() {
-        return reinterpret_cast<float*>(memory_.get()->bytes + offsetof(ConnectionBlock, audio));
+// Gives a rival's ring the distance from a page's start that the format gives ours: where bytes
+// land is part of what their copy costs, and isn't ours to choose.
+template <typename T>
+struct AsInBlock {
+    using value_type = T;
+
+    AsInBlock() = default;
+    template <typename Other>
+    AsInBlock(const AsInBlock<Other>&) {}
+
+    T* allocate(std::size_t count) {
+        char* pages = static_cast<char*>(operator new(Offset + count * sizeof(T), Page));
+        return reinterpret_cast<T*>(pages + Offset);
+    }
+    void deallocate(T* memory, std::size_t) {
+        operator delete(reinterpret_cast<char*>(memory) - Offset, Page);
     }
 
-private:
-    struct alignas(4096) Pages {
-        char bytes[4096 + sizeof(ConnectionRing)];
-    };
-    std::unique_ptr<Pages> memory_ = std::make_unique<Pages>();
+    static constexpr std::size_t Offset = offsetof(ConnectionBlock, audio);
+    static constexpr std::align_val_t Page{4096};
 };
+
+using RivalRing = std::vector<float, AsInBlock<float>>;
 
 // The least that a write can be: the bytes, and the second.
 void copyAndClock(State& state, std::uint32_t frames) {
-    RingMemory ring;
+    RivalRing ring(ConnectionRingSamples);
     const auto block = audio(frames);
     std::uint32_t position = 0;
     for (auto _ : state) {
         benchmark::DoNotOptimize(platform::systemCalendarSeconds());
-        std::memcpy(ring.get() + position, block.data(), frames * sizeof(float));
+        std::memcpy(ring.data() + position, block.data(), frames * sizeof(float));
         position = (position + frames) & ConnectionRingMask;  // block sizes divide the ring
         benchmark::ClobberMemory();
     }
 }
 
+// Through one view of the block: two views of the same memory in one process, which no connection
+// has, defeat the cache.
 void writeAndRead(State& state, std::uint32_t frames) {
-    Master master;
-    IOBridge<float> slave(OpenSlot{0});
+    Master bridge;
     const auto block = audio(frames);
     std::vector<float> received(frames);
-    master.write(block.data(), frames);
-    master.write(block.data(), frames);
     for (auto _ : state) {
-        master.write(block.data(), frames);
-        benchmark::DoNotOptimize(slave.read(received.data(), frames));
+        bridge.write(block.data(), frames);
+        benchmark::DoNotOptimize(bridge.read(received.data(), frames));
         benchmark::ClobberMemory();
     }
 }
 
 void queueAndClocks(State& state, std::uint32_t frames) {
-    const auto queue = std::make_unique<
-        boost::lockfree::spsc_queue<float, boost::lockfree::capacity<ConnectionRingSamples>>>();
+    boost::lockfree::spsc_queue<float, boost::lockfree::allocator<AsInBlock<float>>> queue(
+        ConnectionRingSamples - 1);
     const auto block = audio(frames);
     std::vector<float> received(frames);
     for (auto _ : state) {
         benchmark::DoNotOptimize(platform::systemCalendarSeconds());
-        queue->push(block.data(), frames);
+        queue.push(block.data(), frames);
         benchmark::DoNotOptimize(platform::systemCalendarSeconds());
-        benchmark::DoNotOptimize(queue->pop(received.data(), frames));
+        benchmark::DoNotOptimize(queue.pop(received.data(), frames));
         benchmark::ClobberMemory();
     }
 }
@@ -133,12 +141,12 @@ void processReplacing(State& state, std::uint32_t frames) {
 
 // The same work with nothing around it.
 void copiesPeakAndClock(State& state, std::uint32_t frames) {
-    RingMemory ring;
+    RivalRing ring(ConnectionRingSamples);
     Stereo stereo(frames);
     std::uint32_t position = 0;
     for (auto _ : state) {
         benchmark::DoNotOptimize(platform::systemCalendarSeconds());
-        std::memcpy(ring.get() + position, stereo.left.data(), frames * sizeof(float));
+        std::memcpy(ring.data() + position, stereo.left.data(), frames * sizeof(float));
         position = (position + frames) & ConnectionRingMask;
         __m128 peak = _mm_setzero_ps();
         __m128 other = _mm_setzero_ps();

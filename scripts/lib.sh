@@ -4,6 +4,10 @@ all_targets="linux linux-tsan linux-release win32 win64"
 cache=${BRIMTIDE_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/brimtide}
 export BRIMTIDE_CACHE="$cache"
 
+# What one clone has compiled serves the next one, wherever it lies.
+CCACHE_BASEDIR=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+export CCACHE_BASEDIR CCACHE_NOHASHDIR=1
+
 say() { printf '%s\n' "$*" >&2; }
 die() { say "error: $*"; exit 1; }
 

@@ -42,6 +42,10 @@ struct ConnectionRing {
     /// Takes the smaller of `frames` and `count` samples out, beginning at ring index `position`,
     /// which moves on past them. Returns how many were taken; the rest of the buffer is left alone.
     std::uint32_t get(float* samples, std::uint32_t frames, std::uint32_t& position) noexcept;
+
+private:
+    void putAcrossTheEnd(const float* samples, std::uint32_t frames,
+                         std::uint32_t newHead) noexcept;
 };
 
 /// What one reader keeps in the block. Only the first of the 32 is used.
@@ -98,18 +102,15 @@ static_assert(sizeof(ConnectionBlock) == ConnectionBlockSize);
 // Inline, because a call costs as much as a short block.
 
 inline void ConnectionRing::put(const float* samples, std::uint32_t frames) noexcept {
-    const std::uint32_t head = std::atomic_ref(writeIndex).load(std::memory_order_relaxed);
+    const std::uint32_t head =
+        std::atomic_ref(writeIndex).load(std::memory_order_relaxed) & ConnectionRingMask;
     const std::uint32_t newHead = (head + frames) & ConnectionRingMask;
-
-    // Of more than a ring only the last ring's worth would survive.
-    const std::uint32_t kept = std::min(frames, ConnectionRingSamples);
-    const float* source = samples + (frames - kept);
-    const std::uint32_t start = (newHead - kept) & ConnectionRingMask;
-    const std::uint32_t first = std::min(kept, ConnectionRingSamples - start);
-    if (first > 0)
-        std::memcpy(ring + start, source, first * sizeof(float));
-    if (kept > first)
-        std::memcpy(ring, source + first, (kept - first) * sizeof(float));
+    if (frames <= ConnectionRingSamples - head) [[likely]] {
+        if (frames > 0)
+            std::memcpy(ring + head, samples, frames * sizeof(float));
+    } else {
+        putAcrossTheEnd(samples, frames, newHead);
+    }
 
     std::uint32_t unread = std::atomic_ref(count).load(std::memory_order_relaxed) + frames;
     if (unread > ConnectionRingSamples) {
@@ -120,6 +121,17 @@ inline void ConnectionRing::put(const float* samples, std::uint32_t frames) noex
     std::atomic_ref(writeIndex).store(newHead, std::memory_order_release);
 }
 
+// Of more than a ring only the last ring's worth would survive.
+inline void ConnectionRing::putAcrossTheEnd(const float* samples, std::uint32_t frames,
+                                            std::uint32_t newHead) noexcept {
+    const std::uint32_t kept = std::min(frames, ConnectionRingSamples);
+    const float* source = samples + (frames - kept);
+    const std::uint32_t start = (newHead - kept) & ConnectionRingMask;
+    const std::uint32_t first = std::min(kept, ConnectionRingSamples - start);
+    std::memcpy(ring + start, source, first * sizeof(float));
+    std::memcpy(ring, source + first, (kept - first) * sizeof(float));
+}
+
 inline std::uint32_t ConnectionRing::get(float* samples, std::uint32_t frames,
                                          std::uint32_t& position) noexcept {
     const std::uint32_t taken =
@@ -127,20 +139,23 @@ inline std::uint32_t ConnectionRing::get(float* samples, std::uint32_t frames,
     if (taken == 0)
         return 0;
 
-    // Two spans at most, unless a wrapped `count` lets a caller take more than the ring holds.
+    // One atomic step: the writer's plain add can then lose only this subtraction, which leaves
+    // `count` too high, and that does no harm; a lost addition would let a reader fall behind for
+    // ever. Before the copy, so that it doesn't wait until the copy has left the store buffer.
+    std::atomic_ref(count).fetch_sub(taken, std::memory_order_relaxed);
+
     std::uint32_t from = position & ConnectionRingMask;
-    for (std::uint32_t copied = 0; copied < taken;) {
+    position = (from + taken) & ConnectionRingMask;
+    if (taken <= ConnectionRingSamples - from) [[likely]] {
+        std::memcpy(samples, ring + from, taken * sizeof(float));
+        return taken;
+    }
+    // Two spans, unless a wrapped `count` lets a caller take more than the ring holds.
+    for (std::uint32_t copied = 0; copied < taken; from = 0) {
         const std::uint32_t span = std::min(taken - copied, ConnectionRingSamples - from);
         std::memcpy(samples + copied, ring + from, span * sizeof(float));
         copied += span;
-        from = (from + span) & ConnectionRingMask;
     }
-    position = from;
-
-    // One atomic step: the writer's plain add can then lose only this subtraction, which leaves
-    // `count` too high, and that does no harm; a lost addition would let a reader fall behind for
-    // ever.
-    std::atomic_ref(count).fetch_sub(taken, std::memory_order_relaxed);
     return taken;
 }
 

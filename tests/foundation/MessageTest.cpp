@@ -1,6 +1,6 @@
-#include "foundation/AllocationCount.h"
 #include "foundation/Message.h"
 #include "foundation/Radio.h"
+#include "support/AllocationCount.h"
 
 #include <gtest/gtest.h>
 
@@ -33,7 +33,7 @@ TEST(Message, MakingAndTransmittingAllocatesNothing) {
         listener.keeps = false;
     }
     const MidiEvent event{7, 0.5F, 0};
-    const std::size_t before = allocationCount();
+    const long before = test::allocationsOfThisThread();
     ParameterMessage parameter(&station, ParameterMessage::ValueChanged, longText, 0, 0, 0.5F, 0);
     PluginMessage plugin(&station, PluginMessage::ProgramChanged, 3);
     plugin.text = longText;
@@ -47,9 +47,10 @@ TEST(Message, MakingAndTransmittingAllocatesNothing) {
     for (Message* message : std::initializer_list<Message*>{&parameter, &plugin, &resource, &window,
                                                             &midi, &control, &timer, &system})
         ok = station.transmit(*message).isOk() && ok;
-    EXPECT_EQ(allocationCount(), before);
+    EXPECT_EQ(test::allocationsOfThisThread(), before);
     EXPECT_TRUE(ok);
-    EXPECT_NE((std::string(100, 'y'), allocationCount()), before);  // the count counts
+    EXPECT_NE((std::string(100, 'y'), test::allocationsOfThisThread()),
+              before);  // the count counts
 }
 
 // Fault: a queued message that reads a text or a type of a stack that is gone.
