@@ -120,6 +120,8 @@ void Logger::write(const char* format, std::va_list arguments) {
     char* line = buffer_.data();
     const std::size_t prefix =
         printPrefix(line, PrefixSize, platform::highResolutionSeconds() - startTime_);
+    // Both callers have started the list.
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
     const int printed = std::vsnprintf(line + prefix, TextSize, format, arguments);
     if (printed < 0)
         return;

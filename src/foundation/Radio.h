@@ -10,7 +10,8 @@
 // listener, always; where another thread made or broke the same tie while this one waited, the
 // later of the two changes nothing. One thing is left to the caller: an object that is used must
 // live, so nobody may hand a radio to `tuneIn`, or transmit from it, while another thread destroys
-// it, and no radio is destroyed by one of its own listeners inside `receive`.
+// it, and no radio is destroyed by one of its own listeners inside `receive`,
+// nor a listener by one delivery while another, which waits for that one, is inside it.
 #pragma once
 
 #include "foundation/Allocator.h"
