@@ -44,6 +44,7 @@ struct ConnectionRing {
     std::uint32_t get(float* samples, std::uint32_t frames, std::uint32_t& position) noexcept;
 
 private:
+    // Out of line, so that the common way saves fewer registers.
     void putAcrossTheEnd(const float* samples, std::uint32_t frames,
                          std::uint32_t newHead) noexcept;
 };
@@ -105,12 +106,10 @@ inline void ConnectionRing::put(const float* samples, std::uint32_t frames) noex
     const std::uint32_t head =
         std::atomic_ref(writeIndex).load(std::memory_order_relaxed) & ConnectionRingMask;
     const std::uint32_t newHead = (head + frames) & ConnectionRingMask;
-    if (frames <= ConnectionRingSamples - head) [[likely]] {
-        if (frames > 0)
-            std::memcpy(ring + head, samples, frames * sizeof(float));
-    } else {
+    if (frames > ConnectionRingSamples - head) [[unlikely]]
         putAcrossTheEnd(samples, frames, newHead);
-    }
+    else if (frames > 0)
+        std::memcpy(ring + head, samples, frames * sizeof(float));
 
     std::uint32_t unread = std::atomic_ref(count).load(std::memory_order_relaxed) + frames;
     if (unread > ConnectionRingSamples) {
@@ -119,17 +118,6 @@ inline void ConnectionRing::put(const float* samples, std::uint32_t frames) noex
     }
     std::atomic_ref(count).store(unread, std::memory_order_release);
     std::atomic_ref(writeIndex).store(newHead, std::memory_order_release);
-}
-
-// Of more than a ring only the last ring's worth would survive.
-inline void ConnectionRing::putAcrossTheEnd(const float* samples, std::uint32_t frames,
-                                            std::uint32_t newHead) noexcept {
-    const std::uint32_t kept = std::min(frames, ConnectionRingSamples);
-    const float* source = samples + (frames - kept);
-    const std::uint32_t start = (newHead - kept) & ConnectionRingMask;
-    const std::uint32_t first = std::min(kept, ConnectionRingSamples - start);
-    std::memcpy(ring + start, source, first * sizeof(float));
-    std::memcpy(ring, source + first, (kept - first) * sizeof(float));
 }
 
 inline std::uint32_t ConnectionRing::get(float* samples, std::uint32_t frames,

@@ -185,10 +185,12 @@ template <typename Sample>
 std::uint32_t IOBridge<Sample>::write(const Sample* samples, std::uint32_t frames) noexcept {
     if (block_ == nullptr)
         return 0;
-    storeStamp(*block_, platform::calendarSeconds());
-    const std::uint32_t given = samples != nullptr ? frames : 0;
-    block_->audio.put(samples, given);
-    return given;
+    if (samples == nullptr)
+        frames = 0;
+    ConnectionBlock& block = *block_;
+    storeStamp(block, platform::calendarSeconds());
+    block.audio.put(samples, frames);
+    return frames;
 }
 
 template <typename Sample>
