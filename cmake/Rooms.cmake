@@ -19,14 +19,19 @@ function(tarn_room name)
     target_link_libraries(${name} ${scope} ${ROOM_NEEDS})
 endfunction()
 
-# The tests of a room: all *Test.cpp of the folder in one executable; every case runs in a process of its own.
+# The tests of a room: all *.cpp of the folder, and of its subfolder for the system, linux or windows, in one executable;
+# every case runs in a process of its own.
 #   tarn_tests(link NEEDS link LOCKS connections)
 # LOCKS names what the cases share with the whole machine (connection slots, the registry): such cases never run at
 # the same time. PROGRAMS names targets that the cases start; test code finds each one's path in a macro named after it,
 # as in PROGRAM_host.
 function(tarn_tests name)
     cmake_parse_arguments(TESTS "" "TIMEOUT" "NEEDS;LOCKS;PROGRAMS" ${ARGN})
-    file(GLOB sources CONFIGURE_DEPENDS *.cpp)
+    set(system linux)
+    if(WIN32)
+        set(system windows)
+    endif()
+    file(GLOB sources CONFIGURE_DEPENDS *.cpp ${system}/*.cpp)
     if(NOT sources)
         return()
     endif()

@@ -177,9 +177,10 @@ void File::makeUnique(std::string_view marker) {
     const std::string extension = getExtension();
     const std::size_t cut = std::min(stem.find(marker), stem.size());
     const std::string front = stem.substr(0, cut);
-    const std::string back = stem.substr(std::min(cut + marker.size(), stem.size()));
+    const std::string back =
+        stem.substr(std::min(cut + marker.size(), stem.size())).append(".").append(extension);
     for (int i = 1; i == 1 || exists(); ++i)
-        setName(front + std::to_string(i) + back + "." + extension);
+        setName(std::string(front).append(std::to_string(i)).append(back));
 }
 
 bool File::create() {

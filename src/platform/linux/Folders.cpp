@@ -19,7 +19,7 @@ std::string documentsFolder() {
     for (std::string line; std::getline(file, line);) {
         if (!line.starts_with(Key))
             continue;
-        const std::string value = line.substr(Key.size(), line.find('"', Key.size()) - Key.size());
+        std::string value = line.substr(Key.size(), line.find('"', Key.size()) - Key.size());
         if (value.starts_with(Home) && value.size() > Home.size())
             return home + "/" + value.substr(Home.size());
         if (value.starts_with("/"))

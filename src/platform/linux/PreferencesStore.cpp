@@ -38,9 +38,9 @@ std::string decoded(std::string_view text) {
     std::string name;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const bool isEscape = text[i] == '%' && i + 2 < text.size();
-        const std::size_t high = isEscape ? HexDigits.find(text[i + 1]) : HexDigits.npos;
-        const std::size_t low = isEscape ? HexDigits.find(text[i + 2]) : HexDigits.npos;
-        if (high == HexDigits.npos || low == HexDigits.npos) {
+        const std::size_t high = isEscape ? HexDigits.find(text[i + 1]) : std::string_view::npos;
+        const std::size_t low = isEscape ? HexDigits.find(text[i + 2]) : std::string_view::npos;
+        if (high == std::string_view::npos || low == std::string_view::npos) {
             name.push_back(text[i]);
             continue;
         }

@@ -51,7 +51,8 @@ std::wstring filter(const FileRequest& request) {
 // What the dialog appends to a name that was typed without one: "xml" out of "*.xml;*.txt;".
 std::wstring defaultExtension(const FileRequest& request) {
     const std::string first = request.wildcards.substr(0, request.wildcards.find(';'));
-    const bool usable = first.starts_with("*.") && first.find_first_of("*?", 2) == first.npos;
+    const bool usable =
+        first.starts_with("*.") && first.find_first_of("*?", 2) == std::string::npos;
     return usable ? wide(first.substr(2)) : std::wstring();
 }
 

@@ -1,0 +1,149 @@
+#include "foundation/Message.h"
+
+namespace tarn {
+
+namespace {
+
+// The most derived type's copy, whose texts are its own.
+template <typename Family>
+std::unique_ptr<Message> copyOf(const Family& message) {
+    return std::make_unique<Family>(message);
+}
+
+std::int32_t buttonOf(std::int32_t code) noexcept {
+    switch (code) {
+        case WindowMessage::LeftDown:
+        case WindowMessage::LeftDouble:
+        case WindowMessage::LeftUp:
+            return WindowMessage::LeftButton;
+        case WindowMessage::RightDown:
+        case WindowMessage::RightDouble:
+        case WindowMessage::RightUp:
+            return WindowMessage::RightButton;
+        default:
+            return WindowMessage::NoButton;
+    }
+}
+
+// Both in the payload where they fit.
+std::uint64_t pointerPayload(const void* data, std::int32_t companion) noexcept {
+    std::uint64_t payload = toPayload(data);
+    if constexpr (sizeof data == sizeof companion)
+        payload |= std::uint64_t{static_cast<std::uint32_t>(companion)} << 32;
+    return payload;
+}
+
+}  // namespace
+
+MessageText& MessageText::operator=(const MessageText& other) {
+    if (this != &other) {
+        owned_ = other.view_;
+        view_ = owned_;
+    }
+    return *this;
+}
+
+MessageText& MessageText::operator=(std::string_view text) noexcept {
+    view_ = text;
+    return *this;
+}
+
+ControlMessage::ControlMessage(Radio* from, std::int32_t what) noexcept
+    : ControlMessage(from, what, {}, 0) {}
+
+ControlMessage::ControlMessage(Radio* from, std::int32_t what, Point where,
+                               std::uint64_t value) noexcept
+    : Message(from, MessageType::Control, what, value), position(where) {}
+
+std::unique_ptr<Message> ControlMessage::clone() const {
+    return copyOf(*this);
+}
+
+MidiMessage::MidiMessage(Radio* from, std::int32_t what, const void* data,
+                         std::int32_t second) noexcept
+    : Message(from, MessageType::Midi, what, pointerPayload(data, second)), companion(second) {
+    if (what == Event && data != nullptr)
+        std::memcpy(&event, data, sizeof event);
+}
+
+std::unique_ptr<Message> MidiMessage::clone() const {
+    return copyOf(*this);
+}
+
+const void* MidiMessage::data() const noexcept {
+    return fromPayload<const void*>(payload);
+}
+
+ParameterMessage::ParameterMessage(Radio* from, std::int32_t what, const MessageText& name,
+                                   std::int32_t number, std::uint64_t plain, float normalised,
+                                   std::int32_t source) noexcept
+    : Message(from, MessageType::Parameter, what, plain),
+      parameterName(name.view()),
+      value(normalised),
+      cloneNumber(number),
+      mode(source) {}
+
+std::unique_ptr<Message> ParameterMessage::clone() const {
+    return copyOf(*this);
+}
+
+PluginMessage::PluginMessage(Radio* from, std::int32_t what, std::uint64_t value) noexcept
+    : Message(from, MessageType::Plugin, what, value) {}
+
+std::unique_ptr<Message> PluginMessage::clone() const {
+    return copyOf(*this);
+}
+
+ResourceMessage::ResourceMessage(Radio* from, std::int32_t what, const MessageText& name,
+                                 std::uint64_t value) noexcept
+    : Message(from, MessageType::Resource, what, value), resourceName(name.view()) {}
+
+std::unique_ptr<Message> ResourceMessage::clone() const {
+    return copyOf(*this);
+}
+
+WindowMessage::WindowMessage(Radio* from, std::int32_t what, void* window) noexcept
+    : WindowMessage(from, what, window, WindowPosition{}, 0) {}
+
+WindowMessage::WindowMessage(Radio* from, std::int32_t what, void* window,
+                             const WindowPosition& where, std::uint64_t value) noexcept
+    : Message(from, MessageType::Window, what, value),
+      target(window),
+      position(where.point),
+      keyCode(where.keyCode),
+      button(buttonOf(what)) {}
+
+WindowMessage::WindowMessage(Radio* from, std::int32_t what, Point point,
+                             const DroppedText& dropped) noexcept
+    : Message(from, MessageType::Window, what, 0),
+      target(nullptr),
+      position(point),
+      text(dropped.text),
+      regionStart(dropped.regionStart),
+      regionEnd(dropped.regionEnd),
+      button(buttonOf(what)) {}
+
+WindowMessage::WindowMessage(Radio* from, std::int32_t what, void* window, Point point,
+                             std::uint64_t value) noexcept
+    : WindowMessage(from, what, window, WindowPosition{point}, value) {}
+
+std::unique_ptr<Message> WindowMessage::clone() const {
+    return copyOf(*this);
+}
+
+TimerMessage::TimerMessage(Radio* from, std::int32_t what, std::uint32_t id,
+                           std::uint64_t value) noexcept
+    : Message(from, MessageType::Timer, what, value), timerId(id) {}
+
+std::unique_ptr<Message> TimerMessage::clone() const {
+    return copyOf(*this);
+}
+
+SystemMessage::SystemMessage(Radio* from, std::int32_t what, std::uint64_t value) noexcept
+    : Message(from, MessageType::System, what, value) {}
+
+std::unique_ptr<Message> SystemMessage::clone() const {
+    return copyOf(*this);
+}
+
+}  // namespace tarn

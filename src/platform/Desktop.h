@@ -1,0 +1,23 @@
+// What the user points with and types on, and the browser. Interface thread.
+#pragma once
+
+#include <string>
+
+namespace tarn::platform {
+
+enum class CursorShape { Arrow, Move, LeftRight, UpDown, Hand, Wait };
+
+/// Shows one of the system's cursors, until the pointer moves into another window. Linux: nothing
+/// yet.
+void setCursor(CursorShape shape);
+
+/// Whether a key is held down, by its Windows virtual-key code: 0x10 shift, 0x11 control, 0x12 alt.
+/// Linux: false.
+bool isKeyDown(int virtualKey);
+
+/// Hands an address to the program that the user has chosen for its kind; false if that can't be
+/// started. The system starts whatever program an address names: the caller makes sure that it is
+/// one of the web.
+bool openAddress(const std::string& address);
+
+}  // namespace tarn::platform

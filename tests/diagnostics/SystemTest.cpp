@@ -1,0 +1,208 @@
+#include "diagnostics/CPUAssembly.h"
+#include "diagnostics/System.h"
+#include "foundation/File.h"
+#include "foundation/Preferences.h"
+#include "foundation/ProductIdentity.h"
+#include "platform/Dialogs.h"
+#include "platform/Folders.h"
+#include "support/ScratchStore.h"
+
+#include <gmock/gmock.h>
+#include <xmmintrin.h>
+
+#include <cstring>
+#include <limits>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarn {
+namespace {
+
+using platform::KnownFolder;
+using platform::MessageAnswer;
+using platform::MessageKind;
+using platform::MessageRequest;
+using test::ScratchStore;
+
+class Product : public ProductIdentity {
+public:
+    std::string getVendorName() const override { return "Quorl"; }
+    std::string getProductName() const override { return "Brimtide"; }
+    std::string getVersionText() const override { return {}; }
+    std::string getFileFormatText() const override { return {}; }
+    std::string getLogFolder() const override { return {}; }
+    std::string getBanner() const override { return {}; }
+};
+
+// The product with its machine-wide store.
+class SystemTest : public testing::Test {
+protected:
+    SystemTest()
+        : machine_(store_.open(platform::PreferencesRoot::LocalMachine,
+                               Preferences::Read | Preferences::Write)) {
+        ProductIdentity::set(&product_);
+        Preferences::setStores(&machine_, nullptr);
+    }
+    ~SystemTest() override {
+        Preferences::setStores(nullptr, nullptr);
+        ProductIdentity::set(nullptr);
+    }
+
+    ScratchStore store_;
+    Preferences machine_;
+    Product product_;
+};
+
+std::string below(KnownFolder folder) {
+    return Folder(platform::knownFolderPath(folder)).join("Quorl/Brimtide").getPath();
+}
+
+TEST_F(SystemTest, FindsTheProductsFolders) {
+    using namespace System;
+    EXPECT_EQ(getFolderLocation(CommonData).getPath(), below(KnownFolder::CommonApplicationData));
+    EXPECT_EQ(getFolderLocation(UserData).getPath(), below(KnownFolder::Documents));
+    EXPECT_EQ(getFolderLocation(Install).getPath(), below(KnownFolder::ProgramFiles));
+
+    const Folder install(store_.folder().path("Plug-ins Ω"));
+    machine_.setString("InstallPath", install.getPath());
+    EXPECT_EQ(getFolderLocation(Install).getPath(), install.getPath());
+    EXPECT_EQ(getFolderLocation(Resources).getPath(), install.join("Brimtide Resources").getPath());
+    machine_.setString("ResourcesDir", "Skins\\Dark");
+    EXPECT_EQ(getFolderLocation(Resources).getPath(), install.join("Skins/Dark").getPath());
+    Preferences::setStores(nullptr, nullptr);
+    EXPECT_EQ(getFolderLocation(Install).getPath(), below(KnownFolder::ProgramFiles));
+}
+
+TEST_F(SystemTest, MessagesBearTheProductsNameAndGiveTheUsersAnswer) {
+    std::optional<MessageRequest> asked;
+    MessageAnswer answer = MessageAnswer::Ok;
+    platform::setDialogAnswers({[&](const MessageRequest& request) {
+                                    asked = request;
+                                    return answer;
+                                },
+                                {}});
+    const struct {
+        int (*show)(const std::string&, bool);
+        MessageKind kind;
+        MessageAnswer answer;
+        int result;
+    } questions[] = {{System::confirm, MessageKind::Confirm, MessageAnswer::Ok, 0},
+                     {System::confirm, MessageKind::Confirm, MessageAnswer::Cancel, 1},
+                     {System::ask, MessageKind::Ask, MessageAnswer::Yes, 0},
+                     {System::ask, MessageKind::Ask, MessageAnswer::No, 1},
+                     {System::ask, MessageKind::Ask, MessageAnswer::Cancel, 2}};
+    for (const auto& question : questions) {
+        answer = question.answer;
+        EXPECT_EQ(question.show("Größe?", true), question.result);
+        EXPECT_EQ(asked->kind, question.kind);
+        EXPECT_EQ(asked->text, "Größe?");
+        EXPECT_EQ(asked->title, "Brimtide");
+        EXPECT_TRUE(asked->parented);
+    }
+    System::inform("news", false);
+    EXPECT_EQ(asked->kind, MessageKind::Inform);
+    EXPECT_FALSE(asked->parented);
+    System::fatal("No skin.", false);
+    EXPECT_EQ(asked->kind, MessageKind::Alert);
+    EXPECT_EQ(asked->text, "No skin.\n\nBrimtide will exit.");
+    platform::setDialogAnswers({});
+}
+
+// The fault it would catch: a fading tail of denormals that costs a hundred times the processor.
+TEST(System, FlushesDenormalsOfTheCallingThread) {
+    const unsigned before = _mm_getcsr();
+    EXPECT_TRUE(System::init());
+    EXPECT_EQ(_mm_getcsr() & 0x8040u, 0x8040u);
+    EXPECT_EQ(_mm_getcsr() & 0x1F80u, 0x1F80u);  // no exceptions
+    volatile float smallest = std::numeric_limits<float>::min();
+    volatile float half = smallest * 0.5f;
+    EXPECT_EQ(half, 0.0f);
+    _mm_setcsr(before);
+}
+
+TEST(System, TimeIsTheReplaceableClocks) {
+    platform::setHighResolutionClock([]() noexcept { return 1234.5; });
+    EXPECT_EQ(System::getTime(), 1234.5);
+    platform::setHighResolutionClock(nullptr);
+    const double first = System::getTime();
+    EXPECT_NE(first, 1234.5);
+    EXPECT_GE(System::getTime(), first);
+}
+
+TEST(System, CursorsOfUnknownKindsAreArrows) {
+    using enum platform::CursorShape;
+    const platform::CursorShape shapes[] = {Arrow,  Move,   LeftRight, UpDown, LeftRight, LeftRight,
+                                            UpDown, UpDown, Arrow,     Hand,   Wait,      Arrow};
+    for (int kind = 0; kind < 12; ++kind)
+        EXPECT_EQ(System::getCursorShape(kind), shapes[kind]) << kind;
+    EXPECT_EQ(System::getCursorShape(-1), Arrow);
+}
+
+TEST(CPUAssembly, NamesProcessorsOldAndNew) {
+    const struct {
+        const char* vendor;
+        std::uint32_t signature;
+        const char* model;
+    } cases[] = {
+        {"GenuineIntel", 0x543, "INTEL Pentium MMX"},
+        {"GenuineIntel", 0xF29, "INTEL Pentium IV (0.13)"},
+        {"GenuineIntel", 0x906EA, "INTEL Core (Kaby/Coffee Lake)"},
+        {"GenuineIntel", 0xB0671, "INTEL Core (Raptor Lake)"},
+        {"AuthenticAMD", 0x58C, "AMD K6-2"},
+        {"AuthenticAMD", 0x20FF2, "AMD Athlon 64"},
+        {"AuthenticAMD", 0x800F82, "AMD Ryzen (Zen+)"},
+        {"AuthenticAMD", 0xA20F12, "AMD Ryzen (Zen 3)"},
+        {"CyrixInstead", 0x520, "CYRIX 6x86"},
+        {"CentaurHauls", 0x693, "VIA C3"},
+        {"GenuineIntel", 0xFF6F0, "unknown"},
+        {"SomeoneElse!", 0x543, "unknown"},
+    };
+    for (const auto& c : cases) {
+        CPUIDLeaves leaves;
+        std::memcpy(&leaves.vendor.ebx, c.vendor, 4);
+        std::memcpy(&leaves.vendor.edx, c.vendor + 4, 4);
+        std::memcpy(&leaves.vendor.ecx, c.vendor + 8, 4);
+        leaves.signature.eax = c.signature;
+        CPUAssembly processor;
+        processor.identify(leaves);
+        EXPECT_STREQ(processor.getVendor(), c.vendor);
+        EXPECT_STREQ(processor.getModel(), c.model) << std::hex << c.signature;
+    }
+}
+
+TEST(CPUAssembly, TakesFieldsAndFeaturesFromTheirBits) {
+    CPUIDLeaves leaves;
+    leaves.signature.eax = 0x0A5B2FF7;
+    leaves.signature.edx = 1u << 23 | 1u << 26;
+    leaves.extendedFeatures.edx = 1u << 31;
+    CPUAssembly processor;
+    processor.identify(leaves);
+    EXPECT_EQ(processor.getFamily(), 15);
+    EXPECT_EQ(processor.getExtendedFamily(), 0xA50);
+    EXPECT_EQ(processor.getModelNumber(), 15);
+    EXPECT_EQ(processor.getExtendedModel(), 0xB);
+    EXPECT_EQ(processor.getStepping(), 7);
+    EXPECT_EQ(processor.getFeatures(), 0b1011u);
+    leaves.signature = {0x0A5B26E7, 0, 0, 1u << 25};
+    leaves.extendedFeatures = {};
+    processor.identify(leaves);
+    EXPECT_EQ(processor.getExtendedFamily() | processor.getExtendedModel(), 0);
+    EXPECT_TRUE(processor.hasSSE());
+    EXPECT_FALSE(processor.hasMMX() || processor.has3DNow() || processor.hasSSE2());
+}
+
+TEST(CPUAssembly, KnowsTheProcessorThatRunsThis) {
+    CPUAssembly processor;
+    processor.identify();
+    EXPECT_TRUE(processor.hasMMX() && processor.hasSSE() && processor.hasSSE2());
+    EXPECT_GT(std::stoul(processor.getSpeedMHz()), 200u);
+    EXPECT_LT(std::stoul(processor.getSpeedMHz()), 20'000u);
+    EXPECT_THAT(System::getProcessorDescription(),
+                testing::AllOf(testing::StartsWith(processor.getModel()), testing::HasSubstr(" @ "),
+                               testing::EndsWith("MHz")));
+    EXPECT_GE(System::getProcessorCount(), 1);
+}
+
+}  // namespace
+}  // namespace tarn

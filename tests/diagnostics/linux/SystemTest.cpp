@@ -1,0 +1,54 @@
+#include "diagnostics/System.h"
+#include "platform/Folders.h"
+#include "support/ScratchFolder.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace tarn {
+namespace {
+
+using platform::KnownFolder;
+using platform::knownFolderPath;
+using test::ScratchFolder;
+
+TEST(LinuxSystem, FoldersAreThoseOfTheDesktop) {
+    const ScratchFolder home;
+    ::setenv("HOME", home.path().c_str(), 1);
+    ::setenv("XDG_STATE_HOME", "relative/is/ignored", 1);
+    ::unsetenv("XDG_CONFIG_HOME");
+    ::setenv("XDG_DATA_DIRS", "relative::/data/first/:/data/second", 1);
+    EXPECT_EQ(knownFolderPath(KnownFolder::Documents), home.path("Documents"));
+    EXPECT_EQ(knownFolderPath(KnownFolder::CommonApplicationData), "/data/first");
+    EXPECT_EQ(knownFolderPath(KnownFolder::LocalApplicationData), home.path(".local/state"));
+    EXPECT_EQ(home.entries(), 0);
+    knownFolderPath(KnownFolder::LocalApplicationData, true);
+    EXPECT_TRUE(std::filesystem::is_directory(home.path(".local/state")));
+
+    std::filesystem::create_directory(home.path(".config"));
+    home.write(".config/user-dirs.dirs",
+               "# xdg\nXDG_DESKTOP_DIR=\"$HOME/x\"\nXDG_DOCUMENTS_DIR=\"$HOME/Документы\"\n");
+    EXPECT_EQ(knownFolderPath(KnownFolder::Documents), home.path("Документы"));
+    home.write(".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"");
+    EXPECT_EQ(knownFolderPath(KnownFolder::Documents), home.path("Documents"));
+}
+
+// The fault it would catch: a skin's address starts a program, or is read by a shell.
+TEST(LinuxSystem, HandsOnlyWebAndMailAddressesToTheBrowser) {
+    const ScratchFolder scratch;
+    const std::string pipe = scratch.path("opened");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    scratch.write("xdg-open", "#!/bin/sh\nprintf '%s|%s' \"$1\" \"$2\" >'" + pipe + "'\n");
+    ASSERT_EQ(::chmod(scratch.path("xdg-open").c_str(), 0700), 0);
+    ::setenv("PATH", (scratch.path() + ":" + std::getenv("PATH")).c_str(), 1);
+    for (const char* refused : {"file:///bin/sh", "/bin/sh", "http", "javascript:x", "", "--help"})
+        System::openURL(refused);
+    System::openURL("HTTPS://example.com/?a=$(id)&b='\"; c");
+    EXPECT_EQ(scratch.read("opened"), "HTTPS://example.com/?a=$(id)&b='\"; c|");
+}
+
+}  // namespace
+}  // namespace tarn

@@ -1,0 +1,82 @@
+// A log of its own for a test: a product of that test's name, in a folder that goes afterwards.
+#pragma once
+
+#include "foundation/Logger.h"
+#include "foundation/ProductIdentity.h"
+#include "platform/Folders.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <regex>
+#include <string>
+#include <vector>
+
+namespace tarn {
+
+class LogFolder : public ProductIdentity {
+public:
+    LogFolder() { ProductIdentity::set(this); }
+    ~LogFolder() override {
+        close();
+        ProductIdentity::set(nullptr);
+        std::error_code ignored;
+        std::filesystem::remove_all(path().parent_path(), ignored);
+    }
+    LogFolder(const LogFolder&) = delete;
+    LogFolder& operator=(const LogFolder&) = delete;
+
+    /// Opens the log and makes it that of the process.
+    Logger& open(std::int32_t threshold) {
+        logger_.emplace(threshold);
+        Logger::set(&*logger_);
+        return *logger_;
+    }
+    void close() {
+        Logger::set(nullptr);
+        logger_.reset();
+    }
+
+    /// The file's lines as they are now, with their times; the opening line is the first.
+    std::vector<std::string> rawLines() const {
+        std::ifstream file(path());
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(file, line);)
+            lines.push_back(line);
+        return lines;
+    }
+
+    /// Without their times and the opening line.
+    std::vector<std::string> lines() const {
+        std::vector<std::string> texts;
+        for (const std::string& line : rawLines())
+            texts.push_back(line.substr(line.find('|') + 1));
+        if (!texts.empty())
+            texts.erase(texts.begin());
+        return texts;
+    }
+
+    std::filesystem::path path() const {
+        const std::string local =
+            platform::knownFolderPath(platform::KnownFolder::LocalApplicationData);
+        return std::filesystem::u8path(local) / std::filesystem::u8path(getLogFolder()) /
+               std::filesystem::u8path(getProductName() + ".log");
+    }
+
+    std::string getVendorName() const override { return "Maker"; }
+    std::string getProductName() const override { return "Wellengang \u00e4"; }
+    std::string getVersionText() const override { return "1.2.0"; }
+    std::string getFileFormatText() const override { return "1.2"; }
+    std::string getLogFolder() const override {
+        const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
+        return std::string("tarn-test-") + test->test_suite_name() + "-" + test->name();
+    }
+    std::string getBanner() const override { return "Wellengang 1.2.0 for the test"; }
+
+private:
+    std::optional<Logger> logger_;
+};
+
+}  // namespace tarn
