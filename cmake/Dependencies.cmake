@@ -13,16 +13,21 @@ if(NOT EXISTS ${brimtide_prefix}/.complete)
     message(FATAL_ERROR "The dependencies of '${BRIMTIDE_TARGET}' are not built: run scripts/setup ${BRIMTIDE_TARGET}.")
 endif()
 
+file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/headers)
 set(CMAKE_PREFIX_PATH ${brimtide_prefix})
 find_package(Threads REQUIRED)
 find_package(GTest CONFIG REQUIRED)
 find_package(SndFile CONFIG REQUIRED)
 find_package(benchmark CONFIG)
 
-# Boost and CLI11, header-only; TinyXML; the streams of Crypto++.
+# Header-only libraries of the machine, without the rest of its include folder, which isn't for cross builds.
 add_library(headers INTERFACE)
-target_include_directories(headers SYSTEM INTERFACE ${brimtide_prefix}/include)
+foreach(library boost CLI nlohmann)
+    file(CREATE_LINK /usr/include/${library} ${CMAKE_BINARY_DIR}/headers/${library} SYMBOLIC)
+endforeach()
+target_include_directories(headers SYSTEM INTERFACE ${CMAKE_BINARY_DIR}/headers)
 
+# TinyXML, and the streams of Crypto++.
 add_library(tinyxml STATIC IMPORTED)
 set_target_properties(tinyxml PROPERTIES
     IMPORTED_LOCATION ${brimtide_prefix}/lib/libtinyxml.a

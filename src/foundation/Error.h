@@ -12,8 +12,8 @@ namespace tarn {
 /// apart.
 class Error : public std::exception {
 public:
-    /// `context` is where it happened, usually the function's signature; `text` is for the user.
-    Error(std::string_view context, std::string_view text);
+    /// `where` is where it happened, usually the function's signature; `text` is for the user.
+    Error(std::string_view where, std::string_view text);
 
     /// The text; never null.
     const char* what() const noexcept override { return text_.c_str(); }
@@ -24,7 +24,7 @@ public:
     std::string code;  // short; empty where a class has none of its own
 
 protected:
-    Error(std::string_view context, std::string_view text, std::string_view code);
+    Error(std::string_view where, std::string_view text, std::string_view shortCode);
 
 private:
     std::string text_;
@@ -38,38 +38,38 @@ public:
 
 class GeneralError : public Error {
 public:
-    GeneralError(std::string_view context, std::string_view text);
+    GeneralError(std::string_view where, std::string_view text);
 };
 
 class ErrorImportFailed : public Error {
 public:
     /// A file, by its path.
-    ErrorImportFailed(std::string_view context, std::string_view path);
+    ErrorImportFailed(std::string_view where, std::string_view path);
 
     /// A sample in a stream, which has no path.
-    explicit ErrorImportFailed(std::string_view context);
+    explicit ErrorImportFailed(std::string_view where);
 };
 
 class ErrorNoSuchControlType : public Error {
 public:
-    ErrorNoSuchControlType(std::string_view context, std::string_view className,
+    ErrorNoSuchControlType(std::string_view where, std::string_view className,
                            std::string_view parameterName);
 };
 
 class ErrorNoSuchParameterType : public Error {
 public:
-    ErrorNoSuchParameterType(std::string_view context, std::string_view className,
+    ErrorNoSuchParameterType(std::string_view where, std::string_view className,
                              std::string_view typeName);
 };
 
 class ErrorPrefsKeyNotFound : public Error {
 public:
-    ErrorPrefsKeyNotFound(std::string_view context, std::string_view key);
+    ErrorPrefsKeyNotFound(std::string_view where, std::string_view key);
 };
 
 class ErrorPrefsKeyNotSaved : public Error {
 public:
-    ErrorPrefsKeyNotSaved(std::string_view context, std::string_view key);
+    ErrorPrefsKeyNotSaved(std::string_view where, std::string_view key);
 };
 
 /// A failure of the framework itself; it has no code.

@@ -28,9 +28,14 @@ public:
     MessageText(const std::string& text) noexcept : view_(text) {}  // NOLINT
     MessageText(std::string&&) = delete;
     MessageText(const MessageText& other) : owned_(other.view_), view_(owned_) {}
-    MessageText& operator=(const MessageText& other);
+
     MessageText& operator=(std::string_view text) noexcept;
+    MessageText& operator=(const char* text) noexcept { return *this = std::string_view(text); }
+    MessageText& operator=(const std::string& text) noexcept {
+        return *this = std::string_view(text);
+    }
     MessageText& operator=(std::string&&) = delete;
+    MessageText& operator=(const MessageText& other);
     ~MessageText() = default;
 
     std::string_view view() const noexcept { return view_; }
@@ -111,9 +116,8 @@ public:
         MenuChoice = 13,  // payload: the chosen item's identifier
     };
 
-    ControlMessage(Radio* sender, std::int32_t code) noexcept;
-    ControlMessage(Radio* sender, std::int32_t code, Point position,
-                   std::uint64_t payload) noexcept;
+    ControlMessage(Radio* from, std::int32_t what) noexcept;
+    ControlMessage(Radio* from, std::int32_t what, Point where, std::uint64_t value) noexcept;
     std::unique_ptr<Message> clone() const override;
 
     Point position;
@@ -137,8 +141,7 @@ public:
     };
 
     /// `data` must point to a MidiEvent when `code` is Event, or be null.
-    MidiMessage(Radio* sender, std::int32_t code, const void* data,
-                std::int32_t companion) noexcept;
+    MidiMessage(Radio* from, std::int32_t what, const void* data, std::int32_t second) noexcept;
     std::unique_ptr<Message> clone() const override;
 
     /// What the transmitter pointed to, such as a note. Gone when `transmit` returns, also for
@@ -160,9 +163,8 @@ public:
 
     /// `payload` carries the bytes of the plain value; a text's is a pointer that copies must not
     /// follow.
-    ParameterMessage(Radio* sender, std::int32_t code, const MessageText& parameterName,
-                     std::int32_t clone, std::uint64_t payload, float value,
-                     std::int32_t mode) noexcept;
+    ParameterMessage(Radio* from, std::int32_t what, const MessageText& name, std::int32_t number,
+                     std::uint64_t plain, float normalised, std::int32_t source) noexcept;
     std::unique_ptr<Message> clone() const override;
 
     MessageText parameterName;
@@ -181,7 +183,7 @@ public:
         EffectChanged = 4,
     };
 
-    PluginMessage(Radio* sender, std::int32_t code, std::uint64_t payload) noexcept;
+    PluginMessage(Radio* from, std::int32_t what, std::uint64_t value) noexcept;
     std::unique_ptr<Message> clone() const override;
 
     MessageText text;
@@ -191,8 +193,8 @@ class ResourceMessage : public Message {
 public:
     enum Code : std::int32_t { ResourceLoaded = 0, SetLoaded = 1 };
 
-    ResourceMessage(Radio* sender, std::int32_t code, const MessageText& resourceName,
-                    std::uint64_t payload) noexcept;
+    ResourceMessage(Radio* from, std::int32_t what, const MessageText& name,
+                    std::uint64_t value) noexcept;
     std::unique_ptr<Message> clone() const override;
 
     MessageText resourceName;
@@ -245,13 +247,12 @@ public:
     };
     enum Button : std::int32_t { NoButton = 0, LeftButton = 1, RightButton = 4 };
 
-    WindowMessage(Radio* sender, std::int32_t code, void* target) noexcept;
-    WindowMessage(Radio* sender, std::int32_t code, void* target, const WindowPosition& position,
-                  std::uint64_t payload) noexcept;
-    WindowMessage(Radio* sender, std::int32_t code, Point point,
-                  const DroppedText& dropped) noexcept;
-    WindowMessage(Radio* sender, std::int32_t code, void* target, Point point,
-                  std::uint64_t payload) noexcept;
+    WindowMessage(Radio* from, std::int32_t what, void* window) noexcept;
+    WindowMessage(Radio* from, std::int32_t what, void* window, const WindowPosition& where,
+                  std::uint64_t value) noexcept;
+    WindowMessage(Radio* from, std::int32_t what, Point point, const DroppedText& dropped) noexcept;
+    WindowMessage(Radio* from, std::int32_t what, void* window, Point point,
+                  std::uint64_t value) noexcept;
     std::unique_ptr<Message> clone() const override;
 
     void* target;  // the window's handle object, or null
@@ -269,8 +270,7 @@ class TimerMessage : public Message {
 public:
     enum Code : std::int32_t { Tick = 4000 };
 
-    TimerMessage(Radio* sender, std::int32_t code, std::uint32_t timerId,
-                 std::uint64_t payload) noexcept;
+    TimerMessage(Radio* from, std::int32_t what, std::uint32_t id, std::uint64_t value) noexcept;
     std::unique_ptr<Message> clone() const override;
 
     std::uint32_t timerId;  // a four-character code
@@ -291,7 +291,7 @@ public:
         SampleRateChanged = 3006,  // payload: the rate
     };
 
-    SystemMessage(Radio* sender, std::int32_t code, std::uint64_t payload) noexcept;
+    SystemMessage(Radio* from, std::int32_t what, std::uint64_t value) noexcept;
     std::unique_ptr<Message> clone() const override;
 };
 

@@ -72,7 +72,7 @@ public:
 
     /// Tunes to all clones of a parameter. The name is kept, whether or not there is such a
     /// parameter now. An empty name does nothing.
-    virtual void tuneInByName(std::string name);
+    virtual void tuneInByName(const std::string& name);
     void tuneOutByName(const std::string& name);
 
     /// Listens to a station from now on: first as `tuneOut`, so that a second call replaces the
@@ -106,6 +106,10 @@ public:
         destroy(radio);
     }
     using Allocator::operator delete;
+
+protected:
+    /// Under which this radio delivers, for a class that readies what it transmits.
+    RadioLock& deliveryLock() const noexcept { return *lock_; }
 
 private:
     // A radio's lock outlives it for those who wait for it.

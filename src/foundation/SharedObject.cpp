@@ -10,7 +10,7 @@ SharedObject::SharedObject(const SharedObject& other) noexcept : counter_(other.
 }
 
 SharedObject& SharedObject::operator=(const SharedObject& other) noexcept {
-    if (counter_ == other.counter_)
+    if (this == &other || counter_ == other.counter_)
         return *this;
     leave();
     counter_ = other.counter_;

@@ -16,7 +16,7 @@
 
 namespace tarn {
 
-class LogFolder : public ProductIdentity {
+class LogFolder final : public ProductIdentity {
 public:
     LogFolder() { ProductIdentity::set(this); }
     ~LogFolder() override {

@@ -2,15 +2,14 @@
 #include "foundation/ParameterDirectory.h"
 #include "foundation/Radio.h"
 #include "foundation/SharedObject.h"
+#include "foundation/Signal.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <atomic>
-#include <barrier>
 #include <cstdlib>
 #include <functional>
-#include <latch>
 #include <map>
 #include <mutex>
 #include <random>
@@ -109,9 +108,9 @@ TEST(Radio, DeliversToAllInTheOrderOfTheirAddresses) {
 TEST(Radio, ListenersComeAndGoDuringADelivery) {
     Receiver station;
     Receiver elsewhere;
-    std::vector<std::unique_ptr<Receiver>> crowd;
-    for (int i = 0; i < 5; ++i)
-        crowd.push_back(std::make_unique<Receiver>());
+    std::vector<std::unique_ptr<Receiver>> crowd(5);
+    for (auto& receiver : crowd)
+        receiver = std::make_unique<Receiver>();
     std::sort(crowd.begin(), crowd.end());
     for (int i : {1, 2, 3})
         crowd[i]->tuneIn(&station);
@@ -183,10 +182,8 @@ TEST(Radio, ReportsTheTiesThatItsEndCuts) {
     say(survivor, 1);
     EXPECT_EQ(survivor.heard, 0);
     EXPECT_THAT(folder.lines(),
-                ElementsAre(MatchesRegex("Radio::0x[0-9a-f]+ : forced tuning out of listener "
-                                         "0x[0-9a-f]+"),
-                            MatchesRegex("Radio::0x[0-9a-f]+ : forced tuning out of station "
-                                         "0x[0-9a-f]+")));
+                ElementsAre(MatchesRegex("Radio::0x\\w+ : forced tuning out of listener 0x\\w+"),
+                            MatchesRegex("Radio::0x\\w+ : forced tuning out of station 0x\\w+")));
 }
 
 // Faults: memory that vector instructions can't use; a virtual base that breaks `delete`.
@@ -297,12 +294,12 @@ TEST(Radio, DeletionWaitsForADeliveryOnAnotherThread) {
     Receiver station;
     auto listener = std::make_unique<Receiver>();
     listener->tuneIn(&station);
-    std::latch delivering(1);
+    Signal delivering;
     std::atomic<bool> destroyed{false};
     std::thread owner;
     listener->answer = [&](Message&) {
         owner = std::thread([&] {
-            delivering.count_down();
+            delivering.raise();
             listener.reset();
             destroyed = true;
         });
@@ -323,7 +320,7 @@ TEST(Radio, DeliveriesThatCrossDontDeadlock) {
         Receiver stations[2];
         Receiver listeners[2];
         std::unique_ptr<Receiver> victims[2];
-        std::barrier inside(2);
+        Meeting inside;
         for (int i : {0, 1}) {
             victims[i] = std::make_unique<Receiver>();
             victims[i]->tuneIn(&stations[i]);
@@ -331,7 +328,7 @@ TEST(Radio, DeliveriesThatCrossDontDeadlock) {
             listeners[i].answer = [&, i](Message& message) {
                 if (message.code != 1)
                     return;
-                inside.arrive_and_wait();
+                inside.arrive(i);
                 listeners[i].tuneIn(&stations[1 - i]);
                 say(stations[1 - i], 2);
                 listeners[1 - i].tuneOut(&stations[i]);  // whether it is tuned in yet or not
@@ -358,12 +355,12 @@ TEST(Radio, BothEndsMayGoAtOnce) {
         auto b = std::make_unique<Receiver>();
         a->tuneIn(b.get());
         b->tuneIn(a.get());
-        std::barrier ready(2);
+        Meeting ready;
         std::thread other([&] {
-            ready.arrive_and_wait();
+            ready.arrive(1);
             a.reset();
         });
-        ready.arrive_and_wait();
+        ready.arrive(0);
         b.reset();
         other.join();
     }
@@ -375,7 +372,7 @@ TEST(Radio, BothEndsMayGoAtOnce) {
 TEST(Radio, WithstandsEightThreads) {
     constexpr int Threads = 8;
     constexpr std::size_t StationCount = 6;
-    const char* wanted = std::getenv("BRIMTIDE_STRESS");
+    const char* wanted = std::getenv("BRIMTIDE_STRESS");  // NOLINT(concurrency-mt-unsafe)
     const int rounds = wanted != nullptr ? std::atoi(wanted) : 500;
     Receiver stations[StationCount];
     Parameters parameters;

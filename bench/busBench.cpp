@@ -1,0 +1,100 @@
+// The bus and the log, each beside what it can't do without.
+#include "foundation/Logger.h"
+#include "foundation/Mutex.h"
+#include "foundation/ProductIdentity.h"
+#include "foundation/Radio.h"
+#include "platform/Folders.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace tarn {
+namespace {
+
+constexpr int Listeners = 16;
+
+class Hearer : public Radio {
+public:
+    Hearer() : Radio(nullptr) {}
+    bool receive(Message& message) override {
+        heard_ += message.payload;
+        return true;
+    }
+
+private:
+    std::uint64_t heard_ = 0;
+};
+
+std::vector<std::unique_ptr<Radio>> hearers() {
+    std::vector<std::unique_ptr<Radio>> all(Listeners);
+    for (auto& hearer : all)
+        hearer = std::make_unique<Hearer>();
+    return all;
+}
+
+void transmitTo16Listeners(benchmark::State& state) {
+    Hearer station;
+    const auto listeners = hearers();
+    for (const auto& listener : listeners)
+        listener->tuneIn(&station);
+    ParameterMessage message(&station, ParameterMessage::ValueChanged, "OutputLevel", 0, 1, 0.5F,
+                             3);
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(station.transmit(message));
+    for (const auto& listener : listeners)
+        listener->disconnect();
+}
+BENCHMARK(transmitTo16Listeners);
+
+// Rival: the calls themselves under one recursive lock. Goal: at most 2 times.
+void sixteenVirtualCallsUnderALock(benchmark::State& state) {
+    const auto listeners = hearers();
+    std::vector<Radio*> pointers(Listeners);
+    for (int i = 0; i < Listeners; ++i)
+        pointers[i] = listeners[i].get();
+    ParameterMessage message(nullptr, ParameterMessage::ValueChanged, "OutputLevel", 0, 1, 0.5F, 3);
+    std::recursive_mutex lock;
+    for ([[maybe_unused]] auto _ : state) {
+        const std::lock_guard hold(lock);
+        for (Radio* radio : pointers)
+            benchmark::DoNotOptimize(radio->receive(message));
+    }
+}
+BENCHMARK(sixteenVirtualCallsUnderALock);
+
+void logALine(benchmark::State& state) {
+    Logger logger(LogProgress);
+    int frames = 0;
+    for ([[maybe_unused]] auto _ : state)
+        logger.log(LogProgress, "host sent %d frames for processing, bumping blocksize to %d",
+                   frames++, 512);
+}
+BENCHMARK(logALine);
+
+// Rival: the same line, formatted and flushed. Goal: at most 1.5 times.
+void printAndFlushALine(benchmark::State& state) {
+    const std::string path =
+        platform::knownFolderPath(platform::KnownFolder::LocalApplicationData, true) +
+        "/tarn-bench";
+    std::FILE* file = std::fopen(path.c_str(), "w");
+    int frames = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        std::fprintf(file,
+                     "%02ld:%02ld:%02ld:%03ld |host sent %d frames for processing, bumping "
+                     "blocksize to %d\n",
+                     0L, 1L, 2L, 3L, frames++, 512);
+        std::fflush(file);
+    }
+    std::fclose(file);
+    std::filesystem::remove(path);
+}
+BENCHMARK(printAndFlushALine);
+
+}  // namespace
+}  // namespace tarn

@@ -1,0 +1,39 @@
+// A timer of the operating system, which calls back on a thread of its own.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+namespace tarn::platform {
+
+/// Windows: a timer of the default timer queue, in its persistent thread. Linux: a thread a timer,
+/// on the monotonic clock. A tick that finds the one before it still running is left out.
+class SystemTimer {
+public:
+    using Callback = void (*)(void* context);
+
+    /// Silent until it is started. `context` must live until the destructor returns.
+    SystemTimer(Callback callback, void* context);
+    SystemTimer(const SystemTimer&) = delete;
+    SystemTimer& operator=(const SystemTimer&) = delete;
+
+    /// Returns when a running callback is over, and no other comes after. Not inside the callback.
+    ~SystemTimer();
+
+    /// Calls back once after `dueMs` milliseconds, then every `periodMs`; 0 for no more. Replaces
+    /// what was set before. False if the system has no timer to give. Any thread, the callback's
+    /// included.
+    bool start(std::uint32_t dueMs, std::uint32_t periodMs);
+
+    /// Doesn't wait for a running callback. Any thread, the callback's included.
+    void stop();
+
+    /// Whether the calling thread is inside the callback.
+    bool isCallingBack() const noexcept;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace tarn::platform
