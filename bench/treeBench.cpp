@@ -1,0 +1,121 @@
+// The typed tree beside the libraries that it stands on.
+#include "foundation/Dictionary.h"
+
+#include <benchmark/benchmark.h>
+#include <cryptopp/base64.h>
+#include <cryptopp/filters.h>
+#include <cryptopp/gzip.h>
+#include <tinyxml.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+using namespace tarn;
+
+namespace {
+
+// A bank of presets, 1 MB of it.
+const std::string& document() {
+    static const std::string text = [] {
+        Dictionary bank;
+        bank.setInfo("Brimtide", "1.2.0");
+        bank.setString("file-format", "1.0");
+        std::string printed;
+        for (int preset = 0; printed.size() < 1'000'000; ++preset) {
+            const auto parameters = bank.addDict("preset")->addDict("parameters");
+            for (int i = 0; i < 100; ++i)
+                parameters->setFloat("Parameter" + std::to_string(i),
+                                     static_cast<float>(i * preset % 101) / 100.0F, i % 3);
+            if (preset % 32 == 0)
+                bank.toString(printed);
+        }
+        return printed;
+    }();
+    return text;
+}
+
+// A tone, as samples are stored.
+const std::vector<float>& mebibyte() {
+    static const std::vector<float> samples = [] {
+        std::vector<float> tone(1 << 18);
+        for (std::size_t i = 0; i < tone.size(); ++i)
+            tone[i] = std::sin(static_cast<float>(i) * 0.05F);
+        return tone;
+    }();
+    return samples;
+}
+
+constexpr std::size_t Mebibyte = std::size_t{1} << 20;
+
+// Goal: at most 1.15 times TinyXML's own parse.
+void parseDictionary(benchmark::State& state) {
+    for (auto _ : state) {
+        Dictionary tree(document());
+        benchmark::DoNotOptimize(tree);
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(document().size()));
+}
+
+void parseTinyXml(benchmark::State& state) {
+    for (auto _ : state) {
+        TiXmlDocument tree;
+        tree.Parse(document().c_str());
+        benchmark::DoNotOptimize(tree);
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(document().size()));
+}
+
+// Goal: at most 1.2 times the bare calls.
+void setDataOf1MiB(benchmark::State& state) {
+    Dictionary tree;
+    for (auto _ : state)
+        tree.setData("d", mebibyte().data(), Mebibyte);
+}
+
+std::string packBare() {
+    std::string text;
+    const CryptoPP::StringSource source(
+        reinterpret_cast<const CryptoPP::byte*>(mebibyte().data()), Mebibyte, true,
+        new CryptoPP::Gzip(new CryptoPP::Base64Encoder(new CryptoPP::StringSink(text), false), 3,
+                           15, true));
+    return text;
+}
+
+void packBare1MiB(benchmark::State& state) {
+    for (auto _ : state)
+        benchmark::DoNotOptimize(packBare());
+}
+
+void getDataOf1MiB(benchmark::State& state) {
+    Dictionary tree;
+    tree.setData("d", mebibyte().data(), Mebibyte);
+    for (auto _ : state) {
+        void* data = nullptr;
+        std::size_t size = 0;
+        tree.getData("d", data, size);
+        benchmark::DoNotOptimize(data);
+        std::free(data);
+    }
+}
+
+void unpackBare1MiB(benchmark::State& state) {
+    const std::string text = packBare();
+    for (auto _ : state) {
+        std::string bytes;
+        const CryptoPP::StringSource source(
+            text, true,
+            new CryptoPP::Base64Decoder(new CryptoPP::Gunzip(new CryptoPP::StringSink(bytes))));
+        benchmark::DoNotOptimize(bytes);
+    }
+}
+
+}  // namespace
+
+BENCHMARK(parseDictionary);
+BENCHMARK(parseTinyXml);
+BENCHMARK(setDataOf1MiB);
+BENCHMARK(packBare1MiB);
+BENCHMARK(getDataOf1MiB);
+BENCHMARK(unpackBare1MiB);

@@ -1,0 +1,29 @@
+// Numbers and truth values as the text that files hold, the same on every system and whatever
+// locale the host has set. Any thread.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tarn {
+
+/// Decimal, without a sign when positive.
+std::string toText(std::int32_t value);
+
+/// Fixed notation with 16 decimals. Infinities and NaN become "inf", "-inf" and "nan", which read
+/// back as 0.
+std::string toText(float value);
+
+/// "true" or "false".
+std::string toText(bool value);
+
+/// The number that the text begins with, behind white space and a sign; what follows it is ignored.
+/// A text that begins with none, or with one out of range, gives 0.
+std::int32_t integerFromText(std::string_view text) noexcept;
+float floatFromText(std::string_view text) noexcept;
+
+/// Only "true", behind white space at most, is true.
+bool boolFromText(std::string_view text) noexcept;
+
+}  // namespace tarn
