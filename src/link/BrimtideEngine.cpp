@@ -43,9 +43,27 @@ void pass(InputChannels in, OutputChannels out, int frames) noexcept {
 
 }  // namespace
 
-BrimtideEngine::BrimtideEngine(HostInterface& host) : host_(host) {
+BrimtideEngine::BrimtideEngine(HostInterface& host) : Radio(nullptr), host_(host) {
+    tuneInByName(MuteOutputName);
+    tuneInByName(BrimtideIDName);
     // Has a reader that attaches early start with silence instead of waiting for the ring to fill.
     bridge_.resync(ConnectionPreroll);
+}
+
+bool BrimtideEngine::receive(Message& message) {
+    if (message.type != MessageType::Parameter || message.code != ParameterMessage::ValueChanged)
+        return Radio::receive(message);
+    const auto& change = static_cast<const ParameterMessage&>(message);
+    if (change.parameterName == BrimtideIDName) {
+        if (const char* name = fromPayload<const char*>(change.payload))
+            bridge_.setName(name);
+        return true;
+    }
+    if (change.parameterName == MuteOutputName) {
+        muted_.store(fromPayload<std::uint8_t>(change.payload) != 0, std::memory_order_relaxed);
+        return true;
+    }
+    return Radio::receive(message);
 }
 
 void BrimtideEngine::process(InputChannels in, OutputChannels out, int frames) noexcept {

@@ -1,6 +1,7 @@
 // The product's whole audio processing: a wire that also feeds a connection.
 #pragma once
 
+#include "foundation/Radio.h"
 #include "link/IOBridge.h"
 #include "plugin/Plugin.h"
 
@@ -11,10 +12,14 @@ namespace tarn {
 
 class HostInterface;
 
+// Names of the product's parameters.
+inline constexpr const char* BrimtideIDName = "BrimtideID";
+inline constexpr const char* MuteOutputName = "MuteOutput";
+
 /// Holds one connection slot for its whole life, also while the host has the plug-in suspended.
 /// When no slot is free it is a wire and nothing else. Construction and destruction on the control
 /// thread.
-class BrimtideEngine {
+class BrimtideEngine : public Radio {
 public:
     /// Takes the first free slot. `host` must outlive the engine.
     explicit BrimtideEngine(HostInterface& host);
@@ -24,8 +29,12 @@ public:
     /// input goes to every output channel. Audio thread.
     void process(InputChannels in, OutputChannels out, int frames) noexcept;
 
-    /// Mutes the plug-in's own output; the connection goes on. Any thread.
-    void setMuted(bool muted) noexcept { muted_.store(muted, std::memory_order_relaxed); }
+    /// Takes the new value of "BrimtideID", the connection's name (the payload points to its
+    /// zero-terminated text, or is null), and of "MuteOutput" (the payload's low byte). Any thread;
+    /// muting allocates nothing.
+    bool receive(Message& message) override;
+
+    /// Whether the plug-in's own output is silent; the connection goes on. Any thread.
     bool isMuted() const noexcept { return muted_.load(std::memory_order_relaxed); }
 
     /// The peak of the last block's first input channel, 0.0 to 1.0. Any thread.

@@ -4,12 +4,14 @@
 #include "link/BrimtideEngine.h"
 #include "plugin/Plugin.h"
 
+#include <memory>
+
 namespace tarn::Brimtide {
 
 class Plugin : public tarn::Plugin {
 public:
     /// `host` must outlive the instance.
-    explicit Plugin(HostInterface& host) : engine_(host) {}
+    explicit Plugin(HostInterface& host) : engine_(std::make_unique<BrimtideEngine>(host)) {}
 
     std::int32_t getUniqueID() const override;
     void process(InputChannels in, OutputChannels out, int frames) noexcept override;
@@ -22,7 +24,7 @@ public:
     void setParameter(int index, float value) noexcept override;
 
 private:
-    BrimtideEngine engine_;
+    std::unique_ptr<BrimtideEngine> engine_;
 };
 
 }  // namespace tarn::Brimtide

@@ -1,0 +1,69 @@
+#include "link/BrimtideEngine.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "plugin/HostInterface.h"
+#include "support/Connections.h"
+
+namespace tarn {
+namespace {
+
+struct Host : HostInterface {
+    std::int32_t getInputLatency() noexcept override { return 7; }
+};
+
+// A parameter's radio, as far as its listeners can tell.
+struct Parameter : Radio {
+    Parameter() : Radio(nullptr) {}
+
+    void change(const char* name, std::uint64_t payload) {
+        ParameterMessage message(this, ParameterMessage::ValueChanged, name, 0, payload, 0.0f, 2);
+        transmit(message);
+    }
+};
+
+TEST(BrimtideEngine, HearsOfItsNameAndOfMuting) {
+    Host host;
+    const auto engine = std::make_unique<BrimtideEngine>(host);
+    const auto parameter = std::make_unique<Parameter>();
+    engine->tuneIn(parameter.get());
+
+    parameter->change("BrimtideID", toPayload("Zo\u00eb's guitar"));
+    EXPECT_EQ(inspectConnection(0)->name, "Zo\u00eb's guitar");
+    parameter->change("BrimtideID", 0);
+    parameter->change("brimtideid", toPayload("other"));
+    EXPECT_EQ(inspectConnection(0)->name, "Zo\u00eb's guitar");
+
+    parameter->change("MuteOutput", toPayload(true));
+    EXPECT_TRUE(engine->isMuted());
+    parameter->change("MuteOutput", 0xFF00);  // the low byte counts
+    EXPECT_FALSE(engine->isMuted());
+
+    PluginMessage goodbye(parameter.get(), PluginMessage::SenderGoes, 0);
+    parameter->transmit(goodbye);
+    parameter->change("MuteOutput", toPayload(true));
+    EXPECT_FALSE(engine->isMuted());
+}
+
+TEST(BrimtideEngine, TheLevelIsTheFirstChannelsPeakAndOneAtMost) {
+    Host host;
+    BrimtideEngine engine(host);
+    std::vector<float> left(64, -0.5f), right(64, 0.9f), out(64);
+    const float* inputs[] = {left.data(), right.data()};
+    float* outputs[] = {out.data(), out.data()};
+    engine.process(inputs, outputs, 64);
+    EXPECT_EQ(engine.outputLevel(), 0.5f);
+    left[3] = 4.0f;
+    engine.process(inputs, outputs, 64);
+    EXPECT_EQ(engine.outputLevel(), 1.0f);
+    EXPECT_EQ(test::RawBlock(0)->audio.ring[67], 4.0f);
+    engine.process(inputs, outputs, 0);
+    EXPECT_EQ(engine.outputLevel(), 0.0f);
+}
+
+}  // namespace
+}  // namespace tarn
