@@ -1,11 +1,10 @@
 // The bus and the log, each beside what it can't do without.
+#include "Ratios.h"
 #include "foundation/Logger.h"
 #include "foundation/Mutex.h"
 #include "foundation/ProductIdentity.h"
 #include "foundation/Radio.h"
 #include "platform/Folders.h"
-
-#include <benchmark/benchmark.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -50,9 +49,8 @@ void transmitTo16Listeners(benchmark::State& state) {
     for (const auto& listener : listeners)
         listener->disconnect();
 }
-BENCHMARK(transmitTo16Listeners);
 
-// Rival: the calls themselves under one recursive lock. Goal: at most 2 times.
+// The calls themselves under one recursive lock.
 void sixteenVirtualCallsUnderALock(benchmark::State& state) {
     const auto listeners = hearers();
     std::vector<Radio*> pointers(Listeners);
@@ -66,7 +64,6 @@ void sixteenVirtualCallsUnderALock(benchmark::State& state) {
             benchmark::DoNotOptimize(radio->receive(message));
     }
 }
-BENCHMARK(sixteenVirtualCallsUnderALock);
 
 void logALine(benchmark::State& state) {
     Logger logger(LogProgress);
@@ -75,9 +72,8 @@ void logALine(benchmark::State& state) {
         logger.log(LogProgress, "host sent %d frames for processing, bumping blocksize to %d",
                    frames++, 512);
 }
-BENCHMARK(logALine);
 
-// Rival: the same line, formatted and flushed. Goal: at most 1.5 times.
+// The same line, formatted and flushed.
 void printAndFlushALine(benchmark::State& state) {
     const std::string path =
         platform::knownFolderPath(platform::KnownFolder::LocalApplicationData, true) +
@@ -94,7 +90,13 @@ void printAndFlushALine(benchmark::State& state) {
     std::fclose(file);
     std::filesystem::remove(path);
 }
-BENCHMARK(printAndFlushALine);
+
+const bool registered = [] {
+    bench::compare("transmit to 16 listeners", 2.0, transmitTo16Listeners,
+                   sixteenVirtualCallsUnderALock);
+    bench::compare("log a line", 1.5, logALine, printAndFlushALine);
+    return true;
+}();
 
 }  // namespace
 }  // namespace tarn

@@ -241,23 +241,32 @@ std::size_t sequenceLength(char lead) {
     return byte >= 0xf0 && byte <= 0xf4 ? 4 : 0;
 }
 
+// Of the bytes below 0x80 that the text begins with.
+std::size_t asciiLength(std::string_view text) {
+    std::size_t length = 0;
+    for (std::uint64_t eight = 0; length + sizeof eight <= text.size(); length += sizeof eight) {
+        std::memcpy(&eight, text.data() + length, sizeof eight);
+        if ((eight & 0x8080808080808080U) != 0)
+            break;
+    }
+    while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80)
+        ++length;
+    return length;
+}
+
 }  // namespace
 
 XmlShape measureXml(const std::string& text) {
     return Scanner(text.c_str()).run();
 }
 
+bool isAscii(std::string_view text) noexcept {
+    return asciiLength(text) == text.size();
+}
+
 bool isPlainUtf8(std::string_view text) noexcept {
     while (!text.empty()) {
-        std::uint64_t eight = 0;
-        while (text.size() >= sizeof eight) {
-            std::memcpy(&eight, text.data(), sizeof eight);
-            if ((eight & 0x8080808080808080U) != 0)
-                break;
-            text.remove_prefix(sizeof eight);
-        }
-        while (!text.empty() && static_cast<unsigned char>(text.front()) < 0x80)
-            text.remove_prefix(1);
+        text.remove_prefix(asciiLength(text));
         if (text.empty())
             break;
         const std::size_t length = sequenceLength(text.front());

@@ -37,6 +37,8 @@ inline bool isWithinLimits(const XmlShape& shape) {
 /// read byte by byte, which changes no byte of them.
 bool isPlainUtf8(std::string_view text) noexcept;
 
+bool isAscii(std::string_view text) noexcept;
+
 /// Whether the text is a name of an element or an attribute that TinyXML reads back as a whole.
 bool isXmlName(std::string_view text) noexcept;
 

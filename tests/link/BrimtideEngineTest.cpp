@@ -1,13 +1,12 @@
 #include "link/BrimtideEngine.h"
+#include "plugin/HostInterface.h"
+#include "support/Connections.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "plugin/HostInterface.h"
-#include "support/Connections.h"
 
 namespace tarn {
 namespace {
