@@ -9,7 +9,8 @@ namespace tarn::platform {
 std::string homeFolder();
 
 /// The value of an XDG base variable such as "XDG_CONFIG_HOME", else `fallback` inside the home
-/// folder. Relative values are ignored, as the specification demands; empty without a home.
+/// folder. Relative values are ignored, as the XDG base directory standard demands; empty without a
+/// home.
 std::string xdgHome(const char* variable, const std::string& fallback);
 
 /// The first absolute path of a list variable such as "XDG_CONFIG_DIRS", else `fallback`.
