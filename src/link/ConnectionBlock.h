@@ -127,23 +127,19 @@ inline std::uint32_t ConnectionRing::get(float* samples, std::uint32_t frames,
     if (taken == 0)
         return 0;
 
-    // One atomic step: the writer's plain add can then lose only this subtraction, which leaves
-    // `count` too high, and that does no harm; a lost addition would let a reader fall behind for
-    // ever. Before the copy, so that it doesn't wait until the copy has left the store buffer.
-    std::atomic_ref(count).fetch_sub(taken, std::memory_order_relaxed);
-
+    // Two spans at most, unless a wrapped `count` lets a caller take more than the ring holds.
     std::uint32_t from = position & ConnectionRingMask;
     position = (from + taken) & ConnectionRingMask;
-    if (taken <= ConnectionRingSamples - from) [[likely]] {
-        std::memcpy(samples, ring + from, taken * sizeof(float));
-        return taken;
-    }
-    // Two spans, unless a wrapped `count` lets a caller take more than the ring holds.
     for (std::uint32_t copied = 0; copied < taken; from = 0) {
         const std::uint32_t span = std::min(taken - copied, ConnectionRingSamples - from);
         std::memcpy(samples + copied, ring + from, span * sizeof(float));
         copied += span;
     }
+
+    // One atomic step: the writer's plain add can then lose only this subtraction, which leaves
+    // `count` too high, and that does no harm; a lost addition would let a reader fall behind for
+    // ever.
+    std::atomic_ref(count).fetch_sub(taken, std::memory_order_relaxed);
     return taken;
 }
 
