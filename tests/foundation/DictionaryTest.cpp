@@ -1,22 +1,18 @@
 #include "foundation/Dictionary.h"
 #include "foundation/File.h"
+#include "foundation/LogFolder.h"
 #include "foundation/Packing.h"
-#include "foundation/ProductIdentity.h"
 
 #include <cryptopp/base64.h>
 #include <cryptopp/filters.h>
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
 #include <locale>
-#include <memory>
 #include <numeric>
 #include <stdexcept>
-#include <string>
 
 using namespace tarn;
 
@@ -29,7 +25,8 @@ std::string keyed(const std::string& lines) {
 
 std::string stringOf(const Dictionary& tree, std::string_view key, std::int32_t clone = 0) {
     std::string text = "none";
-    tree.getString(key, text, clone);
+    const bool found = tree.getString(key, text, clone);
+    EXPECT_EQ(found, text != "none");
     return text;
 }
 
@@ -68,17 +65,15 @@ TEST(Dictionary, ValuesAreFoundInTheirOrderOfPlaces) {
         text </text><inner><x value="of the first child"/></inner><inner2><x value=""/></inner2>
         <empty/><blank value=""/><comment><!--c-->text</comment><other min="1" value="2"/>
         <lines value="a\\nb\n\\\\n"/><nth value="0"/><nth clone="7" value="1"/><nth value="2"/>)"));
-    EXPECT_EQ(stringOf(tree, "attribute"), "a <b>");
-    EXPECT_EQ(stringOf(tree, "text"), "a text");
-    EXPECT_EQ(stringOf(tree, "inner"), "of the first child");
-    EXPECT_EQ(stringOf(tree, "blank"), "");
-    for (const char* key : {"inner2", "empty", "comment", "absent"}) {
-        EXPECT_EQ(stringOf(tree, key), "none") << key;
-        EXPECT_FALSE(tree.hasValue(key)) << key;
+    std::string values;
+    for (const char* key : {"attribute", "text", "inner", "blank", "inner2", "empty", "comment"}) {
+        values += stringOf(tree, key) + "|";
+        EXPECT_EQ(tree.hasValue(key), stringOf(tree, key) != "none") << key;
     }
-    EXPECT_TRUE(tree.hasKey("empty") && !tree.hasKey("absent") && tree.hasValue("inner"));
+    EXPECT_EQ(values, "a <b>|a text|of the first child||none|none|none|");
+    EXPECT_TRUE(tree.hasKey("empty") && !tree.hasKey("absent") && !tree.hasValue("absent"));
 
-    std::string text = "kept";
+    std::string text;
     EXPECT_TRUE(tree.getString("other", text, 0, "min") && text == "1");
     EXPECT_TRUE(tree.getText("lines", text) && text == "a\nb\\n\\\\\n") << text;
     EXPECT_TRUE(tree.getStringNth("nth", text, 1) && text == "1");
@@ -102,26 +97,25 @@ TEST(Dictionary, TextThatIsNoNumberIsZeroWhateverTheLocale) {
         std::int32_t integer;
         float real;
         bool truth;
-    } cases[] = {{"12", 12, 12, false},   {" -3.75x", -3, -3.75F, false},
+    } cases[] = {{"1", 1, 1, false},      {" -3.75x", -3, -3.75F, false},
                  {"+.5", 0, 0.5F, false}, {"1e3", 1, 1000, false},
                  {"abc", 0, 0, false},    {"", 0, 0, false},
-                 {"1", 1, 1, false},      {"true", 0, 0, true},
-                 {"True", 0, 0, false},   {"2147483648", 0, 2147483648.0F, false},
-                 {"1e99", 1, 0, false},   {"-2147483648", INT32_MIN, -2147483648.0F, false},
-                 {"inf", 0, 0, false},    {"nan", 0, 0, false},
-                 {"+-1", 0, 0, false},    {"2e", 2, 0, false},
-                 {"0x10", 0, 0, false},   {"0,5", 0, 0, false}};
-    for (const auto& expected : cases) {
-        Dictionary tree;
-        tree.setString("k", "")->setAttribute("", "value", expected.text);
+                 {"true", 0, 0, true},    {"True", 0, 0, false},
+                 {"1e99", 1, 0, false},   {"2147483648", 0, 2147483648.0F, false},
+                 {"inf", 0, 0, false},    {"-2147483648", INT32_MIN, -2147483648.0F, false},
+                 {"nan", 0, 0, false},    {"+-1", 0, 0, false},
+                 {"2e", 2, 0, false},     {"0x10", 0, 0, false},
+                 {"0,5", 0, 0, false}};
+    for (const auto& [text, expectedInteger, expectedReal, expectedTruth] : cases) {
+        const Dictionary tree(keyed("<k value='" + std::string(text) + "'/>"));
         std::int32_t integer = 7;
         float real = 7;
-        bool truth = !expected.truth;
+        bool truth = !expectedTruth;
         EXPECT_TRUE(tree.getInteger("k", integer) && tree.getFloat("k", real) &&
                     tree.getBool("k", truth));
-        EXPECT_EQ(integer, expected.integer) << expected.text;
-        EXPECT_EQ(real, expected.real) << expected.text;
-        EXPECT_EQ(truth, expected.truth) << expected.text;
+        EXPECT_EQ(integer, expectedInteger) << text;
+        EXPECT_EQ(real, expectedReal) << text;
+        EXPECT_EQ(truth, expectedTruth) << text;
     }
 
     // And what is written is the same everywhere: this is a state as hosts store it.
@@ -157,7 +151,6 @@ TEST(Dictionary, LegacyFormIsReadByTypeAndName) {
         <integer name="n" clone="4" value="4"/><bool name="on" value="true"/>
         <string name="n">text</string><dict name="a"><dict name="b"><string name="c" value="d"/>
         </dict></dict><array name="list"><dict name="x"/><dict name="y"/></array></dict>)");
-    ASSERT_TRUE(tree.isLegacy());
     std::int32_t integer = 0;
     float real = 0;
     bool truth = false;
@@ -166,11 +159,10 @@ TEST(Dictionary, LegacyFormIsReadByTypeAndName) {
     EXPECT_TRUE(tree.getBool("on", truth) && truth);
     EXPECT_EQ(stringOf(tree, "n"), "text");
     EXPECT_TRUE(tree.getIntegerText("n", integer) && integer == 3);
-    EXPECT_FALSE(tree.getInteger("on", integer) || tree.getFloat("n2", real));
+    EXPECT_FALSE(tree.getInteger("on", integer));
     EXPECT_TRUE(tree.hasKey("on") && !tree.hasValue("on"));
     ASSERT_TRUE(tree.find("a/b") && !tree.find("a/c") && !tree.find("list"));
     EXPECT_EQ(stringOf(*tree.find("a\\b/"), "c"), "d");
-    EXPECT_EQ(tree.getArray("list")->getName(), "list");
     EXPECT_EQ(tree.getArraySize("list"), 2);
     EXPECT_EQ(tree.getArrayDict("list", "y")->getName(), "y");
     EXPECT_EQ(tree.getArrayEntry("list", 1)->getName(), "y");
@@ -182,14 +174,11 @@ TEST(Dictionary, FormIsChosenByTheFormatKey) {
     EXPECT_FALSE(Dictionary().isLegacy());
     EXPECT_TRUE(Dictionary(textOf(Dictionary())).isLegacy());
     EXPECT_TRUE(Dictionary("<dict><file-format value='0.5'/></dict>").isLegacy());
-    EXPECT_FALSE(Dictionary("<dict><file-format value='0.6'/></dict>").isLegacy());
     EXPECT_FALSE(Dictionary("<dict><file-format>0.6</file-format></dict>").isLegacy());
 
     // Without a root of that tag the handle stands on the document.
     const Dictionary skin("<skin><name value='Dark'/></skin><more/>");
-    EXPECT_FALSE(skin.isLegacy());
-    EXPECT_EQ(skin.getName(), "");
-    EXPECT_EQ(skin.count("more"), 1);
+    EXPECT_TRUE(!skin.isLegacy() && skin.getName().empty() && skin.count("more") == 1);
     EXPECT_EQ(stringOf(*skin.getChild("skin"), "name"), "Dark");
     EXPECT_EQ(textOf(Dictionary(skin)), textOf(skin));
 }
@@ -198,10 +187,10 @@ TEST(Dictionary, ClonesAreFoundByMarkOrPlace) {
     const Dictionary tree(keyed(R"(<p value="a"/><!-- p --><p clone="5" value="b"/><q value="x"/>
         <p clone="99999999999999999999" value="c"/><l><a/><b/>text<a i="2"/></l>
         <m clone="1"><n value="d"/></m><m><n value="e"/><n clone="1" value="f"/></m>)"));
-    const char* const expected[] = {"a", "b", "c", "none", "none", "b", "none"};
-    for (int clone = 0; clone < 7; ++clone)
-        EXPECT_EQ(stringOf(tree, "p", clone), expected[clone]) << clone;
-    EXPECT_EQ(stringOf(tree, "p", INT32_MAX) + stringOf(tree, "p", INT32_MIN), "nonea");
+    std::string found;
+    for (int clone : {INT32_MIN, 0, 1, 2, 3, 4, 5, 6, INT32_MAX})
+        found += stringOf(tree, "p", clone) + " ";
+    EXPECT_EQ(found, "a a b c none none b none none ");
 
     EXPECT_EQ(tree.find("m/n", 0)->getAttribute("value"), "d");
     EXPECT_FALSE(tree.find("m/n", 1));
@@ -210,27 +199,25 @@ TEST(Dictionary, ClonesAreFoundByMarkOrPlace) {
     EXPECT_EQ(list->count("a"), 2);
     EXPECT_EQ(list->count(""), 4);
     EXPECT_EQ(list->getEntry(1, "a")->getAttribute("i"), "2");
-    EXPECT_EQ(list->getEntry(2)->getName(), "");
     EXPECT_FALSE(list->getEntry(2)->setInteger("in", 1) || list->getEntry(-1) || list->getEntry(4));
 }
 
 TEST(Dictionary, EmptyTextNeverOverwrites) {
     Dictionary tree;
-    EXPECT_EQ(tree.setString("k", "old")->getName(), "k");
-    tree.setString("k", "", 0, true);
+    tree.setString("k", "old");
+    tree.setString("k", "");
     EXPECT_EQ(stringOf(tree, "k"), "old");
     tree.setString("k", "new");
     tree.setString("k", "second", 0, false);
     tree.setString("empty", "");
-    EXPECT_EQ(tree.count(""), 3);
-    EXPECT_EQ(stringOf(tree, "k", 1), "second");
-    EXPECT_EQ(stringOf(tree, "empty"), "none");
 
     // A key that couldn't be read back would take the whole text with it.
     EXPECT_FALSE(tree.setInteger("my key", 1) || tree.setInteger("1st", 1) || tree.addDict("a>"));
     tree.setName("<");
     tree.setAttribute("k", "a b", "c");
-    EXPECT_EQ(tree.getName(), "dict");
+    EXPECT_EQ(
+        textOf(tree),
+        "<dict>\n    <k value=\"new\" />\n    <k value=\"second\" />\n    <empty />\n</dict>\n");
     tree.setName("renamed");
     EXPECT_EQ(tree.getName(), "renamed");
 }
@@ -238,24 +225,24 @@ TEST(Dictionary, EmptyTextNeverOverwrites) {
 TEST(Dictionary, EveryByteComesBackThroughAFile) {
     std::string bytes(256, '\0');
     std::iota(bytes.begin(), bytes.end(), '\0');
+    const std::string cut = "M\xc3\xbc\xc3";
     Dictionary tree;
     tree.setString("file-format", "1.0");
     tree.setString("bytes", bytes);
-    tree.setString("cut", "M\xc3\xbc\xc3");
+    tree.setString("cut", cut);
     tree.setString("mark", "\xef\xbb\xbf \xef\xbf\xbf");
     tree.addDict("deeper")->addChild(tree);
-
     const File file(testing::TempDir() + "/B\xc3\xbcytes.xml");
     ASSERT_TRUE(tree.save(file));
     Dictionary again(file);
     EXPECT_EQ(textOf(again), textOf(tree));
     EXPECT_EQ(stringOf(again, "bytes"), bytes);
-    EXPECT_EQ(stringOf(again, "cut"), "M\xc3\xbc\xc3");
+    EXPECT_EQ(stringOf(again, "cut"), cut);
 
     // What isn't there changes nothing; what is broken leaves an empty tree.
     EXPECT_TRUE(file.remove());
     EXPECT_FALSE(again.load(file));
-    EXPECT_EQ(stringOf(again, "bytes"), bytes);
+    EXPECT_EQ(textOf(again), textOf(tree));
     ASSERT_TRUE(file.save("<dict><a value='1'/>"));
     EXPECT_FALSE(again.load(file));
     EXPECT_EQ(textOf(again), "<dict />\n");
@@ -270,11 +257,9 @@ TEST(Dictionary, DocumentLivesAsLongAsItsLastHandle) {
     const auto child = tree->addDict("child");
     Dictionary copy(*child);
     copy.setInteger("copied", 1);
-    EXPECT_FALSE(child->hasKey("copied"));
 
     // New content for one handle is none for the others.
     tree->parse(keyed("<x/>"));
-    EXPECT_TRUE(tree->hasKey("x"));
     tree->addChild(copy);
     *tree = *tree->getChild("child");
     EXPECT_TRUE(tree->hasKey("copied"));
@@ -300,9 +285,7 @@ TEST(Dictionary, HostileTextIsRefusedBeforeItsParserDies) {
     Dictionary deepest(nested(100));
     Dictionary tree;
     EXPECT_FALSE(tree.addDict("a")->addChild(deepest));
-    EXPECT_EQ(tree.count(""), 1);
     tree = deepest;
-    EXPECT_EQ(textOf(tree), textOf(deepest));
     for (auto inner = tree.find(""); inner; inner = inner->getEntry(0))
         if (inner->count("") == 0)
             inner->addDict("dict");
@@ -332,7 +315,6 @@ TEST(Dictionary, BinaryValuesComeBackWhateverTheirLength) {
         ASSERT_EQ(dataOf(tree, "d"), bytes);
     }
     EXPECT_EQ(dataOf(tree, "absent"), "none");
-
     // The text is the same on every system.
     tree.setData("d", "tarn tarn tarn", 14);
     EXPECT_EQ(stringOf(tree, "d"), "H4sIAAAAAAAA/ytJLMpTKIERAOCUHlcOAAAA");
@@ -344,9 +326,9 @@ TEST(Dictionary, OldPackingIsReadWordByWord) {
     const Dictionary tree(R"(<dict><data name="d" value="123450a+-Z00"/><data name="e" value=""/>
         <data name="s" value="12345"/></dict>)");
     // 1, 2, 3, 4, 5, 0, 10, 62, 63, 61, 0, in 6 bits each.
-    EXPECT_EQ(dataOf(tree, "d", 4), std::string("\x14\xc4\x20\x04"));
-    EXPECT_EQ(dataOf(tree, "d", 8), std::string("\x14\xc4\x20\x04\xd0\xff\xbe\x02", 8));
-    EXPECT_EQ(dataOf(tree, "d", 7).substr(0, 4), dataOf(tree, "d", 4));
+    const std::string bytes("\x14\xc4\x20\x04\xd0\xff\xbe\x02", 8);
+    EXPECT_EQ(dataOf(tree, "d", 8), bytes);
+    EXPECT_EQ(dataOf(tree, "d", 7).substr(0, 4), bytes.substr(0, 4));
     EXPECT_EQ(dataOf(tree, "d", 7).size(), 7U);
     EXPECT_EQ(dataOf(tree, "e", 0), "");
 
@@ -362,58 +344,50 @@ TEST(Dictionary, DamagedBinaryValuesFail) {
     const std::string good = stringOf(tree, "good");
     std::string flipped = good;
     flipped[20] = flipped[20] == 'A' ? 'B' : 'A';
-    for (const std::string& text :
-         {flipped, good.substr(0, good.size() - 8), good.substr(0, 16), good.substr(4),
-          std::string("!!!!"), std::string("/"), std::string("====")}) {
+    for (const std::string& text : {flipped, good.substr(0, good.size() - 8), good.substr(0, 16),
+                                    good.substr(4), std::string("!!!!"), std::string("/")}) {
         tree.setString("bad", text);
         EXPECT_EQ(dataOf(tree, "bad"), "failed") << text;
     }
 
     // 650 kB that unpack to more than is taken: two copies of the byte before, 258 bytes each, and
     // then as many of what stands 258 before.
-    std::string bits = "110" + std::string("00110000") + repeat("1100010100000", 2) +
-                       repeat("11000101100001000000", 270'000);
+    const std::string bits =
+        "11000110000" + repeat("1100010100000", 2) + repeat("11000101100001000000", 270'000);
     std::string gzip("\x1f\x8b\x08\0\0\0\0\0\0\0", 10);
     for (std::size_t i = 0; i + 8 <= bits.size(); i += 8) {
-        std::reverse(bits.begin() + i, bits.begin() + i + 8);
-        gzip += static_cast<char>(std::stoi(bits.substr(i, 8), nullptr, 2));
+        const std::string byte(bits.rend() - i - 8, bits.rend() - i);
+        gzip += static_cast<char>(std::stoi(byte, nullptr, 2));
     }
     std::string bomb;
     const CryptoPP::StringSource encode(
         gzip, true, new CryptoPP::Base64Encoder(new CryptoPP::StringSink(bomb), false));
     EXPECT_THROW(unpackData(bomb), std::length_error);
-    tree.setString("bomb", bomb);
-    EXPECT_EQ(dataOf(tree, "bomb"), "failed");
 }
 
 TEST(Dictionary, OnlyTheProductsOwnTreesOfItsMajorFormatCanBeLoaded) {
-    const struct Product : ProductIdentity {
-        std::string getVendorName() const override { return "Quorl"; }
-        std::string getProductName() const override { return "Brimtide"; }
-        std::string getVersionText() const override { return "1.2.0"; }
-        std::string getFileFormatText() const override { return "1.0"; }
-        std::string getLogFolder() const override { return {}; }
-        std::string getBanner() const override { return {}; }
-    } product;
-    ProductIdentity::set(&product);
-    const std::string info = "<info creator='Brimtide' version='9'/></dict>";
+    const LogFolder product;
     std::string message = "untouched";
-    for (const char* root : {"<dict file-format='1.9'>", "<dict file-format='0.6'>", "<dict>"})
-        EXPECT_TRUE(Dictionary(root + info).canLoad(message)) << root;
+    const auto canLoad = [&](const std::string& root) {
+        const std::string info = "<info creator='Wellengang \u00e4' version='9'/></dict>";
+        return Dictionary(root + info).canLoad(message);
+    };
+    EXPECT_TRUE(canLoad("<dict file-format='1.9'>") && canLoad("<dict file-format='0.6'>") &&
+                canLoad("<dict>"));
     EXPECT_EQ(message, "untouched");
-    EXPECT_FALSE(Dictionary("<dict file-format='2.1'>" + info).canLoad(message));
+    EXPECT_FALSE(canLoad("<dict file-format='2.1'>"));
     EXPECT_EQ(message,
-              "These settings were created by an older version of Brimtide and cannot be loaded.\n"
-              "(Format is 2.1, this plugin requires 1.0 or newer.)");
-    EXPECT_FALSE(Dictionary("<dict><info creator='Brimtide'/></dict>").canLoad(message));
-    EXPECT_EQ(message,
-              "These settings were created by an unknown plugin and cannot be loaded.\n\n"
-              "<dict>\n    <info creator=\"Brimtide\" />\n</dict>\n");
+              "These settings were created by an older version of Wellengang \u00e4 and cannot be "
+              "loaded.\n(Format is 2.1, this plugin requires 1.2 or newer.)");
+    const std::string unknown = "<dict>\n    <info creator=\"Wellengang\" />\n</dict>\n";
+    EXPECT_FALSE(Dictionary(unknown).canLoad(message));
+    EXPECT_EQ(
+        message,
+        "These settings were created by an unknown plugin and cannot be loaded.\n\n" + unknown);
     Dictionary foreign;
     foreign.setInfo("Other", "1");
     foreign.setString("k", std::string(97, 'x') + repeat("\xc3\xbc", 50));
     EXPECT_FALSE(foreign.canLoad(message));
     EXPECT_EQ(message, "These settings were created by Other and cannot be loaded.\n\n" +
                            textOf(foreign).substr(0, 159));  // 160 would be half a character
-    ProductIdentity::set(nullptr);
 }

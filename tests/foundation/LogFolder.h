@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -19,19 +18,18 @@ namespace tarn {
 class LogFolder final : public ProductIdentity {
 public:
     LogFolder() { ProductIdentity::set(this); }
+    LogFolder(const LogFolder&) = delete;
+    LogFolder& operator=(const LogFolder&) = delete;
     ~LogFolder() override {
         close();
         ProductIdentity::set(nullptr);
         std::error_code ignored;
         std::filesystem::remove_all(path().parent_path(), ignored);
     }
-    LogFolder(const LogFolder&) = delete;
-    LogFolder& operator=(const LogFolder&) = delete;
 
     /// Opens the log and makes it that of the process.
     Logger& open(std::int32_t threshold) {
-        logger_.emplace(threshold);
-        Logger::set(&*logger_);
+        Logger::set(&logger_.emplace(threshold));
         return *logger_;
     }
     void close() {
@@ -39,30 +37,21 @@ public:
         logger_.reset();
     }
 
-    /// The file's lines as they are now, with their times; the opening line is the first.
-    std::vector<std::string> rawLines() const {
+    /// The file's lines as they are now, behind the opening one; on demand with it, and the times.
+    std::vector<std::string> lines(bool raw = false) const {
         std::ifstream file(path());
         std::vector<std::string> lines;
         for (std::string line; std::getline(file, line);)
-            lines.push_back(line);
+            lines.push_back(raw ? line : line.substr(line.find('|') + 1));
+        if (!raw && !lines.empty())
+            lines.erase(lines.begin());
         return lines;
     }
 
-    /// Without their times and the opening line.
-    std::vector<std::string> lines() const {
-        std::vector<std::string> texts;
-        for (const std::string& line : rawLines())
-            texts.push_back(line.substr(line.find('|') + 1));
-        if (!texts.empty())
-            texts.erase(texts.begin());
-        return texts;
-    }
-
     std::filesystem::path path() const {
-        const std::string local =
-            platform::knownFolderPath(platform::KnownFolder::LocalApplicationData);
-        return std::filesystem::u8path(local) / std::filesystem::u8path(getLogFolder()) /
-               std::filesystem::u8path(getProductName() + ".log");
+        using std::filesystem::u8path;
+        return u8path(knownFolderPath(platform::KnownFolder::LocalApplicationData)) /
+               u8path(getLogFolder()) / u8path(getProductName() + ".log");
     }
 
     std::string getVendorName() const override { return "Maker"; }

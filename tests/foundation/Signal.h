@@ -1,28 +1,26 @@
-// Something that happens once, and that another thread waits for. The standard's latch loses
-// wake-ups where GCC builds it without futexes, as for Windows.
+// What tests of several threads share.
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
+#include <atomic>
+#include <cstddef>
+#include <functional>
+#include <random>
+#include <thread>
 
 namespace tarn {
 
+/// Something that happens once, and that another thread waits for. The standard's latch loses
+/// wake-ups where GCC builds it without futexes, as for Windows.
 class Signal {
 public:
-    void raise() {
-        const std::lock_guard hold(lock_);
-        raised_ = true;
-        changed_.notify_all();
-    }
-    void wait() {
-        std::unique_lock hold(lock_);
-        changed_.wait(hold, [this] { return raised_; });
+    void raise() { raised_ = true; }
+    void wait() const {
+        while (!raised_)
+            std::this_thread::yield();
     }
 
 private:
-    std::mutex lock_;
-    std::condition_variable changed_;
-    bool raised_ = false;
+    std::atomic<bool> raised_{false};
 };
 
 /// Two threads, `i` 0 and 1, wait for each other.
@@ -36,5 +34,21 @@ public:
 private:
     Signal arrived_[2];
 };
+
+/// A number below `sides`; each thread has a sequence of its own.
+inline std::size_t dice(std::size_t sides) {
+    static std::atomic<unsigned> threads{0};
+    thread_local std::minstd_rand random(++threads);
+    return random() / 7 % sides;
+}
+
+template <typename Work>
+void onEightThreads(const Work& work) {
+    std::thread threads[8];
+    for (std::thread& thread : threads)
+        thread = std::thread(std::cref(work));
+    for (std::thread& thread : threads)
+        thread.join();
+}
 
 }  // namespace tarn

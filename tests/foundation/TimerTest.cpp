@@ -6,16 +6,14 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <functional>
-#include <random>
-#include <thread>
-#include <vector>
 
 namespace tarn {
 namespace {
 
 constexpr double Hour = 3600.0 * 1000.0;  // ms: no tick of the system's comes during a test
+
+const TimerMessage message(nullptr, TimerMessage::Tick, fourCharacterCode("CVUt"), 0);
 
 double clockTime = 0.0;
 
@@ -30,13 +28,13 @@ protected:
 
 class Hearer : public Radio {
 public:
-    explicit Hearer(Radio& station, std::function<void(Message&)> answer)
+    Hearer(Radio& station, std::function<void(Message&)> answer)
         : Radio(nullptr), answer_(std::move(answer)) {
         tuneIn(&station);
     }
     ~Hearer() override { disconnect(); }
-    bool receive(Message& message) override {
-        answer_(message);
+    bool receive(Message& heard) override {
+        answer_(heard);
         return true;
     }
 
@@ -44,17 +42,15 @@ private:
     std::function<void(Message&)> answer_;
 };
 
-TimerMessage tickOf(const char (&id)[5]) {
-    return {nullptr, TimerMessage::Tick, fourCharacterCode(id), 0};
-}
-
 // Faults: times in the wrong unit or from the wrong moment, ticks of a timer that stands.
 TEST_F(TimerTest, TicksCarryTheirTimes) {
-    const TimerMessage message = tickOf("CVUt");
     Timer timer(nullptr, &message, Hour, false);
-    std::vector<TimerMessage> heard;
-    Hearer hearer(timer, [&](Message& m) { heard.push_back(static_cast<TimerMessage&>(m)); });
-
+    std::vector<double> times;
+    Hearer hearer(timer, [&](Message& m) {
+        const auto& tick = dynamic_cast<TimerMessage&>(m);
+        EXPECT_EQ(tick.timerId, 0x43565574U);
+        times.insert(times.end(), {tick.intervalMs, tick.elapsed, tick.sinceLastTick});
+    });
     timer.tick();
     setClock(10.0);
     timer.start();
@@ -66,21 +62,11 @@ TEST_F(TimerTest, TicksCarryTheirTimes) {
     timer.tick();
     timer.stop(false);
     timer.tick();
-
-    ASSERT_EQ(heard.size(), 2U);
-    EXPECT_EQ(heard[0].timerId, 0x43565574U);
-    EXPECT_EQ(heard[0].code, 4000);
-    EXPECT_EQ(heard[0].intervalMs, Hour);
-    EXPECT_EQ(heard[0].elapsed, 0.5);
-    EXPECT_EQ(heard[1].intervalMs, 2 * Hour);
-    EXPECT_EQ(heard[1].elapsed, 2.0);
-    EXPECT_EQ(heard[1].sinceLastTick, 1.5);
-    EXPECT_FALSE(timer.isRunning());
+    EXPECT_EQ(times, (std::vector<double>{Hour, 0.5, 0.5, 2 * Hour, 2.0, 1.5}));
 }
 
 // Faults: a one-shot that goes on, can't be started again, or a wait that doesn't make one.
 TEST_F(TimerTest, StopsByItself) {
-    const TimerMessage message = tickOf("MFCI");
     int heard = 0;
     Timer once(nullptr, &message, Hour, true);
     Timer stopped(nullptr, &message, Hour, false);
@@ -103,18 +89,15 @@ TEST_F(TimerTest, StopsByItself) {
 // Faults: a deadlock, or a tick after the stop, when the timer is stopped and started on its own
 // thread.
 TEST_F(TimerTest, ListenersStopAndStartIt) {
-    const TimerMessage message = tickOf("CTst");
     Timer timer(nullptr, &message, 1.0, false);
     std::atomic<int> heard{0};
     Signal thirdTick;
     Hearer hearer(timer, [&](Message&) {
         switch (++heard) {
             case 1:
-                timer.restart();
-                break;
+                return timer.restart();
             case 2:
-                timer.setPeriod(2.0);
-                break;
+                return timer.setPeriod(2.0);
             default:
                 timer.stop(true);
                 thirdTick.raise();
@@ -129,78 +112,56 @@ TEST_F(TimerTest, ListenersStopAndStartIt) {
 // Faults: a stop that waits for the tick it should leave alone; a deletion that doesn't wait, or
 // that waits for a listener which stops the timer itself.
 TEST_F(TimerTest, DeletionWaitsForTheTickThatRuns) {
-    const TimerMessage message = tickOf("Eitt");
     auto timer = std::make_unique<Timer>(nullptr, &message, 1.0, false);
     Signal inside;
-    Signal mayEnd;
+    Signal deleting;
     std::atomic<bool> ended{false};
-    auto hearer = std::make_unique<Hearer>(*timer, [&, timer = timer.get()](Message&) {
+    Hearer hearer(*timer, [&, timer = timer.get()](Message&) {
         if (ended)
             return;
         inside.raise();
-        mayEnd.wait();
+        deleting.wait();
+        for (int i = 0; i < 1000; ++i)
+            std::this_thread::yield();
         timer->stop(true);
         ended = true;
     });
     timer->start();
     inside.wait();
     timer->stop(false);  // returns though the tick runs
-    Signal deleting;
-    std::thread owner([&] {
-        deleting.raise();
-        timer.reset();
-        EXPECT_TRUE(ended);
-    });
-    deleting.wait();
-    mayEnd.raise();
-    owner.join();
+    deleting.raise();
+    timer.reset();
+    EXPECT_TRUE(ended);
 }
 
 // Faults: a callback into a timer that is gone, two ticks at once, a start that is lost.
 TEST_F(TimerTest, WithstandsEightThreads) {
-    std::vector<std::thread> threads;
-    for (unsigned seed = 1; seed <= 8; ++seed)
-        threads.emplace_back([seed] {
-            std::minstd_rand random(seed);
-            const TimerMessage message = tickOf("CPUx");
-            for (int round = 0; round < 20; ++round) {
-                auto timer =
-                    std::make_unique<TimerAnimation>(nullptr, &message, 0.0F, 1.0F, 50, 50.0);
-                int ticks = 0;  // guarded by the timer's delivery
-                Hearer hearer(*timer, [&](Message&) {
-                    if (++ticks % 4 == 0)
-                        timer->restart();
-                });
-                std::thread other([&] {
-                    for (int i = 0; i < 20; ++i)
-                        i % 2 == 0 ? timer->restart() : timer->stop(i % 3 == 0);
-                });
-                for (int i = 0; i < 20; ++i) {
-                    switch (random() % 4) {
-                        case 0:
-                            timer->start();
-                            break;
-                        case 1:
-                            timer->jump();
-                            break;
-                        case 2:
-                            timer->setDuration(50.0 + i);
-                            break;
-                        default:
-                            timer->stop(true);
-                    }
-                }
-                other.join();
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    onEightThreads([] {
+        for (int round = 0; round < 20; ++round) {
+            auto timer = std::make_unique<TimerAnimation>(nullptr, &message, 0.0F, 1.0F, 50, 50.0);
+            int ticks = 0;  // guarded by the timer's delivery
+            Hearer hearer(*timer, [&](Message&) {
+                if (++ticks % 4 == 0)
+                    timer->restart();
+            });
+            std::thread other([&] {
+                for (int i = 0; i < 20; ++i)
+                    i % 2 == 0 ? timer->restart() : timer->stop(i % 3 == 0);
+            });
+            const std::function<void()> acts[] = {[&] { timer->start(); }, [&] { timer->jump(); },
+                                                  [&] { timer->setDuration(50.0 + round); },
+                                                  [&] { timer->stop(true); }};
+            for (int i = 0; i < 20; ++i)
+                acts[dice(4)]();
+            other.join();
+        }
+    });
 }
 
 // Faults: a value that counts ticks and not time, an end that is missed or passed.
 TEST_F(TimerTest, AnimationKeepsToTheClock) {
-    const ControlMessage message(nullptr, 0);
-    TimerAnimation animation(nullptr, &message, 1.0F, 3.0F, 10, 10 * Hour);
+    const ControlMessage moved(nullptr, 0);
+    TimerAnimation animation(nullptr, &moved, 1.0F, 3.0F, 10, 10 * Hour);
     std::vector<float> values;
     Hearer hearer(animation, [&](Message& m) { values.push_back(fromPayload<float>(m.payload)); });
     constexpr double Step = Hour / 1000.0;  // seconds
