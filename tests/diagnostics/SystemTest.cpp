@@ -97,40 +97,34 @@ TEST(System, TimeIsTheReplaceableClocks) {
     EXPECT_GE(System::getTime(), first);
 }
 
-TEST(CPUAssembly, NamesProcessorsOldAndNew) {
+TEST(CPUAssembly, TellsProcessorsOldAndNewFromTheirBits) {
     const struct {
         const char* vendor;
         std::uint32_t signature;
         const char* model;
     } cases[] = {
         {"GenuineIntel", 0x543, "INTEL Pentium MMX"},
-        {"GenuineIntel", 0xF29, "INTEL Pentium IV (0.13)"},
         {"GenuineIntel", 0x906EA, "INTEL Core (Kaby/Coffee Lake)"},
-        {"AuthenticAMD", 0x58C, "AMD K6-2"},
         {"AuthenticAMD", 0xA20F12, "AMD Ryzen (Zen 3)"},
         {"CyrixInstead", 0x520, "CYRIX 6x86"},
         {"CentaurHauls", 0x693, "VIA C3"},
         {"GenuineIntel", 0xFF6F0, "unknown"},
         {"SomeoneElse!", 0x543, "unknown"},
     };
+    CPUIDLeaves leaves;
+    CPUAssembly processor;
     for (const auto& c : cases) {
-        CPUIDLeaves leaves;
         std::memcpy(&leaves.vendor.ebx, c.vendor, 4);
         std::memcpy(&leaves.vendor.edx, c.vendor + 4, 4);
         std::memcpy(&leaves.vendor.ecx, c.vendor + 8, 4);
         leaves.signature.eax = c.signature;
-        CPUAssembly processor;
         processor.identify(leaves);
         EXPECT_STREQ(processor.getVendor(), c.vendor);
         EXPECT_STREQ(processor.getModel(), c.model) << std::hex << c.signature;
     }
-}
 
-TEST(CPUAssembly, TakesFieldsAndFeaturesFromTheirBits) {
-    CPUIDLeaves leaves;
     leaves.signature = {0x0A5B2FF7, 0, 0, 1u << 23 | 1u << 26};
     leaves.extendedFeatures.edx = 1u << 31;
-    CPUAssembly processor;
     processor.identify(leaves);
     EXPECT_EQ(processor.getFamily(), 15);
     EXPECT_EQ(processor.getExtendedFamily(), 0xA50);
@@ -142,13 +136,9 @@ TEST(CPUAssembly, TakesFieldsAndFeaturesFromTheirBits) {
     leaves.extendedFeatures = {};
     processor.identify(leaves);
     EXPECT_EQ(processor.getExtendedFamily() | processor.getExtendedModel(), 0);
-    EXPECT_TRUE(processor.hasSSE());
-    EXPECT_FALSE(processor.hasMMX() || processor.has3DNow() || processor.hasSSE2());
-}
+    EXPECT_EQ(processor.getFeatures(), 0b0100u);
 
-TEST(CPUAssembly, KnowsTheProcessorThatRunsThis) {
-    CPUAssembly processor;
-    processor.identify();
+    processor.identify();  // the one that runs this
     EXPECT_TRUE(processor.hasMMX() && processor.hasSSE() && processor.hasSSE2());
     const unsigned long speed = std::stoul(processor.getSpeedMHz());
     EXPECT_TRUE(speed > 200 && speed < 20'000) << speed;

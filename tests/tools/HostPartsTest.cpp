@@ -10,7 +10,6 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <functional>
 #include <limits>
 #include <numeric>
 #include <set>
@@ -39,7 +38,7 @@ TEST(HostSignal, RampTellsEveryPositionOfAChannel) {
     EXPECT_EQ(samplesOf(ramp, 1, 5, 1).front(), samples[period / 2 + 5]);
 }
 
-TEST(HostSignal, NoiseIsWhiteAndItsSeedsAndChannelsDiffer) {
+TEST(HostSignal, NoiseIsWhiteAndSinesHaveTheirPitch) {
     constexpr int frames = 1 << 16;
     const SignalSettings noise{.kind = SignalKind::Noise, .seed = 7};
     const SignalSettings other{.kind = SignalKind::Noise, .seed = 8};
@@ -54,23 +53,19 @@ TEST(HostSignal, NoiseIsWhiteAndItsSeedsAndChannelsDiffer) {
     // The same wherever it is begun and, as splitmix64's first step from 0 tells, on every system.
     EXPECT_EQ(mixedBits(0, 1), 0xe220a8397b1dcdafu);
     EXPECT_EQ(samplesOf(noise, 0, 1000, 1).front(), left[1000]);
-}
 
-TEST(HostSignal, SinesHaveTheirPitch) {
     const SignalSettings sine{
         .kind = SignalKind::Sine, .frequency = 1000.0, .level = 0.5, .rate = 48000.0};
     EXPECT_FLOAT_EQ(samplesOf(sine, 0, 48000LL * 3600 + 12, 1).front(), 0.5f);  // after an hour
     EXPECT_FLOAT_EQ(samplesOf(sine, 1, 0, 1).front(), 0.5f);  // a quarter turn ahead
-
     const SignalSettings sweep{.kind = SignalKind::Sweep, .rate = 48000.0, .seconds = 10.0};
-    const auto crossings = [&sweep](std::int64_t position) {
-        const std::vector<float> samples = samplesOf(sweep, 0, position, 4800);
-        return std::inner_product(
-            samples.begin() + 1, samples.end(), samples.begin(), 0, std::plus(),
-            [](float a, float b) { return std::signbit(a) != std::signbit(b); });
-    };
-    EXPECT_NEAR(crossings(0), 4, 1);           // a tenth of a second at 20 Hz
-    EXPECT_NEAR(crossings(475200), 4180, 80);  // up to 21.6 kHz
+    for (const auto& [position, crossings] : {std::pair(0, 4), std::pair(475200, 4180)}) {
+        const std::vector<float> tenth = samplesOf(sweep, 0, position, 4800);
+        int count = 0;
+        for (std::size_t i = 1; i < tenth.size(); ++i)
+            count += std::signbit(tenth[i]) != std::signbit(tenth[i - 1]);
+        EXPECT_NEAR(count, crossings, 1 + crossings / 52);  // 20 Hz, and up to 21.6 kHz
+    }
 }
 
 // What the file's format could change: infinities, payloads of NaN, denormals, names, lengths.
@@ -101,20 +96,18 @@ TEST(HostAudioFile, FloatsComeBackBitForBitUnderAnyName) {
 }
 
 TEST(HostSchedule, BlocksCoverTheRunAndEndWhereParametersChange) {
-    const std::vector<ParameterChange> changes = {{700, 0, 1.0f}, {0, 1, 0.5f}, {700, 2, 0.0f}};
-    Schedule schedule(100000, {1, 300}, 3, changes);
+    Schedule schedule(100000, {1, 300}, 3, {{700, 0, 1.0f}, {0, 1, 0.5f}, {700, 2, 0.0f}});
     std::int64_t position = 0;
     std::set<int> sizes;
     while (!schedule.isDone()) {
         const Schedule::Block block = schedule.next();
         ASSERT_EQ(block.position, position);
-        ASSERT_TRUE(block.frames >= 1 && block.frames <= 300);
         ASSERT_EQ(block.changes.size(), position == 0 ? 1u : position == 700 ? 2u : 0u);
         position += block.frames;
         sizes.insert(block.frames);
     }
     EXPECT_EQ(position, 100000);
-    EXPECT_TRUE(sizes.size() > 200 && sizes.contains(1) && sizes.contains(300));
+    EXPECT_TRUE(sizes.size() > 200 && *sizes.begin() == 1 && *sizes.rbegin() == 300);
 }
 
 TEST(HostSchedule, TextsThatAreNoSettingAreRefused) {

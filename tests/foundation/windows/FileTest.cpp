@@ -8,7 +8,7 @@ namespace tarn {
 namespace {
 
 TEST(WindowsFile, KeepsDrivesAndShares) {
-    // The path, itself again, its folder, and the folder's parent.
+    // The path, what becomes of it, its folder, and the folder's parent.
     const std::array<const char*, 4> cases[] = {
         {"C:\\a\\b.c", "C:\\a\\b.c", "C:\\a", "C:\\"},
         {"c:/b", "c:\\b", "c:\\", "c:\\"},
@@ -20,7 +20,7 @@ TEST(WindowsFile, KeepsDrivesAndShares) {
     };
     for (const auto& c : cases) {
         const Folder folder = File(c[0]).getFolder();
-        EXPECT_THAT(c, testing::ElementsAre(c[0], File(c[0]).getPath(), folder.getPath(),
+        EXPECT_THAT(c, testing::ElementsAre(testing::_, File(c[0]).getPath(), folder.getPath(),
                                             folder.getParent().getPath()));
         EXPECT_EQ(folder.isRelative(), *c[3] == '\0') << c[0];
     }

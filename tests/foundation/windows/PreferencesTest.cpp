@@ -4,8 +4,8 @@
 
 #include <gmock/gmock.h>
 
-#include <cstring>
 #include <string>
+#include <tuple>
 
 namespace tarn {
 namespace {
@@ -13,14 +13,8 @@ namespace {
 using test::ScratchStore;
 using namespace std::string_literals;
 
-// The tests' key as any other program sees it.
-HKEY plainKey() {
-    HKEY key = nullptr;
-    ::RegOpenKeyExA(HKEY_CURRENT_USER, ScratchStore::Key, 0, KEY_READ | KEY_WRITE, &key);
-    return key;
-}
-
-TEST(WindowsPreferences, HaveTheRegistrysTypesByteForByte) {
+// The tests' key, as any other program sees it.
+TEST(WindowsPreferences, HaveTheRegistrysTypesByteForByteAndSurviveWhatOthersWrote) {
     const ScratchStore store;
     Preferences user = store.openUser();
     user.setBool("yes", true);
@@ -30,11 +24,9 @@ TEST(WindowsPreferences, HaveTheRegistrysTypesByteForByte) {
     user.setString("Zoë", "aë山");
     user.setString("empty", "");
     user.setData("data", "abcdefgh", 8);
-    const struct {
-        const wchar_t* name;
-        DWORD type;
-        std::string bytes;
-    } cases[] = {
+    HKEY key = nullptr;
+    ::RegOpenKeyExA(HKEY_CURRENT_USER, ScratchStore::Key, 0, KEY_READ | KEY_WRITE, &key);
+    const std::tuple<const wchar_t*, DWORD, std::string> ours[] = {
         {L"yes", REG_DWORD, "\1\0\0\0"s},
         {L"no", REG_DWORD, "\0\0\0\0"s},
         {L"integer", REG_DWORD, "\xFE\xFF\xFF\xFF"},
@@ -44,27 +36,17 @@ TEST(WindowsPreferences, HaveTheRegistrysTypesByteForByte) {
         {L"empty", REG_SZ, ""},
         {L"data", REG_DWORD, "abcdefgh"},
     };
-    const HKEY key = plainKey();
-    for (const auto& c : cases) {
+    for (const auto& [name, expectedType, expected] : ours) {
         DWORD type = 0;
         BYTE bytes[256];
         DWORD size = sizeof(bytes);
-        EXPECT_EQ(::RegQueryValueExW(key, c.name, nullptr, &type, bytes, &size), ERROR_SUCCESS);
-        EXPECT_EQ(type, c.type) << c.bytes;
-        EXPECT_EQ(std::string(bytes, bytes + size), c.bytes);
+        EXPECT_EQ(::RegQueryValueExW(key, name, nullptr, &type, bytes, &size), ERROR_SUCCESS);
+        EXPECT_EQ(type, expectedType) << expected;
+        EXPECT_EQ(std::string(bytes, bytes + size), expected);
     }
-    ::RegCloseKey(key);
-}
 
-TEST(WindowsPreferences, SurviveWhatOthersWrote) {
-    const ScratchStore store;
-    const Preferences user = store.openUser();
-    const struct {
-        const char* name;
-        DWORD type;
-        std::string bytes;
-        const char* text;
-    } cases[] = {
+    // Name, type and bytes, and the text that they are for us.
+    const std::tuple<std::string, DWORD, std::string, std::string> theirs[] = {
         {"unterminated", REG_SZ, "a\0b\0"s, "ab"},
         {"odd", REG_SZ, "a\0b\0c"s, "ab"},
         {"expandable", REG_EXPAND_SZ, "%\0x\0\0\0"s, "%x"},
@@ -74,18 +56,16 @@ TEST(WindowsPreferences, SurviveWhatOthersWrote) {
         {"short", REG_DWORD, "\1\0"s, "none"},
         {"quad", REG_QWORD, "12345678", "none"},
     };
-    const HKEY key = plainKey();
-    for (const auto& c : cases) {
-        const std::wstring name(c.name, c.name + std::strlen(c.name));
-        const auto* bytes = reinterpret_cast<const BYTE*>(c.bytes.data());
-        ASSERT_EQ(::RegSetValueExW(key, name.c_str(), 0, c.type, bytes,
-                                   static_cast<DWORD>(c.bytes.size())),
+    for (const auto& [name, type, bytes, expected] : theirs) {
+        const std::wstring wide(name.begin(), name.end());
+        ASSERT_EQ(::RegSetKeyValueW(key, nullptr, wide.c_str(), type, bytes.data(),
+                                    static_cast<DWORD>(bytes.size())),
                   ERROR_SUCCESS);
         std::string text = "none";
-        EXPECT_EQ(user.getString(c.name, text), c.text != "none"s) << c.name;
-        EXPECT_EQ(text, c.text) << c.name;
+        EXPECT_EQ(user.getString(name, text), expected != "none") << name;
+        EXPECT_EQ(text, expected) << name;
         std::int32_t number = 42;
-        EXPECT_FALSE(user.getInteger(c.name, number)) << c.name;
+        EXPECT_FALSE(user.getInteger(name, number)) << name;
     }
     std::string text;
     ASSERT_EQ(::RegSetKeyValueA(key, nullptr, "plain", REG_SZ, "C:\\Plug-ins", 12), ERROR_SUCCESS);
