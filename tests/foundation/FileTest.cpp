@@ -238,6 +238,10 @@ TEST(File, IsChosenWhereOneWasLastOpenedAndOverwrittenOnlyWhenTheUserAgrees) {
         EXPECT_EQ(file.getPath(), c.result);
         EXPECT_EQ(dialogs, c.dialogs);
     }
+    platform::setDialogAnswers({{}, [](const auto&) { return platform::FileAnswer{}; }});
+    Folder place(store.path());
+    EXPECT_FALSE(place.browse("Where?"));
+    EXPECT_EQ(place.getPath(), store.path());
     platform::setDialogAnswers({});
     Preferences::setStores(nullptr, nullptr);
 }
