@@ -1,35 +1,28 @@
 // Stores of preferences of a test's own, for the user and for the machine; they go with the object.
+// On Linux they lie in its folder; on Windows their key is one that no product has.
 #pragma once
 
 #include "foundation/Preferences.h"
 #include "support/ScratchFolder.h"
 
-#include <cstdint>
-
 namespace tarn::test {
 
-/// On Linux both roots lead into a scratch folder; on Windows the key is one that no product has.
-class ScratchStore {
+class ScratchStore : public ScratchFolder {
 public:
     ScratchStore();
-    ScratchStore(const ScratchStore&) = delete;
-    ScratchStore& operator=(const ScratchStore&) = delete;
     ~ScratchStore();
 
-    /// The tests' key below either root.
-    static const char* const Key;
+    /// Of the tests, below either root.
+    static constexpr char Key[] = "Software\\Tarn tests\\Scratch";
 
-    Preferences open(platform::PreferencesRoot root, std::uint32_t flags) const {
+    static constexpr std::uint32_t ReadWrite = Preferences::Read | Preferences::Write;
+
+    Preferences open(platform::PreferencesRoot root, std::uint32_t flags = ReadWrite) const {
         return Preferences(root, Key, flags);
     }
-    Preferences openUser(std::uint32_t flags) const {
+    Preferences openUser(std::uint32_t flags = ReadWrite) const {
         return open(platform::PreferencesRoot::CurrentUser, flags);
     }
-
-    const ScratchFolder& folder() const { return folder_; }
-
-private:
-    ScratchFolder folder_;
 };
 
 }  // namespace tarn::test

@@ -1,16 +1,15 @@
 // The parts of the host by themselves.
 #include "host/AudioFile.h"
 #include "host/Failure.h"
-#include "host/Files.h"
 #include "host/Schedule.h"
 #include "host/Signal.h"
-#include "tools/Tool.h"
+#include "support/ScratchFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <numeric>
 #include <set>
@@ -39,7 +38,7 @@ TEST(HostSignal, RampTellsEveryPositionOfAChannel) {
     EXPECT_EQ(samplesOf(ramp, 1, 5, 1).front(), samples[period / 2 + 5]);
 }
 
-TEST(HostSignal, NoiseIsWhiteAndItsSeedsAndChannelsDiffer) {
+TEST(HostSignal, NoiseIsWhiteAndSinesHaveTheirPitch) {
     constexpr int frames = 1 << 16;
     const SignalSettings noise{.kind = SignalKind::Noise, .seed = 7};
     const SignalSettings other{.kind = SignalKind::Noise, .seed = 8};
@@ -47,39 +46,32 @@ TEST(HostSignal, NoiseIsWhiteAndItsSeedsAndChannelsDiffer) {
     const auto correlation = [&](const std::vector<float>& with, int lag) {
         return std::inner_product(left.begin() + lag, left.end(), with.begin(), 0.0) / frames;
     };
-    EXPECT_NEAR(correlation(left, 0), 1.0 / 3.0, 0.01);
-    for (int lag = 1; lag < 50; ++lag)
-        EXPECT_NEAR(correlation(left, lag), 0.0, 0.01) << lag;
+    for (int lag = 0; lag < 50; ++lag)
+        EXPECT_NEAR(correlation(left, lag), lag == 0 ? 1.0 / 3.0 : 0.0, 0.01) << lag;
     EXPECT_NEAR(correlation(samplesOf(noise, 1, 0, frames), 0), 0.0, 0.01);
     EXPECT_NEAR(correlation(samplesOf(other, 0, 0, frames), 0), 0.0, 0.01);
     // The same wherever it is begun and, as splitmix64's first step from 0 tells, on every system.
     EXPECT_EQ(mixedBits(0, 1), 0xe220a8397b1dcdafu);
     EXPECT_EQ(samplesOf(noise, 0, 1000, 1).front(), left[1000]);
-}
 
-TEST(HostSignal, SinesHaveTheirPitch) {
     const SignalSettings sine{
         .kind = SignalKind::Sine, .frequency = 1000.0, .level = 0.5, .rate = 48000.0};
-    const std::vector<float> hourLater = samplesOf(sine, 0, 48000LL * 3600 + 12, 1);
-    EXPECT_FLOAT_EQ(hourLater.front(), 0.5f);
+    EXPECT_FLOAT_EQ(samplesOf(sine, 0, 48000LL * 3600 + 12, 1).front(), 0.5f);  // after an hour
     EXPECT_FLOAT_EQ(samplesOf(sine, 1, 0, 1).front(), 0.5f);  // a quarter turn ahead
-
     const SignalSettings sweep{.kind = SignalKind::Sweep, .rate = 48000.0, .seconds = 10.0};
-    const auto crossings = [&sweep](std::int64_t position) {
-        const std::vector<float> samples = samplesOf(sweep, 0, position, 4800);
+    for (const auto& [position, crossings] : {std::pair(0, 4), std::pair(475200, 4180)}) {
+        const std::vector<float> tenth = samplesOf(sweep, 0, position, 4800);
         int count = 0;
-        for (std::size_t i = 1; i < samples.size(); ++i)
-            count += std::signbit(samples[i]) != std::signbit(samples[i - 1]);
-        return count;
-    };
-    EXPECT_NEAR(crossings(0), 4, 1);           // a tenth of a second at 20 Hz
-    EXPECT_NEAR(crossings(475200), 4180, 80);  // up to 21.6 kHz
+        for (std::size_t i = 1; i < tenth.size(); ++i)
+            count += std::signbit(tenth[i]) != std::signbit(tenth[i - 1]);
+        EXPECT_NEAR(count, crossings, 1 + crossings / 52);  // 20 Hz, and up to 21.6 kHz
+    }
 }
 
 // What the file's format could change: infinities, payloads of NaN, denormals, names, lengths.
 TEST(HostAudioFile, FloatsComeBackBitForBitUnderAnyName) {
-    const test::TemporaryFolder folder;
-    const std::string path = folder / "m\xc3\xb6\xe6\x97\xa5.wav";
+    const test::ScratchFolder folder;
+    const std::string path = folder.path("mö日.wav");
     const Channels written = {
         {0.1f, std::numeric_limits<float>::infinity(), 1e-42f, std::bit_cast<float>(0x7fc12345)},
         {-0.0f, 3.5f, -1.0f, std::bit_cast<float>(0xffc54321)}};
@@ -88,47 +80,40 @@ TEST(HostAudioFile, FloatsComeBackBitForBitUnderAnyName) {
         writer.write(std::vector<std::span<const float>>(written.begin(), written.end()));
         writer.finish();
     }
-    const std::vector<std::byte> content = readFile(path);
-    const std::string text(reinterpret_cast<const char*>(content.data()), content.size());
+    const std::string text = folder.read("mö日.wav");
     EXPECT_EQ(text.substr(0, 4) + text.substr(8, 4), "RIFFWAVE");
     EXPECT_THAT(text, Not(HasSubstr("PEAK")));  // with the time of day
 
     AudioReader reader(path);
-    EXPECT_EQ(reader.rate(), 96000.0);
-    EXPECT_EQ(reader.frames(), 4);
+    EXPECT_TRUE(reader.rate() == 96000.0 && reader.frames() == 4);
     Channels read(3);
     reader.read(read, 6);
     for (std::size_t channel = 0; channel < 3; ++channel) {
-        const std::vector<float>& expected = written[std::min<std::size_t>(channel, 1)];
-        for (std::size_t i = 0; i < 6; ++i)
-            EXPECT_EQ(std::bit_cast<std::uint32_t>(read[channel][i]),
-                      i < 4 ? std::bit_cast<std::uint32_t>(expected[i]) : 0u);
+        std::vector<float> expected = written[std::min<std::size_t>(channel, 1)];
+        expected.resize(6);
+        EXPECT_EQ(std::memcmp(read[channel].data(), expected.data(), 6 * sizeof(float)), 0);
     }
 }
 
 TEST(HostSchedule, BlocksCoverTheRunAndEndWhereParametersChange) {
-    const std::vector<ParameterChange> changes = {{700, 0, 1.0f}, {0, 1, 0.5f}, {700, 2, 0.0f}};
-    Schedule schedule(100000, {1, 300}, 3, changes);
+    Schedule schedule(100000, {1, 300}, 3, {{700, 0, 1.0f}, {0, 1, 0.5f}, {700, 2, 0.0f}});
     std::int64_t position = 0;
     std::set<int> sizes;
     while (!schedule.isDone()) {
         const Schedule::Block block = schedule.next();
         ASSERT_EQ(block.position, position);
-        ASSERT_TRUE(block.frames >= 1 && block.frames <= 300);
         ASSERT_EQ(block.changes.size(), position == 0 ? 1u : position == 700 ? 2u : 0u);
         position += block.frames;
         sizes.insert(block.frames);
     }
     EXPECT_EQ(position, 100000);
-    EXPECT_GT(sizes.size(), 200u);
-    EXPECT_TRUE(sizes.contains(1) && sizes.contains(300));
+    EXPECT_TRUE(sizes.size() > 200 && *sizes.begin() == 1 && *sizes.rbegin() == 300);
 }
 
 TEST(HostSchedule, TextsThatAreNoSettingAreRefused) {
     const Setting setting = parseSetting("a=b=0.25@1.5");
     EXPECT_EQ(setting.parameter, "a=b");
-    EXPECT_EQ(setting.value, 0.25f);
-    EXPECT_EQ(setting.seconds, 1.5);
+    EXPECT_TRUE(setting.value == 0.25f && setting.seconds == 1.5);
     for (const char* text : {"", "=1", "0", "0=", "0=1.1", "0=-1", "0=nan", "0=1@", "0=1@-2",
                              "0=1@inf", "0=1 ", "0=1x"})
         EXPECT_THROW(parseSetting(text), Failure) << text;

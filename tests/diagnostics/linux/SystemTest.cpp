@@ -6,34 +6,32 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
-#include <filesystem>
 
 namespace tarn {
 namespace {
 
-using platform::KnownFolder;
-using platform::knownFolderPath;
 using test::ScratchFolder;
 
 TEST(LinuxSystem, FoldersAreThoseOfTheDesktop) {
+    using enum platform::KnownFolder;
+    using platform::knownFolderPath;
     const ScratchFolder home;
     ::setenv("HOME", home.path().c_str(), 1);
     ::setenv("XDG_STATE_HOME", "relative/is/ignored", 1);
     ::unsetenv("XDG_CONFIG_HOME");
     ::setenv("XDG_DATA_DIRS", "relative::/data/first/:/data/second", 1);
-    EXPECT_EQ(knownFolderPath(KnownFolder::Documents), home.path("Documents"));
-    EXPECT_EQ(knownFolderPath(KnownFolder::CommonApplicationData), "/data/first");
-    EXPECT_EQ(knownFolderPath(KnownFolder::LocalApplicationData), home.path(".local/state"));
+    EXPECT_EQ(knownFolderPath(Documents), home.path("Documents"));
+    EXPECT_EQ(knownFolderPath(CommonApplicationData), "/data/first");
+    EXPECT_EQ(knownFolderPath(LocalApplicationData), home.path(".local/state"));
     EXPECT_EQ(home.entries(), 0);
-    knownFolderPath(KnownFolder::LocalApplicationData, true);
+    knownFolderPath(LocalApplicationData, true);
     EXPECT_TRUE(std::filesystem::is_directory(home.path(".local/state")));
 
-    std::filesystem::create_directory(home.path(".config"));
     home.write(".config/user-dirs.dirs",
                "# xdg\nXDG_DESKTOP_DIR=\"$HOME/x\"\nXDG_DOCUMENTS_DIR=\"$HOME/Документы\"\n");
-    EXPECT_EQ(knownFolderPath(KnownFolder::Documents), home.path("Документы"));
+    EXPECT_EQ(knownFolderPath(Documents), home.path("Документы"));
     home.write(".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"");
-    EXPECT_EQ(knownFolderPath(KnownFolder::Documents), home.path("Documents"));
+    EXPECT_EQ(knownFolderPath(Documents), home.path("Documents"));
 }
 
 // The fault it would catch: a skin's address starts a program, or is read by a shell.

@@ -6,45 +6,37 @@
 #include <sys/stat.h>
 
 #include <csignal>
-#include <filesystem>
 
 namespace tarn {
 namespace {
 
-using test::ScratchFolder;
-
 // The fault it would catch: a full disk costs the old content, or leaves rubbish in the folder.
 TEST(LinuxFile, KeepsTheOldContentWhenTheNewOneCannotBeWritten) {
-    const ScratchFolder scratch;
-    const File file(scratch.path("preset"));
-    ASSERT_TRUE(file.save("old"));
+    const test::ScratchFolder scratch;
+    scratch.write("preset", "old");
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
     ::getrlimit(RLIMIT_FSIZE, &limit);
     const rlimit little{1000, limit.rlim_max};
     ::setrlimit(RLIMIT_FSIZE, &little);
-    EXPECT_FALSE(file.save(std::string(100'000, 'x')));
+    EXPECT_FALSE(File(scratch.path("preset")).save(std::string(100'000, 'x')));
     ::setrlimit(RLIMIT_FSIZE, &limit);
     EXPECT_EQ(scratch.read("preset"), "old");
     EXPECT_EQ(scratch.entries(), 1);
 }
 
-TEST(LinuxFile, KeepsLinksAndPermissionsWhenItSaves) {
-    const ScratchFolder scratch;
-    ASSERT_TRUE(File(scratch.path("real")).save("old"));
+// And the other fault: a host that hangs because a preset's path leads to a pipe.
+TEST(LinuxFile, KeepsLinksAndPermissionsWhenItSavesAndOpensNoPipe) {
+    const test::ScratchFolder scratch;
+    scratch.write("real", "old");
     ASSERT_EQ(::chmod(scratch.path("real").c_str(), 0640), 0);
     std::filesystem::create_symlink("real", scratch.path("link"));
     EXPECT_TRUE(File(scratch.path("link")).save("new"));
     EXPECT_EQ(scratch.read("real"), "new");
     EXPECT_TRUE(std::filesystem::is_symlink(scratch.path("link")));
-    struct stat status {};
-    ::stat(scratch.path("real").c_str(), &status);
-    EXPECT_EQ(status.st_mode & 07777, 0640u);
-}
+    EXPECT_EQ(std::filesystem::status(scratch.path("real")).permissions(),
+              std::filesystem::perms(0640));
 
-// The fault it would catch: a host that hangs because a preset's path leads to a pipe.
-TEST(LinuxFile, OpensNoPipe) {
-    const ScratchFolder scratch;
     ASSERT_EQ(::mkfifo(scratch.path("pipe").c_str(), 0600), 0);
     File pipe(scratch.path("pipe"));
     EXPECT_FALSE(pipe.exists() || pipe.openRead() || pipe.open(false));

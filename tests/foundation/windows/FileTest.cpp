@@ -2,31 +2,27 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+
 namespace tarn {
 namespace {
 
 TEST(WindowsFile, KeepsDrivesAndShares) {
-    const struct {
-        const char* path;
-        const char* whole;
-        const char* folder;
-        const char* parent;
-        bool relative;
-    } cases[] = {
-        {"C:\\a\\b.c", "C:\\a\\b.c", "C:\\a", "C:\\", false},
-        {"c:/b", "c:\\b", "c:\\", "c:\\", false},
+    // The path, what becomes of it, its folder, and the folder's parent.
+    const std::array<const char*, 4> cases[] = {
+        {"C:\\a\\b.c", "C:\\a\\b.c", "C:\\a", "C:\\"},
+        {"c:/b", "c:\\b", "c:\\", "c:\\"},
         {"//server/share/a/b", "\\\\server\\share\\a\\b", "\\\\server\\share\\a",
-         "\\\\server\\share\\", false},
-        {"\\a\\b", "\\a\\b", "\\a", "\\", false},
-        {"a\\b", "a\\b", "a", "", true},
-        {"C:b\\c", "C:b\\c", "C:b", "", true},
+         "\\\\server\\share\\"},
+        {"\\a\\b", "\\a\\b", "\\a", "\\"},
+        {"a\\b", "a\\b", "a", ""},
+        {"C:b\\c", "C:b\\c", "C:b", ""},
     };
     for (const auto& c : cases) {
-        const File file(c.path);
-        EXPECT_EQ(file.getPath(), c.whole);
-        EXPECT_EQ(file.getFolder().getPath(), c.folder);
-        EXPECT_EQ(file.getFolder().getParent().getPath(), c.parent);
-        EXPECT_EQ(file.getFolder().isRelative(), c.relative) << c.path;
+        const Folder folder = File(c[0]).getFolder();
+        EXPECT_THAT(c, testing::ElementsAre(testing::_, File(c[0]).getPath(), folder.getPath(),
+                                            folder.getParent().getPath()));
+        EXPECT_EQ(folder.isRelative(), *c[3] == '\0') << c[0];
     }
     EXPECT_TRUE(Folder("C:\\").exists());
     EXPECT_EQ(Folder("D:\\x").join(Folder("C:\\y")).getPath(), "C:\\y");

@@ -4,11 +4,9 @@
 
 namespace tarn::test {
 
-const char* const ScratchStore::Key = "Software\\Tarn tests\\Scratch";
-
 ScratchStore::ScratchStore() {
-    ::setenv("XDG_CONFIG_HOME", folder_.path("user").c_str(), 1);
-    ::setenv("XDG_CONFIG_DIRS", folder_.path("machine").c_str(), 1);
+    ::setenv("XDG_CONFIG_HOME", path("user").c_str(), 1);
+    ::setenv("XDG_CONFIG_DIRS", path("machine").c_str(), 1);
 }
 
 ScratchStore::~ScratchStore() {
