@@ -121,6 +121,7 @@ VstIntPtr AudioEffectX::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr va
         case effGetPlugCategory:
             return getPlugCategory();
         case effSetSpeakerArrangement: {
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): the interface has the pointer in a number
             const auto* input = reinterpret_cast<const VstSpeakerArrangement*>(value);
             const auto* output = static_cast<const VstSpeakerArrangement*>(ptr);
             return input != nullptr && output != nullptr && setSpeakerArrangement(input, output);

@@ -12,8 +12,8 @@ namespace tarn {
 /// ends at the record's functions and is answered with 0.
 class AudioEffect {
 public:
-    /// `audioMaster` may be null: every question to the host is then answered with 0.
-    AudioEffect(audioMasterCallback audioMaster, VstInt32 programs, VstInt32 parameters);
+    /// `host` may be null: every question to it is then answered with 0.
+    AudioEffect(audioMasterCallback host, VstInt32 programs, VstInt32 parameters);
     AudioEffect(const AudioEffect&) = delete;
     AudioEffect& operator=(const AudioEffect&) = delete;
     virtual ~AudioEffect() = default;

@@ -15,7 +15,7 @@ namespace tarn {
 class VSTPlugin : public AudioEffectX, public HostInterface {
 public:
     /// A suspended instance, stereo to stereo, that has taken its connection slot.
-    explicit VSTPlugin(audioMasterCallback audioMaster);
+    explicit VSTPlugin(audioMasterCallback host);
 
     // AudioEffect
     void suspend() override;
