@@ -125,12 +125,17 @@ std::optional<ConnectionInfo> inspectConnection(std::uint32_t slot) {
 }
 
 std::optional<std::uint32_t> findConnection(std::string_view name) {
+    std::optional<std::uint32_t> found;
     for (std::uint32_t slot = 0; slot < ConnectionSlots; ++slot) {
         const std::optional<ConnectionInfo> info = inspectConnection(slot);
-        if (info && (info->status & ConnectionInUse) != 0 && info->name == name)
+        if (!info || (info->status & ConnectionInUse) == 0 || info->name != name)
+            continue;
+        if ((info->status & ConnectionFresh) != 0)
             return slot;
+        if (!found)
+            found = slot;
     }
-    return std::nullopt;
+    return found;
 }
 
 template <typename Sample>

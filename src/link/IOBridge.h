@@ -41,7 +41,8 @@ struct ConnectionInfo {
 /// Looks at a slot, 0 to 31, without keeping its block alive; nothing when there is no block.
 std::optional<ConnectionInfo> inspectConnection(std::uint32_t slot);
 
-/// The first slot in use whose name is `name`, if there is one. Keeps no block alive.
+/// The first slot in use whose name is `name`, if there is one. A fresh connection comes before one
+/// that a killed master may have left behind under the same name. Keeps no block alive.
 std::optional<std::uint32_t> findConnection(std::string_view name);
 
 /// What the receiving end opens: a slot from 0 to 31, whatever its state, or the first one in use

@@ -275,6 +275,13 @@ TEST(IOBridge, LookingMarksNothingAndKeepsNothing) {
     std::memcpy(block.name, "by hand", 8);
     EXPECT_EQ(inspectConnection(31)->name, "by hand");
     EXPECT_EQ(findConnection("by hand"), 31u);
+    // Under one name, a connection that is written to comes before a stale one.
+    auto stale = makeMaster("by hand");
+    block.lastWriteTime[0] = static_cast<std::uint32_t>(platform::calendarSeconds());
+    EXPECT_EQ(findConnection("by hand"), 31u);
+    stale->write(ramp(1).data(), 1);
+    EXPECT_EQ(findConnection("by hand"), 0u);
+    stale.reset();
     EXPECT_EQ(block.readers[0].slaveInUse, 0);
     memory = platform::SharedMemory();
     EXPECT_FALSE(inspectConnection(31));

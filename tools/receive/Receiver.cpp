@@ -21,22 +21,6 @@ constexpr double MeasuringSeconds = 0.5;
 // this hold was all that kept its slot from the next one.
 constexpr std::int64_t StaleSeconds = 10;
 
-// The first connection in use under a name; one that is written to comes before one that a killed
-// sender left behind.
-std::optional<std::uint32_t> findSlot(const std::string& name) {
-    std::optional<std::uint32_t> found;
-    for (std::uint32_t slot = 0; slot < ConnectionSlots; ++slot) {
-        const auto info = inspectConnection(slot);
-        if (!info || (info->status & ConnectionInUse) == 0 || info->name != name)
-            continue;
-        if ((info->status & ConnectionFresh) != 0)
-            return slot;
-        if (!found)
-            found = slot;
-    }
-    return found;
-}
-
 }  // namespace
 
 Receiver::Receiver(Target target, double rate, bool takesOver)
@@ -64,7 +48,8 @@ Delivery Receiver::look() {
 }
 
 bool Receiver::attach() {
-    const std::optional<std::uint32_t> slot = target_.slot ? target_.slot : findSlot(target_.name);
+    const std::optional<std::uint32_t> slot =
+        target_.slot ? target_.slot : findConnection(target_.name);
     const auto info = slot ? inspectConnection(*slot) : std::nullopt;
     if (!info) {
         state_ = State::NoConnection;
