@@ -400,6 +400,18 @@ bool Dictionary::getStringNth(std::string_view key, std::string& out, std::int32
     return text != nullptr;
 }
 
+std::vector<std::string> Dictionary::getStrings(std::string_view key,
+                                                std::string_view valueName) const {
+    const std::string_view tag = legacy_ ? "string" : key;
+    const std::string_view name = legacy_ ? key : std::string_view();
+    std::vector<std::string> texts;
+    for (TiXmlElement* child = nextMatch(element_->FirstChild(), tag, name); child != nullptr;
+         child = nextMatch(child->NextSibling(), tag, name))
+        if (const std::string* const text = findValue(child, valueName))
+            texts.push_back(*text);
+    return texts;
+}
+
 bool Dictionary::getIntegerText(std::string_view key, std::int32_t& out, std::int32_t clone,
                                 std::string_view valueName) const {
     const std::string* const text = findText(key, {}, clone, valueName);

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Opaque: only the source knows TinyXML.
 class TiXmlDocument;
@@ -87,6 +88,10 @@ public:
     /// The child that `index` others of that key precede, whatever their clone numbers.
     bool getStringNth(std::string_view key, std::string& out, std::int32_t index,
                       std::string_view valueName = "value") const;
+
+    /// The values of all children of that key, in order.
+    std::vector<std::string> getStrings(std::string_view key,
+                                        std::string_view valueName = "value") const;
 
     /// An integer from a value of any type.
     bool getIntegerText(std::string_view key, std::int32_t& out, std::int32_t clone = 0,

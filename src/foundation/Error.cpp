@@ -22,10 +22,10 @@ GeneralError::GeneralError(std::string_view where, std::string_view text)
     : Error(where, text, "EGEN") {}
 
 ErrorImportFailed::ErrorImportFailed(std::string_view where, std::string_view path)
-    : Error(where, join({"Failed to import file ", path}), "EIFL") {}
+    : Error(where, join({"Failed to import file ", path}), Code) {}
 
 ErrorImportFailed::ErrorImportFailed(std::string_view where)
-    : Error(where, "Failed to import file", "EIFL") {}
+    : Error(where, "Failed to import file", Code) {}
 
 ErrorNoSuchControlType::ErrorNoSuchControlType(std::string_view where, std::string_view className,
                                                std::string_view parameterName)

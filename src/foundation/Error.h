@@ -41,6 +41,8 @@ public:
 
 class ErrorImportFailed : public Error {
 public:
+    static constexpr const char* Code = "EIFL";
+
     /// A file, by its path.
     ErrorImportFailed(std::string_view where, std::string_view path);
 

@@ -13,10 +13,6 @@ namespace {
 
 constexpr int Decimals = 16;
 
-// Sign, the digits of the greatest float, point and decimals.
-constexpr std::size_t LongestFloat =
-    1 + (std::numeric_limits<float>::max_exponent10 + 1) + 1 + Decimals;
-
 std::string_view withoutLeadingSpace(std::string_view text) noexcept {
     return text.substr(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
 }
@@ -27,6 +23,30 @@ std::string_view withoutPlus(std::string_view text) noexcept {
     return text.substr(isSigned ? 1 : 0);
 }
 
+template <typename Real>
+std::string textOfReal(Real value) {
+    // Sign, the digits of the greatest number, point and decimals.
+    constexpr std::size_t Longest =
+        1 + (std::numeric_limits<Real>::max_exponent10 + 1) + 1 + Decimals;
+    if (std::isnan(value))
+        return "nan";
+    std::array<char, Longest> text;
+    const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), value,
+                                            std::chars_format::fixed, Decimals);
+    return {text.data(), end};
+}
+
+template <typename Real>
+Real realFromText(std::string_view text) noexcept {
+    text = withoutPlus(withoutLeadingSpace(text));
+    Real value = 0;
+    const char* const last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, value);
+    // An exponent without digits spoils the number, as it does in a stream.
+    const bool isSpoilt = end != last && (*end == 'e' || *end == 'E');
+    return error == std::errc() && !isSpoilt && std::isfinite(value) ? value : 0;
+}
+
 }  // namespace
 
 std::string toText(std::int32_t value) {
@@ -34,12 +54,11 @@ std::string toText(std::int32_t value) {
 }
 
 std::string toText(float value) {
-    if (std::isnan(value))
-        return "nan";
-    std::array<char, LongestFloat> text;
-    const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), value,
-                                            std::chars_format::fixed, Decimals);
-    return {text.data(), end};
+    return textOfReal(value);
+}
+
+std::string toText(double value) {
+    return textOfReal(value);
 }
 
 std::string toText(bool value) {
@@ -54,13 +73,11 @@ std::int32_t integerFromText(std::string_view text) noexcept {
 }
 
 float floatFromText(std::string_view text) noexcept {
-    text = withoutPlus(withoutLeadingSpace(text));
-    float value = 0.0F;
-    const char* const last = text.data() + text.size();
-    const auto [end, error] = std::from_chars(text.data(), last, value);
-    // An exponent without digits spoils the number, as it does in a stream.
-    const bool isSpoilt = end != last && (*end == 'e' || *end == 'E');
-    return error == std::errc() && !isSpoilt && std::isfinite(value) ? value : 0.0F;
+    return realFromText<float>(text);
+}
+
+double doubleFromText(std::string_view text) noexcept {
+    return realFromText<double>(text);
 }
 
 bool boolFromText(std::string_view text) noexcept {

@@ -14,6 +14,7 @@ std::string toText(std::int32_t value);
 /// Fixed notation with 16 decimals. Infinities and NaN become "inf", "-inf" and "nan", which read
 /// back as 0.
 std::string toText(float value);
+std::string toText(double value);
 
 /// "true" or "false".
 std::string toText(bool value);
@@ -22,6 +23,7 @@ std::string toText(bool value);
 /// A text that begins with none, or with one out of range, gives 0.
 std::int32_t integerFromText(std::string_view text) noexcept;
 float floatFromText(std::string_view text) noexcept;
+double doubleFromText(std::string_view text) noexcept;
 
 /// Only "true", behind white space at most, is true.
 bool boolFromText(std::string_view text) noexcept;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <concepts>
 #include <cstdint>
 #include <utility>
 
@@ -57,6 +58,9 @@ public:
     SharedObjectPtr(const SharedObjectPtr& other) noexcept : object_(other.object_) { retain(); }
     SharedObjectPtr(SharedObjectPtr&& other) noexcept
         : object_(std::exchange(other.object_, nullptr)) {}
+    template <std::derived_from<T> Derived>
+    SharedObjectPtr(const SharedObjectPtr<Derived>& other) noexcept
+        : SharedObjectPtr(other.get()) {}
     SharedObjectPtr& operator=(SharedObjectPtr other) noexcept {
         std::swap(object_, other.object_);
         return *this;
@@ -81,5 +85,14 @@ private:
 
     T* object_ = nullptr;
 };
+
+/// A new object of which the pointer is the only holder.
+template <typename T, typename... Arguments>
+SharedObjectPtr<T> makeShared(Arguments&&... arguments) {
+    T* const object = new T(std::forward<Arguments>(arguments)...);
+    SharedObjectPtr<T> pointer(object);
+    static_cast<SharedObject*>(object)->release();
+    return pointer;
+}
 
 }  // namespace tarn
