@@ -1,0 +1,19 @@
+// Sample values out of stored bytes, and one channel out of several.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace tarn {
+
+/// Little-endian values of 1 (unsigned), 2, 3 (signed) or 4 bytes (IEEE float, taken as it is) to
+/// floats, full scale being 1.0. Bytes may lie anywhere.
+void decodeValues(const unsigned char* bytes, std::int32_t bytesPerValue, std::size_t values,
+                  float* out) noexcept;
+
+/// For each frame of interleaved values: the sum, in order, of the values divided by `channels`,
+/// which is at least 1. `out` doesn't overlap.
+void mixInterleaved(const float* values, std::int32_t channels, std::size_t frames,
+                    float* out) noexcept;
+
+}  // namespace tarn

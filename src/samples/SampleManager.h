@@ -1,0 +1,54 @@
+// Which sample sounds for which note.
+#pragma once
+
+#include "foundation/Radio.h"
+#include "foundation/Range.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace tarn {
+
+class Note;
+
+/// The keys and velocities to which a sample is mapped; all of them at first.
+struct SampleMapping {
+    std::int32_t value = 0xFFFF;  // of the product's own meaning
+    std::int16_t keyLow = 0;
+    std::int16_t keyHigh = 128;
+    std::int16_t velocityLow = 0;
+    std::int16_t velocityHigh = 127;
+};
+
+/// Mappings by the sample's name. Interface thread; `findSample` also on the audio thread, while no
+/// mapping is changed.
+class SampleManager : public Radio {
+public:
+    explicit SampleManager(Radio* parent) : Radio(parent) {}
+
+    /// Makes or replaces a name's mapping.
+    virtual void setMapping(const std::string& name, std::int32_t value, Range<std::int16_t> keys,
+                            Range<std::int16_t> velocities);
+
+    /// Null for a name that isn't mapped.
+    const SampleMapping* getMapping(const std::string& name) const;
+
+    /// From 0 to 0 for a name that isn't mapped. The setters leave such a name alone, and answer
+    /// false.
+    virtual Range<std::int16_t> getKeyRange(const std::string& name) const;
+    virtual bool setVelocityRange(const std::string& name, Range<std::int16_t> velocities);
+    virtual Range<std::int16_t> getVelocityRange(const std::string& name) const;
+    virtual bool setKeyRange(const std::string& name, Range<std::int16_t> keys);
+
+    /// The first name, in the order of bytes, whose ranges hold the note's key and velocity; empty
+    /// if there is none. Allocates nothing; the text lives as long as the mapping.
+    virtual const std::string& findSample(const Note& note) const;
+
+private:
+    SampleMapping* find(const std::string& name);
+
+    std::map<std::string, SampleMapping> mappings_;
+};
+
+}  // namespace tarn

@@ -1,0 +1,166 @@
+#include "samples/SampleWav.h"
+#include "samples/WaveBytes.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace tarn {
+namespace {
+
+using namespace test;
+
+bool loads(SampleWav& sample, const std::string& bytes, bool readData = true) {
+    ByteStream stream(bytes.data(), bytes.size());
+    const Error error = sample.load(stream, readData);
+    EXPECT_TRUE(error.isOk() || error.code == "EIFL") << error.code;
+    return error.isOk();
+}
+
+std::string randomBytes(std::size_t size) {
+    static std::mt19937 random(7);
+    std::string bytes(size, '\0');
+    for (char& byte : bytes)
+        byte = static_cast<char>(random());
+    return bytes;
+}
+
+// One value as the format defines it.
+float valueOf(const unsigned char* bytes, int size) {
+    std::uint32_t word = 0;
+    for (int i = 0; i < size; ++i)
+        word |= std::uint32_t{bytes[i]} << 8 * (i + 4 - size);
+    float value = 0.0f;
+    std::memcpy(&value, &word, sizeof value);
+    if (size == 4)
+        return value;
+    return size == 1 ? static_cast<float>(word) / 2147483648.0f - 1.0f
+                     : static_cast<float>(static_cast<std::int32_t>(word)) / 2147483648.0f;
+}
+
+// The faults it would catch: a vector's remainder left out, bytes in the wrong order, a channel
+// that doesn't count, a portion that begins in the wrong place.
+TEST(SampleWav, EveryDepthAndWidthBecomesTheAverageOfItsChannels) {
+    for (const int bits : {5, 8, 12, 16, 20, 24, 32})
+        for (const int channels : {1, 2, 3, 6})
+            for (const std::size_t frames : {1u, 4u, 7u, 70'003u}) {
+                const int size = (bits + 7) / 8;
+                const auto width = static_cast<std::size_t>(channels);
+                std::string audio = randomBytes(frames * width * static_cast<std::size_t>(size));
+                if (size == 4)  // neither NaN nor infinite
+                    for (std::size_t i = 3; i < audio.size(); i += 4)
+                        audio[i] = static_cast<char>(audio[i] & 0xBF);
+                SampleWav sample;
+                const std::string partOfFrame = width * static_cast<unsigned>(size) > 1 ? "x" : "";
+                ASSERT_TRUE(loads(sample, waveFile(formatChunk(channels, bits) +
+                                                   chunk("data", audio + partOfFrame))));
+                ASSERT_EQ(sample.getFrames(), static_cast<int>(frames));
+                ASSERT_EQ(sample.getChannels(), 1);
+                const auto* bytes = reinterpret_cast<const unsigned char*>(audio.data());
+                for (std::size_t i = 0; i < frames; ++i) {
+                    float sum = 0.0f;
+                    for (int channel = 0; channel < channels; ++channel, bytes += size)
+                        sum += valueOf(bytes, size) / static_cast<float>(channels);
+                    ASSERT_EQ(sample.getData()[i], sum) << bits << ", " << channels << ", " << i;
+                }
+                ASSERT_EQ(sample.getData()[frames], sample.getData()[0]);
+            }
+}
+
+TEST(SampleWav, ChunksInAnyOrderTellNoteLoopAndRegions) {
+    SampleWav sample;
+    const std::string loop = bytesOf(1u, 0u, 10u, 90u, 0u, 0u);
+    const std::string rest = chunk("junk", "odd") + formatChunk(1, 8) +
+                             cueChunk(bytesOf(5u, 50u, 4'000'000'000u)) +
+                             chunk("acid", bytesOf(0u, 62u, 0u, 4u, 0x40004u, 120.0f)) +
+                             chunk("inst", std::string(7, '\3')) + chunk("strc", "?");
+    const std::string audio = chunk("data", std::string(101, '\xC0'));
+    ASSERT_TRUE(loads(sample, waveFile(samplerChunk(61, 0x80000000, 1, loop) + audio + rest)));
+    EXPECT_EQ(sample.getRootNote(), 61);
+    EXPECT_EQ(sample.getDetuneCoarse(), 50);
+    EXPECT_EQ(sample.getLoopMode(), Sample::ForwardLoop);
+    EXPECT_EQ(sample.getLoopStart(), 10);
+    EXPECT_EQ(sample.getLoopEnd(), 90);
+    EXPECT_EQ(sample.getEnd(), 100);
+    const std::vector<SampleRegion> regions = {{{}, 5, 49}, {{}, 50, 99}, {{}, 100, 100}};
+    EXPECT_EQ(sample.getRegions(), regions);
+    EXPECT_EQ(sample.getChunks().acid.tempo, 120.0f);
+    EXPECT_EQ(sample.getChunks().instrument.highVelocity, 3);
+
+    ASSERT_TRUE(loads(sample, waveFile(audio + samplerChunk(0, 9, 0, "") + rest)));
+    EXPECT_EQ(sample.getRootNote(), 62);
+    EXPECT_EQ(sample.getLoopMode(), Sample::NoLoop);
+    EXPECT_EQ(sample.getLoopStart(), 50);
+    EXPECT_EQ(sample.getLoopEnd(), 100);
+    EXPECT_EQ(sample.getChunks().sampler.loops.size(), 0u);
+
+    ASSERT_TRUE(loads(sample, waveFile(rest), false));
+    EXPECT_EQ(sample.getData(), nullptr);
+    EXPECT_EQ(sample.getFrames(), 0);
+    EXPECT_EQ(sample.getRegions().size(), 3u);
+}
+
+// A file that is none leaves a sample without audio, and all else as it was.
+TEST(SampleWav, BadFilesAreRefused) {
+    const std::string good = formatChunk(2, 16);
+    const std::string audio = chunk("data", std::string(40, 'a'));
+    const std::string bad[] = {
+        "",
+        "RIFF",
+        "RIFX" + waveFile(good + audio).substr(4),
+        waveFile("") + "AVI ",
+        waveFile(audio),
+        waveFile(good),
+        waveFile(good + chunk("data", "")),
+        waveFile(good + chunk("data", "a", 0xFFFFFFFF)),
+        waveFile(good + chunk("data", "a", 0xFFFFFFFE)),
+        waveFile(chunk("fmt ", "") + audio),
+        waveFile(good.substr(0, 4) + bytesOf(14u) + good.substr(8, 14) + audio),
+        waveFile(good + formatChunk(1, 16) + audio),
+        waveFile(formatChunk(0, 16) + audio),
+        waveFile(formatChunk(65535, 8) + formatChunk(65535, 16) + audio),
+        waveFile(formatChunk(65535, 16) + audio),
+        waveFile(formatChunk(2, 16, 0) + audio),
+        waveFile(formatChunk(2, 16, 5) + audio),
+        waveFile(formatChunk(2, 0) + audio),
+        waveFile(formatChunk(2, 40) + audio),
+        waveFile(formatChunk(2, 64) + audio),
+        waveFile(formatChunk(2, 65535) + audio),
+        waveFile(formatChunk(2, 16, -1, 0) + audio),
+        waveFile(good + audio + chunk("cue ", bytesOf(0xFFFFFFFFu) + std::string(48, 'c'))),
+        waveFile(good + audio + chunk("cue ", bytesOf(3u) + std::string(48, 'c'))),
+        waveFile(good + audio + chunk("plst", bytesOf(2u) + std::string(12, 'p'))),
+        waveFile(good + audio + samplerChunk(60, 0, 2, std::string(24, 'l'))),
+        waveFile(good + audio + chunk("labl", "abc")),
+    };
+    for (const std::string& bytes : bad) {
+        SampleWav sample;
+        ASSERT_TRUE(loads(
+            sample, waveFile(formatChunk(1, 8) + chunk("data", "abcd") + cueChunk(bytesOf(2u)))));
+        EXPECT_FALSE(loads(sample, bytes)) << &bytes - bad;
+        EXPECT_EQ(sample.getData(), nullptr);
+        EXPECT_EQ(sample.getFrames(), 0);
+        EXPECT_EQ(sample.getBitDepth(), 8);
+        EXPECT_EQ(sample.getEnd(), 3);
+        EXPECT_EQ(sample.getRegions().size(), 1u);
+        EXPECT_EQ(sample.getChunks().format.channels, 1);
+    }
+}
+
+// The fault it would catch: values from beyond the file's end.
+TEST(SampleWav, AFileThatIsCutOffIsRefusedUnlessItsAudioIsWhole) {
+    const std::string front = formatChunk(2, 24) + chunk("data", randomBytes(60));
+    const std::string whole = waveFile(front + cueChunk(bytesOf(1u, 2u)) + chunk("LIST", "text"));
+    const std::size_t untilData = waveFile(front).size();
+    const std::size_t untilCue = whole.size() - 12;
+    for (std::size_t size = 0; size <= whole.size(); ++size) {
+        SampleWav sample;
+        const bool isLoaded = loads(sample, whole.substr(0, size));
+        const bool isInCue = size >= untilData + 8 && size < untilCue;
+        EXPECT_EQ(isLoaded, size >= untilData && !isInCue) << size;
+        EXPECT_EQ(sample.getFrames(), isLoaded ? 10 : 0);
+    }
+}
+
+}  // namespace
+}  // namespace tarn
