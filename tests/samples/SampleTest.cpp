@@ -176,7 +176,7 @@ TEST(Sample, ChannelsAreMixedByLayout) {
 }
 
 TEST(Sample, AFileComesWithTheMarkersBesideIt) {
-    const ScratchFolder folder("brimtide-sample-");
+    const ScratchFolder folder;
     folder.write("tone.WAV", waveFile(formatChunk(1, 8) + chunk("data", std::string(100, 'a'))));
     folder.write("other.wav", "RIFFnothing");
     const File file(folder.path("tone.WAV"));

@@ -1,0 +1,46 @@
+// A WAV stream from anywhere, with and without its audio.
+#include "samples/SampleWav.h"
+
+#include <boost/interprocess/streams/bufferstream.hpp>
+#include <cstdint>
+#include <cstdlib>
+
+using namespace tarn;
+
+namespace {
+
+void require(bool condition) {
+    if (!condition)
+        std::abort();
+}
+
+// What every player of a sample relies on.
+void requireWhole(const Sample& sample) {
+    require(sample.getFrames() == 0 || (sample.getChannels() == 1 && sample.getSampleRate() > 0));
+    float sum = 0.0f;
+    for (std::int32_t i = 0; sample.getData() != nullptr && i <= sample.getFrames(); ++i)
+        sum += sample.getData()[i];
+    volatile float sink = sum;
+    static_cast<void>(sink);
+    for (const SampleRegion& region : sample.getRegions())
+        require(region.start >= 0 && region.end >= -1);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    boost::interprocess::ibufferstream stream(reinterpret_cast<const char*>(data), size);
+    SampleWav sample;
+    const bool isLoaded = sample.load(stream, true).isOk();
+    require(isLoaded || sample.getData() == nullptr);
+    require(static_cast<std::size_t>(sample.getFrames()) <= size);
+    requireWhole(sample);
+    if (isLoaded)
+        requireWhole(*sample.clone());
+
+    stream.clear();
+    stream.seekg(0);
+    require(sample.load(stream, false).isOk() >= isLoaded);
+    require(sample.getData() == nullptr && sample.getFrames() == 0);
+    return 0;
+}
