@@ -1,5 +1,6 @@
 #include "samples/SampleWav.h"
 #include "samples/WaveBytes.h"
+#include "support/AllocationCount.h"
 
 #include <gtest/gtest.h>
 
@@ -160,6 +161,22 @@ TEST(SampleWav, AFileThatIsCutOffIsRefusedUnlessItsAudioIsWhole) {
         EXPECT_EQ(isLoaded, size >= untilData && !isInCue) << size;
         EXPECT_EQ(sample.getFrames(), isLoaded ? 10 : 0);
     }
+}
+
+// Neither a claim nor a long file may cost more than the audio that is there.
+TEST(SampleWav, TakesTheMemoryOfItsAudioAndLittleMore) {
+    constexpr std::size_t Frames = 441'000;
+    constexpr std::size_t Spare = 1 << 20;
+    const auto bytesToLoad = [](const std::string& bytes, bool isGood) {
+        SampleWav sample;
+        const std::size_t before = bytesAllocatedByThisThread();
+        EXPECT_EQ(loads(sample, bytes), isGood);
+        return bytesAllocatedByThisThread() - before;
+    };
+    const std::string format = formatChunk(2, 24);
+    EXPECT_LE(bytesToLoad(waveFile(format + chunk("data", std::string(6 * Frames, 'a'))), true),
+              Frames * sizeof(float) + Spare);
+    EXPECT_LE(bytesToLoad(waveFile(format + chunk("data", "a", 0xFFFFFFFE)), false), Spare);
 }
 
 }  // namespace

@@ -7,10 +7,16 @@
 namespace {
 
 thread_local long allocations = 0;
+thread_local std::size_t allocatedBytes = 0;
+
+void* countedOrNull(std::size_t bytes) noexcept {
+    ++allocations;
+    allocatedBytes += bytes;
+    return std::malloc(bytes != 0 ? bytes : 1);
+}
 
 void* counted(std::size_t bytes) {
-    ++allocations;
-    if (void* memory = std::malloc(bytes != 0 ? bytes : 1))
+    if (void* memory = countedOrNull(bytes))
         return memory;
     throw std::bad_alloc();
 }
@@ -35,11 +41,18 @@ long tarn::test::allocationsOfThisThread() noexcept {
     return allocations;
 }
 
+std::size_t tarn::test::bytesAllocatedByThisThread() noexcept {
+    return allocatedBytes;
+}
+
 void* operator new(std::size_t bytes) {
     return counted(bytes);
 }
 void* operator new[](std::size_t bytes) {
     return counted(bytes);
+}
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+    return countedOrNull(bytes);
 }
 void* operator new(std::size_t bytes, std::align_val_t alignment) {
     return countedAligned(bytes, static_cast<std::size_t>(alignment));
