@@ -98,9 +98,10 @@ std::vector<std::int32_t> readMarkers(std::istream& stream) {
 
 Sample::Sample(Radio* parent) : Radio(parent) {}
 
+// NOLINTNEXTLINE(bugprone-copy-constructor-init): the copy has a buffer, and so a count, of its own
 Sample::Sample(const Sample& other)
     : Radio(other),
-      SharedObject(),
+      SharedObject(),  // NOLINT(readability-redundant-member-init)
       layout_(other.layout_),
       channels_(other.channels_),
       frames_(other.frames_),

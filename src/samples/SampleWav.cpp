@@ -69,28 +69,29 @@ Error SampleWav::load(const File& file, bool readData) {
 }
 
 Error SampleWav::load(std::istream& stream, bool readData) {
-    const ErrorImportFailed failure(
-        "class tarn::Error __thiscall tarn::SampleWav::load(class std::basic_istream<char,struct "
-        "std::char_traits<char> > &,bool)");
     unload();
     try {
-        WaveChunks chunks;
-        if (!chunks.read(stream, readData) || !isSupported(chunks.format))
-            return failure;
-        const std::uint32_t frames = chunks.data.size / chunks.format.blockAlign;
-        if (frames > MostFrames)
-            return failure;
-        AlignedFloats audio;
-        if (frames > 0) {
-            audio = decode(stream, chunks, frames);
-            if (!audio)
-                return failure;
-        }
-        take(std::move(chunks), static_cast<std::int32_t>(frames), std::move(audio));
-        return NoError();
+        if (loadAll(stream, readData))
+            return NoError();
     } catch (const std::exception&) {  // short of memory, or a stream that throws
-        return failure;
     }
+    return ErrorImportFailed(
+        "class tarn::Error __thiscall tarn::SampleWav::load(class std::basic_istream<char,struct "
+        "std::char_traits<char> > &,bool)");
+}
+
+bool SampleWav::loadAll(std::istream& stream, bool readData) {
+    WaveChunks chunks;
+    if (!chunks.read(stream, readData) || !isSupported(chunks.format))
+        return false;
+    const std::uint32_t frames = chunks.data.size / chunks.format.blockAlign;
+    if (frames > MostFrames)
+        return false;
+    AlignedFloats audio = frames > 0 ? decode(stream, chunks, frames) : nullptr;
+    if (frames > 0 && !audio)
+        return false;
+    take(std::move(chunks), static_cast<std::int32_t>(frames), std::move(audio));
+    return true;
 }
 
 void SampleWav::take(WaveChunks chunks, std::int32_t frames, AlignedFloats audio) {

@@ -35,6 +35,7 @@ public:
     const WaveChunks& getChunks() const { return chunks_; }
 
 private:
+    bool loadAll(std::istream& stream, bool readData);
     void take(WaveChunks chunks, std::int32_t frames, AlignedFloats audio);
     void takeRootNote();
     void takeLoop();

@@ -124,7 +124,7 @@ public:
     bool readAll(bool withData) {
         if (!readBeginning())
             return false;
-        ChunkHeader header{};
+        ChunkHeader header;
         while (readHeader(header)) {
             if (!readChunk(header, withData))
                 return false;

@@ -15,12 +15,15 @@ using ChunkId = std::array<char, 4>;
 
 /// How every chunk begins. In the record of a chunk that wasn't there, as its class gives it.
 struct ChunkHeader {
-    ChunkId id;
-    std::uint32_t size;  // bytes that follow, without the pad byte behind an odd number
+    ChunkHeader() = default;
+    ChunkHeader(ChunkId chunkId, std::uint32_t bytes) : id(chunkId), size(bytes) {}
+
+    ChunkId id{};
+    std::uint32_t size = 0;  // bytes that follow, without the pad byte behind an odd number
 };
 
 struct FormatChunk : ChunkHeader {
-    FormatChunk() : ChunkHeader{{'f', 'm', 't', ' '}, 16} {}
+    FormatChunk() : ChunkHeader({'f', 'm', 't', ' '}, 16) {}
 
     std::uint16_t format = 0;
     std::uint16_t channels = 0;
@@ -32,7 +35,7 @@ struct FormatChunk : ChunkHeader {
 
 /// The audio. Its bytes stay in the file, to be decoded from there.
 struct DataChunk : ChunkHeader {
-    DataChunk() : ChunkHeader{{'d', 'a', 't', 'a'}, 0} {}
+    DataChunk() : ChunkHeader({'d', 'a', 't', 'a'}, 0) {}
 
     std::int64_t position = 0;  // in the stream
 };
@@ -44,7 +47,7 @@ struct CuePoint {
 };
 
 struct CueChunk : ChunkHeader {
-    CueChunk() : ChunkHeader{{'c', 'u', 'e', ' '}, 4} {}
+    CueChunk() : ChunkHeader({'c', 'u', 'e', ' '}, 4) {}
 
     std::vector<CuePoint> points;
 };
@@ -54,21 +57,21 @@ struct PlaylistSegment {
 };
 
 struct PlaylistChunk : ChunkHeader {
-    PlaylistChunk() : ChunkHeader{{'p', 'l', 's', 't'}, 4} {}
+    PlaylistChunk() : ChunkHeader({'p', 'l', 's', 't'}, 4) {}
 
     std::vector<PlaylistSegment> segments;
 };
 
 /// "labl" or "note".
 struct LabelChunk : ChunkHeader {
-    explicit LabelChunk(ChunkId chunkId) : ChunkHeader{chunkId, 4} {}
+    explicit LabelChunk(ChunkId chunkId) : ChunkHeader(chunkId, 4) {}
 
     std::uint32_t cueId = 0;
     std::string text;  // up to a line end
 };
 
 struct LabeledTextChunk : ChunkHeader {
-    LabeledTextChunk() : ChunkHeader{{'l', 't', 'x', 't'}, 20} {}
+    LabeledTextChunk() : ChunkHeader({'l', 't', 'x', 't'}, 20) {}
 
     std::uint32_t cueId = 0;
     std::uint32_t sampleLength = 0;
@@ -87,7 +90,7 @@ struct SampleLoop {
 };
 
 struct SamplerChunk : ChunkHeader {
-    SamplerChunk() : ChunkHeader{{'s', 'm', 'p', 'l'}, 36} {}
+    SamplerChunk() : ChunkHeader({'s', 'm', 'p', 'l'}, 36) {}
 
     std::uint32_t manufacturer = 0;
     std::uint32_t product = 0;
@@ -101,7 +104,7 @@ struct SamplerChunk : ChunkHeader {
 };
 
 struct AcidChunk : ChunkHeader {
-    AcidChunk() : ChunkHeader{{'a', 'c', 'i', 'd'}, 24} {}
+    AcidChunk() : ChunkHeader({'a', 'c', 'i', 'd'}, 24) {}
 
     std::uint32_t flags = 0;
     std::uint16_t rootNote = 0;  // MIDI
@@ -114,11 +117,11 @@ struct AcidChunk : ChunkHeader {
 };
 
 struct StretchChunk : ChunkHeader {
-    StretchChunk() : ChunkHeader{{'s', 't', 'r', 'c'}, 0} {}
+    StretchChunk() : ChunkHeader({'s', 't', 'r', 'c'}, 0) {}
 };
 
 struct InstrumentChunk : ChunkHeader {
-    InstrumentChunk() : ChunkHeader{{'i', 'n', 's', 't'}, 8} {}
+    InstrumentChunk() : ChunkHeader({'i', 'n', 's', 't'}, 8) {}
 
     std::uint8_t unshiftedNote = 0;  // MIDI
     std::int8_t fineTune = 0;        // cents
