@@ -79,16 +79,17 @@ void mirror(std::int32_t& first, std::int32_t& last, std::int32_t frames) {
     first = newFirst;
 }
 
-// The frame numbers of a marker file's lines.
+// The frame numbers of a marker file's lines; what is no frame number is passed over.
 std::vector<std::int32_t> readMarkers(std::istream& stream) {
     std::vector<std::int32_t> frames;
     for (std::string line; std::getline(stream, line);) {
         if (!line.starts_with(MarkerPrefix))
             continue;
-        const char* const number = line.data() + MarkerPrefix.size();
-        std::int32_t frame = 0;
-        const auto read = std::from_chars(number, line.data() + line.size(), frame);
-        if (read.ec == std::errc() && frame >= 0)
+        const std::size_t number = line.find_first_not_of(" \t", MarkerPrefix.size());
+        std::int32_t frame = -1;
+        std::from_chars(line.data() + std::min(number, line.size()), line.data() + line.size(),
+                        frame);
+        if (frame >= 0)
             frames.push_back(frame);
     }
     return frames;

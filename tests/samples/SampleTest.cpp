@@ -190,7 +190,7 @@ TEST(Sample, AFileComesWithTheMarkersBesideIt) {
     EXPECT_THAT(regionsWith(nullptr), testing::ElementsAre(SampleRegion{{}, 0, 98}));
     EXPECT_THAT(regionsWith("Pos=\nname=Pos=3\npos=5\nPos=-4\nPos=99999999999\n"),
                 testing::IsEmpty());
-    EXPECT_THAT(regionsWith("[1]\r\nPos=10\r\nPos=20 x\nPos=70"),
+    EXPECT_THAT(regionsWith("[1]\r\nPos=10\r\nPos= 20 x\nPos=70"),
                 testing::ElementsAre(SampleRegion{{}, 10, 19}, SampleRegion{{}, 20, 69},
                                      SampleRegion{{}, 70, 98}));
     EXPECT_EQ(Sample::create(file, true)->getLoopStart(), 10);
