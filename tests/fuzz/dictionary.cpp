@@ -2,6 +2,7 @@
 // TinyXML makes of them, every operation lives, and what is written into the tree comes back.
 #include "foundation/Dictionary.h"
 
+#include "Require.h"
 #include "foundation/XmlGuard.h"
 
 #include <tinyxml.h>
@@ -13,13 +14,9 @@
 #include <string_view>
 
 using namespace tarn;
+using fuzz::require;
 
 namespace {
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 int heightOf(const TiXmlNode& node) {
     int below = 0;

@@ -1,9 +1,10 @@
 // A pack from anywhere.
 #include "samples/Pack.h"
 
+#include "Require.h"
+
 #include <boost/interprocess/streams/bufferstream.hpp>
 #include <cstdint>
-#include <cstdlib>
 
 using namespace tarn;
 
@@ -15,8 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::size_t frames = 0;
     for (const PackEntry& entry : readPack(stream, nullptr)) {
         frames += static_cast<std::size_t>(entry.sample->getFrames());
-        if (entry.name.empty() || frames > size)
-            std::abort();
+        fuzz::require(!entry.name.empty() && frames <= size);
     }
     return 0;
 }

@@ -1,24 +1,21 @@
 // Binary values as they come in a text: both packings, whole and broken, and what is packed here.
 #include "foundation/Packing.h"
 
+#include "Require.h"
+
 #include <cryptopp/base64.h>
 #include <cryptopp/filters.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <string>
 #include <string_view>
 
 using namespace tarn;
+using fuzz::require;
 
 namespace {
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 void unpack(std::string_view text) {
     try {
