@@ -1,6 +1,7 @@
 // Objects that count who uses them, and the pointer that counts for its owner.
 // Everything rests on one rule: copies of an object share one count, so that the last of them can
-// tell that what they stand for belongs to nobody else.
+// tell that what they stand for belongs to nobody else. A class whose copies have a content of
+// their own begins a new count in its copy constructor.
 #pragma once
 
 #include <atomic>

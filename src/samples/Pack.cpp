@@ -5,11 +5,16 @@
 
 #include <array>
 #include <boost/interprocess/streams/bufferstream.hpp>
+#include <exception>
 #include <limits>
 
 namespace tarn {
 
 PackReader::PackReader(std::istream& stream) : stream_(stream) {
+    const std::istream::pos_type begin = stream_.tellg();
+    stream_.seekg(0, std::ios::end);
+    end_ = stream_.tellg();
+    stream_.seekg(begin);
     std::array<char, PackMagic.size()> magic{};
     stream_.read(magic.data(), magic.size());
     isPack_ = stream_ && std::string_view(magic.data(), magic.size()) == PackMagic;
@@ -17,25 +22,22 @@ PackReader::PackReader(std::istream& stream) : stream_(stream) {
 }
 
 bool PackReader::next(PackedFile& entry) {
+    entry.body = {};
     if (!isPack_ || !std::getline(stream_, entry.name, '\0') || entry.name.empty())
         return false;
     std::uint32_t size = 0;
     stream_.read(reinterpret_cast<char*>(&size), sizeof size);
-    isCutOff_ = !stream_ || size > bytesLeft();
+    isCutOff_ = !stream_ || size > end_ - stream_.tellg();
     if (isCutOff_)
         return false;
-    entry.body.resize(size);
-    stream_.read(entry.body.data(), static_cast<std::streamsize>(size));
+    try {
+        entry.body.resize(size);
+        stream_.read(entry.body.data(), static_cast<std::streamsize>(size));
+    } catch (const std::exception&) {  // std::bad_alloc, or longer than a text can be
+        stream_.seekg(size, std::ios::cur);
+    }
     isCutOff_ = !stream_;
     return !isCutOff_;
-}
-
-std::int64_t PackReader::bytesLeft() {
-    const std::istream::pos_type here = stream_.tellg();
-    stream_.seekg(0, std::ios::end);
-    const std::istream::pos_type end = stream_.tellg();
-    stream_.seekg(here);
-    return end - here;
 }
 
 SharedObjectPtr<SampleWav> loadPacked(const PackedFile& entry, Radio* owner) {
@@ -65,8 +67,12 @@ std::vector<PackEntry> readPack(std::istream& stream, Radio* owner) {
 }
 
 bool writePack(const File& file, const std::vector<PackedFile>& entries) {
-    std::string bytes(PackMagic);
-    bytes += '\0';
+    std::size_t bodies = 0;
+    for (const PackedFile& entry : entries)
+        bodies += entry.name.size() + entry.body.size() + sizeof(std::uint32_t) + 1;
+    std::string bytes;
+    bytes.reserve(PackMagic.size() + bodies + 2);
+    bytes.append(PackMagic).append(1, '\0');
     for (const PackedFile& entry : entries) {
         if (entry.name.empty() || entry.name.find('\0') != std::string::npos ||
             entry.body.size() > std::numeric_limits<std::uint32_t>::max())

@@ -28,10 +28,10 @@ struct PackEntry {
     std::string name;
 };
 
-/// The samples of a pack, whose parent `owner` becomes; it may be null. Entries that are no WAV
-/// files are left out, and one that is cut off ends the pack. Empty if the file can't be opened or
-/// is no pack. Takes no more memory than the samples and the bytes of the longest entry; throws
-/// std::bad_alloc where there is less. Interface thread.
+/// The samples of a pack, whose parent `owner` becomes; it may be null, and must outlive them or be
+/// replaced. Entries that are no WAV files, or for which memory is short, are left out, and one
+/// that is cut off ends the pack. Empty if the file can't be opened or is no pack. Takes no more
+/// memory than the samples and the bytes of the longest entry. Interface thread, as all here.
 std::vector<PackEntry> readPack(const File& file, Radio* owner);
 
 /// The same from a stream that stands at a pack's beginning and can be moved in.
@@ -51,16 +51,16 @@ public:
 
     bool isPack() const { return isPack_; }
 
-    /// Reads the next entry; false at the end of the pack, and where it is cut off.
+    /// Reads the next entry; false at the end of the pack, and where it is cut off. Where memory is
+    /// too short for its body, the body is empty.
     bool next(PackedFile& entry);
 
     /// Whether the file ended inside an entry.
     bool isCutOff() const { return isCutOff_; }
 
 private:
-    std::int64_t bytesLeft();
-
     std::istream& stream_;
+    std::int64_t end_ = 0;
     bool isPack_ = false;
     bool isCutOff_ = false;
 };
@@ -69,7 +69,7 @@ private:
 /// it can't be written or an entry isn't as PackedFile says.
 bool writePack(const File& file, const std::vector<PackedFile>& entries);
 
-/// The sample in an entry's body; null if it is no WAV file.
+/// The sample in an entry's body, with `owner` as in `readPack`; null if it is no WAV file.
 SharedObjectPtr<SampleWav> loadPacked(const PackedFile& entry, Radio* owner);
 
 }  // namespace tarn

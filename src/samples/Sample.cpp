@@ -12,9 +12,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <limits>
 #include <memory>
-#include <new>
 #include <string>
 #include <utility>
 
@@ -36,6 +36,7 @@ constexpr std::uint32_t ScramblingMask = 0x4C17B3;  // its own inverse
 
 constexpr std::string_view MarkerExtension = "mrk";
 constexpr std::string_view MarkerPrefix = "Pos=";
+constexpr std::size_t MostMarkers = 65536;
 
 constexpr double StandardTempo = 120.0;  // beats a minute
 
@@ -53,17 +54,23 @@ bool arePossible(std::int32_t channels, std::int32_t frames) {
            std::int64_t{channels} * frames <= MostValues;
 }
 
-// The values of a dictionary with a place for one more; null unless there are as many as expected.
-AlignedFloats unpackValues(const Dictionary& dictionary, std::size_t expected) {
+struct Audio {
+    AlignedFloats values;   // with a place for one more
+    std::size_t count = 0;  // 0 with null
+};
+
+// What a dictionary holds; the old packing must be told how many values to expect.
+Audio unpackAudio(const Dictionary& dictionary, std::size_t expected) {
     void* block = nullptr;
     std::size_t size = expected * sizeof(float);
     const bool isUnpacked = dictionary.getData(DataKey, block, size);
     const std::unique_ptr<void, decltype(&std::free)> owner(block, &std::free);
-    if (!isUnpacked || block == nullptr || expected == 0 || size != expected * sizeof(float))
-        return nullptr;
-    AlignedFloats values = allocateFloats(expected + 1);
-    std::memcpy(values.get(), block, size);
-    return values;
+    if (!isUnpacked || size == 0 || size % sizeof(float) != 0)
+        return {};
+    const std::size_t count = size / sizeof(float);
+    Audio audio{allocateFloats(count + 1), count};
+    std::memcpy(audio.values.get(), block, size);
+    return audio;
 }
 
 // The frame where two frames change places, when a sample of so many is turned round. Wraps, so
@@ -82,7 +89,7 @@ void mirror(std::int32_t& first, std::int32_t& last, std::int32_t frames) {
 // The frame numbers of a marker file's lines; what is no frame number is passed over.
 std::vector<std::int32_t> readMarkers(std::istream& stream) {
     std::vector<std::int32_t> frames;
-    for (std::string line; std::getline(stream, line);) {
+    for (std::string line; frames.size() < MostMarkers && std::getline(stream, line);) {
         if (!line.starts_with(MarkerPrefix))
             continue;
         const std::size_t number = line.find_first_not_of(" \t", MarkerPrefix.size());
@@ -128,7 +135,7 @@ Sample::Sample(const Sample& other)
     try {
         data_ = allocateFloats(valueCount() + 1);
         std::memcpy(data_.get(), other.data_.get(), (valueCount() + 1) * sizeof(float));
-    } catch (const std::bad_alloc& exception) {
+    } catch (const std::exception& exception) {
         frames_ = 0;
         if (Logger* const logger = Logger::get())
             logger->log(LogError, "caught exception: %s", exception.what());
@@ -185,17 +192,24 @@ void Sample::reapplyParameters() {
 }
 
 void Sample::read(const Dictionary& dictionary) {
+    const bool hasAudio = dictionary.hasKey(DataKey) || dictionary.hasValue(DataKey);
     std::int32_t channels = channels_;
     std::int32_t frames = frames_;
-    dictionary.getInteger(ChannelsKey, channels);
-    dictionary.getInteger(FramesKey, frames);
-    const bool isPossible = arePossible(channels, frames);
-    const bool hasAudio = dictionary.hasKey(DataKey) || dictionary.hasValue(DataKey);
-    AlignedFloats audio;
-    if (isPossible && hasAudio)
-        audio = unpackValues(dictionary,
-                             static_cast<std::size_t>(channels) * static_cast<std::size_t>(frames));
-    if (!isPossible || (hasAudio && !audio)) {
+    if (!dictionary.getInteger(ChannelsKey, channels) && hasAudio)
+        channels = std::max(channels, 1);
+    const bool hasFrames = dictionary.getInteger(FramesKey, frames);
+    bool isWhole = arePossible(channels, frames) && (channels > 0 || !hasAudio);
+    Audio audio;
+    if (isWhole && hasAudio) {
+        const auto width = static_cast<std::size_t>(channels);
+        const std::size_t expected = width * static_cast<std::size_t>(frames);
+        audio = unpackAudio(dictionary, expected);
+        isWhole = audio.values != nullptr &&
+                  (hasFrames ? audio.count == expected : audio.count % width == 0);
+        if (isWhole)
+            frames = static_cast<std::int32_t>(audio.count / width);
+    }
+    if (!isWhole) {
         unload();
         throw Exception::SampleDataCorrupt();
     }
@@ -204,8 +218,10 @@ void Sample::read(const Dictionary& dictionary) {
     readFlags(dictionary);  // may scramble the audio that is there before
     dictionary.getInteger(SampleRateKey, sampleRate_);
     dictionary.getInteger(BitDepthKey, bitDepth_);
-    if (hasAudio || channels != channels_ || frames != frames_)
-        data_ = std::move(audio);
+    if (hasAudio || channels != channels_ || frames != frames_) {
+        data_ = std::move(audio.values);
+        normalizeGain_ = 1.0f;
+    }
     channels_ = channels;
     frames_ = frames;
     closeBuffer();
@@ -357,7 +373,8 @@ void Sample::mixToMono() {
         std::fill_n(mono.get(), frames, 0.0f);
         const auto divisor = static_cast<float>(channels_);
         const float* values = data_.get();
-        for (std::int32_t channel = 0; channel < channels_ && layout_ == Planar; ++channel)
+        const std::int32_t summed = layout_ == Planar ? channels_ : 0;
+        for (std::int32_t channel = 0; channel < summed; ++channel)
             for (std::size_t i = 0; i < frames; ++i)
                 mono[i] += *values++ / divisor;
     }

@@ -47,8 +47,8 @@ public:
     /// Empty: no audio, no regions.
     explicit Sample(Radio* parent = nullptr);
 
-    /// With a buffer of its own, and counted for itself. Where memory is short the copy has no
-    /// audio, and the log says so.
+    /// With a buffer of its own, and counted for itself. Where memory is too short for that the
+    /// copy has no audio, and the log says so.
     Sample(const Sample& other);
     Sample& operator=(const Sample&) = delete;
     ~Sample() override = default;
@@ -73,22 +73,25 @@ public:
 
     virtual void reapplyParameters();
 
-    /// Takes what the dictionary has and leaves the rest. Audio comes with its counts: where they
-    /// can't be, or don't match it, throws `Exception::SampleDataCorrupt`; the sample then has no
-    /// audio, and is as it was otherwise. Counts that come without audio, and aren't those of the
-    /// audio held, end it.
+    /// Takes what the dictionary has and leaves the rest. Audio comes with its counts, or with the
+    /// channels alone: where they can't be, or don't match it, throws
+    /// `Exception::SampleDataCorrupt`; the sample then has no audio, and is as it was otherwise.
+    /// Counts that come without audio, and aren't those of the audio held, end it. With "resident"
+    /// on and "unencrypted" off, what audio is held before is scrambled, or brought back by a
+    /// second time. Throws std::bad_alloc, with the sample as it was.
     virtual void read(const Dictionary& dictionary);
 
     /// Start and end, loop, root note and tuning.
     virtual void write(Dictionary& dictionary) const;
 
-    /// The audio and its counts. More than 64 MB can't be stored, which the log says.
+    /// The audio and its counts, into an element that holds none yet. More than 64 MB can't be
+    /// stored, which the log says.
     virtual void writeData(Dictionary& dictionary) const;
 
     /// In beats a minute. A sample as such has no tempo.
     virtual bool setTempo(double tempo);
 
-    /// Whether the audio isn't as it was loaded.
+    /// Whether a processing is on.
     virtual bool hasProcessing() const;
 
     /// Brings "SampleNormalize", "SampleReverse" and "SampleInvertPhase" to what `parameters` says,
@@ -103,8 +106,9 @@ public:
     void mixToMono();
 
     /// Takes the regions from the file of the sample's name with the extension "mrk": each line
-    /// "Pos=<frame>" ends a region and begins the next, and the last one ends before `end`. Without
-    /// such a file there is one region of the whole. With regions, the loop spans them.
+    /// "Pos=<frame>" ends a region and begins the next, and the last one ends before `end`; lines
+    /// beyond 65,536 of them are passed over. Without such a file there is one region of the whole.
+    /// With regions, the loop spans them.
     void loadMarkers(const File& sampleFile);
 
     /// The values, `channels` x `frames` and one more, by layout; null without audio. 16-byte
@@ -117,7 +121,7 @@ public:
     std::int32_t getSampleRate() const { return sampleRate_; }  // Hz
 
     std::int32_t getRootNote() const { return rootNote_; }          // MIDI
-    std::int32_t getDetuneCoarse() const { return detuneCoarse_; }  // as files have it, 0 to 99
+    std::int32_t getDetuneCoarse() const { return detuneCoarse_; }  // cents, from files 0 to 99
     std::int32_t getStart() const { return start_; }                // first frame to play
     std::int32_t getEnd() const { return end_; }                    // last frame to play
     std::int32_t getLoopMode() const { return loopMode_; }

@@ -28,22 +28,17 @@ const SampleMapping* SampleManager::getMapping(const std::string& name) const {
     return found != mappings_.end() ? &found->second : nullptr;
 }
 
-SampleMapping* SampleManager::find(const std::string& name) {
-    const auto found = mappings_.find(name);
-    return found != mappings_.end() ? &found->second : nullptr;
-}
-
 Range<std::int16_t> SampleManager::getKeyRange(const std::string& name) const {
     const SampleMapping* const mapping = getMapping(name);
     return mapping != nullptr ? keysOf(*mapping) : Range<std::int16_t>{};
 }
 
 bool SampleManager::setVelocityRange(const std::string& name, Range<std::int16_t> velocities) {
-    SampleMapping* const mapping = find(name);
-    if (mapping == nullptr)
+    const auto found = mappings_.find(name);
+    if (found == mappings_.end())
         return false;
-    mapping->velocityLow = velocities.low;
-    mapping->velocityHigh = velocities.high;
+    found->second.velocityLow = velocities.low;
+    found->second.velocityHigh = velocities.high;
     return true;
 }
 
@@ -53,11 +48,11 @@ Range<std::int16_t> SampleManager::getVelocityRange(const std::string& name) con
 }
 
 bool SampleManager::setKeyRange(const std::string& name, Range<std::int16_t> keys) {
-    SampleMapping* const mapping = find(name);
-    if (mapping == nullptr)
+    const auto found = mappings_.find(name);
+    if (found == mappings_.end())
         return false;
-    mapping->keyLow = keys.low;
-    mapping->keyHigh = keys.high;
+    found->second.keyLow = keys.low;
+    found->second.keyHigh = keys.high;
     return true;
 }
 

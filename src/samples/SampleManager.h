@@ -46,8 +46,6 @@ public:
     virtual const std::string& findSample(const Note& note) const;
 
 private:
-    SampleMapping* find(const std::string& name);
-
     std::map<std::string, SampleMapping> mappings_;
 };
 

@@ -17,7 +17,7 @@ constexpr std::int32_t MostFrames = std::numeric_limits<std::int32_t>::max() - 1
 constexpr std::uint32_t HighestNote = 127;
 
 // Bytes that are decoded at a time: they and their values stay in the processor's cache.
-constexpr std::size_t PortionBytes = 32768;
+constexpr std::size_t PortionBytes = 65536;
 
 std::int32_t bytesPerValue(const FormatChunk& format) {
     return (format.bitsPerSample + 7) / 8;
@@ -104,6 +104,7 @@ void SampleWav::take(WaveChunks chunks, std::int32_t frames, AlignedFloats audio
     sampleRate_ = static_cast<std::int32_t>(chunks_.format.sampleRate);
     frames_ = frames;
     data_ = std::move(audio);
+    normalizeGain_ = 1.0f;
     closeBuffer();
     start_ = 0;
     end_ = frames - 1;
@@ -113,12 +114,11 @@ void SampleWav::take(WaveChunks chunks, std::int32_t frames, AlignedFloats audio
 }
 
 void SampleWav::takeRootNote() {
-    // In the unit that a semitone has fifty of, to each half of the fraction's range.
-    constexpr double CoarsePerFraction = 4.656612873077393e-10 * 50.0;
+    constexpr double CentsPerFraction = 4.656612873077393e-10 * 50.0;  // 100 to 2^32
     const SamplerChunk& sampler = chunks_.sampler;
     if (sampler.unityNote != 0 && sampler.unityNote <= HighestNote) {
         rootNote_ = static_cast<std::int32_t>(sampler.unityNote);
-        detuneCoarse_ = static_cast<std::int32_t>(sampler.pitchFraction * CoarsePerFraction);
+        detuneCoarse_ = static_cast<std::int32_t>(sampler.pitchFraction * CentsPerFraction);
     } else if (chunks_.acid.rootNote != 0 && chunks_.acid.rootNote <= HighestNote) {
         rootNote_ = chunks_.acid.rootNote;
     }

@@ -27,8 +27,8 @@ public:
     /// `frames` is 0.
     ///
     /// `ErrorImportFailed` if the stream is none of these, or memory is short: the sample then has
-    /// no audio, and is as it was otherwise. Takes no more memory than the audio has, the chunks
-    /// beside it, and 1 MB.
+    /// no audio, and is as it was otherwise. Takes the memory of the audio, and little more than
+    /// that of the file's other chunks.
     virtual Error load(std::istream& stream, bool readData);
 
     /// The chunks of the last file that was loaded.

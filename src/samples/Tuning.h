@@ -30,7 +30,7 @@ public:
     virtual void read(const Dictionary& dictionary);
 
     /// Into an element that holds no tuning yet. What is written reads back the same down to the
-    /// sixteenth decimal.
+    /// sixteenth decimal; an empty description reads back as absent.
     virtual void write(Dictionary& dictionary) const;
 
     const std::string& getDescription() const { return description_; }

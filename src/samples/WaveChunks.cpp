@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
 #include <string_view>
 #include <type_traits>
 
@@ -13,6 +12,12 @@ namespace {
 constexpr std::string_view RiffTag = "RIFF";
 constexpr std::string_view WaveForm = "WAVE";
 constexpr std::int64_t ChunkHeaderSize = 8;
+
+// Of a record: 43,690 cue points are more than a file has. What lies behind isn't looked at.
+constexpr std::uint32_t MostRecordBytes = 1 << 20;
+
+// Below that, what is passed over is read rather than sought, for the stream's buffer.
+constexpr std::int64_t SeekDistance = 4096;
 
 // The fields of a chunk, one after the other. Past the end all numbers are 0, and `isShort` tells.
 class Fields {
@@ -141,6 +146,7 @@ private:
         if (begin < 0 || end_ < begin)
             return false;
         position_ = begin;
+        place_ = end_;
         std::array<char, 12> bytes{};
         const std::string_view text(bytes.data(), bytes.size());
         return readBytes(bytes.data(), bytes.size()) && text.starts_with(RiffTag) &&
@@ -149,9 +155,13 @@ private:
 
     // From the position, which moves on.
     bool readBytes(char* bytes, std::size_t size) {
-        stream_.seekg(position_);
+        if (position_ < place_ || position_ - place_ > SeekDistance)
+            stream_.seekg(position_);
+        else
+            stream_.ignore(position_ - place_);
         stream_.read(bytes, static_cast<std::streamsize>(size));
         position_ += static_cast<std::int64_t>(size);
+        place_ = position_;
         return !stream_.fail();
     }
 
@@ -197,7 +207,7 @@ private:
             return true;
         if (!isWhole(header))
             return false;
-        std::string bytes(header.size, '\0');
+        std::string bytes(std::min(header.size, MostRecordBytes), '\0');
         const std::int64_t begin = position_;
         const bool isRead = readBytes(bytes.data(), bytes.size());
         position_ = begin;
@@ -211,7 +221,8 @@ private:
 
     std::istream& stream_;
     WaveChunks& chunks_;
-    std::int64_t position_ = 0;
+    std::int64_t position_ = 0;  // of the next chunk, or of a chunk's bytes
+    std::int64_t place_ = 0;     // where the stream stands
     std::int64_t end_ = 0;
     bool hasFormat_ = false;
 };

@@ -149,8 +149,8 @@ struct WaveChunks {
     /// comes twice, the last one counts. With `withData` false the audio is passed over. Unknown
     /// chunks are too, and what is cut off in one, or in the header of one, ends the file. False if
     /// the stream can't be moved in or holds no such file, a known chunk is longer than what is
-    /// left or too short for what it says, there is no format or there are two that differ, or the
-    /// audio is missing. Takes memory in proportion to what the file holds beside the audio.
+    /// left or too short for what it says, for which it has 1 MB, there is no format or there are
+    /// two that differ, or the audio is missing.
     bool read(std::istream& stream, bool withData);
 };
 

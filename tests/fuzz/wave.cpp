@@ -2,6 +2,7 @@
 #include "Require.h"
 #include "samples/SampleWav.h"
 
+#include <algorithm>
 #include <boost/interprocess/streams/bufferstream.hpp>
 #include <cstdint>
 
@@ -15,6 +16,10 @@ void requireWhole(const Sample& sample) {
     require(sample.getFrames() == 0 || (sample.getChannels() == 1 && sample.getSampleRate() > 0));
     if (sample.getData() != nullptr)
         fuzz::touch(sample.getData(), 1LL + sample.getFrames());
+    require(sample.getRootNote() >= 0 && sample.getRootNote() <= 127);
+    require(sample.getLoopStart() >= 0 && sample.getLoopEnd() >= -1);
+    if (sample.getFrames() > 0)
+        require(std::max(sample.getLoopStart(), sample.getLoopEnd()) < sample.getFrames());
     for (const SampleRegion& region : sample.getRegions())
         require(region.start >= 0 && region.end >= -1);
 }

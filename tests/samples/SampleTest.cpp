@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -65,6 +66,11 @@ TEST(Sample, AStateBringsBackAllThatItHolds) {
     EXPECT_EQ(sample.getRootNote(), 41);
     EXPECT_EQ(sample.getLoopMode(), Sample::ForwardLoop);
     EXPECT_FALSE(sample.hasFlag(Sample::Export));
+    Dictionary withoutCounts;
+    withoutCounts.setData("sampledata", "12345678", 8);
+    Sample uncounted;
+    uncounted.read(withoutCounts);
+    EXPECT_EQ(uncounted.getFrames() * uncounted.getChannels(), 2);
     sample.read(state);
     EXPECT_EQ(sample.getEnd(), 2);
 
@@ -88,9 +94,15 @@ TEST(Sample, AStateBringsBackAllThatItHolds) {
     resident.setBool("resident", true);
     copy.read(resident);
     EXPECT_TRUE(copy.hasFlag(Sample::Resident));
-    EXPECT_NE(valuesOf(copy), valuesOf(sample));
+    EXPECT_EQ(std::bit_cast<std::uint32_t>(copy.getData()[5]),
+              std::bit_cast<std::uint32_t>(6.0f) ^ 0x4C17B3u);
+    copy.read(resident);
+    resident.setBool("unencrypted", true);
     copy.read(resident);
     EXPECT_EQ(valuesOf(copy), valuesOf(sample));
+    resident.setBool("resident", false);
+    copy.read(resident);
+    EXPECT_FALSE(copy.hasFlag(Sample::Resident));
     copy.unload();
     EXPECT_EQ(copy.getData(), nullptr);
 }
@@ -117,10 +129,14 @@ TEST(Sample, AStateWhoseAudioIsNotWhatItsCountsSayIsCorrupt) {
         broken,
         empty,
     };
-    for (const Dictionary& state : corrupt) {
+    for (Dictionary state : corrupt) {
+        state.setInteger("SampleStart", 7);
+        state.setBool("export", false);
         Sample sample;
         sample.read(stateOf(2, 2, four));
-        EXPECT_THROW(sample.read(state), Exception::SampleDataCorrupt) << &state - corrupt;
+        EXPECT_THROW(sample.read(state), Exception::SampleDataCorrupt);
+        EXPECT_EQ(sample.getStart(), 0);
+        EXPECT_TRUE(sample.hasFlag(Sample::Export));
         EXPECT_EQ(sample.getFrames(), 0);
         EXPECT_EQ(sample.getData(), nullptr);
         EXPECT_EQ(sample.getChannels(), 2);
@@ -143,12 +159,14 @@ TEST(Sample, ProcessingTwiceRestoresAnySample) {
         state.setInteger("SampleLoopEnd", std::numeric_limits<std::int32_t>::min());
         Sample sample;
         sample.read(state);
+        const std::int32_t end = sample.getEnd();
 
         sample.applyParameters(processing(false, true, true));
         EXPECT_TRUE(sample.hasProcessing());
         for (std::size_t i = 0; i < values.size(); ++i)
             EXPECT_EQ(sample.getData()[i], -values[values.size() - 1 - i]);
         EXPECT_EQ(sample.getData()[frames], sample.getData()[0]);
+        EXPECT_EQ(sample.getStart(), frames - end - 1);
         sample.applyParameters(processing(false, true, true));
         sample.applyParameters(Dictionary());
         EXPECT_EQ(valuesOf(sample), values);
@@ -170,9 +188,28 @@ TEST(Sample, ProcessingTwiceRestoresAnySample) {
 TEST(Sample, ChannelsAreMixedByLayout) {
     Sample planar;
     planar.read(stateOf(3, 2, {3, 6, 9, 12, 15, 18}));
+    planar.applyParameters(processing(true, false, false));  // as many values as frames
+    EXPECT_EQ(valuesOf(planar), (Values{3 / 18.0f, 6 / 18.0f, 9, 12, 15, 18}));
+    planar.applyParameters(processing(false, false, false));
     planar.mixToMono();
     EXPECT_EQ(valuesOf(planar), (Values{9, 12}));
     EXPECT_EQ(planar.getData()[2], 9.0f);
+
+    struct InterleavedSample : Sample {
+        InterleavedSample() { layout_ = Interleaved; }
+    } interleaved;
+    interleaved.read(stateOf(3, 2, {3, 6, 9, 12, 15, 18}));
+    interleaved.mixToMono();
+    EXPECT_EQ(valuesOf(interleaved), (Values{6, 15}));
+}
+
+TEST(SampleRegion, TravelsInADictionary) {
+    Dictionary state;
+    SampleRegion{"", 3, 8}.write(state);
+    SampleRegion region;
+    region.read(state);
+    EXPECT_EQ(region, (SampleRegion{"", 3, 8}));
+    EXPECT_NE(state.getEntry(0, "end"), nullptr);
 }
 
 TEST(Sample, AFileComesWithTheMarkersBesideIt) {

@@ -71,7 +71,7 @@ TEST(SampleWav, EveryDepthAndWidthBecomesTheAverageOfItsChannels) {
 TEST(SampleWav, ChunksInAnyOrderTellNoteLoopAndRegions) {
     SampleWav sample;
     const std::string loop = bytesOf(1u, 0u, 10u, 90u, 0u, 0u);
-    const std::string rest = chunk("junk", "odd") + formatChunk(1, 8) +
+    const std::string rest = chunk("junk", "odd") + formatChunk(1, 8) + formatChunk(1, 8) +
                              cueChunk(bytesOf(5u, 50u, 4'000'000'000u)) +
                              chunk("acid", bytesOf(0u, 62u, 0u, 4u, 0x40004u, 120.0f)) +
                              chunk("inst", std::string(7, '\3')) + chunk("strc", "?");
@@ -88,14 +88,19 @@ TEST(SampleWav, ChunksInAnyOrderTellNoteLoopAndRegions) {
     EXPECT_EQ(sample.getChunks().acid.tempo, 120.0f);
     EXPECT_EQ(sample.getChunks().instrument.highVelocity, 3);
 
-    ASSERT_TRUE(loads(sample, waveFile(audio + samplerChunk(0, 9, 0, "") + rest)));
+    ASSERT_TRUE(loads(sample, waveFile(audio + samplerChunk(200, 9, 0, "") + rest)));
     EXPECT_EQ(sample.getRootNote(), 62);
     EXPECT_EQ(sample.getLoopMode(), Sample::NoLoop);
     EXPECT_EQ(sample.getLoopStart(), 50);
     EXPECT_EQ(sample.getLoopEnd(), 100);
     EXPECT_EQ(sample.getChunks().sampler.loops.size(), 0u);
 
-    ASSERT_TRUE(loads(sample, waveFile(rest), false));
+    const std::string beyond = bytesOf(1u, 0u, 500u, 0xFFFFFFFFu, 0u, 0u);
+    ASSERT_TRUE(loads(sample, waveFile(audio + samplerChunk(9, 0, 1, beyond) + formatChunk(1, 8))));
+    EXPECT_EQ(sample.getLoopStart(), 100);
+    EXPECT_EQ(sample.getLoopEnd(), 100);
+
+    ASSERT_TRUE(loads(sample, waveFile(rest + chunk("data", "a", 0xFFFFFFFE)), false));
     EXPECT_EQ(sample.getData(), nullptr);
     EXPECT_EQ(sample.getFrames(), 0);
     EXPECT_EQ(sample.getRegions().size(), 3u);
@@ -109,7 +114,7 @@ TEST(SampleWav, BadFilesAreRefused) {
         "",
         "RIFF",
         "RIFX" + waveFile(good + audio).substr(4),
-        waveFile("") + "AVI ",
+        waveFile(good + audio).replace(8, 4, "AVI "),
         waveFile(audio),
         waveFile(good),
         waveFile(good + chunk("data", "")),

@@ -21,11 +21,12 @@ void* counted(std::size_t bytes) {
     throw std::bad_alloc();
 }
 
-// The block's own address stands just before the aligned one.
+// The block's own address stands just before the aligned one. Where the block is aligned of
+// itself, nothing is left behind the last byte, so that a sanitizer sees what is written there.
 void* countedAligned(std::size_t bytes, std::size_t alignment) {
-    auto* whole = static_cast<char*>(counted(bytes + alignment + sizeof(void*)));
-    const auto start = reinterpret_cast<std::size_t>(whole) + sizeof(void*);
-    auto** aligned = reinterpret_cast<void**>((start + alignment - 1) / alignment * alignment);
+    auto* whole = static_cast<char*>(counted(bytes + alignment));
+    const auto start = reinterpret_cast<std::size_t>(whole) + alignment;
+    auto** aligned = reinterpret_cast<void**>(start / alignment * alignment);
     aligned[-1] = whole;
     return aligned;
 }

@@ -33,7 +33,8 @@ PackedFile readEntry(const std::string& argument) {
     if (!file.openRead())
         throw Failure("can't be opened: " + file.getPath());
     entry.body.resize(static_cast<std::size_t>(std::max<std::int64_t>(file.getSize(), 0)));
-    file.read(entry.body.data(), 1, entry.body.size());
+    if (!file.getStream()->read(entry.body.data(), static_cast<std::streamsize>(entry.body.size())))
+        throw Failure("can't be read: " + file.getPath());
     if (!loadPacked(entry, nullptr))
         throw Failure("no WAV file of 8, 16 or 24 bits or 32-bit floats: " + file.getPath());
     return entry;
