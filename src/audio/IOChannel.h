@@ -1,0 +1,109 @@
+// One run of samples: a buffer of our own, a view of another channel's, or the host's memory.
+// Everything rests on one rule: a buffer that a channel allocated lives until the last channel that
+// shows it goes elsewhere or is destroyed, in whatever order.
+#pragma once
+
+#include "foundation/SharedObject.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace tarn {
+
+template <typename T>
+class IOChannel;
+
+/// 32-bit samples. `size` of them may be used, the first `count` of which are valid audio; counts
+/// and sizes that are out of range are cut to what there is. The SharedObject count tells whether
+/// other channels show the same buffer.
+///
+/// No locks: while a block is processed its channels are the audio thread's, at other times the
+/// control thread's. What is marked "audio thread" allocates nothing there.
+template <>
+class IOChannel<float> : public SharedObject {
+public:
+    /// Shows `external`, the caller's own `size` samples, all of them valid; without it allocates
+    /// as `allocate` does, or is empty for a size of 0.
+    explicit IOChannel(int size = 0, float* external = nullptr);
+
+    /// A view of `src` that begins `offset` samples into it and is `length` long, or as long as
+    /// `src` where `length` is 0 or less; both end with the buffer.
+    // NOLINTNEXTLINE(google-explicit-constructor): a copy is the view of the whole
+    IOChannel(const IOChannel& src, int offset = 0, int length = 0);
+
+    IOChannel& operator=(const IOChannel&) = delete;
+    ~IOChannel() override;
+
+    /// A new silent buffer of `n` samples, rounded up to a multiple of 16 and aligned to 16 bytes;
+    /// none for 0. Nothing changes when it throws std::bad_alloc.
+    void allocate(int n);
+
+    /// Shows `n` samples of the caller's, none of them valid yet. Audio thread, unless the channel
+    /// is shared.
+    void attach(float* p, int n);
+
+    /// Makes `n` samples usable. Beyond the capacity that takes a new buffer, and the old samples
+    /// are gone; else audio thread.
+    void setSize(int n);
+
+    /// Audio thread.
+    void setCount(int n) noexcept;
+
+    /// Copies the valid samples of `src`, which may overlap, and grows for them where it must; does
+    /// nothing when both show the same samples. Audio thread while the size suffices.
+    void assign(const IOChannel& src);
+
+    /// Copies the valid samples of `src` behind those here, as far as there is room, and returns
+    /// whether some is left. Audio thread.
+    bool append(const IOChannel& src) noexcept;
+
+    /// Sums up as many samples as both have, valid or not: a + b with `add`, else a + b - a * b.
+    /// Where the two overlap, a sample is summed up after those before it. Audio thread.
+    void mix(const IOChannel& src, bool add) noexcept;
+
+    /// Silences `length` samples from `start`, or all from there on when it is negative; what comes
+    /// before them then counts as valid too. Audio thread.
+    void clear(int start = 0, int length = -1) noexcept;
+
+    /// The largest absolute value among the valid samples, 0.0 for none; NaN is passed over. Audio
+    /// thread.
+    float getPeak() const noexcept;
+
+    /// Shows what `src` shows, with its sizes, and shares its buffer. Audio thread where neither of
+    /// the two has a buffer that a channel allocated.
+    void replace(const IOChannel& src);
+
+    /// Whether any usable sample is also one of the other's. Audio thread.
+    bool overlaps(const IOChannel& other) const noexcept;
+
+    float* getData() noexcept { return data_; }
+    const float* getData() const noexcept { return data_; }
+    int getSize() const noexcept { return size_; }
+    int getCount() const noexcept { return count_; }
+
+    /// The samples that `setSize` reaches without a new buffer.
+    int getCapacity() const noexcept { return capacity_; }
+
+    /// Whether this channel allocated its buffer; false for a view of it.
+    bool isOwned() const noexcept { return owned_; }
+
+    // Go with the channel wherever it is viewed or replaced; nothing here applies them.
+    float gain = 1.0f;  // linear
+    std::int32_t reserved = 0;
+
+    /// In the whole process, for diagnostics. Any thread.
+    static int liveChannels() noexcept;
+    static int liveBuffers() noexcept;
+
+private:
+    void leaveShare();
+
+    float* data_ = nullptr;  // null only where the size is 0
+    bool owned_ = false;
+    std::int32_t capacity_ = 0;
+    std::int32_t size_ = 0;
+    std::int32_t count_ = 0;
+    std::shared_ptr<float[]> buffer_;  // what `data_` points into; null for external memory
+};
+
+}  // namespace tarn

@@ -1,0 +1,55 @@
+// The pins on one side of the plug-in, in order.
+// Everything rests on one rule: copies show the same pins, which live until the last of them is
+// gone.
+#pragma once
+
+#include "audio/IOPin.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tarn {
+
+/// "Flat" indexes count channels through all pins. Made, copied and resized on the control thread;
+/// the rest is the audio thread's as far as the pins' operations are.
+class IOPinConfig : public SharedObject {
+public:
+    IOPinConfig() = default;
+
+    /// `pins` new pins without samples, each `channels` wide: 1 mono, 2 stereo, 4 quadro, 6
+    /// surround 5.1; no pin for another width.
+    IOPinConfig(int channels, int pins);
+
+    /// By type; no pin for one that isn't among the four.
+    IOPinConfig(IOPin::Type type, int pins);
+
+    /// The pins' names joined by "/".
+    virtual std::string toString() const;
+
+    /// Null when there is no such pin. The config owns it.
+    IOPin* getPin(int index) const noexcept;
+
+    int getPinCount() const noexcept { return static_cast<int>(pins_.size()); }
+
+    /// Those that have a type.
+    int getActivePinCount() const noexcept;
+
+    int getChannelCount() const noexcept;
+
+    /// Null past the end.
+    IOChannel<float>* getChannel(int flatIndex) const noexcept;
+
+    /// The channel shows what `channel` shows; false past the end.
+    bool setChannel(int flatIndex, const IOChannel<float>& channel);
+
+    /// Always true.
+    bool setSize(int n);
+
+    void clear() noexcept;
+
+private:
+    std::vector<std::shared_ptr<IOPin>> pins_;
+};
+
+}  // namespace tarn
