@@ -8,8 +8,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
-#include <cstring>
-#include <functional>
 #include <limits>
 #include <new>
 
@@ -29,11 +27,6 @@ std::shared_ptr<float[]> makeBuffer(int samples) {
                 ::operator delete[](buffer, Allocator::Alignment);
                 buffersAlive.fetch_sub(1, std::memory_order_relaxed);
             }};
-}
-
-void copy(float* to, const float* from, int samples) noexcept {
-    if (samples > 0)
-        std::memmove(to, from, static_cast<std::size_t>(samples) * sizeof(float));
 }
 
 struct Add {
@@ -98,6 +91,12 @@ void IOChannel<float>::leaveShare() {
         SharedObject::operator=(SharedObject());
 }
 
+void IOChannel<float>::leaveBuffer() {
+    leaveShare();
+    buffer_.reset();
+    owned_ = false;
+}
+
 void IOChannel<float>::allocate(int n) {
     if (n > std::numeric_limits<int>::max() - (CapacityStep - 1))
         throw std::bad_alloc();
@@ -111,15 +110,6 @@ void IOChannel<float>::allocate(int n) {
     count_ = 0;
 }
 
-void IOChannel<float>::attach(float* p, int n) {
-    leaveShare();
-    buffer_.reset();
-    data_ = p;
-    owned_ = false;
-    size_ = capacity_ = p != nullptr ? std::max(n, 0) : 0;
-    count_ = 0;
-}
-
 void IOChannel<float>::setSize(int n) {
     if (n == size_)
         return;
@@ -129,19 +119,6 @@ void IOChannel<float>::setSize(int n) {
     }
     size_ = std::max(n, 0);
     count_ = std::min(count_, size_);
-}
-
-void IOChannel<float>::setCount(int n) noexcept {
-    count_ = std::clamp(n, 0, size_);
-}
-
-void IOChannel<float>::assign(const IOChannel& src) {
-    if (src.data_ == data_)
-        return;
-    if (src.count_ > size_)
-        setSize(src.count_);
-    count_ = std::min(src.count_, size_);
-    copy(data_, src.data_, count_);
 }
 
 bool IOChannel<float>::append(const IOChannel& src) noexcept {
@@ -189,11 +166,6 @@ void IOChannel<float>::replace(const IOChannel& src) {
     count_ = src.count_;
     gain = src.gain;
     reserved = src.reserved;
-}
-
-bool IOChannel<float>::overlaps(const IOChannel& other) const noexcept {
-    const std::less<const float*> before;
-    return before(data_, other.data_ + other.size_) && before(other.data_, data_ + size_);
 }
 
 int IOChannel<float>::liveChannels() noexcept {

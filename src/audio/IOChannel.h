@@ -5,7 +5,11 @@
 
 #include "foundation/SharedObject.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <functional>
 #include <memory>
 
 namespace tarn {
@@ -27,8 +31,8 @@ public:
     explicit IOChannel(int size = 0, float* external = nullptr);
 
     /// A view of `src` that begins `offset` samples into it and is `length` long, or as long as
-    /// `src` where `length` is 0 or less; both end with the buffer.
-    // NOLINTNEXTLINE(google-explicit-constructor): a copy is the view of the whole
+    /// `src` where `length` is 0 or less, both as far as the buffer goes. A copy is a view of the
+    /// whole.
     IOChannel(const IOChannel& src, int offset = 0, int length = 0);
 
     IOChannel& operator=(const IOChannel&) = delete;
@@ -39,19 +43,32 @@ public:
     void allocate(int n);
 
     /// Shows `n` samples of the caller's, none of them valid yet. Audio thread, unless the channel
-    /// is shared.
-    void attach(float* p, int n);
+    /// shows a buffer that a channel allocated.
+    void attach(float* p, int n) {
+        if (buffer_ != nullptr)
+            leaveBuffer();
+        data_ = p;
+        size_ = capacity_ = p != nullptr ? std::max(n, 0) : 0;
+        count_ = 0;
+    }
 
     /// Makes `n` samples usable. Beyond the capacity that takes a new buffer, and the old samples
     /// are gone; else audio thread.
     void setSize(int n);
 
     /// Audio thread.
-    void setCount(int n) noexcept;
+    void setCount(int n) noexcept { count_ = std::clamp(n, 0, size_); }
 
     /// Copies the valid samples of `src`, which may overlap, and grows for them where it must; does
     /// nothing when both show the same samples. Audio thread while the size suffices.
-    void assign(const IOChannel& src);
+    void assign(const IOChannel& src) {
+        if (src.data_ == data_)
+            return;
+        if (src.count_ > size_) [[unlikely]]
+            setSize(src.count_);
+        count_ = std::min(src.count_, size_);
+        copy(data_, src.data_, count_);
+    }
 
     /// Copies the valid samples of `src` behind those here, as far as there is room, and returns
     /// whether some is left. Audio thread.
@@ -74,7 +91,10 @@ public:
     void replace(const IOChannel& src);
 
     /// Whether any usable sample is also one of the other's. Audio thread.
-    bool overlaps(const IOChannel& other) const noexcept;
+    bool overlaps(const IOChannel& other) const noexcept {
+        const std::less<const float*> before;
+        return before(data_, other.data_ + other.size_) && before(other.data_, data_ + size_);
+    }
 
     float* getData() noexcept { return data_; }
     const float* getData() const noexcept { return data_; }
@@ -96,10 +116,15 @@ public:
     static int liveBuffers() noexcept;
 
 private:
+    static void copy(float* to, const float* from, int samples) noexcept {
+        if (samples > 0)
+            std::memmove(to, from, static_cast<std::size_t>(samples) * sizeof(float));
+    }
     void leaveShare();
+    void leaveBuffer();
 
     float* data_ = nullptr;  // null only where the size is 0
-    bool owned_ = false;
+    bool owned_ = false;     // so it has a `buffer_`
     std::int32_t capacity_ = 0;
     std::int32_t size_ = 0;
     std::int32_t count_ = 0;

@@ -1,25 +1,12 @@
 #include "audio/IOPin.h"
 
 #include <algorithm>
-#include <cstddef>
 
 namespace tarn {
 
 namespace {
 
 enum Role { LowFrequencies, Left, Centre, Right, LeftBehind, RightBehind, FrontLeft, FrontRight };
-
-// What goes to the channel `index` of a pin that tells mono and stereo sources apart.
-const IOChannel<float>* channelFor(int index, const IOPin& src) noexcept {
-    switch (src.getType()) {
-        case IOPin::Type::Mono:
-            return src.getChannel(0);
-        case IOPin::Type::Stereo:
-            return src.getChannel(index);
-        default:
-            return nullptr;
-    }
-}
 
 }  // namespace
 
@@ -48,16 +35,6 @@ const char* IOPin::getName() const noexcept {
     }
 }
 
-IOChannel<float>* IOPin::getChannel(int index) noexcept {
-    const auto at = static_cast<std::size_t>(index);
-    return at < channels_.size() ? &channels_[at] : nullptr;
-}
-
-const IOChannel<float>* IOPin::getChannel(int index) const noexcept {
-    const auto at = static_cast<std::size_t>(index);
-    return at < channels_.size() ? &channels_[at] : nullptr;
-}
-
 IOChannel<float>* IOPin::getChannelByRole(int role) noexcept {
     return getChannel(getRoleChannel(role));
 }
@@ -69,11 +46,6 @@ const IOChannel<float>* IOPin::getChannelByRole(int role) const noexcept {
 void IOPin::setSize(int n) {
     for (auto& channel : channels_)
         channel.setSize(n);
-}
-
-void IOPin::setCount(int n) noexcept {
-    for (auto& channel : channels_)
-        channel.setCount(n);
 }
 
 void IOPin::clear() noexcept {
@@ -89,23 +61,31 @@ bool IOPin::setChannel(int index, const IOChannel<float>& channel) {
     return true;
 }
 
+template <typename Take>
+void IOPin::takeEach(const IOPin& src, Take take) {
+    if (src.type_ != Type::Mono && src.type_ != Type::Stereo)
+        return;
+    const IOChannel<float>* from = src.channels_.data();
+    const IOChannel<float>* const end = from + src.channels_.size();
+    for (auto& channel : channels_) {
+        take(channel, *from);
+        if (src.type_ == Type::Stereo && ++from == end)
+            return;
+    }
+}
+
 void IOPin::assignEach(const IOPin& src) {
-    for (int i = 0; i < getChannelCount(); ++i)
-        if (const IOChannel<float>* from = channelFor(i, src))
-            getChannel(i)->assign(*from);
+    takeEach(src, [](auto& channel, const auto& from) { channel.assign(from); });
 }
 
 void IOPin::addEach(const IOPin& src) noexcept {
-    for (int i = 0; i < getChannelCount(); ++i)
-        if (const IOChannel<float>* from = channelFor(i, src))
-            getChannel(i)->mix(*from, true);
+    takeEach(src, [](auto& channel, const auto& from) { channel.mix(from, true); });
 }
 
 bool IOPin::appendEach(const IOPin& src) noexcept {
     bool hasRoom = true;
-    for (int i = 0; i < getChannelCount(); ++i)
-        if (const IOChannel<float>* from = channelFor(i, src))
-            hasRoom = getChannel(i)->append(*from) && hasRoom;
+    takeEach(src,
+             [&](auto& channel, const auto& from) { hasRoom = channel.append(from) && hasRoom; });
     return hasRoom;
 }
 

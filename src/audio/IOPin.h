@@ -5,6 +5,7 @@
 
 #include "audio/IOChannel.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
@@ -47,8 +48,13 @@ public:
     virtual int getRoleChannel(int role) const noexcept = 0;
 
     /// Null when there is no such channel. The pin owns it.
-    IOChannel<float>* getChannel(int index) noexcept;
-    const IOChannel<float>* getChannel(int index) const noexcept;
+    IOChannel<float>* getChannel(int index) noexcept {
+        const auto at = static_cast<std::size_t>(index);
+        return at < channels_.size() ? &channels_[at] : nullptr;
+    }
+    const IOChannel<float>* getChannel(int index) const noexcept {
+        return const_cast<IOPin*>(this)->getChannel(index);
+    }
     IOChannel<float>* getChannelByRole(int role) noexcept;
     const IOChannel<float>* getChannelByRole(int role) const noexcept;
 
@@ -59,7 +65,10 @@ public:
 
     // Each channel's own operation, on all of them.
     void setSize(int n);
-    void setCount(int n) noexcept;
+    void setCount(int n) noexcept {
+        for (auto& channel : channels_)
+            channel.setCount(n);
+    }
     void clear() noexcept;
 
     /// The channel shows what `channel` shows; false when there is no such index.
@@ -76,6 +85,10 @@ protected:
     void assignEach(const IOPin& src);
     void addEach(const IOPin& src) noexcept;
     bool appendEach(const IOPin& src) noexcept;
+
+private:
+    template <typename Take>
+    void takeEach(const IOPin& src, Take take);
 
     Type type_;
     std::vector<IOChannel<float>> channels_;

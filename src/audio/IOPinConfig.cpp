@@ -1,7 +1,6 @@
 #include "audio/IOPinConfig.h"
 
-#include <algorithm>
-#include <cstddef>
+#include <utility>
 
 namespace tarn {
 
@@ -43,8 +42,11 @@ IOPinConfig::IOPinConfig(int channels, int pins) : IOPinConfig(typeOf(channels),
 
 IOPinConfig::IOPinConfig(IOPin::Type type, int pins) {
     for (int i = 0; i < pins; ++i)
-        if (auto pin = makePin(type))
+        if (auto pin = makePin(type)) {
+            for (int j = 0; IOChannel<float>* channel = pin->getChannel(j); ++j)
+                channels_.push_back(channel);
             pins_.push_back(std::move(pin));
+        }
 }
 
 std::string IOPinConfig::toString() const {
@@ -55,33 +57,6 @@ std::string IOPinConfig::toString() const {
         text += pin->getName();
     }
     return text;
-}
-
-IOPin* IOPinConfig::getPin(int index) const noexcept {
-    const auto at = static_cast<std::size_t>(index);
-    return at < pins_.size() ? pins_[at].get() : nullptr;
-}
-
-int IOPinConfig::getActivePinCount() const noexcept {
-    return static_cast<int>(std::count_if(pins_.begin(), pins_.end(), [](const auto& pin) {
-        return pin->getType() != IOPin::Type::None;
-    }));
-}
-
-int IOPinConfig::getChannelCount() const noexcept {
-    int channels = 0;
-    for (const auto& pin : pins_)
-        channels += pin->getChannelCount();
-    return channels;
-}
-
-IOChannel<float>* IOPinConfig::getChannel(int flatIndex) const noexcept {
-    for (const auto& pin : pins_) {
-        if (flatIndex < pin->getChannelCount())
-            return pin->getChannel(flatIndex);
-        flatIndex -= pin->getChannelCount();
-    }
-    return nullptr;
 }
 
 bool IOPinConfig::setChannel(int flatIndex, const IOChannel<float>& channel) {

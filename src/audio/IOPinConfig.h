@@ -5,6 +5,7 @@
 
 #include "audio/IOPin.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,20 +29,44 @@ public:
     virtual std::string toString() const;
 
     /// Null when there is no such pin. The config owns it.
-    IOPin* getPin(int index) const noexcept;
+    IOPin* getPin(int index) const noexcept {
+        const auto at = static_cast<std::size_t>(index);
+        return at < pins_.size() ? pins_[at].get() : nullptr;
+    }
 
     int getPinCount() const noexcept { return static_cast<int>(pins_.size()); }
 
     /// Those that have a type.
-    int getActivePinCount() const noexcept;
+    int getActivePinCount() const noexcept {
+        int active = 0;
+        for (const auto& pin : pins_)
+            if (pin->getType() != IOPin::Type::None)
+                ++active;
+        return active;
+    }
 
-    int getChannelCount() const noexcept;
+    int getChannelCount() const noexcept { return static_cast<int>(channels_.size()); }
 
     /// Null past the end.
-    IOChannel<float>* getChannel(int flatIndex) const noexcept;
+    IOChannel<float>* getChannel(int flatIndex) const noexcept {
+        const auto at = static_cast<std::size_t>(flatIndex);
+        return at < channels_.size() ? channels_[at] : nullptr;
+    }
 
     /// The channel shows what `channel` shows; false past the end.
     bool setChannel(int flatIndex, const IOChannel<float>& channel);
+
+    /// Every channel shows `frames` samples of the buffer of its flat index, none of them valid
+    /// yet; false at a buffer that is null. Audio thread as IOChannel's own operation is.
+    bool attach(float* const* buffers, int frames) {
+        for (IOChannel<float>* channel : channels_) {
+            float* buffer = *buffers++;
+            if (buffer == nullptr)
+                return false;
+            channel->attach(buffer, frames);
+        }
+        return true;
+    }
 
     /// Always true.
     bool setSize(int n);
@@ -50,6 +75,7 @@ public:
 
 private:
     std::vector<std::shared_ptr<IOPin>> pins_;
+    std::vector<IOChannel<float>*> channels_;  // the pins', by flat index
 };
 
 }  // namespace tarn

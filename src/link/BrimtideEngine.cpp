@@ -1,47 +1,10 @@
 #include "link/BrimtideEngine.h"
 
-#include "audio/Peak.h"
 #include "plugin/HostInterface.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace tarn {
-
-namespace {
-
-void clear(OutputChannels out, int frames) noexcept {
-    for (float* channel : out)
-        std::fill_n(channel, frames, 0.0f);
-}
-
-void copyChannel(const float* from, float* to, std::size_t frames) noexcept {
-    if (from != to)
-        std::memmove(to, from, frames * sizeof(float));
-}
-
-// Some hosts hand out buffers from a pool, so that one channel's output is the other one's input:
-// both samples of a frame are read before either is written.
-void passCrosswise(const float* left, const float* right, OutputChannels out, int frames) noexcept {
-    for (int i = 0; i < frames; ++i) {
-        const float leftSample = left[i];
-        const float rightSample = right[i];
-        out[0][i] = leftSample;
-        out[1][i] = rightSample;
-    }
-}
-
-// Channel by channel; a mono input goes to every output.
-void pass(InputChannels in, OutputChannels out, int frames) noexcept {
-    if (in.size() == 2 && out.size() == 2 && (out[0] == in[1] || out[1] == in[0])) {
-        passCrosswise(in[0], in[1], out, frames);
-        return;
-    }
-    for (std::size_t i = out.size(); i-- > 0;)
-        copyChannel(in[std::min(i, in.size() - 1)], out[i], static_cast<std::size_t>(frames));
-}
-
-}  // namespace
 
 BrimtideEngine::BrimtideEngine(HostInterface& host) : Radio(nullptr), host_(host) {
     tuneInByName(MuteOutputName);
@@ -66,16 +29,22 @@ bool BrimtideEngine::receive(Message& message) {
     return Radio::receive(message);
 }
 
-void BrimtideEngine::process(InputChannels in, OutputChannels out, int frames) noexcept {
+void BrimtideEngine::process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept {
+    const IOPin* source = in.getPin(0);
+    IOPin* target = out.getPin(0);
+    if (source == nullptr || target == nullptr)
+        return;
+    const IOChannel<float>* sent = source->getChannel(0);
     bridge_.setInputLatency(host_.getInputLatency());
-    bridge_.write(in[0], static_cast<std::uint32_t>(frames));
+    bridge_.write(sent->getData(),
+                  static_cast<std::uint32_t>(std::clamp(frames, 0, sent->getSize())));
     // Before the output is written, which may be the same memory.
-    outputLevel_.store(std::min(peakOf(in[0], frames), 1.0f), std::memory_order_relaxed);
+    outputLevel_.store(std::min(sent->getPeak(), 1.0f), std::memory_order_relaxed);
 
     if (isMuted())
-        clear(out, frames);
+        out.clear();
     else
-        pass(in, out, frames);
+        target->assign(*source);
 }
 
 }  // namespace tarn

@@ -25,9 +25,9 @@ public:
     explicit BrimtideEngine(HostInterface& host);
 
     /// One block: tells receivers the host's latency, writes the first input channel into the ring,
-    /// passes the audio on or mutes the output, and measures the first channel's level. A mono
-    /// input goes to every output channel. Audio thread.
-    void process(InputChannels in, OutputChannels out, int frames) noexcept;
+    /// passes the first pin's valid samples on or mutes the output, and measures the first
+    /// channel's level. Does nothing without a pin on each side. Audio thread.
+    void process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept;
 
     /// Takes the new value of "BrimtideID", the connection's name (the payload points to its
     /// zero-terminated text, or is null), and of "MuteOutput" (the payload's low byte). Any thread;

@@ -14,7 +14,7 @@ public:
     explicit Plugin(HostInterface& host) : engine_(std::make_unique<BrimtideEngine>(host)) {}
 
     std::int32_t getUniqueID() const override;
-    void process(InputChannels in, OutputChannels out, int frames) noexcept override;
+    void process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept override;
 
     // One parameter: "MuteOutput", off below 0.5.
     int getParameterCount() const noexcept override;

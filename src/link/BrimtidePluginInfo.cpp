@@ -9,8 +9,11 @@ const PluginInfo& PluginInfo::get() {
     return product;
 }
 
-bool BrimtidePluginInfo::isIOConfigSupported(int inputs, int outputs) const {
-    return (inputs == 1 && (outputs == 1 || outputs == 2)) || (inputs == 2 && outputs == 2);
+std::vector<IOConfig> BrimtidePluginInfo::getIOConfigs() const {
+    using enum IOPin::Type;
+    const auto pinOf = [](IOPin::Type type) { return IOPinConfig(type, 1); };
+    return {
+        {pinOf(Mono), pinOf(Mono)}, {pinOf(Mono), pinOf(Stereo)}, {pinOf(Stereo), pinOf(Stereo)}};
 }
 
 std::unique_ptr<Plugin> BrimtidePluginInfo::createPlugin(HostInterface& host) const {

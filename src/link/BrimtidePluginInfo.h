@@ -12,7 +12,7 @@ public:
     std::int32_t getVendorVersion() const override { return 1200; }
 
     /// Mono to mono, mono to stereo and stereo to stereo.
-    bool isIOConfigSupported(int inputs, int outputs) const override;
+    std::vector<IOConfig> getIOConfigs() const override;
 
     std::unique_ptr<Plugin> createPlugin(HostInterface& host) const override;
 };

@@ -1,16 +1,12 @@
 // One instance of the plug-in, whatever the host's format.
 #pragma once
 
+#include "audio/IOPinConfig.h"
+
 #include <cstdint>
-#include <span>
 #include <string_view>
 
 namespace tarn {
-
-/// Channels of one block, each at least as many frames long as the call says; input and output
-/// channels may be the same memory, in any order.
-using InputChannels = std::span<const float* const>;
-using OutputChannels = std::span<float* const>;
 
 class Plugin {
 public:
@@ -19,9 +15,11 @@ public:
     /// The four-character code by which hosts recognise the effect.
     virtual std::int32_t getUniqueID() const = 0;
 
-    /// One block: any number of frames from 0 up, at least one channel each way. Audio thread;
-    /// allocates nothing and never waits.
-    virtual void process(InputChannels in, OutputChannels out, int frames) noexcept = 0;
+    /// One block: any number of frames from 0 up, in channels of at least that size. An output
+    /// channel comes with no valid sample and is written from its beginning, after those of lower
+    /// index; it may show the memory of an input channel of its own or a lower index, but not of a
+    /// higher one, which is still to be read. Audio thread; allocates nothing and never waits.
+    virtual void process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept = 0;
 
     // The automatable parameters, in the order in which hosts number them from 0. An index that is
     // out of range is ignored, or answered with 0.0 or the empty text. Any thread.

@@ -1,8 +1,11 @@
 // The one object that describes the product and makes its classes.
 #pragma once
 
+#include "audio/IOConfig.h"
+
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace tarn {
 
@@ -23,8 +26,11 @@ public:
     /// The version as hosts compare it, such as 1200 for 1.2.0.
     virtual std::int32_t getVendorVersion() const = 0;
 
-    /// Whether the product works with so many channels in and out.
-    virtual bool isIOConfigSupported(int inputs, int outputs) const = 0;
+    /// What the product works with, in new pins without samples. Control thread.
+    virtual std::vector<IOConfig> getIOConfigs() const = 0;
+
+    /// Whether one of them has as many channels in and out. Control thread.
+    bool isIOConfigSupported(const IOConfig& config) const;
 
     /// A new instance; `host` must outlive it. Control thread.
     virtual std::unique_ptr<Plugin> createPlugin(HostInterface& host) const = 0;

@@ -5,11 +5,17 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string_view>
 
 namespace tarn {
 
 namespace {
+
+// Copies of inputs have room for blocks of 8192 frames to begin with, and for those that a host
+// announces up to a million; a longer block makes room for itself.
+constexpr VstInt32 InPlaceFrames = 8192;
+constexpr VstInt32 MaxInPlaceFrames = 1 << 20;
 
 // Cut to the buffer's size, the zero included.
 void copyText(char* buffer, std::string_view text, std::size_t bytes) {
@@ -18,10 +24,19 @@ void copyText(char* buffer, std::string_view text, std::size_t bytes) {
     buffer[length] = '\0';
 }
 
-bool hasNull(const float* const* channels, VstInt32 count) {
-    return channels == nullptr ||
-           std::find(channels, channels + count, nullptr) != channels + count;
-}
+// Keeps audio out while something that it uses changes.
+class AudioKeptOut {
+public:
+    explicit AudioKeptOut(std::atomic<bool>& ready)
+        : ready_(ready), before_(ready.exchange(false)) {}
+    AudioKeptOut(const AudioKeptOut&) = delete;
+    AudioKeptOut& operator=(const AudioKeptOut&) = delete;
+    ~AudioKeptOut() { ready_.store(before_, std::memory_order_release); }
+
+private:
+    std::atomic<bool>& ready_;
+    const bool before_;
+};
 
 }  // namespace
 
@@ -29,8 +44,9 @@ VSTPlugin::VSTPlugin(audioMasterCallback host)
     : AudioEffectX(host, 0, 0), plugin_(PluginInfo::get().createPlugin(*this)) {
     numParams = cEffect.numParams = plugin_->getParameterCount();
     cEffect.version = PluginInfo::get().getVendorVersion();
-    setNumInputs(2);
-    setNumOutputs(2);
+    setNumInputs(ioConfig_.getInputChannels());
+    setNumOutputs(ioConfig_.getOutputChannels());
+    inPlacePin_.setSize(InPlaceFrames);
     setUniqueID(plugin_->getUniqueID());
 }
 
@@ -42,15 +58,40 @@ void VSTPlugin::resume() {
     ready_.store(true, std::memory_order_release);
 }
 
+void VSTPlugin::setBlockSize(VstInt32 frames) {
+    AudioEffectX::setBlockSize(frames);
+    const AudioKeptOut keptOut(ready_);
+    inPlacePin_.setSize(std::min(frames, MaxInPlaceFrames));
+}
+
 void VSTPlugin::processReplacing(float** inputs, float** outputs, VstInt32 frames) noexcept {
     if (!ready_.load(std::memory_order_acquire) || frames < 0)
         return;
-    const VstInt32 inputCount = cEffect.numInputs;
-    const VstInt32 outputCount = cEffect.numOutputs;
-    if (hasNull(inputs, inputCount) || hasNull(outputs, outputCount))
+    if (inputs == nullptr || outputs == nullptr)
         return;
-    plugin_->process(InputChannels(inputs, static_cast<std::size_t>(inputCount)),
-                     OutputChannels(outputs, static_cast<std::size_t>(outputCount)), frames);
+    IOPinConfig& in = ioConfig_.getInputs();
+    IOPinConfig& out = ioConfig_.getOutputs();
+    if (!in.attach(inputs, frames) || !out.attach(outputs, frames))
+        return;
+    // Channels are passed in their order, so only a later one's input can be overwritten.
+    for (int i = 1; i < in.getChannelCount(); ++i)
+        for (int j = 0; j < i && j < out.getChannelCount(); ++j)
+            if (out.getChannel(j)->overlaps(*in.getChannel(i)))
+                copyInput(i, frames);
+    plugin_->process(in, out, frames);
+}
+
+// Some hosts hand out buffers from a pool, so that one channel's output is another one's input.
+void VSTPlugin::copyInput(int index, int frames) noexcept try {
+    IOChannel<float>* copy = inPlacePin_.getChannel(index);
+    if (copy == nullptr)
+        return;
+    IOChannel<float>* input = ioConfig_.getInputs().getChannel(index);
+    input->setCount(frames);
+    copy->assign(*input);
+    input->attach(copy->getData(), frames);
+} catch (const std::bad_alloc&) {
+    // The block goes without.
 }
 
 void VSTPlugin::setParameter(VstInt32 index, float value) noexcept {
@@ -73,9 +114,9 @@ bool VSTPlugin::canParameterBeAutomated(VstInt32 index) {
     return index >= 0 && index < plugin_->getParameterCount();
 }
 
-// There is one pin each way. The input's answer is that of a stereo pin, whatever its type.
+// A pin is known by its number here, and answered for as a stereo one whatever its type.
 bool VSTPlugin::getInputProperties(VstInt32 index, VstPinProperties* properties) {
-    if (index != 0)
+    if (ioConfig_.getInputs().getPin(index) == nullptr)
         return false;
     *properties = {};
     std::snprintf(properties->label, sizeof properties->label, "%s %d",
@@ -85,26 +126,39 @@ bool VSTPlugin::getInputProperties(VstInt32 index, VstPinProperties* properties)
     return true;
 }
 
+// A pin is known by the number of any of its channels here.
 bool VSTPlugin::getOutputProperties(VstInt32 index, VstPinProperties* properties) {
     *properties = {};
-    if (index < 0 || index >= cEffect.numOutputs) {
-        properties->arrangementType = kSpeakerArrEmpty;
+    properties->arrangementType = kSpeakerArrEmpty;
+    if (index < 0)
         return false;
+    for (int number = 1, end = 0; const IOPin *pin = ioConfig_.getOutputs().getPin(number - 1);
+         ++number) {
+        end += pin->getChannelCount();
+        if (index >= end)
+            continue;
+        const bool isStereo = pin->getType() == IOPin::Type::Stereo;
+        if (!isStereo && pin->getType() != IOPin::Type::Mono)
+            return false;
+        std::snprintf(properties->label, sizeof properties->label, "%s %s%d",
+                      PluginInfo::get().getProductName(), isStereo ? "ST" : "M", number);
+        properties->flags = kVstPinIsActive | (isStereo ? kVstPinIsStereo : 0);
+        properties->arrangementType = isStereo ? kSpeakerArrStereo : kSpeakerArrMono;
+        return true;
     }
-    const bool isStereo = cEffect.numOutputs == 2;
-    std::snprintf(properties->label, sizeof properties->label, "%s %s1",
-                  PluginInfo::get().getProductName(), isStereo ? "ST" : "M");
-    properties->flags = kVstPinIsActive | (isStereo ? kVstPinIsStereo : 0);
-    properties->arrangementType = isStereo ? kSpeakerArrStereo : kSpeakerArrMono;
-    return true;
+    return false;
 }
 
 bool VSTPlugin::setSpeakerArrangement(const VstSpeakerArrangement* input,
                                       const VstSpeakerArrangement* output) {
-    if (!PluginInfo::get().isIOConfigSupported(input->numChannels, output->numChannels))
+    const IOConfig wanted(IOPinConfig(input->numChannels, 1), IOPinConfig(output->numChannels, 1));
+    if (!PluginInfo::get().isIOConfigSupported(wanted))
         return false;
-    setNumInputs(input->numChannels);
-    setNumOutputs(output->numChannels);
+    const AudioKeptOut keptOut(ready_);
+    ioConfig_.setInputs(wanted.getInputs());
+    ioConfig_.setOutputs(wanted.getOutputs());
+    setNumInputs(ioConfig_.getInputChannels());
+    setNumOutputs(ioConfig_.getOutputChannels());
     return true;
 }
 

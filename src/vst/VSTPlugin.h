@@ -3,6 +3,7 @@
 // stops, and while it is clear no audio gets in.
 #pragma once
 
+#include "audio/IOConfig.h"
 #include "plugin/HostInterface.h"
 #include "plugin/Plugin.h"
 #include "vst/AudioEffect.h"
@@ -20,6 +21,9 @@ public:
     // AudioEffect
     void suspend() override;
     void resume() override;
+
+    /// Makes room for the copies that a block of so many frames may need.
+    void setBlockSize(VstInt32 frames) override;
 
     /// Any number of frames, whatever the announced block size. Does nothing while suspended, or
     /// when a pointer is null.
@@ -45,7 +49,11 @@ public:
     std::int32_t getInputLatency() noexcept override;
 
 private:
+    void copyInput(int index, int frames) noexcept;
+
     std::unique_ptr<Plugin> plugin_;
+    IOConfig ioConfig_{IOPinConfig(2, 1), IOPinConfig(2, 1)};  // shows the host's buffers
+    IOPinStereo inPlacePin_;                                   // copies of inputs, one a channel
     std::atomic<bool> ready_{false};
 };
 

@@ -51,17 +51,24 @@ TEST(BrimtideEngine, HearsOfItsNameAndOfMuting) {
 TEST(BrimtideEngine, TheLevelIsTheFirstChannelsPeakAndOneAtMost) {
     Host host;
     BrimtideEngine engine(host);
-    std::vector<float> left(64, -0.5f), right(64, 0.9f), out(64);
-    const float* inputs[] = {left.data(), right.data()};
-    float* outputs[] = {out.data(), out.data()};
+    std::vector<float> left(64, -0.5f), right(64, 0.9f);
+    IOPinConfig inputs(2, 1), outputs(2, 1);
+    inputs.setChannel(0, IOChannel<float>(64, left.data()));
+    inputs.setChannel(1, IOChannel<float>(64, right.data()));
+    outputs.setSize(64);
     engine.process(inputs, outputs, 64);
     EXPECT_EQ(engine.outputLevel(), 0.5f);
     left[3] = 4.0f;
     engine.process(inputs, outputs, 64);
     EXPECT_EQ(engine.outputLevel(), 1.0f);
     EXPECT_EQ(test::RawBlock(0)->audio.ring[67], 4.0f);
+    inputs.getPin(0)->setCount(0);
     engine.process(inputs, outputs, 0);
     EXPECT_EQ(engine.outputLevel(), 0.0f);
+    IOPinConfig none;
+    engine.process(none, outputs, 64);
+    engine.process(inputs, none, 64);
+    EXPECT_EQ(test::RawBlock(0)->audio.writeIndex, 128u);
 }
 
 }  // namespace

@@ -27,8 +27,9 @@ VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32, VstIntPtr, void*
 // An instance as a host has it: the record alone.
 class Instance {
 public:
-    explicit Instance(int inputs = 2, int outputs = 2)
+    explicit Instance(int inputs = 2, int outputs = 2, bool isResumed = false)
         : record_((new VSTPlugin(host))->getAeffect()) {
+        call(effMainsChanged, 0, isResumed);
         VstSpeakerArrangement in{}, out{};
         in.numChannels = inputs;
         out.numChannels = outputs;
@@ -90,8 +91,7 @@ TEST(VSTPlugin, EveryArrangementOfBuffersIsAWire) {
         {1, 2, {0, 0, 1, 2}}, {1, 2, {0, 0, 0, 1}}, {1, 2, {0, 0, 1, 0}},
     };
     for (const auto& each : cases) {
-        Instance instance(each.inputs, each.outputs);
-        instance.call(effMainsChanged, 0, 1);
+        Instance instance(each.inputs, each.outputs, true);
         for (const int frames : {1, 3, 64, 513, 16384}) {
             std::array<Channel, 4> buffers;
             for (unsigned i = 0; i < 4; ++i)
@@ -188,6 +188,19 @@ TEST(VSTPlugin, OnlyTheOfferedChannelsAreTaken) {
             if (offered) {
                 EXPECT_EQ(instance->numInputs, inputs);
                 EXPECT_EQ(instance->numOutputs, outputs);
+                VstPinProperties pin;
+                EXPECT_TRUE(instance.call(effGetInputProperties, 0, 0, &pin));
+                EXPECT_EQ(std::string(pin.label), "Brimtide 0");
+                EXPECT_EQ(pin.arrangementType, kSpeakerArrStereo);
+                for (int index = -1; index < 3; ++index) {
+                    const bool exists = index >= 0 && index < outputs;
+                    EXPECT_EQ(instance.call(effGetOutputProperties, index, 0, &pin), exists);
+                    EXPECT_EQ(std::string(pin.label), !exists        ? ""
+                                                      : outputs == 2 ? "Brimtide ST1"
+                                                                     : "Brimtide M1");
+                    EXPECT_EQ(pin.flags, exists ? outputs == 2 ? 3 : 1 : 0);
+                    EXPECT_EQ(pin.arrangementType, exists ? outputs - 1 : kSpeakerArrEmpty);
+                }
             }
         }
 }
@@ -195,10 +208,12 @@ TEST(VSTPlugin, OnlyTheOfferedChannelsAreTaken) {
 TEST(VSTPlugin, ProcessingAllocatesNothing) {
     Instance instance;
     instance.call(effMainsChanged, 0, 1);
+    instance.call(effSetBlockSize, 0, 16384);
     Channel in = noise(16384, 1), out(16384);
     const long before = test::allocationsOfThisThread();
     for (int frames = 1; frames <= 16384; frames *= 2) {
         instance.process(in.data(), in.data(), out.data(), out.data(), frames);
+        instance.process(in.data(), out.data(), out.data(), in.data(), frames);
         instance->setParameter(instance.record(), 0, frames % 2 == 0 ? 1.0f : 0.0f);
     }
     EXPECT_EQ(test::allocationsOfThisThread(), before);
