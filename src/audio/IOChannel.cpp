@@ -1,5 +1,6 @@
 #include "audio/IOChannel.h"
 
+#include "audio/Alignment.h"
 #include "audio/Peak.h"
 #include "foundation/Allocator.h"
 
@@ -51,7 +52,9 @@ void sumOneByOne(float* to, const float* from, int begin, int end) noexcept {
 
 template <typename Kind>
 void sum(float* to, const float* from, int samples) noexcept {
-    int i = 0;
+    // A store across two cache lines costs more than one at a time up to where none is.
+    int i = std::min(samplesToAlignment(to), samples);
+    sumOneByOne<Kind>(to, from, 0, i);
     for (; i + 8 <= samples; i += 8) {
         sumFour<Kind>(to + i, from + i);
         sumFour<Kind>(to + i + 4, from + i + 4);

@@ -1,5 +1,7 @@
 #include "audio/Peak.h"
 
+#include "audio/Alignment.h"
+
 #include <emmintrin.h>
 
 #include <algorithm>
@@ -27,7 +29,12 @@ float peakOf(const float* samples, int frames) noexcept {
     __m128 second = first;
     __m128 third = first;
     __m128 fourth = first;
+    // From where no load crosses two cache lines; what stands before is in the first four.
     int i = 0;
+    if (frames >= 4) {
+        first = _mm_max_ps(absoluteOf(samples), first);
+        i = samplesToAlignment(samples);
+    }
     for (; i + 32 <= frames; i += 32) {
         first = raised(first, samples + i, samples + i + 16);
         second = raised(second, samples + i + 4, samples + i + 20);
