@@ -31,9 +31,11 @@ TEST(IOPin, EachClassTakesFromEachOtherWhatTheTypesSay) {
         {Type::Mono, Type::Mono, {"0", "0", "0"}},
         {Type::Mono, Type::Stereo, {"s", "0", "0"}},
         {Type::Mono, Type::Surround51, {".", ".", "."}},
+        {Type::Mono, Type::Quadro, {".", ".", "."}},
         {Type::Stereo, Type::Mono, {"00", "00", "00"}},
         {Type::Stereo, Type::Stereo, {"01", "01", "01"}},
         {Type::Stereo, Type::Quadro, {"..", "..", ".."}},
+        {Type::Stereo, Type::Surround51, {"..", "..", ".."}},
         {Type::Surround51, Type::Mono, {"------", "000000", "000000"}},
         {Type::Surround51, Type::Stereo, {"-0-1--", "01....", "01...."}},
         {Type::Surround51, Type::Surround51, {"012345", "......", "......"}},
@@ -41,6 +43,7 @@ TEST(IOPin, EachClassTakesFromEachOtherWhatTheTypesSay) {
         {Type::Quadro, Type::Mono, {"....", "0...", "...."}},
         {Type::Quadro, Type::Stereo, {"....", "01..", "...."}},
         {Type::Quadro, Type::Quadro, {"....", "0123", "...."}},
+        {Type::Quadro, Type::Surround51, {"....", "0123", "...."}},
     };
     for (const auto& [to, from, takes] : ways)
         for (const int operation : {Assign, Add, Append}) {
