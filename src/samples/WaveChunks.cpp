@@ -158,7 +158,7 @@ private:
         if (position_ < place_ || position_ - place_ > SeekDistance)
             stream_.seekg(position_);
         else
-            stream_.ignore(position_ - place_);
+            stream_.ignore(static_cast<std::streamsize>(position_ - place_));
         stream_.read(bytes, static_cast<std::streamsize>(size));
         position_ += static_cast<std::int64_t>(size);
         place_ = position_;

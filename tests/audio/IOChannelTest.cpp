@@ -44,6 +44,7 @@ TEST(IOChannel, BuffersLiveAsLongAsTheirHoldersInWhateverOrderTheyGo) {
             changes[random() % std::size(changes)](*one, *other, n);
         for (const auto& each : all)
             if (each) {
+                ASSERT_FALSE(each->getData() == external && each->isOwned());
                 ASSERT_TRUE(each->getCount() >= 0 && each->getCount() <= each->getSize());
                 std::fill_n(each->getData(), each->getSize(), 1.0f);
             }
