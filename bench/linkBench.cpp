@@ -1,7 +1,6 @@
 // The way from the host's buffer to the receiver's. Every rival includes the clock calls that the
 // format asks for.
 #include "Ratios.h"
-#include "audio/Peak.h"
 #include "link/IOBridge.h"
 #include "platform/Clock.h"
 #include "support/SampleBySample.h"

@@ -1,7 +1,6 @@
 #include "audio/IOChannel.h"
 
 #include "audio/Alignment.h"
-#include "audio/Peak.h"
 #include "foundation/Allocator.h"
 
 #include <emmintrin.h>
@@ -148,10 +147,6 @@ void IOChannel<float>::clear(int start, int length) noexcept {
     const int end = length < 0 || length > size_ - start ? size_ : start + length;
     std::fill(data_ + start, data_ + end, 0.0f);
     count_ = std::max(count_, end);
-}
-
-float IOChannel<float>::getPeak() const noexcept {
-    return peakOf(data_, count_);
 }
 
 void IOChannel<float>::replace(const IOChannel& src) {

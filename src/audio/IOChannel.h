@@ -3,6 +3,7 @@
 // shows it goes elsewhere or is destroyed, in whatever order.
 #pragma once
 
+#include "audio/Peak.h"
 #include "foundation/SharedObject.h"
 
 #include <algorithm>
@@ -84,7 +85,7 @@ public:
 
     /// The largest absolute value among the valid samples, 0.0 for none; NaN is passed over. Audio
     /// thread.
-    float getPeak() const noexcept;
+    float getPeak() const noexcept { return peakOf(data_, count_); }
 
     /// Shows what `src` shows, with its sizes, and shares its buffer. Audio thread where neither of
     /// the two has a buffer that a channel allocated.

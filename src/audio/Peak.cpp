@@ -4,7 +4,6 @@
 
 #include <emmintrin.h>
 
-#include <algorithm>
 #include <cmath>
 
 namespace tarn {
@@ -23,34 +22,37 @@ __m128 raised(__m128 peak, const float* samples, const float* more) {
 
 }  // namespace
 
-float peakOf(const float* samples, int frames) noexcept {
-    // Four of them, because each maximum waits for the one before.
-    __m128 first = _mm_setzero_ps();
-    __m128 second = first;
-    __m128 third = first;
-    __m128 fourth = first;
-    // From where no load crosses two cache lines; what stands before is in the first four.
-    int i = 0;
-    if (frames >= 4) {
+__m128 peakLaneOf(const float* samples, int frames) noexcept {
+    const __m128 zero = _mm_setzero_ps();
+    if (frames < 4) {
+        __m128 peak = zero;
+        for (int i = 0; i < frames; ++i)
+            peak = _mm_max_ss(_mm_set_ss(std::fabs(samples[i])), peak);
+        return peak;
+    }
+    // A sample may count twice: so the first and the last four stand for what the steps between
+    // them leave out, which begin where no load crosses two cache lines. Four peaks, because each
+    // maximum waits for the one before.
+    __m128 first = _mm_max_ps(absoluteOf(samples), zero);
+    __m128 second = _mm_max_ps(absoluteOf(samples + frames - 4), zero);
+    __m128 third = zero;
+    __m128 fourth = zero;
+    const int before = samplesToAlignment(samples);
+    samples += before;
+    for (frames -= before; frames >= 32; frames -= 32) {
+        first = raised(first, samples, samples + 16);
+        second = raised(second, samples + 4, samples + 20);
+        third = raised(third, samples + 8, samples + 24);
+        fourth = raised(fourth, samples + 12, samples + 28);
+        samples += 32;
+    }
+    for (; frames >= 4; frames -= 4) {
         first = _mm_max_ps(absoluteOf(samples), first);
-        i = samplesToAlignment(samples);
+        samples += 4;
     }
-    for (; i + 32 <= frames; i += 32) {
-        first = raised(first, samples + i, samples + i + 16);
-        second = raised(second, samples + i + 4, samples + i + 20);
-        third = raised(third, samples + i + 8, samples + i + 24);
-        fourth = raised(fourth, samples + i + 12, samples + i + 28);
-    }
-    for (; i + 4 <= frames; i += 4)
-        first = _mm_max_ps(absoluteOf(samples + i), first);
-
-    __m128 both = _mm_max_ps(_mm_max_ps(first, second), _mm_max_ps(third, fourth));
-    both = _mm_max_ps(both, _mm_movehl_ps(both, both));
-    both = _mm_max_ss(both, _mm_shuffle_ps(both, both, 1));
-    float peak = _mm_cvtss_f32(both);
-    for (; i < frames; ++i)
-        peak = std::max(peak, std::fabs(samples[i]));  // NaN compares as not greater
-    return peak;
+    const __m128 both = _mm_max_ps(_mm_max_ps(first, second), _mm_max_ps(third, fourth));
+    const __m128 pair = _mm_max_ps(both, _mm_movehl_ps(both, both));
+    return _mm_max_ss(pair, _mm_shuffle_ps(pair, pair, 1));
 }
 
 }  // namespace tarn
