@@ -6,6 +6,7 @@
 #include "platform/SharedMemory.h"
 
 #include <cstdint>
+#include <random>
 #include <string>
 
 namespace tarn::test {
@@ -33,14 +34,32 @@ private:
 /// A look into a slot's block as a foreign program has it, by the raw name and offsets.
 class RawBlock {
 public:
-    explicit RawBlock(int slot)
-        : memory_(platform::SharedMemory::open("Connection #" + std::to_string(slot),
-                                               ConnectionBlockSize)) {}
+    explicit RawBlock(std::uint32_t slot)
+        : memory_(platform::SharedMemory::open(nameOf(slot), ConnectionBlockSize)) {}
+
+    /// Makes the block as another process does: nothing here has probed it.
+    static RawBlock make(std::uint32_t slot) {
+        return RawBlock(platform::SharedMemory::create(nameOf(slot), ConnectionBlockSize));
+    }
+
     explicit operator bool() const { return static_cast<bool>(memory_); }
     ConnectionBlock& operator*() const { return *static_cast<ConnectionBlock*>(memory_.data()); }
     ConnectionBlock* operator->() const { return &**this; }
 
+    /// Lets the block go, as the end of its process would.
+    void die() { memory_ = {}; }
+
+    /// Random values in every word, or every second or third one, as `stride` says.
+    void scramble(std::mt19937& random, std::size_t stride) const {
+        auto* words = static_cast<std::uint32_t*>(memory_.data());
+        for (std::size_t i = 0; i < ConnectionBlockSize / 4; i += stride)
+            words[i] = static_cast<std::uint32_t>(random());
+    }
+
 private:
+    explicit RawBlock(platform::SharedMemory memory) : memory_(std::move(memory)) {}
+    static std::string nameOf(std::uint32_t slot) { return "Connection #" + std::to_string(slot); }
+
     platform::SharedMemory memory_;
 };
 
