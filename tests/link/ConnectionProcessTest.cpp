@@ -18,21 +18,19 @@ int runPeer(const std::string& task, const std::string& peer = PROGRAM_connectio
     return status >= 256 ? status / 256 : status;  // POSIX keeps it in the second byte
 }
 
-// The fault it would catch: a block that stays behind for ever when its master is killed, and with
-// it a lost slot.
+// The fault it would catch: a slot that is lost for ever when its master is killed.
 TEST(ConnectionProcess, AKilledMastersBlockVanishesWithItsLastHolder) {
     EXPECT_NE(runPeer("crash 1000"), 0);
     EXPECT_FALSE(inspectConnection(0));
     std::string name = "next *";
     const IOBridge<float> next(name);
-    EXPECT_EQ(next.name(), "next 1");
+    EXPECT_EQ(name, "next 1");
     EXPECT_FALSE(test::RawBlock(0)->audio.writeIndex);
 }
 
 TEST(ConnectionProcess, AKilledMastersSlotStaysTakenWhileSomeoneHoldsIt) {
     {
-        // Holds slot 0 through the crash, as a receiving program would.
-        const test::RawBlock holder = test::RawBlock::make(0);
+        const auto holder = test::RawBlock::make(0);  // as a receiving program
         EXPECT_NE(runPeer("crash 1000"), 0);
         EXPECT_EQ(connectionStatus(0) & ConnectionInUse, ConnectionInUse);
         EXPECT_EQ(test::RawBlock(0)->audio.ring[999], 1000.0f);

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <numeric>
 #include <optional>
@@ -15,8 +16,7 @@ using State = Receiver::State;
 
 double clockNow = 0.0;
 
-// A sender, its receiver and the time, all in the test's hands. Sample n of a sender is n, counted
-// from 1.
+// A sender, whose samples count up from 1, its receiver and the time, all in the test's hands.
 class ReceiverTest : public testing::Test {
 protected:
     ReceiverTest() {
@@ -52,19 +52,18 @@ protected:
 
     static void pass(double seconds) { clockNow += seconds; }
 
-    // What a look brings, which must follow on the sample before it, less what it says is missing.
-    // Returns the number.
+    // How many samples a look brings; they must follow on those before, less what it says is
+    // missed.
     std::size_t expectContinuation() {
         const Delivery delivery = receiver_->look();
         EXPECT_FALSE(delivery.isMissedUnknown);
         missed_ += delivery.missed;
         expected_ += static_cast<std::uint32_t>(delivery.missed);
-        for (const float sample : delivery.samples) {
-            EXPECT_EQ(sample, static_cast<float>(expected_));
-            if (sample != static_cast<float>(expected_++))
-                break;
-        }
-        return delivery.samples.size();
+        std::vector<float> ramp(delivery.samples.size());
+        std::iota(ramp.begin(), ramp.end(), static_cast<float>(expected_));
+        EXPECT_TRUE(std::ranges::equal(delivery.samples, ramp)) << "from " << expected_;
+        expected_ += static_cast<std::uint32_t>(ramp.size());
+        return ramp.size();
     }
 
     std::unique_ptr<IOBridge<float>> sender_;
@@ -102,8 +101,7 @@ TEST_F(ReceiverTest, WhoComesLaterStartsHalfARingBehind) {
     EXPECT_FALSE(receiver_->look().isBeginning);
 }
 
-// The fault it would catch: a count of missed samples that is off by one, or that takes a lap for
-// nothing.
+// The fault it would catch: a count of missed samples that is off by one, or lacks a lap.
 TEST_F(ReceiverTest, EveryLossThatIsToldIsTheLossThatIsThere) {
     startSenderAndLook();
     std::mt19937 random(2);
@@ -185,6 +183,9 @@ TEST_F(ReceiverTest, ANameIsFollowedToAnotherSlotAndNoOtherNameIsTaken) {
     send(300);
     EXPECT_EQ(expectContinuation(), 300u);
     EXPECT_EQ(connectionStatus(0) & ConnectionHasSlave, 0u);
+    sender_.reset();
+    receiver_->look();
+    EXPECT_EQ(receiver_->state(), State::NoConnection);
 }
 
 // The fault it would catch: a receiver whose hold keeps a killed sender's slot from the next one.

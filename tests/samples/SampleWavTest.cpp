@@ -2,14 +2,16 @@
 #include "samples/WaveBytes.h"
 #include "support/AllocationCount.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <array>
 #include <random>
 
 namespace tarn {
 namespace {
 
 using namespace test;
+using testing::ElementsAre;
 
 bool loads(SampleWav& sample, const std::string& bytes, bool readData = true) {
     ByteStream stream(bytes.data(), bytes.size());
@@ -68,37 +70,34 @@ TEST(SampleWav, EveryDepthAndWidthBecomesTheAverageOfItsChannels) {
             }
 }
 
+// Faults: a chunk that hides another one, a number from the file that leads beyond the audio.
 TEST(SampleWav, ChunksInAnyOrderTellNoteLoopAndRegions) {
     SampleWav sample;
-    const std::string loop = bytesOf(1u, 0u, 10u, 90u, 0u, 0u);
+    const auto playback = [&sample](const std::string& chunks) {
+        EXPECT_TRUE(loads(sample, waveFile(chunks)));
+        return std::array{sample.getRootNote(), sample.getLoopMode(), sample.getLoopStart(),
+                          sample.getLoopEnd(), sample.getEnd()};
+    };
     const std::string rest = chunk("junk", "odd") + formatChunk(1, 8) + formatChunk(1, 8) +
                              cueChunk(bytesOf(5u, 50u, 4'000'000'000u)) +
                              chunk("acid", bytesOf(0u, 62u, 0u, 4u, 0x40004u, 120.0f)) +
                              chunk("inst", std::string(7, '\3')) + chunk("strc", "?");
     const std::string audio = chunk("data", std::string(101, '\xC0'));
-    ASSERT_TRUE(loads(sample, waveFile(samplerChunk(61, 0x80000000, 1, loop) + audio + rest)));
-    EXPECT_EQ(sample.getRootNote(), 61);
+    const std::string loop = bytesOf(1u, 0u, 10u, 90u, 0u, 0u);
+    EXPECT_THAT(playback(samplerChunk(61, 0x80000000, 1, loop) + audio + rest),
+                ElementsAre(61, Sample::ForwardLoop, 10, 90, 100));
     EXPECT_EQ(sample.getDetuneCoarse(), 50);
-    EXPECT_EQ(sample.getLoopMode(), Sample::ForwardLoop);
-    EXPECT_EQ(sample.getLoopStart(), 10);
-    EXPECT_EQ(sample.getLoopEnd(), 90);
-    EXPECT_EQ(sample.getEnd(), 100);
     const std::vector<SampleRegion> regions = {{{}, 5, 49}, {{}, 50, 99}, {{}, 100, 100}};
     EXPECT_EQ(sample.getRegions(), regions);
     EXPECT_EQ(sample.getChunks().acid.tempo, 120.0f);
     EXPECT_EQ(sample.getChunks().instrument.highVelocity, 3);
 
-    ASSERT_TRUE(loads(sample, waveFile(audio + samplerChunk(200, 9, 0, "") + rest)));
-    EXPECT_EQ(sample.getRootNote(), 62);
-    EXPECT_EQ(sample.getLoopMode(), Sample::NoLoop);
-    EXPECT_EQ(sample.getLoopStart(), 50);
-    EXPECT_EQ(sample.getLoopEnd(), 100);
+    EXPECT_THAT(playback(audio + samplerChunk(200, 9, 0, "") + rest),
+                ElementsAre(62, Sample::NoLoop, 50, 100, 100));
     EXPECT_EQ(sample.getChunks().sampler.loops.size(), 0u);
-
     const std::string beyond = bytesOf(1u, 0u, 500u, 0xFFFFFFFFu, 0u, 0u);
-    ASSERT_TRUE(loads(sample, waveFile(audio + samplerChunk(9, 0, 1, beyond) + formatChunk(1, 8))));
-    EXPECT_EQ(sample.getLoopStart(), 100);
-    EXPECT_EQ(sample.getLoopEnd(), 100);
+    EXPECT_THAT(playback(audio + samplerChunk(9, 0, 1, beyond) + formatChunk(1, 8)),
+                ElementsAre(9, Sample::ForwardLoop, 100, 100, 100));
 
     ASSERT_TRUE(loads(sample, waveFile(rest + chunk("data", "a", 0xFFFFFFFE)), false));
     EXPECT_EQ(sample.getData(), nullptr);
@@ -119,18 +118,15 @@ TEST(SampleWav, BadFilesAreRefused) {
         waveFile(good),
         waveFile(good + chunk("data", "")),
         waveFile(good + chunk("data", "a", 0xFFFFFFFF)),
-        waveFile(good + chunk("data", "a", 0xFFFFFFFE)),
         waveFile(chunk("fmt ", "") + audio),
         waveFile(good.substr(0, 4) + bytesOf(14u) + good.substr(8, 14) + audio),
         waveFile(good + formatChunk(1, 16) + audio),
         waveFile(formatChunk(0, 16) + audio),
-        waveFile(formatChunk(65535, 8) + formatChunk(65535, 16) + audio),
         waveFile(formatChunk(65535, 16) + audio),
         waveFile(formatChunk(2, 16, 0) + audio),
         waveFile(formatChunk(2, 16, 5) + audio),
         waveFile(formatChunk(2, 0) + audio),
         waveFile(formatChunk(2, 40) + audio),
-        waveFile(formatChunk(2, 64) + audio),
         waveFile(formatChunk(2, 65535) + audio),
         waveFile(formatChunk(2, 16, -1, 0) + audio),
         waveFile(good + audio + chunk("cue ", bytesOf(0xFFFFFFFFu) + std::string(48, 'c'))),
