@@ -15,8 +15,8 @@
 namespace tarn {
 namespace {
 
-using test::CalendarAt;
 using test::RawBlock;
+using test::setCalendar;
 using testing::ElementsAre;
 
 using Bridge = IOBridge<float>;
@@ -116,7 +116,7 @@ TEST(IOBridge, ResyncMovesTheWritersIndexByItsTwoRules) {
 
 // Faults: a beginning that the rule doesn't name, a full ring that is taken for new samples.
 TEST(IOBridge, AReaderStartsByThePrerollRuleAndThenGetsEachSampleOnce) {
-    const CalendarAt noon(Noon);
+    setCalendar(Noon);
     const auto master = makeMaster();
     writeRamp(*master, 1000);
     Bridge slave(OpenSlot{0});
@@ -144,17 +144,17 @@ TEST(IOBridge, AReaderStartsByThePrerollRuleAndThenGetsEachSampleOnce) {
 
 // Faults: an age that is off by a second, a sample that is lost or comes twice after a pause.
 TEST(IOBridge, AWriterThatFallsSilentIsDeadAfterASecondAndFreshForTen) {
-    CalendarAt clock(Noon);
+    setCalendar(Noon);
     const auto master = makeMaster();
     EXPECT_EQ(connectionStatus(0), ConnectionInUse);  // created: no stamp yet
     writeRamp(*master, 1000);
     Bridge slave(OpenSlot{0});
     EXPECT_EQ(connectionStatus(0), ConnectionInUse | ConnectionFresh | ConnectionHasSlave);
-    clock.set(Noon + 1);
+    setCalendar(Noon + 1);
     EXPECT_EQ(take(slave, 2), ramp(2));
     EXPECT_TRUE(slave.isLive());
 
-    clock.set(Noon + 2);
+    setCalendar(Noon + 2);
     EXPECT_FALSE(slave.isLive());
     testing::internal::CaptureStdout();
     EXPECT_EQ(take(slave, 1), Samples());
@@ -163,9 +163,9 @@ TEST(IOBridge, AWriterThatFallsSilentIsDeadAfterASecondAndFreshForTen) {
     EXPECT_EQ(take(slave, 1), ramp(1, 3));
 
     const auto isFresh = [] { return (connectionStatus(0) & ConnectionFresh) != 0; };
-    clock.set(Noon + 12);
+    setCalendar(Noon + 12);
     EXPECT_TRUE(isFresh());
-    clock.set(Noon + 13);
+    setCalendar(Noon + 13);
     EXPECT_FALSE(isFresh());
     RawBlock(0)->lastWriteTime[1] = 0xFFFFFFFF;  // the comparison is of unsigned numbers
     EXPECT_TRUE(isFresh());
@@ -198,7 +198,7 @@ TEST(IOBridge, ASlaveOutlivesItsMasterAndStartsAnewWithTheNext) {
 
 // Faults: a look that keeps a dead master's block, a stale connection that hides a fresh one.
 TEST(IOBridge, LookingMarksNothingAndKeepsNothingButAProbeKeeps) {
-    const CalendarAt noon(Noon);
+    setCalendar(Noon);
     RawBlock foreign = RawBlock::make(31);
     foreign->masterInUse = 1;
     std::memcpy(foreign->name, "by hand", 8);
@@ -229,13 +229,14 @@ TEST(IOBridge, AnObstructedSlotIsSteppedOver) {
 // The fault it would catch: a word of the block that is trusted.
 TEST(IOBridge, ABlockOfRandomBytesIsHarmless) {
     std::mt19937 random(3);
-    const CalendarAt noon(Noon);
+    setCalendar(Noon);
     const auto master = makeMaster();
     Bridge slave(OpenSlot{0});
     const RawBlock block(0);
     Samples samples(40'000);
     for (unsigned round = 0; round < 200; ++round) {
         block.scramble(random, round % 7 + 1);
+        block->readers[0].starting = round % 2;
         const auto frames = static_cast<std::uint32_t>(random() % samples.size());
         master->resync(static_cast<std::int32_t>(random()));
         master->write(samples.data(), frames);

@@ -1,3 +1,4 @@
+#include "audio/Peak.h"
 #include "foundation/File.h"
 #include "samples/Note.h"
 #include "samples/Sample.h"
@@ -8,11 +9,9 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <random>
 
@@ -126,10 +125,8 @@ TEST(Sample, AStateWhoseAudioIsNotWhatItsCountsSayIsCorrupt) {
         state.setBool("export", false);
         SampleOf sample(stateOf(2, 2, four));
         EXPECT_THROW(sample.read(state), Exception::SampleDataCorrupt);
-        EXPECT_EQ(sample.getStart(), 0);
-        EXPECT_TRUE(sample.hasFlag(Sample::Export));
-        EXPECT_EQ(sample.getFrames(), 0);
-        EXPECT_EQ(sample.getData(), nullptr);
+        EXPECT_TRUE(sample.getData() == nullptr && sample.getFrames() == 0);
+        EXPECT_TRUE(sample.getStart() == 0 && sample.hasFlag(Sample::Export));
         EXPECT_EQ(sample.getChannels(), 2);
     }
     SampleOf sample(stateOf(2, 2, four));
@@ -155,11 +152,11 @@ TEST(Sample, ProcessingTwiceRestoresAnySample) {
 
         process(sample, {"SampleReverse", "SampleInvertPhase"});
         EXPECT_TRUE(sample.hasProcessing());
-        Values turned(values.rbegin(), values.rend());
-        std::transform(turned.begin(), turned.end(), turned.begin(), std::negate());
-        EXPECT_EQ(valuesOf(sample), turned);
-        EXPECT_EQ(sample.getData()[frames], turned[0]);
+        for (std::size_t i = 0; i < values.size(); ++i)
+            EXPECT_EQ(sample.getData()[i], -values[values.size() - 1 - i]);
+        EXPECT_EQ(sample.getData()[frames], sample.getData()[0]);
         EXPECT_EQ(sample.getStart(), frames - end - 1);
+        EXPECT_EQ(sample.getLoopStart(), frames - 1 + Least);
         process(sample, {"SampleReverse", "SampleInvertPhase"});
         process(sample, {});
         EXPECT_EQ(valuesOf(sample), values);
@@ -167,10 +164,7 @@ TEST(Sample, ProcessingTwiceRestoresAnySample) {
         EXPECT_EQ(sample.getLoopEnd(), Least);
 
         process(sample, {"SampleNormalize"});
-        float peak = 0.0f;
-        for (const float value : valuesOf(sample))
-            peak = std::max(peak, std::fabs(value));
-        EXPECT_NEAR(peak, level > 0.0f ? 1.0f : 0.0f, 1e-6f);
+        EXPECT_NEAR(peakOf(sample.getData(), frames), level > 0.0f ? 1.0f : 0.0f, 1e-6f);
         process(sample, {});
         EXPECT_FALSE(sample.hasProcessing());
         EXPECT_THAT(valuesOf(sample), Pointwise(FloatNear(level * 1e-6f), values));
@@ -187,13 +181,11 @@ TEST(Sample, ChannelsAreMixedByLayout) {
     EXPECT_EQ(planar.getData()[2], 9.0f);
 
     struct InterleavedSample : SampleOf {
-        using SampleOf::SampleOf;
-        void mix() {
+        explicit InterleavedSample(const Dictionary& state) : SampleOf(state) {
             layout_ = Interleaved;
-            mixToMono();
         }
     } interleaved(stateOf(3, 2, {3, 6, 9, 12, 15, 18}));
-    interleaved.mix();
+    interleaved.mixToMono();
     EXPECT_EQ(valuesOf(interleaved), (Values{6, 15}));
 }
 
@@ -264,7 +256,6 @@ TEST(Tuning, TravelsInADictionary) {
     bells.setFloat("factor", 1.5f);
     Tuning read;
     read.read(bells);
-    EXPECT_FALSE(read == equal);
     EXPECT_EQ(read.getFactors(), std::vector<double>{1.5});
     read.read(Dictionary());
     EXPECT_EQ(read.getAnchor(), 9);

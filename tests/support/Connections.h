@@ -11,25 +11,12 @@
 
 namespace tarn::test {
 
-/// Sets the calendar clock of this process for as long as it lives.
-class CalendarAt {
-public:
-    explicit CalendarAt(std::int64_t seconds) {
-        now() = seconds;
-        platform::setCalendarClock([]() noexcept { return now(); });
-    }
-    CalendarAt(const CalendarAt&) = delete;
-    CalendarAt& operator=(const CalendarAt&) = delete;
-    ~CalendarAt() { platform::setCalendarClock(nullptr); }
-
-    void set(std::int64_t seconds) { now() = seconds; }
-
-private:
-    static std::int64_t& now() {
-        static std::int64_t seconds = 0;
-        return seconds;
-    }
-};
+/// Sets the calendar clock of this process, for good: every case has a process of its own.
+inline void setCalendar(std::int64_t seconds) {
+    static std::int64_t now = 0;
+    now = seconds;
+    platform::setCalendarClock([]() noexcept { return now; });
+}
 
 /// A look into a slot's block as a foreign program has it, by the raw name and offsets.
 class RawBlock {

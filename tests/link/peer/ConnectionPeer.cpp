@@ -2,11 +2,8 @@
 //
 //   connection-peer crash SAMPLES          makes a connection, writes 1, 2, 3, ... and dies at once
 //   connection-peer probe SLOT             exits with the slot's status
-//   connection-peer send SLOT SAMPLES      takes a slot, which must be SLOT, and writes 1, 2, 3,
-//   ...
-//                                          no faster than a reader takes them
-//   connection-peer receive SLOT SAMPLES   attaches itself, reads SAMPLES and exits with 0 if they
-//                                          rise by one each
+//   connection-peer send SLOT SAMPLES      writes 1, 2, 3, ... into SLOT as fast as a reader takes
+//   it connection-peer receive SLOT SAMPLES   exits with 0 if what it reads rises by one each
 #include "link/IOBridge.h"
 
 #include <algorithm>
