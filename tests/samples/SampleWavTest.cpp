@@ -21,44 +21,40 @@ bool loads(SampleWav& sample, const std::string& bytes, bool readData = true) {
     return error.isOk();
 }
 
-std::string randomBytes(std::size_t size) {
+// With `areFloats` neither NaN nor infinite.
+std::string randomBytes(std::size_t size, bool areFloats = false) {
     static std::mt19937 random(7);
     std::string bytes(size, '\0');
-    for (char& byte : bytes)
-        byte = static_cast<char>(random());
+    for (std::size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<char>(random() & (areFloats && i % 4 == 3 ? 0xBF : 0xFF));
     return bytes;
 }
 
 // One value as the format defines it.
-float valueOf(const unsigned char* bytes, int size) {
+float valueOf(const char* bytes, std::size_t size) {
     std::uint32_t word = 0;
-    std::memcpy(reinterpret_cast<char*>(&word) + 4 - size, bytes, static_cast<std::size_t>(size));
+    std::memcpy(reinterpret_cast<char*>(&word) + 4 - size, bytes, size);
     const auto number = static_cast<std::int32_t>(size == 1 ? word ^ 0x80000000u : word);
     return size == 4 ? std::bit_cast<float>(word) : static_cast<float>(number) / 2147483648.0f;
 }
 
-// Faults: a vector's remainder left out, bytes in the wrong order, a portion begun in the wrong
-// place.
+// Faults: a vector's remainder left out, bytes in the wrong order, a portion begun too early.
 TEST(SampleWav, EveryDepthAndWidthBecomesTheAverageOfItsChannels) {
     for (const int bits : {5, 8, 12, 16, 20, 24, 32})
-        for (const int channels : {1, 2, 3, 6})
+        for (const std::size_t channels : {1u, 2u, 3u, 6u})
             for (const std::size_t frames : {1u, 4u, 7u, 70'003u}) {
-                const int size = (bits + 7) / 8;
-                const auto width = static_cast<std::size_t>(channels);
-                std::string audio = randomBytes(frames * width * static_cast<std::size_t>(size));
-                if (size == 4)  // neither NaN nor infinite
-                    for (std::size_t i = 3; i < audio.size(); i += 4)
-                        audio[i] = static_cast<char>(audio[i] & 0xBF);
+                const auto size = static_cast<std::size_t>(bits + 7) / 8;
+                const std::string audio = randomBytes(frames * channels * size, size == 4);
+                const std::string partOfFrame(channels * size > 1, 'x');
                 SampleWav sample;
-                const std::string partOfFrame = width * static_cast<unsigned>(size) > 1 ? "x" : "";
-                ASSERT_TRUE(loads(sample, waveFile(formatChunk(channels, bits) +
+                ASSERT_TRUE(loads(sample, waveFile(formatChunk(static_cast<int>(channels), bits) +
                                                    chunk("data", audio + partOfFrame))));
                 ASSERT_EQ(sample.getFrames(), static_cast<int>(frames));
                 ASSERT_EQ(sample.getChannels(), 1);
-                const auto* bytes = reinterpret_cast<const unsigned char*>(audio.data());
+                const char* bytes = audio.data();
                 for (std::size_t i = 0; i < frames; ++i) {
                     float sum = 0.0f;
-                    for (int channel = 0; channel < channels; ++channel, bytes += size)
+                    for (std::size_t channel = 0; channel < channels; ++channel, bytes += size)
                         sum += valueOf(bytes, size) / static_cast<float>(channels);
                     ASSERT_EQ(sample.getData()[i], sum) << bits << ", " << channels << ", " << i;
                 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <tuple>
 
 namespace tarn::test {
 namespace {
@@ -43,15 +44,9 @@ host::Channels audioIn(const std::string& path) {
     return audio;
 }
 
-// Each misbehaviour alone, and the words that tell it: a check that finds nothing would let all of
-// them through.
+// The fault it would catch: a check that finds nothing.
 TEST(Host, TellsEveryRuleThatAPluginBreaks) {
-    const struct {
-        const char* fault;
-        const char* command;
-        int exitStatus;
-        const char* words;
-    } cases[] = {
+    const std::tuple<const char*, const char*, int, const char*> cases[] = {
         {"past-end", "play", 1, "wrote past the end of a buffer, output 2"},
         {"before-start", "play", 1, "wrote before the start of a buffer, input 1"},
         {"unwritten", "play", 1, "left frames of an output unwritten, output 1, frame 511"},
@@ -141,8 +136,7 @@ TEST(Host, ReportsWhatAPluginSaysOfItself) {
                       HasSubstr("\n  0:\n    name: Gain\n    value: 1.0\n")));
 }
 
-// On the track the product is a wire, whatever the blocks; muted, it is silent. Faults of the host:
-// a parameter set at another frame, a block lost, an input file that isn't what was sent.
+// Faults: samples that the product changes, a parameter set at another frame, a block lost.
 TEST(HostWithBrimtide, PassesItsInputOnSampleForSample) {
     const ToolFolder folder;
     const std::string sent = folder / "sent.wav", out = folder / "out.wav";

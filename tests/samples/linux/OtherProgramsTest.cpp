@@ -10,6 +10,7 @@
 #include <numeric>
 #include <sndfile.hh>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace tarn {
@@ -48,13 +49,10 @@ void expectAsLibrary(const std::string& path, int bits) {
 
 TEST(OtherPrograms, TheirFilesLoadWithTheSameValues) {
     const ScratchFolder folder;
-    const struct {
-        int bits;
-        std::string sox, convert;
-    } formats[] = {{8, "unsigned-integer", "pcmu8"},
-                   {16, "signed-integer", "pcm16"},
-                   {24, "signed-integer", "pcm24"},
-                   {32, "floating-point", "float32"}};
+    const std::tuple<int, std::string, std::string> formats[] = {{8, "unsigned-integer", "pcmu8"},
+                                                                 {16, "signed-integer", "pcm16"},
+                                                                 {24, "signed-integer", "pcm24"},
+                                                                 {32, "floating-point", "float32"}};
     const std::string made = folder.path("sox.wav"), converted = folder.path("converted.wav");
     for (const auto& [bits, sox, convert] : formats)
         for (int channels = 1; channels <= 6; ++channels) {
