@@ -1,9 +1,9 @@
 #include "link/IOBridge.h"
 #include "support/Connections.h"
+#include "tools/Tool.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -11,16 +11,14 @@
 namespace tarn {
 namespace {
 
-// Runs the other process to its end; its exit status, or something else than 0 when it was killed.
-int runPeer(const std::string& task, const std::string& peer = PROGRAM_connection_peer) {
-    const std::string program = std::filesystem::path(peer).make_preferred().string();
-    const int status = std::system(("\"" + program + "\" " + task).c_str());
-    return status >= 256 ? status / 256 : status;  // POSIX keeps it in the second byte
+int runPeer(const std::vector<std::string>& task,
+            const std::string& peer = PROGRAM_connection_peer) {
+    return test::runTool(peer, task).exitStatus;
 }
 
 // The fault it would catch: a slot that is lost for ever when its master is killed.
 TEST(ConnectionProcess, AKilledMastersBlockVanishesWithItsLastHolder) {
-    EXPECT_NE(runPeer("crash 1000"), 0);
+    EXPECT_NE(runPeer({"crash", "1000"}), 0);
     EXPECT_FALSE(inspectConnection(0));
     std::string name = "next *";
     const IOBridge<float> next(name);
@@ -31,7 +29,7 @@ TEST(ConnectionProcess, AKilledMastersBlockVanishesWithItsLastHolder) {
 TEST(ConnectionProcess, AKilledMastersSlotStaysTakenWhileSomeoneHoldsIt) {
     {
         const auto holder = test::RawBlock::make(0);  // as a receiving program
-        EXPECT_NE(runPeer("crash 1000"), 0);
+        EXPECT_NE(runPeer({"crash", "1000"}), 0);
         EXPECT_EQ(connectionStatus(0) & ConnectionInUse, ConnectionInUse);
         EXPECT_EQ(test::RawBlock(0)->audio.ring[999], 1000.0f);
     }
@@ -43,8 +41,8 @@ TEST(ConnectionProcess, AKilledMastersSlotStaysTakenWhileSomeoneHoldsIt) {
 
 void expectTransfer(const std::string& sender, const std::string& receiver) {
     int sent = -1;
-    std::thread sending([&] { sent = runPeer("send 0 100000", sender); });
-    EXPECT_EQ(runPeer("receive 0 100000", receiver), 0);
+    std::thread sending([&] { sent = runPeer({"send", "0", "100000"}, sender); });
+    EXPECT_EQ(runPeer({"receive", "0", "100000"}, receiver), 0);
     sending.join();
     EXPECT_EQ(sent, 0);
 }

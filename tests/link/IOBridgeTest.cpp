@@ -8,7 +8,6 @@
 #include <array>
 #include <cstring>
 #include <memory>
-#include <numeric>
 #include <random>
 #include <tuple>
 #include <vector>
@@ -16,6 +15,7 @@
 namespace tarn {
 namespace {
 
+using test::ramp;
 using test::RawBlock;
 using test::setCalendar;
 using testing::ElementsAre;
@@ -27,12 +27,6 @@ constexpr std::int64_t Noon = 1'790'000'000;
 
 std::unique_ptr<Bridge> makeMaster(std::string pattern = "Connection #*") {
     return std::make_unique<Bridge>(pattern);
-}
-
-Samples ramp(std::uint32_t frames, std::uint32_t from = 1) {
-    Samples samples(frames);
-    std::iota(samples.begin(), samples.end(), static_cast<float>(from));
-    return samples;
 }
 
 void writeRamp(Bridge& bridge, std::uint32_t frames, std::uint32_t from = 1) {

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <numeric>
 #include <optional>
 #include <random>
 
@@ -40,9 +39,8 @@ protected:
     // As blocks of a host.
     void send(std::uint32_t frames) {
         for (const std::uint32_t end = sent_ + frames; sent_ < end;) {
-            std::vector<float> block(std::min(end - sent_, 480u));
-            std::iota(block.begin(), block.end(), static_cast<float>(sent_ + 1));
-            sent_ += sender_->write(block.data(), static_cast<std::uint32_t>(block.size()));
+            const std::uint32_t block = std::min(end - sent_, 480u);
+            sent_ += sender_->write(test::ramp(block, sent_ + 1).data(), block);
         }
     }
 
@@ -54,11 +52,10 @@ protected:
         EXPECT_FALSE(delivery.isMissedUnknown);
         missed_ += delivery.missed;
         expected_ += static_cast<std::uint32_t>(delivery.missed);
-        std::vector<float> ramp(delivery.samples.size());
-        std::iota(ramp.begin(), ramp.end(), static_cast<float>(expected_));
-        EXPECT_TRUE(std::ranges::equal(delivery.samples, ramp)) << "from " << expected_;
-        expected_ += static_cast<std::uint32_t>(ramp.size());
-        return ramp.size();
+        const auto frames = static_cast<std::uint32_t>(delivery.samples.size());
+        EXPECT_TRUE(std::ranges::equal(delivery.samples, test::ramp(frames, expected_)));
+        expected_ += frames;
+        return frames;
     }
 
     std::unique_ptr<IOBridge<float>> sender_;

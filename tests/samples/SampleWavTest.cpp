@@ -100,37 +100,30 @@ TEST(SampleWav, ChunksInAnyOrderTellNoteLoopAndRegions) {
 TEST(SampleWav, BadFilesAreRefused) {
     const std::string good = formatChunk(2, 16);
     const std::string audio = chunk("data", std::string(40, 'a'));
-    const std::string bad[] = {
-        "",
-        "RIFF",
-        "RIFX" + waveFile(good + audio).substr(4),
-        waveFile(good + audio).replace(8, 4, "AVI "),
-        waveFile(audio),
-        waveFile(good),
-        waveFile(good + chunk("data", "")),
-        waveFile(good + chunk("data", "a", 0xFFFFFFFF)),
-        waveFile(chunk("fmt ", "") + audio),
-        waveFile(good.substr(0, 4) + bytesOf(14u) + good.substr(8, 14) + audio),
-        waveFile(good + formatChunk(1, 16) + audio),
-        waveFile(formatChunk(0, 16) + audio),
-        waveFile(formatChunk(65535, 16) + audio),
-        waveFile(formatChunk(2, 16, 0) + audio),
-        waveFile(formatChunk(2, 16, 5) + audio),
-        waveFile(formatChunk(2, 0) + audio),
-        waveFile(formatChunk(2, 40) + audio),
-        waveFile(formatChunk(2, 65535) + audio),
-        waveFile(formatChunk(2, 16, -1, 0) + audio),
-        waveFile(good + audio + chunk("cue ", bytesOf(0xFFFFFFFFu) + std::string(48, 'c'))),
-        waveFile(good + audio + chunk("cue ", bytesOf(3u) + std::string(48, 'c'))),
-        waveFile(good + audio + chunk("plst", bytesOf(2u) + std::string(12, 'p'))),
-        waveFile(good + audio + samplerChunk(60, 0, 2, std::string(24, 'l'))),
-        waveFile(good + audio + chunk("labl", "abc")),
-    };
-    for (const std::string& bytes : bad) {
+    std::vector<std::string> bad = {"",
+                                    "RIFF",
+                                    "RIFX" + waveFile(good + audio).substr(4),
+                                    waveFile(good + audio).replace(8, 4, "AVI "),
+                                    waveFile(good),
+                                    waveFile(good + chunk("data", "")),
+                                    waveFile(good + chunk("data", "a", 0xFFFFFFFF))};
+    for (const std::string& format :
+         {std::string(), chunk("fmt ", ""), good.substr(0, 4) + bytesOf(14u) + good.substr(8, 14),
+          good + formatChunk(1, 16), formatChunk(0, 16), formatChunk(65535, 16),
+          formatChunk(2, 16, 0), formatChunk(2, 16, 5), formatChunk(2, 0), formatChunk(2, 40),
+          formatChunk(2, 65535), formatChunk(2, 16, -1, 0)})
+        bad.push_back(waveFile(format + audio));
+    for (const std::string& end :
+         {chunk("cue ", bytesOf(0xFFFFFFFFu) + std::string(48, 'c')),
+          chunk("cue ", bytesOf(3u) + std::string(48, 'c')), chunk("labl", "abc"),
+          chunk("plst", bytesOf(2u) + std::string(12, 'p')),
+          samplerChunk(60, 0, 2, std::string(24, 'l'))})
+        bad.push_back(waveFile(good + audio + end));
+    for (std::size_t i = 0; i < bad.size(); ++i) {
         SampleWav sample;
         ASSERT_TRUE(loads(
             sample, waveFile(formatChunk(1, 8) + chunk("data", "abcd") + cueChunk(bytesOf(2u)))));
-        EXPECT_FALSE(loads(sample, bytes)) << &bytes - bad;
+        EXPECT_FALSE(loads(sample, bad[i])) << i;
         EXPECT_TRUE(sample.getData() == nullptr && sample.getFrames() == 0);
         EXPECT_TRUE(sample.getBitDepth() == 8 && sample.getEnd() == 3);
         EXPECT_TRUE(sample.getRegions().size() == 1 && sample.getChunks().format.channels == 1);

@@ -6,8 +6,10 @@
 #include "platform/SharedMemory.h"
 
 #include <cstdint>
+#include <numeric>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace tarn::test {
 
@@ -16,6 +18,13 @@ inline void setCalendar(std::int64_t seconds) {
     static std::int64_t now = 0;
     now = seconds;
     platform::setCalendarClock([]() noexcept { return now; });
+}
+
+/// So many samples, each one more than the one before.
+inline std::vector<float> ramp(std::uint32_t frames, std::uint32_t from = 1) {
+    std::vector<float> samples(frames);
+    std::iota(samples.begin(), samples.end(), static_cast<float>(from));
+    return samples;
 }
 
 /// A look into a slot's block as a foreign program has it, by the raw name and offsets.

@@ -81,20 +81,12 @@ TEST(Host, TellsWhatIsNoPluginFromWrongUse) {
     EXPECT_EQ(runHost({}).exitStatus, 2);
     EXPECT_EQ(runHost({"--help"}).exitStatus, 0);
     const FixtureIn fixture("well-behaved");
-    const std::vector<std::string> wrongUses[] = {
-        {"--input", "nowhere.wav"},
-        {"--input", PROGRAM_fixture},  // no WAV
-        {"--output", "nowhere/out.wav"},
-        {"--set", "1=0"},
-        {"--set", "Loudness=0"},
-        {"--block", "0"},
-        {"--channels", "3"},
-        {"--load-chunk", "nowhere"},
-        {"--output", "same.wav", "--sent", "same.wav"},
-        {"--frames", "1", "--seconds", "1"},
-    };
-    for (const auto& use : wrongUses)
-        EXPECT_EQ(fixture.play(use).exitStatus, 2) << testing::PrintToString(use);
+    for (const char* use : {"--input=nowhere.wav", "--input=" PROGRAM_fixture, "--set=1=0",
+                            "--output=nowhere/out.wav", "--set=Loudness=0", "--block=0",
+                            "--channels=3", "--load-chunk=nowhere"})
+        EXPECT_EQ(fixture.play({use}).exitStatus, 2) << use;
+    EXPECT_EQ(fixture.play({"--output=same.wav", "--sent=same.wav"}).exitStatus, 2);
+    EXPECT_EQ(fixture.play({"--frames=1", "--seconds=1"}).exitStatus, 2);
 }
 
 // The fixture's chunk is its diary.
