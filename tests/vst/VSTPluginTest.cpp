@@ -146,14 +146,15 @@ TEST(VSTPlugin, NullPointersAndOddCountsAreIgnored) {
 
 // Faults: channels of which the engine has none, a pin that is told of by another one's number.
 TEST(VSTPlugin, OnlyTheOfferedChannelsAreTaken) {
-    using PinFacts = std::tuple<std::string, VstInt32, VstInt32>;
-    const PinFacts none("", 0, kSpeakerArrEmpty), mono("Brimtide M1", 1, kSpeakerArrMono),
-        stereo("Brimtide ST1", 3, kSpeakerArrStereo), input("Brimtide 0", 3, kSpeakerArrStereo);
+    using PinFacts = std::tuple<VstIntPtr, std::string, VstInt32, VstInt32>;
+    const PinFacts none(0, "", 0, kSpeakerArrEmpty), mono(1, "Brimtide M1", 1, kSpeakerArrMono),
+        stereo(1, "Brimtide ST1", 3, kSpeakerArrStereo),
+        input(1, "Brimtide 0", 3, kSpeakerArrStereo);
     Instance instance(true);
     const auto pin = [&](VstInt32 opcode, VstInt32 index) {
         VstPinProperties pin{};
-        instance.call(opcode, index, 0, &pin);
-        return PinFacts(pin.label, pin.flags, pin.arrangementType);
+        const VstIntPtr exists = instance.call(opcode, index, 0, &pin);
+        return PinFacts(exists, pin.label, pin.flags, pin.arrangementType);
     };
     const int counts[] = {-1, 0, 1, 2, 3, 1'000'000};
     for (const int inputs : counts)
