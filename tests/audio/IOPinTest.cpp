@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <tuple>
 
@@ -24,10 +25,7 @@ void fill(IOPin& pin, float value, float factor, int valid) {
 // 2, 4... by channel.
 TEST(IOPin, EachClassTakesFromEachOtherWhatTheTypesSay) {
     enum { Assign, Add, Append };
-    const struct {
-        Type to, from;
-        std::string takes[3];
-    } ways[] = {
+    const std::tuple<Type, Type, std::array<std::string, 3>> ways[] = {
         {Type::Mono, Type::Mono, {"0", "0", "0"}},
         {Type::Mono, Type::Stereo, {"s", "0", "0"}},
         {Type::Mono, Type::Surround51, {".", ".", "."}},
@@ -78,12 +76,8 @@ TEST(IOPin, EachClassTakesFromEachOtherWhatTheTypesSay) {
 }
 
 TEST(IOPin, ConfigsCountChannelsThroughAllTheirPins) {
-    const struct {
-        IOPinConfig config;
-        std::string names;
-        int channels;
-        std::string roles;  // of the first pin
-    } cases[] = {
+    // By configuration: its name, how many channels it has, and the roles of its first pin.
+    const std::tuple<IOPinConfig, std::string, int, std::string> cases[] = {
         {{1, 3}, "mono/mono/mono", 3, "000000000"},
         {{2, 2}, "stereo/stereo", 4, "000100010"},
         {{4, 2}, "/", 8, "000000000"},

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,6 +12,11 @@ namespace {
 
 struct Host : HostInterface {
     std::int32_t getInputLatency() noexcept override { return 7; }
+};
+
+struct BrimtideEngineTest : testing::Test {
+    Host host;
+    BrimtideEngine engine{host};
 };
 
 // A parameter's radio, as far as its listeners can tell.
@@ -25,32 +29,28 @@ struct Parameter : Radio {
     }
 };
 
-TEST(BrimtideEngine, HearsOfItsNameAndOfMuting) {
-    Host host;
-    const auto engine = std::make_unique<BrimtideEngine>(host);
-    const auto parameter = std::make_unique<Parameter>();
-    engine->tuneIn(parameter.get());
-
-    parameter->change("BrimtideID", toPayload("Zo\u00eb's guitar"));
-    EXPECT_EQ(inspectConnection(0)->name, "Zo\u00eb's guitar");
-    parameter->change("BrimtideID", 0);
-    parameter->change("brimtideid", toPayload("other"));
+// Faults: a message taken for another one, a sender that is heard after it went.
+TEST_F(BrimtideEngineTest, HearsOfItsNameAndOfMuting) {
+    Parameter parameter;
+    engine.tuneIn(&parameter);
+    parameter.change("BrimtideID", toPayload("Zo\u00eb's guitar"));
+    parameter.change("BrimtideID", 0);
+    parameter.change("brimtideid", toPayload("other"));
     EXPECT_EQ(inspectConnection(0)->name, "Zo\u00eb's guitar");
 
-    parameter->change("MuteOutput", toPayload(true));
-    EXPECT_TRUE(engine->isMuted());
-    parameter->change("MuteOutput", 0xFF00);  // the low byte counts
-    EXPECT_FALSE(engine->isMuted());
+    parameter.change("MuteOutput", toPayload(true));
+    EXPECT_TRUE(engine.isMuted());
+    parameter.change("MuteOutput", 0xFF00);  // the low byte counts
+    EXPECT_FALSE(engine.isMuted());
 
-    PluginMessage goodbye(parameter.get(), PluginMessage::SenderGoes, 0);
-    parameter->transmit(goodbye);
-    parameter->change("MuteOutput", toPayload(true));
-    EXPECT_FALSE(engine->isMuted());
+    PluginMessage goodbye(&parameter, PluginMessage::SenderGoes, 0);
+    parameter.transmit(goodbye);
+    parameter.change("MuteOutput", toPayload(true));
+    EXPECT_FALSE(engine.isMuted());
 }
 
-TEST(BrimtideEngine, TheLevelIsTheFirstChannelsPeakAndOneAtMost) {
-    Host host;
-    BrimtideEngine engine(host);
+// Faults: a level above 1 or from before, a host without channels that is written for.
+TEST_F(BrimtideEngineTest, TheLevelIsTheFirstChannelsPeakAndOneAtMost) {
     std::vector<float> left(64, -0.5f), right(64, 0.9f);
     IOPinConfig inputs(2, 1), outputs(2, 1);
     inputs.setChannel(0, IOChannel<float>(64, left.data()));
@@ -61,14 +61,15 @@ TEST(BrimtideEngine, TheLevelIsTheFirstChannelsPeakAndOneAtMost) {
     left[3] = 4.0f;
     engine.process(inputs, outputs, 64);
     EXPECT_EQ(engine.outputLevel(), 1.0f);
-    EXPECT_EQ(test::RawBlock(0)->audio.ring[67], 4.0f);
     inputs.getPin(0)->setCount(0);
     engine.process(inputs, outputs, 0);
     EXPECT_EQ(engine.outputLevel(), 0.0f);
+    const test::RawBlock block(0);
+    EXPECT_EQ(block->audio.ring[67], 4.0f);
     IOPinConfig none;
     engine.process(none, outputs, 64);
     engine.process(inputs, none, 64);
-    EXPECT_EQ(test::RawBlock(0)->audio.writeIndex, 128u);
+    EXPECT_EQ(block->audio.writeIndex, 128u);
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
 #include "link/IOBridge.h"
 #include "support/Connections.h"
+#include "tools/Tool.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -11,52 +11,38 @@
 namespace tarn {
 namespace {
 
-// Runs the other process to its end; its exit status, or something else than 0 when it was killed.
-int runPeer(const std::string& peer, const std::string& task) {
-    const std::string program = std::filesystem::path(peer).make_preferred().string();
-    const int status = std::system(("\"" + program + "\" " + task).c_str());
-#if defined(WEXITSTATUS)
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-#else
-    return status;
-#endif
+int runPeer(const std::vector<std::string>& task,
+            const std::string& peer = PROGRAM_connection_peer) {
+    return test::runTool(peer, task).exitStatus;
 }
 
-int runPeer(const std::string& task) {
-    return runPeer(PROGRAM_connection_peer, task);
-}
-
-// The fault it would catch: a block that stays behind for ever when its master is killed, and with
-// it a lost slot.
+// The fault it would catch: a slot that is lost for ever when its master is killed.
 TEST(ConnectionProcess, AKilledMastersBlockVanishesWithItsLastHolder) {
-    EXPECT_NE(runPeer("crash 1000"), 0);
+    EXPECT_NE(runPeer({"crash", "1000"}), 0);
     EXPECT_FALSE(inspectConnection(0));
     std::string name = "next *";
     const IOBridge<float> next(name);
-    EXPECT_EQ(next.name(), "next 1");
+    EXPECT_EQ(name, "next 1");
     EXPECT_FALSE(test::RawBlock(0)->audio.writeIndex);
 }
 
 TEST(ConnectionProcess, AKilledMastersSlotStaysTakenWhileSomeoneHoldsIt) {
     {
-        // Holds slot 0 through the crash, as a receiving program would.
-        const auto holder =
-            platform::SharedMemory::create(connectionMappingName(0), ConnectionBlockSize);
-        EXPECT_NE(runPeer("crash 1000"), 0);
+        const auto holder = test::RawBlock::make(0);  // as a receiving program
+        EXPECT_NE(runPeer({"crash", "1000"}), 0);
         EXPECT_EQ(connectionStatus(0) & ConnectionInUse, ConnectionInUse);
         EXPECT_EQ(test::RawBlock(0)->audio.ring[999], 1000.0f);
     }
     // This process has probed the slot, and so holds it still: a new master steps over it.
     std::string name = "next *";
     const IOBridge<float> next(name);
-    EXPECT_EQ(next.name(), "next 2");
-    EXPECT_EQ(runPeer("probe 1") & ConnectionInUse, ConnectionInUse);
+    EXPECT_EQ(name, "next 2");
 }
 
 void expectTransfer(const std::string& sender, const std::string& receiver) {
     int sent = -1;
-    std::thread sending([&] { sent = runPeer(sender, "send 0 100000"); });
-    EXPECT_EQ(runPeer(receiver, "receive 0 100000"), 0);
+    std::thread sending([&] { sent = runPeer({"send", "0", "100000"}, sender); });
+    EXPECT_EQ(runPeer({"receive", "0", "100000"}, receiver), 0);
     sending.join();
     EXPECT_EQ(sent, 0);
 }

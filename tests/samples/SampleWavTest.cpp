@@ -2,14 +2,17 @@
 #include "samples/WaveBytes.h"
 #include "support/AllocationCount.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <array>
+#include <bit>
 #include <random>
 
 namespace tarn {
 namespace {
 
 using namespace test;
+using testing::ElementsAre;
 
 bool loads(SampleWav& sample, const std::string& bytes, bool readData = true) {
     ByteStream stream(bytes.data(), bytes.size());
@@ -18,49 +21,40 @@ bool loads(SampleWav& sample, const std::string& bytes, bool readData = true) {
     return error.isOk();
 }
 
-std::string randomBytes(std::size_t size) {
+// With `areFloats` neither NaN nor infinite.
+std::string randomBytes(std::size_t size, bool areFloats = false) {
     static std::mt19937 random(7);
     std::string bytes(size, '\0');
-    for (char& byte : bytes)
-        byte = static_cast<char>(random());
+    for (std::size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<char>(random() & (areFloats && i % 4 == 3 ? 0xBF : 0xFF));
     return bytes;
 }
 
 // One value as the format defines it.
-float valueOf(const unsigned char* bytes, int size) {
+float valueOf(const char* bytes, std::size_t size) {
     std::uint32_t word = 0;
-    for (int i = 0; i < size; ++i)
-        word |= std::uint32_t{bytes[i]} << 8 * (i + 4 - size);
-    float value = 0.0f;
-    std::memcpy(&value, &word, sizeof value);
-    if (size == 4)
-        return value;
-    return size == 1 ? static_cast<float>(word) / 2147483648.0f - 1.0f
-                     : static_cast<float>(static_cast<std::int32_t>(word)) / 2147483648.0f;
+    std::memcpy(reinterpret_cast<char*>(&word) + 4 - size, bytes, size);
+    const auto number = static_cast<std::int32_t>(size == 1 ? word ^ 0x80000000u : word);
+    return size == 4 ? std::bit_cast<float>(word) : static_cast<float>(number) / 2147483648.0f;
 }
 
-// The faults it would catch: a vector's remainder left out, bytes in the wrong order, a channel
-// that doesn't count, a portion that begins in the wrong place.
+// Faults: a vector's remainder left out, bytes in the wrong order, a portion begun too early.
 TEST(SampleWav, EveryDepthAndWidthBecomesTheAverageOfItsChannels) {
     for (const int bits : {5, 8, 12, 16, 20, 24, 32})
-        for (const int channels : {1, 2, 3, 6})
+        for (const std::size_t channels : {1u, 2u, 3u, 6u})
             for (const std::size_t frames : {1u, 4u, 7u, 70'003u}) {
-                const int size = (bits + 7) / 8;
-                const auto width = static_cast<std::size_t>(channels);
-                std::string audio = randomBytes(frames * width * static_cast<std::size_t>(size));
-                if (size == 4)  // neither NaN nor infinite
-                    for (std::size_t i = 3; i < audio.size(); i += 4)
-                        audio[i] = static_cast<char>(audio[i] & 0xBF);
+                const auto size = static_cast<std::size_t>(bits + 7) / 8;
+                const std::string audio = randomBytes(frames * channels * size, size == 4);
+                const std::string partOfFrame(channels * size > 1, 'x');
                 SampleWav sample;
-                const std::string partOfFrame = width * static_cast<unsigned>(size) > 1 ? "x" : "";
-                ASSERT_TRUE(loads(sample, waveFile(formatChunk(channels, bits) +
+                ASSERT_TRUE(loads(sample, waveFile(formatChunk(static_cast<int>(channels), bits) +
                                                    chunk("data", audio + partOfFrame))));
                 ASSERT_EQ(sample.getFrames(), static_cast<int>(frames));
                 ASSERT_EQ(sample.getChannels(), 1);
-                const auto* bytes = reinterpret_cast<const unsigned char*>(audio.data());
+                const char* bytes = audio.data();
                 for (std::size_t i = 0; i < frames; ++i) {
                     float sum = 0.0f;
-                    for (int channel = 0; channel < channels; ++channel, bytes += size)
+                    for (std::size_t channel = 0; channel < channels; ++channel, bytes += size)
                         sum += valueOf(bytes, size) / static_cast<float>(channels);
                     ASSERT_EQ(sample.getData()[i], sum) << bits << ", " << channels << ", " << i;
                 }
@@ -68,41 +62,37 @@ TEST(SampleWav, EveryDepthAndWidthBecomesTheAverageOfItsChannels) {
             }
 }
 
+// Faults: a chunk that hides another one, a number from the file that leads beyond the audio.
 TEST(SampleWav, ChunksInAnyOrderTellNoteLoopAndRegions) {
     SampleWav sample;
-    const std::string loop = bytesOf(1u, 0u, 10u, 90u, 0u, 0u);
+    const auto playback = [&sample](const std::string& chunks) {
+        EXPECT_TRUE(loads(sample, waveFile(chunks)));
+        return std::array{sample.getRootNote(), sample.getLoopMode(), sample.getLoopStart(),
+                          sample.getLoopEnd(), sample.getEnd()};
+    };
     const std::string rest = chunk("junk", "odd") + formatChunk(1, 8) + formatChunk(1, 8) +
                              cueChunk(bytesOf(5u, 50u, 4'000'000'000u)) +
                              chunk("acid", bytesOf(0u, 62u, 0u, 4u, 0x40004u, 120.0f)) +
                              chunk("inst", std::string(7, '\3')) + chunk("strc", "?");
     const std::string audio = chunk("data", std::string(101, '\xC0'));
-    ASSERT_TRUE(loads(sample, waveFile(samplerChunk(61, 0x80000000, 1, loop) + audio + rest)));
-    EXPECT_EQ(sample.getRootNote(), 61);
+    const std::string loop = bytesOf(1u, 0u, 10u, 90u, 0u, 0u);
+    EXPECT_THAT(playback(samplerChunk(61, 0x80000000, 1, loop) + audio + rest),
+                ElementsAre(61, Sample::ForwardLoop, 10, 90, 100));
     EXPECT_EQ(sample.getDetuneCoarse(), 50);
-    EXPECT_EQ(sample.getLoopMode(), Sample::ForwardLoop);
-    EXPECT_EQ(sample.getLoopStart(), 10);
-    EXPECT_EQ(sample.getLoopEnd(), 90);
-    EXPECT_EQ(sample.getEnd(), 100);
     const std::vector<SampleRegion> regions = {{{}, 5, 49}, {{}, 50, 99}, {{}, 100, 100}};
     EXPECT_EQ(sample.getRegions(), regions);
     EXPECT_EQ(sample.getChunks().acid.tempo, 120.0f);
     EXPECT_EQ(sample.getChunks().instrument.highVelocity, 3);
 
-    ASSERT_TRUE(loads(sample, waveFile(audio + samplerChunk(200, 9, 0, "") + rest)));
-    EXPECT_EQ(sample.getRootNote(), 62);
-    EXPECT_EQ(sample.getLoopMode(), Sample::NoLoop);
-    EXPECT_EQ(sample.getLoopStart(), 50);
-    EXPECT_EQ(sample.getLoopEnd(), 100);
+    EXPECT_THAT(playback(audio + samplerChunk(200, 9, 0, "") + rest),
+                ElementsAre(62, Sample::NoLoop, 50, 100, 100));
     EXPECT_EQ(sample.getChunks().sampler.loops.size(), 0u);
-
     const std::string beyond = bytesOf(1u, 0u, 500u, 0xFFFFFFFFu, 0u, 0u);
-    ASSERT_TRUE(loads(sample, waveFile(audio + samplerChunk(9, 0, 1, beyond) + formatChunk(1, 8))));
-    EXPECT_EQ(sample.getLoopStart(), 100);
-    EXPECT_EQ(sample.getLoopEnd(), 100);
+    EXPECT_THAT(playback(audio + samplerChunk(9, 0, 1, beyond) + formatChunk(1, 8)),
+                ElementsAre(9, Sample::ForwardLoop, 100, 100, 100));
 
     ASSERT_TRUE(loads(sample, waveFile(rest + chunk("data", "a", 0xFFFFFFFE)), false));
-    EXPECT_EQ(sample.getData(), nullptr);
-    EXPECT_EQ(sample.getFrames(), 0);
+    EXPECT_TRUE(sample.getData() == nullptr && sample.getFrames() == 0);
     EXPECT_EQ(sample.getRegions().size(), 3u);
 }
 
@@ -110,46 +100,33 @@ TEST(SampleWav, ChunksInAnyOrderTellNoteLoopAndRegions) {
 TEST(SampleWav, BadFilesAreRefused) {
     const std::string good = formatChunk(2, 16);
     const std::string audio = chunk("data", std::string(40, 'a'));
-    const std::string bad[] = {
-        "",
-        "RIFF",
-        "RIFX" + waveFile(good + audio).substr(4),
-        waveFile(good + audio).replace(8, 4, "AVI "),
-        waveFile(audio),
-        waveFile(good),
-        waveFile(good + chunk("data", "")),
-        waveFile(good + chunk("data", "a", 0xFFFFFFFF)),
-        waveFile(good + chunk("data", "a", 0xFFFFFFFE)),
-        waveFile(chunk("fmt ", "") + audio),
-        waveFile(good.substr(0, 4) + bytesOf(14u) + good.substr(8, 14) + audio),
-        waveFile(good + formatChunk(1, 16) + audio),
-        waveFile(formatChunk(0, 16) + audio),
-        waveFile(formatChunk(65535, 8) + formatChunk(65535, 16) + audio),
-        waveFile(formatChunk(65535, 16) + audio),
-        waveFile(formatChunk(2, 16, 0) + audio),
-        waveFile(formatChunk(2, 16, 5) + audio),
-        waveFile(formatChunk(2, 0) + audio),
-        waveFile(formatChunk(2, 40) + audio),
-        waveFile(formatChunk(2, 64) + audio),
-        waveFile(formatChunk(2, 65535) + audio),
-        waveFile(formatChunk(2, 16, -1, 0) + audio),
-        waveFile(good + audio + chunk("cue ", bytesOf(0xFFFFFFFFu) + std::string(48, 'c'))),
-        waveFile(good + audio + chunk("cue ", bytesOf(3u) + std::string(48, 'c'))),
-        waveFile(good + audio + chunk("plst", bytesOf(2u) + std::string(12, 'p'))),
-        waveFile(good + audio + samplerChunk(60, 0, 2, std::string(24, 'l'))),
-        waveFile(good + audio + chunk("labl", "abc")),
-    };
-    for (const std::string& bytes : bad) {
+    std::vector<std::string> bad = {"",
+                                    "RIFF",
+                                    "RIFX" + waveFile(good + audio).substr(4),
+                                    waveFile(good + audio).replace(8, 4, "AVI "),
+                                    waveFile(good),
+                                    waveFile(good + chunk("data", "")),
+                                    waveFile(good + chunk("data", "a", 0xFFFFFFFF))};
+    for (const std::string& format :
+         {std::string(), chunk("fmt ", ""), good.substr(0, 4) + bytesOf(14u) + good.substr(8, 14),
+          good + formatChunk(1, 16), formatChunk(0, 16), formatChunk(65535, 16),
+          formatChunk(2, 16, 0), formatChunk(2, 16, 5), formatChunk(2, 0), formatChunk(2, 40),
+          formatChunk(2, 65535), formatChunk(2, 16, -1, 0)})
+        bad.push_back(waveFile(format + audio));
+    for (const std::string& end :
+         {chunk("cue ", bytesOf(0xFFFFFFFFu) + std::string(48, 'c')),
+          chunk("cue ", bytesOf(3u) + std::string(48, 'c')), chunk("labl", "abc"),
+          chunk("plst", bytesOf(2u) + std::string(12, 'p')),
+          samplerChunk(60, 0, 2, std::string(24, 'l'))})
+        bad.push_back(waveFile(good + audio + end));
+    for (std::size_t i = 0; i < bad.size(); ++i) {
         SampleWav sample;
         ASSERT_TRUE(loads(
             sample, waveFile(formatChunk(1, 8) + chunk("data", "abcd") + cueChunk(bytesOf(2u)))));
-        EXPECT_FALSE(loads(sample, bytes)) << &bytes - bad;
-        EXPECT_EQ(sample.getData(), nullptr);
-        EXPECT_EQ(sample.getFrames(), 0);
-        EXPECT_EQ(sample.getBitDepth(), 8);
-        EXPECT_EQ(sample.getEnd(), 3);
-        EXPECT_EQ(sample.getRegions().size(), 1u);
-        EXPECT_EQ(sample.getChunks().format.channels, 1);
+        EXPECT_FALSE(loads(sample, bad[i])) << i;
+        EXPECT_TRUE(sample.getData() == nullptr && sample.getFrames() == 0);
+        EXPECT_TRUE(sample.getBitDepth() == 8 && sample.getEnd() == 3);
+        EXPECT_TRUE(sample.getRegions().size() == 1 && sample.getChunks().format.channels == 1);
     }
 }
 

@@ -6,41 +6,56 @@
 #include "platform/SharedMemory.h"
 
 #include <cstdint>
+#include <numeric>
+#include <random>
 #include <string>
+#include <vector>
 
 namespace tarn::test {
 
-/// Sets the calendar clock of this process for as long as it lives.
-class CalendarAt {
-public:
-    explicit CalendarAt(std::int64_t seconds) {
-        now() = seconds;
-        platform::setCalendarClock([]() noexcept { return now(); });
-    }
-    CalendarAt(const CalendarAt&) = delete;
-    CalendarAt& operator=(const CalendarAt&) = delete;
-    ~CalendarAt() { platform::setCalendarClock(nullptr); }
+/// Sets the calendar clock of this process, for good: every case has a process of its own.
+inline void setCalendar(std::int64_t seconds) {
+    static std::int64_t now = 0;
+    now = seconds;
+    platform::setCalendarClock([]() noexcept { return now; });
+}
 
-    void set(std::int64_t seconds) { now() = seconds; }
-
-private:
-    static std::int64_t& now() {
-        static std::int64_t seconds = 0;
-        return seconds;
-    }
-};
+/// So many samples, each one more than the one before.
+inline std::vector<float> ramp(std::uint32_t frames, std::uint32_t from = 1) {
+    std::vector<float> samples(frames);
+    std::iota(samples.begin(), samples.end(), static_cast<float>(from));
+    return samples;
+}
 
 /// A look into a slot's block as a foreign program has it, by the raw name and offsets.
 class RawBlock {
 public:
-    explicit RawBlock(int slot)
-        : memory_(platform::SharedMemory::open("Connection #" + std::to_string(slot),
-                                               ConnectionBlockSize)) {}
+    explicit RawBlock(std::uint32_t slot)
+        : memory_(platform::SharedMemory::open(nameOf(slot), ConnectionBlockSize)) {}
+
+    /// Makes the block as another process does: nothing here has probed it.
+    static RawBlock make(std::uint32_t slot) {
+        return RawBlock(platform::SharedMemory::create(nameOf(slot), ConnectionBlockSize));
+    }
+
     explicit operator bool() const { return static_cast<bool>(memory_); }
     ConnectionBlock& operator*() const { return *static_cast<ConnectionBlock*>(memory_.data()); }
     ConnectionBlock* operator->() const { return &**this; }
 
+    /// Lets the block go, as the end of its process would.
+    void die() { memory_ = {}; }
+
+    /// Random values in every word, or every second or third one, as `stride` says.
+    void scramble(std::mt19937& random, std::size_t stride) const {
+        auto* words = static_cast<std::uint32_t*>(memory_.data());
+        for (std::size_t i = 0; i < ConnectionBlockSize / 4; i += stride)
+            words[i] = static_cast<std::uint32_t>(random());
+    }
+
 private:
+    explicit RawBlock(platform::SharedMemory memory) : memory_(std::move(memory)) {}
+    static std::string nameOf(std::uint32_t slot) { return "Connection #" + std::to_string(slot); }
+
     platform::SharedMemory memory_;
 };
 

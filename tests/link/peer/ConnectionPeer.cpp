@@ -1,19 +1,15 @@
 // The other process of the connection tests.
 //
-//   connection-peer crash SAMPLES            makes a connection, writes 1, 2, 3, ... and dies as if
-//   killed connection-peer probe SLOT               exits with the slot's status connection-peer
-//   send SLOT SAMPLES        takes a slot, which must be SLOT, and writes 1, 2, 3, ... no faster
-//   than a
-//                                            reader takes them
-//   connection-peer receive SLOT SAMPLES     attaches itself, reads SAMPLES and exits with 0 if
-//   they rise by one each
+//   connection-peer crash SAMPLES          makes a connection, writes 1, 2, 3, ... and dies at once
+//   connection-peer send SLOT SAMPLES      writes 1, 2, 3, ... into SLOT, but no ring ahead
+//   connection-peer receive SLOT SAMPLES   exits with 0 if what it reads rises by one each
 #include "link/IOBridge.h"
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <memory>
+#include <numeric>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,8 +17,7 @@
 namespace {
 
 using namespace tarn;
-
-constexpr std::uint32_t BlockFrames = 480;
+using Bridge = IOBridge<float>;
 
 // Everything that waits gives up in the end, so that a failing test ends.
 template <typename Condition>
@@ -36,32 +31,29 @@ bool waitFor(Condition condition) {
     return true;
 }
 
-void writeRamp(IOBridge<float>& bridge, std::uint32_t from, std::uint32_t frames) {
+void writeRamp(Bridge& bridge, std::uint32_t from, std::uint32_t frames) {
     std::vector<float> block(frames);
-    for (std::uint32_t i = 0; i < frames; ++i)
-        block[i] = static_cast<float>(from + i + 1);
+    std::iota(block.begin(), block.end(), static_cast<float>(from + 1));
     bridge.write(block.data(), frames);
 }
 
-[[noreturn]] void die() {
-#if defined(SIGKILL)
-    std::raise(SIGKILL);
-#endif
-    std::_Exit(9);
+int crash(std::uint32_t samples) {
+    std::string name = "peer *";
+    Bridge bridge(name);
+    writeRamp(bridge, 0, samples);
+    std::_Exit(9);  // nothing is destroyed
 }
 
 int send(std::uint32_t slot, std::uint32_t samples) {
     std::string name = "peer *";
-    IOBridge<float> bridge(name);
-    if (bridge.name() != "peer " + std::to_string(slot + 1))
+    Bridge bridge(name);
+    if (name != "peer " + std::to_string(slot + 1))
         return 2;
     bridge.resync(ConnectionPreroll);
     if (!waitFor([&] { return bridge.isAttached(); }))
         return 3;
-    for (std::uint32_t sent = 0; sent < samples;) {
-        const std::uint32_t frames = std::min(BlockFrames, samples - sent);
-        writeRamp(bridge, sent, frames);
-        sent += frames;
+    for (std::uint32_t sent = 0; sent < samples; sent += 500) {
+        writeRamp(bridge, sent, 500);
         if (!waitFor([&] { return bridge.available() < ConnectionPreroll / 2; }))
             return 4;
     }
@@ -69,30 +61,25 @@ int send(std::uint32_t slot, std::uint32_t samples) {
 }
 
 int receive(std::uint32_t slot, std::uint32_t samples) {
-    std::unique_ptr<IOBridge<float>> bridge;
-    if (!waitFor([&] {
-            bridge = std::make_unique<IOBridge<float>>(OpenSlot{slot});
-            return bridge->hasBlock();
-        }))
-        return 2;
-    float expected = 1.0f;
-    std::uint32_t received = 0;
+    std::unique_ptr<Bridge> bridge;
     std::vector<float> block(ConnectionRingSamples);
-    const bool complete = waitFor([&] {
+    std::uint32_t received = 0;
+    const bool isComplete = waitFor([&] {
+        if (!bridge || !bridge->hasBlock())
+            bridge = std::make_unique<Bridge>(OpenSlot{slot});
         if (!bridge->isAttached())
             bridge->attach();  // a master that was just making the block has wiped the mark
         const std::uint32_t frames = bridge->isLive() ? bridge->available() : 0;
         const std::uint32_t got = frames > 0 ? bridge->read(block.data(), frames) : 0;
         for (std::uint32_t i = 0; i < got; ++i) {
-            // What stands before the sender's first sample is silence.
-            if (block[i] == expected)
-                expected += 1.0f, ++received;
-            else if (received > 0 || block[i] != 0.0f)
+            if (block[i] == static_cast<float>(received + 1))
+                ++received;
+            else if (received > 0 || block[i] != 0.0f)  // before the first one is silence
                 std::exit(4);
         }
         return received >= samples;
     });
-    return complete ? 0 : 3;
+    return isComplete ? 0 : 3;
 }
 
 }  // namespace
@@ -102,17 +89,8 @@ int main(int argc, char** argv) {
     const auto number = [&](int i) {
         return argc > i ? static_cast<std::uint32_t>(std::strtoul(argv[i], nullptr, 10)) : 0;
     };
-    if (task == "crash") {
-        std::string name = "peer *";
-        IOBridge<float> bridge(name);
-        writeRamp(bridge, 0, number(2));
-        die();
-    }
-    if (task == "probe")
-        return static_cast<int>(connectionStatus(number(2)));
-    if (task == "send")
-        return send(number(2), number(3));
-    if (task == "receive")
-        return receive(number(2), number(3));
-    return 1;
+    return task == "crash"     ? crash(number(2))
+           : task == "send"    ? send(number(2), number(3))
+           : task == "receive" ? receive(number(2), number(3))
+                               : 1;
 }

@@ -7,8 +7,10 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <numeric>
 #include <sndfile.hh>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace tarn {
@@ -30,42 +32,35 @@ void expectAsLibrary(const std::string& path, int bits) {
     SampleWav sample;
     ASSERT_TRUE(sample.load(File(path), true).isOk());
     SndfileHandle file(path);
-    ASSERT_GT(file.frames(), 1000);
-    ASSERT_EQ(sample.getFrames(), file.frames());
+    ASSERT_EQ(sample.getFrames(), 1001);
+    ASSERT_EQ(file.frames(), 1001);
     ASSERT_EQ(sample.getBitDepth(), bits);
     ASSERT_EQ(sample.getSampleRate(), file.samplerate());
-    const auto channels = static_cast<std::size_t>(file.channels());
-    std::vector<double> values(channels * static_cast<std::size_t>(file.frames()));
-    file.readf(values.data(), file.frames());
+    const int channels = file.channels();
+    std::vector<double> values(static_cast<std::size_t>(channels) * 1001);
+    file.readf(values.data(), 1001);
     const double step = bits == 32 ? 1e-7 : std::ldexp(2.0, -bits);
-    for (std::size_t i = 0; i < values.size(); i += channels) {
-        double mean = 0.0;
-        for (std::size_t channel = 0; channel < channels; ++channel)
-            mean += values[i + channel] / static_cast<double>(channels);
-        ASSERT_NEAR(sample.getData()[i / channels], mean, step) << i;
+    for (auto frame = values.begin(); frame != values.end(); frame += channels) {
+        const double mean = std::accumulate(frame, frame + channels, 0.0) / channels;
+        const auto index = (frame - values.begin()) / channels;
+        ASSERT_NEAR(sample.getData()[index], mean, step) << index;
     }
 }
 
 TEST(OtherPrograms, TheirFilesLoadWithTheSameValues) {
     const ScratchFolder folder;
-    struct {
-        int bits;
-        const char *sox, *convert;
-    } const formats[] = {{8, "unsigned-integer", "pcmu8"},
-                         {16, "signed-integer", "pcm16"},
-                         {24, "signed-integer", "pcm24"},
-                         {32, "floating-point", "float32"}};
-    for (const auto& format : formats)
+    const std::tuple<int, std::string, std::string> formats[] = {{8, "unsigned-integer", "pcmu8"},
+                                                                 {16, "signed-integer", "pcm16"},
+                                                                 {24, "signed-integer", "pcm24"},
+                                                                 {32, "floating-point", "float32"}};
+    const std::string made = folder.path("sox.wav"), converted = folder.path("converted.wav");
+    for (const auto& [bits, sox, convert] : formats)
         for (int channels = 1; channels <= 6; ++channels) {
-            const std::string name = std::to_string(format.bits) + "-" + std::to_string(channels);
-            const std::string made = folder.path("sox" + name + ".wav");
-            const std::string converted = folder.path("converted" + name + ".wav");
-            run("sox -R -r 22050 -n -c " + std::to_string(channels) + " -e " + format.sox + " -b " +
-                std::to_string(format.bits) + quoted(made) + "synth 1001s noise gain -3");
-            expectAsLibrary(made, format.bits);
-            run("sndfile-convert -" + std::string(format.convert) + quoted(made) +
-                quoted(converted) + ">/dev/null");
-            expectAsLibrary(converted, format.bits);
+            run("sox -R -r 22050 -n -c " + std::to_string(channels) + " -e " + sox + " -b " +
+                std::to_string(bits) + quoted(made) + "synth 1001s noise gain -3");
+            expectAsLibrary(made, bits);
+            run("sndfile-convert -" + convert + quoted(made) + quoted(converted) + ">/dev/null");
+            expectAsLibrary(converted, bits);
         }
 }
 
@@ -95,7 +90,7 @@ TEST(OtherPrograms, TheirLoopsCuesAndOddChunksAreUnderstood) {
     ASSERT_TRUE(sample.load(File(path), true).isOk());
     EXPECT_EQ(sample.getRootNote(), 52);
     EXPECT_EQ(sample.getLoopStart(), 200);
-    EXPECT_EQ(sample.getLoopEnd(), 899);  // the library counts up to the end, the file includes it
+    EXPECT_EQ(sample.getLoopEnd(), 899);  // counted up to by the library, included by the file
     const std::vector<SampleRegion> regions = {{{}, 100, 599}, {{}, 600, 1000}};
     EXPECT_EQ(sample.getRegions(), regions);
 }

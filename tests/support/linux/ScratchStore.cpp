@@ -9,9 +9,6 @@ ScratchStore::ScratchStore() {
     ::setenv("XDG_CONFIG_DIRS", path("machine").c_str(), 1);
 }
 
-ScratchStore::~ScratchStore() {
-    ::unsetenv("XDG_CONFIG_HOME");
-    ::unsetenv("XDG_CONFIG_DIRS");
-}
+ScratchStore::~ScratchStore() = default;
 
 }  // namespace tarn::test
