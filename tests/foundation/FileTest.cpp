@@ -192,23 +192,23 @@ TEST(File, IsChosenWhereOneWasLastOpenedAndOverwrittenOnlyWhenTheUserAgrees) {
     };
     const FileDialog dialog{"", "", "Brimtide Banks", "*.xml;"};
 
-    File file("default");
     userChooses(old, "", "default");
-    EXPECT_TRUE(file.browseOpen(dialog) && file.getPath() == old);
-    file.setPath("default");
     userChooses("", folder, "default");
-    EXPECT_FALSE(file.browseOpen(dialog) || file.getPath() != "default");
-
-    file.setPath(fresh);
     userChooses(old, folder, "new.xml");
     userAnswers(No);
     userChooses(old, folder, "old.xml");
     userAnswers(Cancel);
-    EXPECT_FALSE(file.browseSave(dialog) || file.getPath() != fresh);
     userChooses(old, folder, "new.xml");
     userAnswers(Yes);
-    EXPECT_TRUE(file.browseSave(dialog) && file.getPath() == old);
     userChooses(fresh, folder, "old.xml");
+
+    File file("default");
+    EXPECT_TRUE(file.browseOpen(dialog) && file.getPath() == old);
+    file.setPath("default");
+    EXPECT_FALSE(file.browseOpen(dialog) || file.getPath() != "default");
+    file.setPath(fresh);
+    EXPECT_FALSE(file.browseSave(dialog) || file.getPath() != fresh);
+    EXPECT_TRUE(file.browseSave(dialog) && file.getPath() == old);
     EXPECT_TRUE(file.browseSave(dialog) && file.getPath() == fresh);
     setDialogAnswers({});
     Preferences::setStores(nullptr, nullptr);

@@ -94,8 +94,7 @@ TEST_F(TimerTest, DeletionWaitsForTheTickThatRuns) {
     const Hearer hearer(*timer, [&, timer = timer.get()](Message&) {
         inside.raise();
         deleting.wait();
-        for (int i = 0; i < 1000; ++i)
-            std::this_thread::yield();
+        yieldOften();
         timer->stop(true);
         ended = true;
     });

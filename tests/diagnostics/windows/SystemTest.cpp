@@ -6,13 +6,10 @@
 
 #include <windows.h>
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <shlobj.h>
 
-#include <string>
-
-namespace tarn {
-namespace {
+using namespace tarn;
 
 TEST(WindowsSystem, FoldersAreThoseOfTheShell) {
     using enum platform::KnownFolder;
@@ -45,6 +42,8 @@ TEST(WindowsSystem, TellsTheSystemsLastErrorOnOneLine) {
         EXPECT_TRUE(text.size() > 5 && text.find_first_of("\r\n") == std::string::npos) << text;
     }
 }
+
+namespace {
 
 std::wstring textOf(HWND window) {
     wchar_t text[256] = {};
@@ -83,6 +82,8 @@ private:
     HHOOK hook_;
 };
 
+}  // namespace
+
 TEST(WindowsSystem, BoxesAreTheSystemsOwn) {
     using namespace platform;
     const User user;
@@ -115,6 +116,3 @@ TEST(WindowsSystem, BoxesAreTheSystemsOwn) {
     EXPECT_TRUE(fresh.browseSave({"Sichern", "", "", "*.xml;"}));
     EXPECT_EQ(fresh.getPath(), scratch.path("neu.xml"));
 }
-
-}  // namespace
-}  // namespace tarn
