@@ -47,22 +47,21 @@ TEST(System, FindsTheProductsFolders) {
 TEST(System, MessagesBearTheProductsNameAndGiveTheUsersAnswer) {
     const LogFolder product;
     platform::MessageRequest asked;
-    MessageAnswer answer = MessageAnswer::Ok;
+    MessageAnswer answer{};
     platform::setDialogAnswers({[&](const platform::MessageRequest& request) {
                                     asked = request;
                                     return answer;
                                 },
                                 {}});
-    const std::tuple<int (*)(const std::string&, bool), MessageKind, MessageAnswer, int> cases[] = {
-        {System::confirm, MessageKind::Confirm, MessageAnswer::Ok, 0},
-        {System::confirm, MessageKind::Confirm, MessageAnswer::Cancel, 1},
-        {System::ask, MessageKind::Ask, MessageAnswer::Yes, 0},
-        {System::ask, MessageKind::Ask, MessageAnswer::No, 1},
-        {System::ask, MessageKind::Ask, MessageAnswer::Cancel, 2}};
-    for (const auto& [show, kind, userAnswer, result] : cases) {
-        answer = userAnswer;
-        EXPECT_EQ(show("Größe?", true), result);
-        EXPECT_TRUE(asked.kind == kind && asked.parented);
+    for (auto [choice, result] : {std::pair(MessageAnswer::Ok, 0), {MessageAnswer::Cancel, 1}}) {
+        answer = choice;
+        EXPECT_EQ(System::confirm("?", true), result);
+        EXPECT_TRUE(asked.kind == MessageKind::Confirm && asked.parented);
+    }
+    for (auto [choice, result] :
+         {std::pair(MessageAnswer::Yes, 0), {MessageAnswer::No, 1}, {MessageAnswer::Cancel, 2}}) {
+        answer = choice;
+        EXPECT_EQ(System::ask("Größe?", true), result);
         EXPECT_EQ(asked.title + asked.text, product.getProductName() + "Größe?");
     }
     System::inform("news", false);
@@ -102,18 +101,17 @@ TEST(CPUAssembly, TellsProcessorsOldAndNewFromTheirBits) {
         EXPECT_STREQ(processor.getModel(), model);
     }
 
-    // Family, extended family, model, extended model, stepping and features.
-    const auto fieldsOf = [&](const CPUIDRegisters& signature, std::uint32_t extendedFeatures) {
-        leaves.signature = signature;
-        leaves.extendedFeatures.edx = extendedFeatures;
-        processor.identify(leaves);
-        return std::vector<std::uint32_t>{processor.getFamily(),      processor.getExtendedFamily(),
-                                          processor.getModelNumber(), processor.getExtendedModel(),
-                                          processor.getStepping(),    processor.getFeatures()};
-    };
-    EXPECT_THAT(fieldsOf({0x0A5B2FF7, 0, 0, 1u << 23 | 1u << 26}, 1u << 31),
-                ElementsAre(15, 0xA50, 15, 0xB, 7, 0b1011));
-    EXPECT_THAT(fieldsOf({0x0A5B26E7, 0, 0, 1u << 25}, 0), ElementsAre(6, 0, 14, 0, 7, 0b0100));
+    leaves.signature = {0x0A5B2FF7, 0, 0, 1u << 23 | 1u << 26};
+    leaves.extendedFeatures.edx = 1u << 31;
+    processor.identify(leaves);
+    EXPECT_TRUE(processor.getFamily() == 15 && processor.getExtendedFamily() == 0xA50);
+    EXPECT_TRUE(processor.getModelNumber() == 15 && processor.getExtendedModel() == 0xB);
+    EXPECT_TRUE(processor.getStepping() == 7 && processor.getFeatures() == 0b1011);
+    leaves.signature = {0x0A5B26E7, 0, 0, 1u << 25};
+    leaves.extendedFeatures.edx = 0;
+    processor.identify(leaves);
+    EXPECT_EQ(processor.getExtendedFamily() | processor.getExtendedModel(), 0);
+    EXPECT_EQ(processor.getFeatures(), 0b0100u);
 
     processor.identify();  // the one that runs this
     EXPECT_TRUE(processor.hasMMX() && processor.hasSSE() && processor.hasSSE2());

