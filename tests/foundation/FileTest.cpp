@@ -175,7 +175,9 @@ TEST(File, IsChosenWhereOneWasLastOpenedAndOverwrittenOnlyWhenTheUserAgrees) {
     choice.clear();
     file.setPath("default");
     EXPECT_FALSE(file.browseOpen({}) || file.getPath() != "default");
-    EXPECT_EQ(std::exchange(dialogs, {}), folder + ": default\n");
+    Folder place(folder);
+    EXPECT_FALSE(place.browse("Where?") || place.getPath() != folder);
+    EXPECT_EQ(std::exchange(dialogs, {}), folder + ": default\n" + folder + ": \n");
 
     choice = old;
     answers = {Cancel, No};  // "no" first
