@@ -22,7 +22,8 @@ namespace {
 
 std::string stringOf(const Dictionary& tree, std::string_view key, std::int32_t clone = 0) {
     std::string text = "none";
-    EXPECT_EQ(tree.getString(key, text, clone), text != "none");
+    const bool found = tree.getString(key, text, clone);
+    EXPECT_EQ(found, text != "none");
     return text;
 }
 

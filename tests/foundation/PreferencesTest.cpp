@@ -68,11 +68,11 @@ TEST(Preferences, SectionsAreMadeWithAllLevelsOfTheirPath) {
     const ScratchStore store;
     const Preferences root = store.openUser();
     EXPECT_FALSE(root.openSection("Editor\\Größe", Preferences::Read));
-    EXPECT_FALSE(root.openSection("Editor\\Größe", 0));
     const auto made = root.openSection("Editor\\Größe\\山田", ScratchStore::ReadWrite);
     ASSERT_TRUE(made && made->setInteger("Width", 700).isOk());
     EXPECT_THAT(root.getSectionNames(), ElementsAre("Editor"));
     EXPECT_TRUE(root.hasSection("Editor\\Größe") && root.hasValue("Editor"));
+    EXPECT_FALSE(root.openSection("Editor", 0));
     const auto editor = root.openSection("Editor", Preferences::Read);
     EXPECT_TRUE(editor->openSection("Größe\\山田", Preferences::Read)->hasValue("Width"));
 }

@@ -23,6 +23,18 @@ private:
     std::atomic<bool> raised_{false};
 };
 
+/// Two threads, `i` 0 and 1, wait for each other.
+class Meeting {
+public:
+    void arrive(int i) {
+        arrived_[i].raise();
+        arrived_[1 - i].wait();
+    }
+
+private:
+    Signal arrived_[2];
+};
+
 /// Time for another thread to do what it mustn't do yet.
 inline void yieldOften() {
     for (int i = 0; i < 1000; ++i)

@@ -9,7 +9,8 @@
 #include <gtest/gtest.h>
 #include <shlobj.h>
 
-using namespace tarn;
+namespace tarn {
+namespace {
 
 TEST(WindowsSystem, FoldersAreThoseOfTheShell) {
     using enum platform::KnownFolder;
@@ -38,8 +39,6 @@ TEST(WindowsSystem, TellsTheSystemsLastErrorOnOneLine) {
         EXPECT_TRUE(text.size() > 5 && text.find_first_of("\r\n") == std::string::npos) << text;
     }
 }
-
-namespace {
 
 std::wstring textOf(HWND window) {
     wchar_t text[256] = {};
@@ -78,8 +77,6 @@ private:
     HHOOK hook_;
 };
 
-}  // namespace
-
 TEST(WindowsSystem, BoxesAreTheSystemsOwn) {
     using namespace platform;
     const User user;
@@ -112,3 +109,6 @@ TEST(WindowsSystem, BoxesAreTheSystemsOwn) {
     EXPECT_TRUE(fresh.browseSave({"Sichern", "", "", "*.xml;"}));
     EXPECT_EQ(fresh.getPath(), scratch.path("neu.xml"));
 }
+
+}  // namespace
+}  // namespace tarn
