@@ -13,10 +13,10 @@ TEST(SharedObject, CountsAcrossReleasesAndAssignments) {
     EXPECT_EQ(a.retain(), 3);
     EXPECT_EQ(a.release(), 2);
     SharedObject other;
+    const SharedObject& self = other;
+    other = self;
     b = other;
     EXPECT_FALSE(a.isShared());
-    const SharedObject& self = b;
-    b = self;
     EXPECT_EQ(other.retain(), 3);
     EXPECT_EQ(SharedObject(a).release(), 1);
     EXPECT_EQ(a.retain(), 2);
