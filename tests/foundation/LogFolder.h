@@ -37,7 +37,7 @@ public:
         logger_.reset();
     }
 
-    /// The file's lines as they are now, behind the opening one; on demand with it, and the times.
+    /// The file's lines as they are now, behind the opening one and without their times; or raw.
     std::vector<std::string> lines(bool raw = false) const {
         std::ifstream file(path());
         std::vector<std::string> lines;

@@ -6,18 +6,19 @@
 #include <algorithm>
 #include <thread>
 
-namespace tarn {
+using namespace tarn;
+using testing::ElementsAre;
+
 namespace {
 
-using ::testing::ElementsAre;
+double clockTime = 1000.0;
 
-double clockTime = 0.0;
+}  // namespace
 
 // Faults: lines below the threshold, a prefix that overflows its fields, a watch that repeats
 // itself.
 TEST(Logger, KeepsWhatReachesTheThresholdWithTheTimeSinceItsStart) {
     LogFolder folder;
-    clockTime = 1000.0;
     platform::setHighResolutionClock([]() noexcept { return clockTime; });
     Logger& logger = folder.open(LogProgress);
     clockTime += 3600.0 + 2 * 60.0 + 3.0 + 0.0045;
@@ -26,13 +27,12 @@ TEST(Logger, KeepsWhatReachesTheThresholdWithTheTimeSinceItsStart) {
     clockTime += 100.0 * 3600.0;
     logger.logError(LogError, ErrorPrefsKeyNotFound("Preferences::get", "LogLevel"));
     logger.watch(LogDetail, "host blocksize", 256);
-    logger.watch(LogMachine, "host blocksize", 512);
-    logger.watch(LogMachine, "host blocksize", 512);
+    for (int frames : {512, 512})
+        logger.watch(LogMachine, "host blocksize", frames);
     logger.setThreshold(LogDetail);
     logger.log(LogDetail, std::string_view("100 % whole"));
     folder.close();
     platform::setHighResolutionClock(nullptr);
-
     EXPECT_THAT(folder.lines(true),
                 ElementsAre("00:00:00:000 |Wellengang 1.2.0 for the test",
                             "01:02:03:004 |host sent 64 frames",
@@ -53,7 +53,6 @@ TEST(Logger, CutsLongTextsAndAddsToWhatAnotherLogWrites) {
         logger.log(LogError, std::string(length, 'f').c_str(), 0);
     second.log(LogProgress, "second");
     logger.log(LogError, std::string_view(std::string(70000, 't')));
-
     EXPECT_THAT(folder.lines(),
                 ElementsAre(std::string(511, 'f'), "second", std::string(65535, 't')));
 }
@@ -62,19 +61,17 @@ TEST(Logger, CutsLongTextsAndAddsToWhatAnotherLogWrites) {
 TEST(Logger, KeepsTheLinesOfTwoThreadsWhole) {
     LogFolder folder;
     Logger& logger = folder.open(LogProgress);
-    const std::string words[] = {std::string(100, 'a'), std::string(100, 'b')};
-    const auto chatter = [&logger](const std::string& word) {
+    const auto chatter = [&logger](char letter) {
         for (int i = 0; i < 500; ++i)
-            logger.log(LogProgress, "%s", word.c_str());
+            logger.log(LogProgress, "%s", std::string(100, letter).c_str());
     };
-    std::thread other(chatter, words[1]);
-    chatter(words[0]);
+    std::thread other(chatter, 'a');
+    chatter('b');
     other.join();
-
     const auto lines = folder.lines();
     EXPECT_EQ(lines.size(), 1000U);
-    for (const std::string& word : words)
-        EXPECT_EQ(std::count(lines.begin(), lines.end(), word), 500);
+    for (char letter : {'a', 'b'})
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), std::string(100, letter)), 500);
 }
 
 // Fault: an unwritable place that ends the program.
@@ -84,6 +81,3 @@ TEST(Logger, SurvivesAPlaceWhereNoFileCanBe) {
     folder.open(LogProgress).log(LogError, "nowhere");
     EXPECT_TRUE(std::filesystem::is_directory(folder.path()));
 }
-
-}  // namespace
-}  // namespace tarn

@@ -2,28 +2,23 @@
 
 #include <gmock/gmock.h>
 
-#include <array>
-#include <string>
-
-namespace tarn {
-namespace {
-
+using namespace tarn;
 using namespace std::string_literals;
 using platform::LargestPreference;
 using test::ScratchStore;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(Preferences, KeepValuesFromOneRunToTheNext) {
     const ScratchStore store;
+    const std::string bytes("\0\x01\xFE\xFF\r\n\0\0", 8);
     {
         Preferences first = store.openUser();
         EXPECT_TRUE(first.setBool("ShowTooltips", true).isOk());
         EXPECT_TRUE(first.setInteger("LogLevel", -3).isOk());
         EXPECT_TRUE(first.setFloat("Gain", -0.1f).isOk());
         EXPECT_TRUE(first.setString("FullName", "Zoë 山田").isOk());
-        EXPECT_TRUE(first.setData("LastCrashDump", "\0\x01\xFE\xFF\r\n\0\0", 8).isOk());
         EXPECT_TRUE(first.setString("FullName", "Zoë Ω").isOk());
+        EXPECT_TRUE(first.setData("LastCrashDump", bytes.data(), bytes.size()).isOk());
     }
     const Preferences next = store.openUser(Preferences::Read);
     bool tooltips = false;
@@ -35,13 +30,12 @@ TEST(Preferences, KeepValuesFromOneRunToTheNext) {
     EXPECT_TRUE(next.getInteger("LogLevel", level) && level == -3);
     EXPECT_TRUE(next.getFloat("Gain", gain) && gain == -0.1f);
     EXPECT_TRUE(next.getString("FullName", name) && name == "Zoë Ω");
-    EXPECT_TRUE(next.getData("LastCrashDump", dump.data(), dump.size()));
-    EXPECT_EQ(dump, "\0\x01\xFE\xFF\r\n\0\0"s);
+    EXPECT_TRUE(next.getData("LastCrashDump", dump.data(), dump.size()) && dump == bytes);
     EXPECT_EQ(next.getValueNames().size(), 5u);
     EXPECT_FALSE(store.open(platform::PreferencesRoot::LocalMachine).hasValue("LogLevel"));
 }
 
-// The fault it would catch: another program's value is taken for a number or a text.
+// Fault: another program's value is taken for a number or a text.
 TEST(Preferences, TakeNoValueOfAnotherKind) {
     const ScratchStore store;
     Preferences preferences = store.openUser();
@@ -49,26 +43,21 @@ TEST(Preferences, TakeNoValueOfAnotherKind) {
     preferences.setString("empty", "");
     preferences.setInteger("number", 7);
     preferences.setData("long", "12345678", 8);
-    bool flag = true;
     std::int32_t number = 42;
-    float fraction = 0.5f;
     std::string text = "unchanged";
     for (const char* name : {"text", "long", "absent"})
-        EXPECT_FALSE(preferences.getBool(name, flag) || preferences.getInteger(name, number) ||
-                     preferences.getFloat(name, fraction))
-            << name;
+        EXPECT_FALSE(preferences.getInteger(name, number)) << name;
     for (const char* name : {"number", "absent", "empty"})
         EXPECT_FALSE(preferences.getString(name, text) || preferences.getData(name, &text[0], 8))
             << name;
     EXPECT_FALSE(preferences.getData("long", &text[0], 7));
-    EXPECT_TRUE(flag && number == 42 && fraction == 0.5f && text == "unchanged");
+    EXPECT_TRUE(number == 42 && text == "unchanged");
 
     // But a text up to its first zero, and a section as the text that was there before.
     preferences.setString("cut", "before\0behind"s);
-    EXPECT_TRUE(preferences.getString("cut", text));
+    EXPECT_TRUE(preferences.getString("cut", text) && text == "before");
     ASSERT_TRUE(preferences.openSection("section", ScratchStore::ReadWrite));
-    EXPECT_TRUE(preferences.getString("section", text) && preferences.hasValue("empty"));
-    EXPECT_EQ(text, "before");
+    EXPECT_TRUE(preferences.getString("section", text) && text == "before");
     const std::string longest(LargestPreference / 4, 'x');
     EXPECT_TRUE(preferences.setString("long", longest).isOk());
     EXPECT_TRUE(preferences.getString("long", text) && text == longest);
@@ -79,28 +68,24 @@ TEST(Preferences, SectionsAreMadeWithAllLevelsOfTheirPath) {
     const ScratchStore store;
     const Preferences root = store.openUser();
     EXPECT_FALSE(root.openSection("Editor\\Größe", Preferences::Read));
-    EXPECT_FALSE(root.openSection("Editor\\Größe", 0));
-    EXPECT_THAT(root.getSectionNames(), IsEmpty());
-
     const auto made = root.openSection("Editor\\Größe\\山田", ScratchStore::ReadWrite);
     ASSERT_TRUE(made && made->setInteger("Width", 700).isOk());
     EXPECT_THAT(root.getSectionNames(), ElementsAre("Editor"));
     EXPECT_TRUE(root.hasSection("Editor\\Größe") && root.hasValue("Editor"));
-    EXPECT_FALSE(root.hasSection("Width"));
+    EXPECT_FALSE(root.openSection("Editor", 0));
     const auto editor = root.openSection("Editor", Preferences::Read);
     EXPECT_TRUE(editor->openSection("Größe\\山田", Preferences::Read)->hasValue("Width"));
 }
 
-// The fault it would catch: a name from a file leads out of the store, or clashes with another.
+// Fault: a name from a file leads out of the store, or clashes with another.
 TEST(Preferences, NamesMayHoldWhatPathsMayNot) {
     const ScratchStore store;
     Preferences preferences = store.openUser();
     const std::vector<std::string> names = {"..",      ".",    "a/b", "../../x",
                                             "a.value", "100%", "%2E", "\t:*?\""};
-    for (const std::string& name : names) {
-        EXPECT_TRUE(preferences.setString(name, name).isOk()) << name;
-        EXPECT_TRUE(preferences.openSection(name, ScratchStore::ReadWrite)) << name;
-    }
+    for (const std::string& name : names)
+        EXPECT_TRUE(preferences.setString(name, name).isOk() &&
+                    preferences.openSection(name, ScratchStore::ReadWrite));
     for (const std::string& name : names) {
         std::string value;
         EXPECT_TRUE(preferences.getString(name, value) && value == name) << name;
@@ -113,20 +98,12 @@ TEST(Preferences, WithoutWritingNothingIsSaved) {
     const ScratchStore store;
     Preferences absent = store.openUser(Preferences::Read);
     EXPECT_FALSE(absent.isOpen() || absent.hasSection("x") || absent.hasValue("x"));
-    EXPECT_FALSE(absent.openSection("x", ScratchStore::ReadWrite));
-    EXPECT_FALSE(absent.setInteger("x", 1).isOk());
-
+    EXPECT_FALSE(absent.openSection("x", ScratchStore::ReadWrite) ||
+                 absent.setInteger("x", 1).isOk());
     EXPECT_TRUE(store.openUser(Preferences::Write).isOpen());
     Preferences readOnly = store.openUser(Preferences::Read);
     const Error error = readOnly.setBool("x", true);
     EXPECT_EQ(error.code, "EPNS");
-    EXPECT_STREQ(error.what(), "Preferences key 'x' could not be saved");
-    EXPECT_EQ(error.context,
-              "class tarn::Error __thiscall tarn::Preferences::setBool(const class "
-              "std::basic_string<char,struct std::char_traits<char>,class std::allocator<char> > "
-              "&,bool)");
+    EXPECT_THAT(error.context, testing::HasSubstr("tarn::Preferences::setBool(const class "));
     EXPECT_FALSE(readOnly.setString("x", "y").isOk() || readOnly.hasValue("x"));
 }
-
-}  // namespace
-}  // namespace tarn

@@ -35,6 +35,12 @@ private:
     Signal arrived_[2];
 };
 
+/// Time for another thread to do what it mustn't do yet.
+inline void yieldOften() {
+    for (int i = 0; i < 1000; ++i)
+        std::this_thread::yield();
+}
+
 /// A number below `sides`; each thread has a sequence of its own.
 inline std::size_t dice(std::size_t sides) {
     static std::atomic<unsigned> threads{0};

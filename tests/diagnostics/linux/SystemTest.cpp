@@ -2,14 +2,12 @@
 #include "platform/Folders.h"
 #include "support/ScratchFolder.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <cstdlib>
 
-namespace tarn {
-namespace {
-
+using namespace tarn;
 using test::ScratchFolder;
 
 TEST(LinuxSystem, FoldersAreThoseOfTheDesktop) {
@@ -34,7 +32,7 @@ TEST(LinuxSystem, FoldersAreThoseOfTheDesktop) {
     EXPECT_EQ(knownFolderPath(Documents), home.path("Documents"));
 }
 
-// The fault it would catch: a skin's address starts a program, or is read by a shell.
+// Fault: a skin's address starts a program, or is read by a shell.
 TEST(LinuxSystem, HandsOnlyWebAndMailAddressesToTheBrowser) {
     const ScratchFolder scratch;
     const std::string pipe = scratch.path("opened");
@@ -47,6 +45,3 @@ TEST(LinuxSystem, HandsOnlyWebAndMailAddressesToTheBrowser) {
     System::openURL("HTTPS://example.com/?a=$(id)&b='\"; c");
     EXPECT_EQ(scratch.read("opened"), "HTTPS://example.com/?a=$(id)&b='\"; c|");
 }
-
-}  // namespace
-}  // namespace tarn

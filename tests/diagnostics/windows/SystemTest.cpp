@@ -6,21 +6,18 @@
 
 #include <windows.h>
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <shlobj.h>
-
-#include <string>
 
 namespace tarn {
 namespace {
 
 TEST(WindowsSystem, FoldersAreThoseOfTheShell) {
     using enum platform::KnownFolder;
-    const std::pair<platform::KnownFolder, int> folders[] = {{ProgramFiles, 0x26},
-                                                             {CommonApplicationData, 0x23},
-                                                             {LocalApplicationData, 0x1C},
-                                                             {Documents, 5}};
-    for (const auto& [folder, shellFolder] : folders) {
+    for (const auto& [folder, shellFolder] : {std::pair(ProgramFiles, 0x26),
+                                              {CommonApplicationData, 0x23},
+                                              {LocalApplicationData, 0x1C},
+                                              {Documents, 5}}) {
         char path[MAX_PATH] = {};
         ASSERT_EQ(::SHGetFolderPathA(nullptr, shellFolder, nullptr, 0, path), S_OK);
         EXPECT_EQ(platform::knownFolderPath(folder), path);
@@ -29,13 +26,10 @@ TEST(WindowsSystem, FoldersAreThoseOfTheShell) {
 }
 
 TEST(WindowsSystem, ShowsTheSystemsCursors) {
-    const wchar_t* const cursors[] = {IDC_ARROW,  IDC_SIZEALL, IDC_SIZEWE, IDC_SIZENS,
-                                      IDC_SIZEWE, IDC_SIZEWE,  IDC_SIZENS, IDC_SIZENS,
-                                      IDC_ARROW,  IDC_HAND,    IDC_WAIT,   IDC_ARROW};
-    for (int kind = -1; kind < 12; ++kind) {
-        System::setCursor(kind);
-        EXPECT_EQ(::GetCursor(), ::LoadCursorW(nullptr, cursors[kind < 0 ? 0 : kind])) << kind;
-    }
+    System::setCursor(9);
+    EXPECT_EQ(::GetCursor(), ::LoadCursorW(nullptr, IDC_HAND));
+    System::setCursor(99);
+    EXPECT_EQ(::GetCursor(), ::LoadCursorW(nullptr, IDC_ARROW));
 }
 
 TEST(WindowsSystem, TellsTheSystemsLastErrorOnOneLine) {
