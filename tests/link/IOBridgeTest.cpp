@@ -95,7 +95,6 @@ TEST(IOBridge, ThePatternIsResolvedAndNamesAreCutAt32Bytes) {
 // Faults: the rule of one sign used for both, a count that doesn't wrap through the next write.
 TEST(IOBridge, ResyncMovesTheWritersIndexByItsTwoRules) {
     const std::tuple<std::int32_t, std::uint32_t, std::uint32_t> steps[] = {
-
         {-100, 300, 200}, {150, 450, 50}, {INT32_MIN, 50, 50}, {16384, 16434, 50 - 16384u}};
     const auto bridge = makeMaster();
     RawBlock(0)->audio.count = 200;
