@@ -23,7 +23,7 @@ protected:
         hostVersion = kVstVersion;
     }
 
-    VstPluginEntry function(const char* name) const {
+    VstPluginEntry entryNamed(const char* name) const {
         return library_.function<std::remove_pointer_t<VstPluginEntry>>(name);
     }
     static void close(AEffect* effect) {
@@ -31,12 +31,12 @@ protected:
     }
 
     platform::DynamicLibrary library_{PROGRAM_Brimtide};
-    VstPluginEntry entry_ = function("VSTPluginMain");
+    VstPluginEntry entry_ = entryNamed("VSTPluginMain");
 };
 
 // Faults: an entry that old hosts miss, an instance for what is no host.
 TEST_F(Entry, BothNamesMakeAnInstanceForAHostWithAVersion) {
-    for (const VstPluginEntry entry : {entry_, function("main")}) {
+    for (const VstPluginEntry entry : {entry_, entryNamed("main")}) {
         ASSERT_NE(entry, nullptr);
         for (const VstIntPtr version : {kVstVersion, 2300}) {
             hostVersion = version;

@@ -151,7 +151,7 @@ TEST(VSTPlugin, OnlyTheOfferedChannelsAreTaken) {
         stereo(1, "Brimtide ST1", 3, kSpeakerArrStereo),
         input(1, "Brimtide 0", 3, kSpeakerArrStereo);
     Instance instance(true);
-    const auto pin = [&](VstInt32 opcode, VstInt32 index) {
+    const auto factsOf = [&](VstInt32 opcode, VstInt32 index) {
         VstPinProperties pin{};
         const VstIntPtr exists = instance.call(opcode, index, 0, &pin);
         return PinFacts(exists, pin.label, pin.flags, pin.arrangementType);
@@ -166,11 +166,12 @@ TEST(VSTPlugin, OnlyTheOfferedChannelsAreTaken) {
                 continue;
             EXPECT_EQ(instance->numInputs, inputs);
             EXPECT_EQ(instance->numOutputs, outputs);
-            EXPECT_EQ(pin(effGetInputProperties, 0), input);
+            EXPECT_EQ(factsOf(effGetInputProperties, 0), input);
             for (int index = -1; index < 3; ++index)
-                EXPECT_EQ(pin(effGetOutputProperties, index), index < 0 || index >= outputs ? none
-                                                              : outputs == 2                ? stereo
-                                                                                            : mono);
+                EXPECT_EQ(factsOf(effGetOutputProperties, index), index < 0 || index >= outputs
+                                                                      ? none
+                                                                  : outputs == 2 ? stereo
+                                                                                 : mono);
         }
 }
 
