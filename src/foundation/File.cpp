@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <locale>
 #include <sstream>
 
 namespace tarn {
@@ -204,6 +205,7 @@ std::string File::getSizeText() const {
     for (; size > 1024.0 && unit + 1 < Units.size(); ++unit)
         size *= 0.0009765625;
     std::ostringstream text;
+    text.imbue(std::locale::classic());  // whatever the host has made of the global one
     text << std::fixed << size << " " << Units[unit];
     return text.str();
 }

@@ -10,6 +10,7 @@
 #include <array>
 #include <chrono>
 #include <filesystem>
+#include <locale>
 
 using namespace tarn;
 using namespace std::string_literals;
@@ -93,6 +94,10 @@ TEST(File, MakesAndOpensWhatIsMissingOnlyForWriting) {
 }
 
 TEST(File, TellsSizesInTheUnitThatFitsAndFindsAFreeNumber) {
+    struct Comma : std::numpunct<char> {
+        char do_decimal_point() const override { return ','; }
+    };
+    std::locale::global(std::locale(std::locale(), new Comma));
     const ScratchFolder scratch;
     File take(scratch.path("my.Take #.wav"));
     for (const auto& [bytes, text] :

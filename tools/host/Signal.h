@@ -10,17 +10,19 @@ namespace tarn::host {
 
 enum class SignalKind { Sine, Ramp, Noise, Sweep, Impulse, Silence };
 
+// clang-format off
 /// With n the frame's position, c the channel's number from 0, and r the rate; all are then
 /// multiplied by the level.
 ///
 /// | Kind | Sample |
 /// |---|---|
 /// | sine | sin(2 pi (f n / r + c / 4)) |
-/// | ramp | ((n + 2^23 c) mod 2^24) / 2^24: exact floats; none repeats within 2^24 frames of a
-/// channel | | noise | white, uniform in -1 to 1: (h >> 40) / 2^23 - 1, exact, with h = splitmix64
-/// of the key (seed << 40 ^ c << 36) + n | | sweep | sin(2 pi (20 T / ln k (k^(n / (r T)) - 1) + c
-/// / 4)): from 20 Hz to 0.45 r in T seconds; k is the quotient of both | | impulse | 1 at n = 0,
-/// then 0 | | silence | 0 |
+/// | ramp | ((n + 2^23 c) mod 2^24) / 2^24: exact; none repeats within 2^24 frames of a channel |
+/// | noise | white, uniform in -1 to 1: (h >> 40) / 2^23 - 1, exact, with h = splitmix64 of the key (seed << 40 ^ c << 36) + n |
+/// | sweep | sin(2 pi (20 T / ln k (k^(n / (r T)) - 1) + c / 4)): from 20 Hz to 0.45 r in T seconds; k is the quotient of both |
+/// | impulse | 1 at n = 0, then 0 |
+/// | silence | 0 |
+// clang-format on
 struct SignalSettings {
     SignalKind kind = SignalKind::Sine;
     double frequency = 440.0;  // Hz; sine
