@@ -3,19 +3,23 @@
 #include "plugin/PluginInfo.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <new>
 #include <string_view>
 
 namespace tarn {
 
 namespace {
 
-// Copies of inputs have room for blocks of 8192 frames to begin with, and for those that a host
-// announces up to a million; a longer block makes room for itself.
+// Frames of an input that can be copied at a time: at least so many, more where a host announces
+// longer blocks, but no more than a million.
 constexpr VstInt32 InPlaceFrames = 8192;
 constexpr VstInt32 MaxInPlaceFrames = 1 << 20;
+
+// One pin each way, of 5.1 at most.
+constexpr std::size_t WidestPin = 6;
 
 // Cut to the buffer's size, the zero included.
 void copyText(char* buffer, std::string_view text, std::size_t bytes) {
@@ -61,7 +65,7 @@ void VSTPlugin::resume() {
 void VSTPlugin::setBlockSize(VstInt32 frames) {
     AudioEffectX::setBlockSize(frames);
     const AudioKeptOut keptOut(ready_);
-    inPlacePin_.setSize(std::min(frames, MaxInPlaceFrames));
+    inPlacePin_.setSize(std::clamp(frames, InPlaceFrames, MaxInPlaceFrames));
 }
 
 void VSTPlugin::processReplacing(float** inputs, float** outputs, VstInt32 frames) noexcept {
@@ -76,13 +80,31 @@ void VSTPlugin::processReplacing(float** inputs, float** outputs, VstInt32 frame
     // Channels are passed in their order, so only a later one's input can be overwritten.
     for (int i = 1; i < in.getChannelCount(); ++i)
         for (int j = 0; j < i && j < out.getChannelCount(); ++j)
-            if (out.getChannel(j)->overlaps(*in.getChannel(i)))
+            if (out.getChannel(j)->overlaps(*in.getChannel(i))) {
+                if (frames > inPlacePin_.getSize()) {
+                    processInParts(inputs, outputs, frames);
+                    return;
+                }
                 copyInput(i, frames);
+            }
     plugin_->process(in, out, frames);
 }
 
+void VSTPlugin::processInParts(float* const* inputs, float* const* outputs,
+                               VstInt32 frames) noexcept {
+    std::array<float*, WidestPin> in{};
+    std::array<float*, WidestPin> out{};
+    for (VstInt32 begin = 0; begin < frames; begin += inPlacePin_.getSize()) {
+        for (std::size_t i = 0; i < static_cast<std::size_t>(cEffect.numInputs); ++i)
+            in[i] = inputs[i] + begin;
+        for (std::size_t i = 0; i < static_cast<std::size_t>(cEffect.numOutputs); ++i)
+            out[i] = outputs[i] + begin;
+        processReplacing(in.data(), out.data(), std::min(frames - begin, inPlacePin_.getSize()));
+    }
+}
+
 // Some hosts hand out buffers from a pool, so that one channel's output is another one's input.
-void VSTPlugin::copyInput(int index, int frames) noexcept try {
+void VSTPlugin::copyInput(int index, int frames) noexcept {
     IOChannel<float>* copy = inPlacePin_.getChannel(index);
     if (copy == nullptr)
         return;
@@ -90,8 +112,6 @@ void VSTPlugin::copyInput(int index, int frames) noexcept try {
     input->setCount(frames);
     copy->assign(*input);
     input->attach(copy->getData(), frames);
-} catch (const std::bad_alloc&) {
-    // The block goes without.
 }
 
 void VSTPlugin::setParameter(VstInt32 index, float value) noexcept {

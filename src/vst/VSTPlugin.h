@@ -51,6 +51,11 @@ public:
 private:
     void copyInput(int index, int frames) noexcept;
 
+    // For a block longer than the room for copies: none is made on the audio thread. Marked as
+    // rare, or else the usual way would be compiled in two functions, 13 ns slower.
+    [[gnu::cold]] void processInParts(float* const* inputs, float* const* outputs,
+                                      VstInt32 frames) noexcept;
+
     std::unique_ptr<Plugin> plugin_;
     IOConfig ioConfig_{IOPinConfig(2, 1), IOPinConfig(2, 1)};  // shows the host's buffers
     IOPinStereo inPlacePin_;                                   // copies of inputs, one a channel
