@@ -29,8 +29,18 @@ public:
     /// `bytes`, or memory is short.
     static SharedMemory create(const std::string& name, std::size_t bytes);
 
-    /// Takes hold of an existing block of at least `bytes`; holds nothing if there is none.
-    static SharedMemory open(const std::string& name, std::size_t bytes);
+    /// What the holder may do with the bytes. A write through a read-only view ends the process.
+    enum class Access { ReadWrite, ReadOnly };
+
+    /// Takes hold of an existing block of at least `bytes`; holds nothing if there is none, or if
+    /// it isn't one that can be trusted to stay: another user's object, or pages without memory.
+    static SharedMemory open(const std::string& name, std::size_t bytes,
+                             Access access = Access::ReadWrite);
+
+    /// Holds the block for as long as the library stays loaded, and where the system can do it
+    /// (Windows) until the process ends, whatever becomes of the library. Linux: lets go now, and
+    /// takes the name away with the last holder. For the end of the library.
+    void keepToTheEnd() noexcept;
 
     SharedMemory(SharedMemory&& other) noexcept { swap(other); }
     SharedMemory& operator=(SharedMemory&& other) noexcept {
