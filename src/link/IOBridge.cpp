@@ -85,11 +85,13 @@ std::string resolvedName(std::string pattern, std::uint32_t slot) {
     return pattern;
 }
 
-// The blocks that probes have seen, held until the process ends: nothing destroys them. The newest
-// one a slot is enough, since it is the one that the slot's name stands for.
-union ProbedBlocks {
-    ProbedBlocks() : blocks() {}
-    ~ProbedBlocks() {}
+// The blocks that probes have seen, held for as long as the system lets them be. The newest one a
+// slot is enough, since it is the one that the slot's name stands for.
+struct ProbedBlocks {
+    ~ProbedBlocks() {
+        for (platform::SharedMemory& block : blocks)
+            block.keepToTheEnd();
+    }
     std::array<platform::SharedMemory, ConnectionSlots> blocks;
 };
 

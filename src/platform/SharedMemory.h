@@ -14,32 +14,35 @@ namespace tarn::platform {
 /// One hold on a block, or none. Movable, not copyable; not for the audio thread, except for
 /// `data`.
 ///
-/// Windows: a file mapping of the paging file under exactly `name`. Linux: a POSIX shared memory
-/// object whose name carries the user's id; every holder keeps a shared lock on it, and who finds
-/// it without one knows that its holders were killed. On Linux a process of the same user that
-/// truncates the object makes an access to it fail fatally; there is no portable guard against
-/// that.
+/// Windows: a file mapping of the paging file under exactly `name`.
+///
+/// Linux: a POSIX shared memory object whose name carries the user's id. Every holder keeps a
+/// shared lock on it, and who finds it without one knows that its holders were killed, and takes
+/// the name away. A stranger's exclusive lock is waited for through some 20 ms, then nothing is
+/// held. A process of the same user that truncates the object makes an access to it fail fatally;
+/// there is no portable guard against that.
 class SharedMemory {
 public:
     /// Holds nothing.
     SharedMemory() noexcept = default;
 
     /// Makes the block, zeroed, or takes hold of the one that exists. Holds nothing on failure: the
-    /// name belongs to something else or is longer than 40 bytes, an existing block is shorter than
-    /// `bytes`, or memory is short.
+    /// name belongs to something else or is longer than 40 bytes, memory is short, or `open` would
+    /// refuse the block.
     static SharedMemory create(const std::string& name, std::size_t bytes);
 
     /// What the holder may do with the bytes. A write through a read-only view ends the process.
     enum class Access { ReadWrite, ReadOnly };
 
-    /// Takes hold of an existing block of at least `bytes`; holds nothing if there is none, or if
-    /// it isn't one that can be trusted to stay: another user's object, or pages without memory.
+    /// Takes hold of an existing block of at least `bytes`; holds nothing if there is none, if it
+    /// doesn't allow the access, or if it can't be trusted to stay: another user's object (Linux),
+    /// or pages without memory (Windows).
     static SharedMemory open(const std::string& name, std::size_t bytes,
                              Access access = Access::ReadWrite);
 
-    /// Holds the block for as long as the library stays loaded, and where the system can do it
-    /// (Windows) until the process ends, whatever becomes of the library. Linux: lets go now, and
-    /// takes the name away with the last holder. For the end of the library.
+    /// For the end of the library, which may come before the end of the process; nothing is held
+    /// afterwards as far as this object knows. Windows: the block and its name stay until the
+    /// process ends. Linux: lets go now, since nothing would take the name away later.
     void keepToTheEnd() noexcept;
 
     SharedMemory(SharedMemory&& other) noexcept { swap(other); }

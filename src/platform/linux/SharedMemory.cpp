@@ -7,12 +7,17 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <chrono>
 #include <cstdio>
+#include <thread>
 
 namespace tarn::platform {
 
 namespace {
+
+// In the worst case a call takes 80 ms.
+constexpr int LockTries = 20;  // a millisecond apart
+constexpr int MakeTries = 4;
 
 // The name as POSIX wants it, with the user's id, since a logon sees its own blocks only; empty if
 // it is too long.
@@ -26,18 +31,36 @@ std::array<char, 64> objectName(const std::string& name) {
     return object;
 }
 
-bool lock(int file, int kind) noexcept {
-    int result = 0;
-    do
-        result = ::flock(file, kind);
-    while (result != 0 && errno == EINTR);
-    return result == 0;
+// Opens the user's own object, or returns -1. Never waits, although the name may lead to a pipe
+// that somebody else has put there.
+int openOwn(const std::array<char, 64>& object, int flags) noexcept {
+    const int file = ::shm_open(object.data(), flags | O_NONBLOCK | O_CLOEXEC, 0600);
+    struct stat status {};
+    if (file < 0 || (::fstat(file, &status) == 0 && status.st_uid == ::geteuid()))
+        return file;
+    ::close(file);
+    return -1;
+}
+
+bool tryLock(int file, int kind) noexcept {
+    return ::flock(file, kind | LOCK_NB) == 0;
+}
+
+// Takes the shared lock. Other ends have the exclusive one for moments only, so whoever keeps it
+// for longer is a stranger, whose object is of no use.
+bool hold(int file) noexcept {
+    for (int i = 0; i < LockTries; ++i) {
+        if (tryLock(file, LOCK_SH))
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return false;
 }
 
 // Whether nobody else holds the object: a holder keeps a shared lock. On success this end has the
 // exclusive one.
 bool isAbandoned(int file) noexcept {
-    return lock(file, LOCK_EX | LOCK_NB);
+    return tryLock(file, LOCK_EX);
 }
 
 // Whether the object has lost its name, because another process swept it up after its last holder.
@@ -46,62 +69,61 @@ bool isSwept(int file) noexcept {
     return ::fstat(file, &status) != 0 || status.st_nlink == 0;
 }
 
-bool hasBytes(int file, std::size_t bytes) noexcept {
-    struct stat status {};
-    return ::fstat(file, &status) == 0 && static_cast<std::size_t>(status.st_size) >= bytes;
-}
-
 // The object without its former content, with all of its pages reserved, so that no access can fail
 // later on.
 bool makeFresh(int file, std::size_t bytes) noexcept {
     return ::ftruncate(file, 0) == 0 && ::posix_fallocate(file, 0, static_cast<off_t>(bytes)) == 0;
 }
 
+// A view of the object, or null if it is too short.
+void* viewOf(int file, std::size_t bytes, SharedMemory::Access access) noexcept {
+    struct stat status {};
+    if (::fstat(file, &status) != 0 || static_cast<std::size_t>(status.st_size) < bytes)
+        return nullptr;
+    const bool writes = access == SharedMemory::Access::ReadWrite;
+    void* data =
+        ::mmap(nullptr, bytes, writes ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED, file, 0);
+    return data != MAP_FAILED ? data : nullptr;
+}
+
 }  // namespace
 
 SharedMemory SharedMemory::create(const std::string& name, std::size_t bytes) {
-    SharedMemory memory;
-    memory.name_ = objectName(name);
-    for (;;) {
-        const int file = ::shm_open(memory.name_.data(), O_CREAT | O_RDWR | O_CLOEXEC, 0600);
+    for (int i = 0; i < MakeTries; ++i) {
+        SharedMemory memory;  // its destructor sweeps what nobody holds
+        memory.name_ = objectName(name);
+        const int file = openOwn(memory.name_, O_CREAT | O_RDWR);
         if (file < 0)
             return SharedMemory();
-        // Changing a lock drops it for a moment, in which a third process may sweep the object:
-        // look again after.
-        const bool fresh = !isAbandoned(file) || makeFresh(file, bytes);
-        const bool held = lock(file, LOCK_SH);
-        if (fresh && held && isSwept(file)) {
-            ::close(file);
-            continue;
-        }
         memory.handle_ = file + 1;
-        if (fresh && held && hasBytes(file, bytes)) {
-            void* data = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-            if (data != MAP_FAILED) {
-                memory.data_ = data;
-                memory.bytes_ = bytes;
-                return memory;
-            }
-        }
-        return SharedMemory();  // and the destructor of `memory` sweeps what nobody holds
+        if ((isAbandoned(file) && !makeFresh(file, bytes)) || !hold(file))
+            return SharedMemory();
+        // Changing a lock drops it for a moment, in which a third process may sweep the object.
+        if (isSwept(file))
+            continue;
+        memory.data_ = viewOf(file, bytes, Access::ReadWrite);
+        memory.bytes_ = bytes;
+        return memory ? std::move(memory) : SharedMemory();
     }
+    return SharedMemory();
 }
 
-SharedMemory SharedMemory::open(const std::string& name, std::size_t bytes) {
+SharedMemory SharedMemory::open(const std::string& name, std::size_t bytes, Access access) {
     SharedMemory memory;
     memory.name_ = objectName(name);
-    const int file = ::shm_open(memory.name_.data(), O_RDWR | O_CLOEXEC, 0);
+    const int file = openOwn(memory.name_, access == Access::ReadWrite ? O_RDWR : O_RDONLY);
     if (file < 0)
         return SharedMemory();
     memory.handle_ = file + 1;
-    if (isAbandoned(file) || !lock(file, LOCK_SH) || isSwept(file) || !hasBytes(file, bytes))
+    if (isAbandoned(file) || !hold(file) || isSwept(file))
         return SharedMemory();
-    void* data = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-    if (data == MAP_FAILED)
-        return SharedMemory();
-    memory.data_ = data;
+    memory.data_ = viewOf(file, bytes, access);
     memory.bytes_ = bytes;
-    return memory;
+    return memory ? std::move(memory) : SharedMemory();
+}
+
+void SharedMemory::keepToTheEnd() noexcept {
+    *this = SharedMemory();
 }
 
 SharedMemory::~SharedMemory() {
