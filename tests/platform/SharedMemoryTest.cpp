@@ -1,0 +1,49 @@
+#include "platform/SharedMemory.h"
+
+#include <gtest/gtest.h>
+
+namespace tarn::platform {
+namespace {
+
+constexpr std::size_t Bytes = 131784;  // no whole pages
+constexpr char Name[] = "test of shared memory";
+
+volatile char* bytesOf(const SharedMemory& memory) {
+    return static_cast<volatile char*>(memory.data());
+}
+
+// Faults: a block that outlives its holders, a view that reaches past its end.
+TEST(SharedMemory, LivesAsLongAsAnyHolderAndIsNoLongerThanItWasMade) {
+    EXPECT_FALSE(SharedMemory::open(Name, Bytes));
+    auto first = SharedMemory::create(Name, Bytes);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(bytesOf(first)[0], 0);
+    bytesOf(first)[Bytes - 1] = 7;
+    EXPECT_FALSE(SharedMemory::open(Name, 2 * Bytes));
+    EXPECT_FALSE(SharedMemory::create(Name, 2 * Bytes));
+    auto second = SharedMemory::create(Name, Bytes);
+    first = SharedMemory::open(Name, 1);
+    EXPECT_EQ(bytesOf(second)[Bytes - 1], 7);
+    second = {};
+    EXPECT_TRUE(SharedMemory::open(Name, Bytes));
+    first = {};
+    EXPECT_FALSE(SharedMemory::open(Name, 1));
+    second = SharedMemory::create(Name, Bytes);
+    EXPECT_EQ(bytesOf(second)[Bytes - 1], 0);
+}
+
+// Fault: a program that only looks changes what it looks at.
+TEST(SharedMemoryDeathTest, AReadOnlyViewFollowsTheBlockAndCannotWriteIt) {
+    const auto writer = SharedMemory::create(Name, Bytes);
+    const auto reader = SharedMemory::open(Name, Bytes, SharedMemory::Access::ReadOnly);
+    ASSERT_TRUE(reader);
+    for (const std::size_t at : {std::size_t{0}, Bytes - 1}) {
+        bytesOf(writer)[at] = 5;
+        EXPECT_EQ(bytesOf(reader)[at], 5);
+    }
+    EXPECT_DEATH(bytesOf(reader)[0] = 6, "");
+    EXPECT_EQ(bytesOf(writer)[0], 5);
+}
+
+}  // namespace
+}  // namespace tarn::platform

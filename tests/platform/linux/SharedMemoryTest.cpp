@@ -1,0 +1,130 @@
+#include "link/IOBridge.h"
+#include "platform/SharedMemory.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <string>
+
+namespace tarn::platform {
+namespace {
+
+constexpr std::size_t Bytes = 131784;
+constexpr char Name[] = "test of a strange object";
+
+std::string objectOf(const std::string& name) {
+    return "/tarn-" + std::to_string(::getuid()) + "-" + name;
+}
+
+bool exists(const std::string& name) {
+    const int file = ::shm_open(objectOf(name).c_str(), O_RDONLY, 0);
+    if (file >= 0)
+        ::close(file);
+    return file >= 0;
+}
+
+bool isTaken(SharedMemory::Access access) {
+    return static_cast<bool>(SharedMemory::open(Name, Bytes, access));
+}
+
+void expectRefused() {
+    EXPECT_FALSE(isTaken(SharedMemory::Access::ReadOnly));
+    EXPECT_FALSE(isTaken(SharedMemory::Access::ReadWrite));
+    EXPECT_FALSE(SharedMemory::create(Name, Bytes));
+}
+
+// An object that another program has made, and holds.
+class StrangeObject {
+public:
+    explicit StrangeObject(mode_t mode = 0600)
+        : file_(::shm_open(objectOf(Name).c_str(), O_CREAT | O_EXCL | O_RDWR, mode)) {
+        EXPECT_EQ(::ftruncate(file_, Bytes), 0);
+        lock(LOCK_SH);
+    }
+    StrangeObject(const StrangeObject&) = delete;
+    StrangeObject& operator=(const StrangeObject&) = delete;
+    ~StrangeObject() {
+        ::close(file_);
+        ::shm_unlink(objectOf(Name).c_str());
+    }
+
+    void lock(int kind) { EXPECT_EQ(::flock(file_, kind | LOCK_NB), 0); }
+    void setOwner(uid_t user) { EXPECT_EQ(::fchown(file_, user, static_cast<gid_t>(-1)), 0); }
+
+private:
+    int file_;
+};
+
+// Fault: a host that hangs because some program keeps a lock for itself, or has put a pipe there.
+TEST(LinuxSharedMemory, NobodyElseCanMakeACallWait) {
+    {
+        StrangeObject object;
+        EXPECT_TRUE(isTaken(SharedMemory::Access::ReadWrite));
+        object.lock(LOCK_EX);
+        expectRefused();
+        EXPECT_TRUE(exists(Name));
+        object.lock(LOCK_SH);
+        EXPECT_TRUE(SharedMemory::create(Name, Bytes));
+    }
+    ASSERT_EQ(::mkfifo(("/dev/shm" + objectOf(Name)).c_str(), 0600), 0);
+    EXPECT_FALSE(isTaken(SharedMemory::Access::ReadOnly));
+    EXPECT_TRUE(SharedMemory::create(Name, Bytes)) << "what nobody holds is swept";
+}
+
+// Fault: audio in the hands of another user, who has made the object first.
+TEST(LinuxSharedMemory, AnotherUsersObjectIsRefusedAndLeftAlone) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can give a file away";
+    StrangeObject object;
+    object.setOwner(65534);
+    expectRefused();
+    object.lock(LOCK_UN);
+    expectRefused();
+    EXPECT_TRUE(exists(Name));
+    object.setOwner(0);
+    object.lock(LOCK_SH);
+    EXPECT_TRUE(isTaken(SharedMemory::Access::ReadWrite));
+}
+
+TEST(LinuxSharedMemory, NoNameStaysWhereMemoryIsShort) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit little{4096, RLIM_INFINITY};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &little), 0);
+    EXPECT_FALSE(SharedMemory::create(Name, Bytes));
+    EXPECT_FALSE(exists(Name));
+}
+
+TEST(LinuxSharedMemoryDeathTest, WhatCanOnlyBeReadOpensToBeRead) {
+    const auto isReadAlone = [] {
+        if (::geteuid() == 0 && ::seteuid(65534) != 0)  // root may write everything
+            return false;
+        const StrangeObject object(0400);
+        return isTaken(SharedMemory::Access::ReadOnly) && !isTaken(SharedMemory::Access::ReadWrite);
+    };
+    EXPECT_EXIT(std::_Exit(isReadAlone() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+// Fault: a process that has probed leaves the blocks' names behind.
+TEST(LinuxSharedMemoryDeathTest, NoProbedBlockOutlivesAnOrderlyExit) {
+    constexpr std::uint32_t Slot = 31;
+    const auto probeAndExit = [] {
+        {
+            const auto block =
+                SharedMemory::create(connectionMappingName(Slot), ConnectionBlockSize);
+            connectionStatus(Slot);
+        }
+        std::exit(exists(connectionMappingName(Slot)) ? 0 : 1);
+    };
+    EXPECT_EXIT(probeAndExit(), testing::ExitedWithCode(0), "");
+    EXPECT_FALSE(exists(connectionMappingName(Slot)));
+}
+
+}  // namespace
+}  // namespace tarn::platform
