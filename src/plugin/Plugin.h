@@ -17,8 +17,9 @@ public:
 
     /// One block: any number of frames from 0 up, in channels of at least that size. An output
     /// channel comes with no valid sample and is written from its beginning, after those of lower
-    /// index; it may show the memory of an input channel of its own or a lower index, but not of a
-    /// higher one, which is still to be read. Audio thread; allocates nothing and never waits.
+    /// index, from the input channel of its own index or from the only one. It may lie over input
+    /// channels that no later output is written from, and be the very same memory as the one that
+    /// it is written from. Audio thread; allocates nothing and never waits.
     virtual void process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept = 0;
 
     // The automatable parameters, in the order in which hosts number them from 0. An index that is

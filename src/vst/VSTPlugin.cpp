@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -28,19 +29,12 @@ void copyText(char* buffer, std::string_view text, std::size_t bytes) {
     buffer[length] = '\0';
 }
 
-// Keeps audio out while something that it uses changes.
-class AudioKeptOut {
-public:
-    explicit AudioKeptOut(std::atomic<bool>& ready)
-        : ready_(ready), before_(ready.exchange(false)) {}
-    AudioKeptOut(const AudioKeptOut&) = delete;
-    AudioKeptOut& operator=(const AudioKeptOut&) = delete;
-    ~AudioKeptOut() { ready_.store(before_, std::memory_order_release); }
-
-private:
-    std::atomic<bool>& ready_;
-    const bool before_;
-};
+// Whether two runs of so many samples share any.
+bool overlap(const float* a, const float* b, VstInt32 frames) noexcept {
+    const auto bytes = static_cast<std::uintptr_t>(frames) * sizeof(float);
+    const auto ahead = reinterpret_cast<std::uintptr_t>(a) - reinterpret_cast<std::uintptr_t>(b);
+    return ahead < bytes || -ahead < bytes;
+}
 
 }  // namespace
 
@@ -55,51 +49,64 @@ VSTPlugin::VSTPlugin(audioMasterCallback host)
 }
 
 void VSTPlugin::suspend() {
-    ready_.store(false, std::memory_order_release);
+    gate_.close();
 }
 
 void VSTPlugin::resume() {
-    ready_.store(true, std::memory_order_release);
+    gate_.open();
 }
 
 void VSTPlugin::setBlockSize(VstInt32 frames) {
     AudioEffectX::setBlockSize(frames);
-    const AudioKeptOut keptOut(ready_);
-    inPlacePin_.setSize(std::clamp(frames, InPlaceFrames, MaxInPlaceFrames));
+    const AudioGate::Change change(gate_);
+    if (change.isInside())
+        inPlacePin_.setSize(std::clamp(frames, InPlaceFrames, MaxInPlaceFrames));
 }
 
-void VSTPlugin::processReplacing(float** inputs, float** outputs, VstInt32 frames) noexcept {
-    if (!ready_.load(std::memory_order_acquire) || frames < 0)
-        return;
-    if (inputs == nullptr || outputs == nullptr)
-        return;
+void VSTPlugin::process(float* const* inputs, float* const* outputs, VstInt32 frames) noexcept {
     IOPinConfig& in = ioConfig_.getInputs();
     IOPinConfig& out = ioConfig_.getOutputs();
     if (!in.attach(inputs, frames) || !out.attach(outputs, frames))
         return;
-    // Channels are passed in their order, so only a later one's input can be overwritten.
-    for (int i = 1; i < in.getChannelCount(); ++i)
-        for (int j = 0; j < i && j < out.getChannelCount(); ++j)
-            if (out.getChannel(j)->overlaps(*in.getChannel(i))) {
-                if (frames > inPlacePin_.getSize()) {
-                    processInParts(inputs, outputs, frames);
-                    return;
-                }
-                copyInput(i, frames);
+    // Outputs are written in their order, each with its own input or with the only one.
+    const int lastInput = in.getChannelCount() - 1;
+    const int outputCount = out.getChannelCount();
+    for (int output = 1; output < outputCount; ++output) {
+        const int input = std::min(output, lastInput);
+        for (int before = 0; before < output; ++before) {
+            const bool staysAsItIs = lastInput == 0 && outputs[before] == inputs[0];
+            if (staysAsItIs || !overlap(outputs[before], inputs[input], frames)) [[likely]]
+                continue;
+            if (frames > inPlacePin_.getSize()) {
+                processInParts(inputs, outputs, frames);
+                return;
             }
+            copyInput(input, frames);
+        }
+    }
     plugin_->process(in, out, frames);
+}
+
+void VSTPlugin::processReplacing(float** inputs, float** outputs, VstInt32 frames) noexcept {
+    if (frames < 0 || inputs == nullptr || outputs == nullptr)
+        return;
+    const AudioGate::Block block(gate_);
+    if (block.isInside())
+        process(inputs, outputs, frames);
 }
 
 void VSTPlugin::processInParts(float* const* inputs, float* const* outputs,
                                VstInt32 frames) noexcept {
     std::array<float*, WidestPin> in{};
     std::array<float*, WidestPin> out{};
+    const auto from = [](float* const* buffers, int channels, VstInt32 begin, float** parts) {
+        std::transform(buffers, buffers + channels, parts,
+                       [begin](float* buffer) { return buffer + begin; });
+    };
     for (VstInt32 begin = 0; begin < frames; begin += inPlacePin_.getSize()) {
-        for (std::size_t i = 0; i < static_cast<std::size_t>(cEffect.numInputs); ++i)
-            in[i] = inputs[i] + begin;
-        for (std::size_t i = 0; i < static_cast<std::size_t>(cEffect.numOutputs); ++i)
-            out[i] = outputs[i] + begin;
-        processReplacing(in.data(), out.data(), std::min(frames - begin, inPlacePin_.getSize()));
+        from(inputs, ioConfig_.getInputChannels(), begin, in.data());
+        from(outputs, ioConfig_.getOutputChannels(), begin, out.data());
+        process(in.data(), out.data(), std::min(frames - begin, inPlacePin_.getSize()));
     }
 }
 
@@ -174,7 +181,9 @@ bool VSTPlugin::setSpeakerArrangement(const VstSpeakerArrangement* input,
     const IOConfig wanted(IOPinConfig(input->numChannels, 1), IOPinConfig(output->numChannels, 1));
     if (!PluginInfo::get().isIOConfigSupported(wanted))
         return false;
-    const AudioKeptOut keptOut(ready_);
+    const AudioGate::Change change(gate_);
+    if (!change.isInside())
+        return false;
     ioConfig_.setInputs(wanted.getInputs());
     ioConfig_.setOutputs(wanted.getOutputs());
     setNumInputs(ioConfig_.getInputChannels());

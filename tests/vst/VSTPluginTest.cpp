@@ -1,21 +1,33 @@
 #include "link/IOBridge.h"
+#include "platform/Clock.h"
 #include "support/AllocationCount.h"
 #include "support/Connections.h"
 #include "vst/VSTPlugin.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <functional>
+#include <future>
 #include <limits>
 #include <random>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
 namespace tarn {
 namespace {
 
+// What the host does when a block asks it for its latency, on the block's thread.
+std::function<void()> duringBlock;
+
 VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32, VstIntPtr, void*, float) {
-    return opcode == audioMasterGetInputLatency ? 128 : 0;
+    if (opcode != audioMasterGetInputLatency)
+        return 0;
+    if (duringBlock)
+        duringBlock();
+    return 128;
 }
 
 using Channel = std::vector<float>;
@@ -89,30 +101,183 @@ TEST(VSTPlugin, AudioPassesBetweenResumeAndSuspendUnlessItIsMuted) {
     EXPECT_EQ(out, Channel(64, 7.0f));
 }
 
-// The fault it would catch: a channel that is overwritten before it is read.
+// Where a buffer lies: some buffers share their memory, or a part of it.
+struct Place {
+    std::size_t number;
+    int shift = 0;  // frames
+};
+
+// Faults: a channel that is overwritten before it is read; the record's counts, which the host can
+// write, taken for those of the buffers.
 TEST(VSTPlugin, EveryArrangementOfBuffersIsAWire) {
     const struct {
         int inputs, outputs;
-        std::size_t in0, in1, out0, out1;  // numbers of buffers
+        Place in0, in1, out0, out1;
     } cases[] = {
-        {2, 2, 0, 1, 2, 3}, {2, 2, 0, 1, 0, 1}, {2, 2, 0, 1, 1, 0}, {2, 2, 0, 1, 1, 2},
-        {2, 2, 0, 1, 2, 0}, {2, 2, 0, 0, 1, 2}, {1, 1, 0, 0, 1, 1}, {1, 1, 0, 0, 0, 0},
-        {1, 2, 0, 0, 1, 2}, {1, 2, 0, 0, 0, 1}, {1, 2, 0, 0, 1, 0},
+        {2, 2, {0}, {1}, {2}, {3}},          {2, 2, {0}, {1}, {0}, {1}},
+        {2, 2, {0}, {1}, {1}, {0}},          {2, 2, {0}, {1}, {1}, {2}},
+        {2, 2, {0}, {1}, {2}, {0}},          {2, 2, {0}, {0}, {1}, {2}},
+        {1, 1, {0}, {0}, {1}, {1}},          {1, 1, {0}, {0}, {0}, {0}},
+        {1, 2, {0}, {0}, {1}, {2}},          {1, 2, {0}, {0}, {0}, {1}},
+        {1, 2, {0}, {0}, {1}, {0}},          {1, 1, {0}, {0}, {0, 1}, {0, 1}},
+        {1, 2, {0}, {0}, {0, 1}, {1}},       {1, 2, {0}, {0}, {0, -1}, {1}},
+        {1, 2, {0}, {0}, {1}, {0, 2}},       {2, 2, {0}, {1}, {0, 1}, {1, -1}},
+        {2, 2, {0}, {1}, {1, 1}, {2}},       {2, 2, {0}, {1}, {1, -1}, {0, 2}},
+        {2, 2, {0}, {1}, {1, 62}, {0, -63}},
     };
+    int row = 0;
     for (const auto& [inputs, outputs, in0, in1, out0, out1] : cases) {
+        ++row;
         Instance instance(true, inputs, outputs);
+        instance->numInputs = instance->numOutputs = 1'000'000;
         for (const std::size_t frames : {1u, 3u, 64u, 513u, 16385u}) {
-            Channel buffers[] = {noise(frames, 0), noise(frames, 1), noise(frames, 2),
-                                 noise(frames, 3)};
-            const Channel left = buffers[in0], right = buffers[inputs == 1 ? in0 : in1];
-            instance.process(buffers[in0], buffers[in1], buffers[out0], buffers[out1]);
-            ASSERT_EQ(buffers[out0], left) << in1 << out0 << out1;
-            ASSERT_TRUE(outputs == 1 || buffers[out1] == right) << in1 << out0 << out1;
+            // A block beyond the announced size is passed in parts.
+            if (out0.shift != 0)
+                instance.call(effSetBlockSize, 0, static_cast<VstIntPtr>(frames));
+            Channel memory = noise(4 * (frames + 64) + 64, 0);
+            const auto at = [&](const Place& place) {
+                return memory.data() + 64 + place.number * (frames + 64) + place.shift;
+            };
+            const auto audioAt = [&](const Place& place) {
+                return Channel(at(place), at(place) + frames);
+            };
+            const Channel left = audioAt(in0), right = audioAt(inputs == 1 ? in0 : in1);
+            float* from[] = {at(in0), at(in1)};
+            float* to[] = {at(out0), at(out1)};
+            instance.process(from, to, static_cast<VstInt32>(frames));
+            ASSERT_EQ(audioAt(out0), left) << row << ", " << frames;
+            ASSERT_TRUE(outputs == 1 || audioAt(out1) == right) << row << ", " << frames;
             const test::RawBlock block(0);
             ASSERT_EQ(block->audio.ring[(block->audio.writeIndex - 1) & ConnectionRingMask],
                       left.back());
         }
     }
+}
+
+// A crossed block on an audio thread of its own, held up in the host until it is let go.
+class HeldBlock {
+public:
+    explicit HeldBlock(Instance& instance) {
+        duringBlock = [this] {
+            if (isInside_.exchange(true))
+                return;
+            entered_.set_value();
+            released_.get_future().wait();
+        };
+        thread_ = std::thread([this, &instance] { instance.process(a_, b_, b_, a_); });
+        entered_.get_future().wait();
+    }
+    HeldBlock(const HeldBlock&) = delete;
+    HeldBlock& operator=(const HeldBlock&) = delete;
+    ~HeldBlock() {
+        release();
+        thread_.join();
+        duringBlock = nullptr;
+        EXPECT_EQ(a_, right_);
+        EXPECT_EQ(b_, left_);
+    }
+
+    void release() {
+        if (!isReleased_.exchange(true))
+            released_.set_value();
+    }
+
+private:
+    const Channel left_ = noise(64, 1), right_ = noise(64, 2);
+    Channel a_ = left_, b_ = right_;
+    std::promise<void> entered_, released_;
+    std::atomic<bool> isInside_{false}, isReleased_{false};
+    std::thread thread_;
+};
+
+void expectWire(Instance& instance) {
+    Channel in = noise(64, 1), out(64);
+    instance.process(in, in, out, out);
+    EXPECT_EQ(out, in);
+}
+
+void expectNoEntry(Instance& instance) {
+    Channel out(64, 7.0f), in(64);
+    instance.process(in, in, out, out);
+    EXPECT_EQ(out, Channel(64, 7.0f));
+}
+
+// Fault: what a block uses is freed while a host that has lost its patience changes something.
+TEST(VSTPlugin, NothingIsChangedUnderABlockThatDoesNotEnd) {
+    Instance instance(true);
+    platform::setHighResolutionClock([]() noexcept {
+        static double hurried = 0.0;
+        return hurried += 1.0;
+    });
+    {
+        const HeldBlock block(instance);
+        EXPECT_FALSE(instance.setChannels(1, 1));
+        EXPECT_EQ(instance->numOutputs, 2);
+        instance.call(effSetBlockSize, 0, 100'000);
+        expectNoEntry(instance);
+    }
+    expectWire(instance);
+    EXPECT_TRUE(instance.setChannels(1, 1));
+    expectWire(instance);
+}
+
+TEST(VSTPlugin, AChangeWaitsForTheBlockUnderWay) {
+    static HeldBlock* held = nullptr;
+    static int looksAtTheClock = 0;
+    Instance instance(true);
+    platform::setHighResolutionClock([]() noexcept {
+        if (++looksAtTheClock == 2)
+            held->release();
+        return 0.0;
+    });
+    HeldBlock block(instance);
+    held = &block;
+    EXPECT_TRUE(instance.setChannels(1, 2));
+    EXPECT_GE(looksAtTheClock, 2);
+    instance.call(effMainsChanged, 0, 0);
+    EXPECT_TRUE(instance.setChannels(1, 1));
+    expectNoEntry(instance);
+}
+
+// Fault: a host that hangs, because the block waits for its own end.
+TEST(VSTPlugin, ABlockCannotChangeWhatItUses) {
+    Instance instance(true);
+    platform::setHighResolutionClock([]() noexcept { return 0.0; });
+    int blocks = 0;
+    duringBlock = [&] {
+        ++blocks;
+        EXPECT_FALSE(instance.setChannels(1, 1));
+        instance.call(effSetBlockSize, 0, 100'000);
+        expectNoEntry(instance);
+    };
+    const Channel left = noise(64, 1), right = noise(64, 2);
+    Channel a = left, b = right;
+    instance.process(a, b, b, a);
+    EXPECT_EQ(a, right);
+    EXPECT_EQ(b, left);
+    EXPECT_EQ(blocks, 1);
+}
+
+// Fault: a host crashes that processes on two threads at once, and changes things meanwhile.
+TEST(VSTPlugin, BlocksAndChangesOnAllThreadsAreHarmless) {
+    Instance instance(true);
+    std::atomic<bool> isOver{false};
+    const auto playBlocks = [&] {
+        Channel a = noise(64, 1), b = noise(64, 2);
+        while (!isOver)
+            instance.process(a, b, b, a);
+    };
+    std::thread first(playBlocks), second(playBlocks);
+    for (int i = 0; i < 100; ++i) {
+        instance.setChannels(1, 1 + i % 2);
+        instance.call(effSetBlockSize, 0, i % 3 * 10'000);
+        instance.setChannels(2, 2);
+    }
+    isOver = true;
+    first.join();
+    second.join();
+    EXPECT_TRUE(instance.setChannels(2, 2));
+    expectWire(instance);
 }
 
 TEST(VSTPlugin, NullPointersAndOddCountsAreIgnored) {
