@@ -11,6 +11,9 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 namespace tarn::platform {
@@ -62,8 +65,34 @@ private:
     int file_;
 };
 
+std::ptrdiff_t openFiles() {
+    const std::filesystem::directory_iterator files("/proc/self/fd");
+    return std::distance(begin(files), end(files));
+}
+
+bool isViewed(const std::string& name) {
+    std::ifstream maps("/proc/self/maps");
+    const std::string text{std::istreambuf_iterator<char>(maps), {}};
+    return text.find(objectOf(name)) != std::string::npos;
+}
+
+// Fault, in every case: files, views and names that pile up in a host that looks for blocks all
+// day.
+class LinuxSharedMemory : public testing::Test {
+protected:
+    void SetUp() override { ::shm_unlink(objectOf(Name).c_str()); }
+    void TearDown() override {
+        EXPECT_EQ(openFiles(), openBefore_);
+        EXPECT_FALSE(isViewed(Name));
+        EXPECT_FALSE(exists(Name));
+    }
+
+private:
+    const std::ptrdiff_t openBefore_ = openFiles();
+};
+
 // Fault: a host that hangs because some program keeps a lock for itself, or has put a pipe there.
-TEST(LinuxSharedMemory, NobodyElseCanMakeACallWait) {
+TEST_F(LinuxSharedMemory, NobodyElseCanMakeACallWait) {
     {
         StrangeObject object;
         EXPECT_TRUE(isTaken(SharedMemory::Access::ReadWrite));
@@ -79,7 +108,7 @@ TEST(LinuxSharedMemory, NobodyElseCanMakeACallWait) {
 }
 
 // Fault: audio in the hands of another user, who has made the object first.
-TEST(LinuxSharedMemory, AnotherUsersObjectIsRefusedAndLeftAlone) {
+TEST_F(LinuxSharedMemory, AnotherUsersObjectIsRefusedAndLeftAlone) {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can give a file away";
     StrangeObject object;
@@ -93,12 +122,32 @@ TEST(LinuxSharedMemory, AnotherUsersObjectIsRefusedAndLeftAlone) {
     EXPECT_TRUE(isTaken(SharedMemory::Access::ReadWrite));
 }
 
-TEST(LinuxSharedMemory, NoNameStaysWhereMemoryIsShort) {
+TEST_F(LinuxSharedMemory, NothingStaysWhenTheLibraryEnds) {
+    auto memory = SharedMemory::create(Name, Bytes);
+    ASSERT_TRUE(memory);
+    EXPECT_TRUE(isViewed(Name));
+    memory.keepToTheEnd();
+    EXPECT_FALSE(memory);
+    EXPECT_FALSE(isViewed(Name));
+    EXPECT_FALSE(exists(Name));
+}
+
+// Fault: two long names that lead to the same object, because both are cut.
+TEST_F(LinuxSharedMemory, LongNamesAreRefused) {
+    EXPECT_TRUE(SharedMemory::create(std::string(40, 'x'), Bytes));
+    for (std::size_t length = 41; length < 100; ++length) {
+        const std::string name(length, 'x');
+        const auto block = SharedMemory::create(name, Bytes);
+        EXPECT_TRUE(!block || exists(name)) << length;
+    }
+    EXPECT_FALSE(SharedMemory::create(std::string(80, 'x'), Bytes));
+}
+
+TEST_F(LinuxSharedMemory, NothingStaysWhereMemoryIsShort) {
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit little{4096, RLIM_INFINITY};
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &little), 0);
     EXPECT_FALSE(SharedMemory::create(Name, Bytes));
-    EXPECT_FALSE(exists(Name));
 }
 
 TEST(LinuxSharedMemoryDeathTest, WhatCanOnlyBeReadOpensToBeRead) {
