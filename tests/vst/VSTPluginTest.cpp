@@ -37,7 +37,8 @@ class Instance {
 public:
     explicit Instance(bool isResumed, int inputs = 2, int outputs = 2)
         : record_((new VSTPlugin(host))->getAeffect()) {
-        call(effMainsChanged, 0, isResumed);
+        if (isResumed)
+            call(effMainsChanged, 0, 1);
         EXPECT_TRUE(setChannels(inputs, outputs));
     }
     Instance(const Instance&) = delete;
