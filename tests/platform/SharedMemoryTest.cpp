@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 namespace tarn::platform {
 namespace {
 
@@ -30,6 +32,19 @@ TEST(SharedMemory, LivesAsLongAsAnyHolderAndIsNoLongerThanItWasMade) {
     EXPECT_FALSE(SharedMemory::open(Name, 1));
     second = SharedMemory::create(Name, Bytes);
     EXPECT_EQ(bytesOf(second)[Bytes - 1], 0);
+}
+
+// Fault: two makers meet, and one holds a block whose name the other has just taken away.
+TEST(SharedMemory, WhatIsHeldIsFoundWhateverOthersMakeAndLeave) {
+    const auto makeAndLeave = [] {
+        for (int i = 0; i < 500; ++i) {
+            const auto held = SharedMemory::create(Name, Bytes);
+            ASSERT_TRUE(!held || SharedMemory::open(Name, Bytes)) << i;
+        }
+    };
+    std::thread other(makeAndLeave);
+    makeAndLeave();
+    other.join();
 }
 
 // Fault: a program that only looks changes what it looks at.

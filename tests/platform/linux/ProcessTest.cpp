@@ -50,12 +50,20 @@ TEST(LinuxProcess, AZombieIsGone) {
     EXPECT_EQ(lifeOf(peer.name), ProcessLife::Gone);
 }
 
+int nextFile() {
+    const int file = ::dup(STDIN_FILENO);
+    ::close(file);
+    return file;
+}
+
 // Faults: a program whose name looks like what follows it; one whose first thread has ended, so
 // that it looks like a zombie.
 TEST(LinuxProcess, OddProgramsRun) {
     const ProcessName here = currentProcess();
+    const int fileBefore = nextFile();
     ::pthread_setname_np(::pthread_self(), "a) Z 1 (b) S");
     EXPECT_EQ(lifeOf(here), ProcessLife::Running);
+    EXPECT_EQ(nextFile(), fileBefore);
 
     const pid_t child = ::fork();
     if (child == 0) {
