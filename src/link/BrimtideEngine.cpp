@@ -1,12 +1,29 @@
 #include "link/BrimtideEngine.h"
 
 #include "plugin/HostInterface.h"
+#include "plugin/PluginInfo.h"
 
 #include <algorithm>
 
 namespace tarn {
 
-BrimtideEngine::BrimtideEngine(HostInterface& host) : Radio(nullptr), host_(host) {
+namespace {
+
+// "Brimtide 1.2.0": a digit of the version number a component.
+std::string productText() {
+    std::string text = PluginInfo::get().getProductName();
+    char separator = ' ';
+    for (const char digit : std::to_string(PluginInfo::get().getVendorVersion() / 10)) {
+        text += {separator, digit};
+        separator = '.';
+    }
+    return text;
+}
+
+}  // namespace
+
+BrimtideEngine::BrimtideEngine(HostInterface& host)
+    : Radio(nullptr), host_(host), bridge_(connectionName_, {host.getHostName(), productText()}) {
     tuneInByName(MuteOutputName);
     tuneInByName(BrimtideIDName);
     // Has a reader that attaches early start with silence instead of waiting for the ring to fill.
@@ -23,10 +40,24 @@ bool BrimtideEngine::receive(Message& message) {
         return true;
     }
     if (change.parameterName == MuteOutputName) {
-        muted_.store(fromPayload<std::uint8_t>(change.payload) != 0, std::memory_order_relaxed);
+        const bool isMuted = fromPayload<std::uint8_t>(change.payload) != 0;
+        muted_.store(isMuted, std::memory_order_relaxed);
+        bridge_.owner().setMuted(isMuted);
         return true;
     }
     return Radio::receive(message);
+}
+
+void BrimtideEngine::setBlockSize(int frames) noexcept {
+    bridge_.owner().setAnnouncedBlock(static_cast<std::uint32_t>(std::max(frames, 0)));
+}
+
+void BrimtideEngine::resume() noexcept {
+    askForOffline();
+}
+
+void BrimtideEngine::askForOffline() noexcept {
+    bridge_.owner().setOffline(host_.isOffline());
 }
 
 void BrimtideEngine::process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept {
@@ -38,6 +69,12 @@ void BrimtideEngine::process(const IOPinConfig& in, IOPinConfig& out, int frames
     bridge_.setInputLatency(host_.getInputLatency());
     bridge_.write(sent->getData(),
                   static_cast<std::uint32_t>(std::clamp(frames, 0, sent->getSize())));
+    // A host may turn to rendering without a stop; once a second it is asked, by the second that
+    // the write has stamped.
+    if (const std::int64_t second = bridge_.lastWriteTime(); second != offlineAskedAt_) {
+        offlineAskedAt_ = second;
+        askForOffline();
+    }
     // Before the output is written, which may be the same memory.
     outputLevel_.store(std::min(sent->getPeak(), 1.0f), std::memory_order_relaxed);
 

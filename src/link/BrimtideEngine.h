@@ -24,6 +24,18 @@ public:
     /// Takes the first free slot. `host` must outlive the engine.
     explicit BrimtideEngine(HostInterface& host);
 
+    /// Tells receivers the sample rate in Hz, and the largest block in frames that the host
+    /// announces. Control thread.
+    void setSampleRate(int rate) noexcept { bridge_.owner().setRate(rate); }
+    void setBlockSize(int frames) noexcept;
+
+    /// Tells receivers whether the host renders offline. Control thread.
+    void resume() noexcept;
+
+    /// How many receivers listen to the connection. Those that know only its block aren't counted.
+    /// Any thread but the audio thread.
+    int listeners() const noexcept { return bridge_.owner().listeners(); }
+
     /// One block: tells receivers the host's latency, writes the first input channel into the ring,
     /// passes the first pin's valid samples on or mutes the output, and measures the first
     /// channel's level. Does nothing without a pin on each side. Audio thread.
@@ -41,9 +53,12 @@ public:
     float outputLevel() const noexcept { return outputLevel_.load(std::memory_order_relaxed); }
 
 private:
+    void askForOffline() noexcept;
+
     HostInterface& host_;
     std::string connectionName_ = "Connection #*";  // the slot's number stands in for the star
-    IOBridge<float> bridge_{connectionName_};
+    IOBridge<float> bridge_;
+    std::int64_t offlineAskedAt_ = 0;  // calendar seconds; audio thread
     std::atomic<bool> muted_{false};
     std::atomic<float> outputLevel_{0.0f};
 };

@@ -14,6 +14,9 @@ public:
     explicit Plugin(HostInterface& host) : engine_(std::make_unique<BrimtideEngine>(host)) {}
 
     std::int32_t getUniqueID() const override;
+    void setSampleRate(int rate) override { engine_->setSampleRate(rate); }
+    void setBlockSize(int frames) override { engine_->setBlockSize(frames); }
+    void resume() override { engine_->resume(); }
     void process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept override;
 
     // One parameter: "MuteOutput", off below 0.5.

@@ -4,11 +4,14 @@
 // bytes. Little-endian; nothing in it is ever trusted.
 #pragma once
 
+#include "link/SharedWord.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 namespace tarn {
 
@@ -37,7 +40,16 @@ struct ConnectionRing {
     /// Puts `frames` samples in, any number of them. What doesn't fit pushes out the oldest at
     /// once: `count` is then pinned at 32768 and `readIndex` at the write head. The samples are
     /// visible before the counters that tell of them.
-    void put(const float* samples, std::uint32_t frames) noexcept;
+    void put(const float* samples, std::uint32_t frames) noexcept {
+        const std::uint32_t head = std::atomic_ref(writeIndex).load(std::memory_order_relaxed);
+        copyIn(head, samples, frames);
+        advance(head + frames, frames);
+    }
+
+    /// The two halves of it, for a writer that knows its own position: the samples from ring index
+    /// `head` on, then the counters. Of an index the bits of the ring count.
+    void copyIn(std::uint32_t head, const float* samples, std::uint32_t frames) noexcept;
+    void advance(std::uint32_t newHead, std::uint32_t frames) noexcept;
 
     /// Takes the smaller of `frames` and `count` samples out, beginning at ring index `position`,
     /// which moves on past them. Returns how many were taken; the rest of the buffer is left alone.
@@ -45,8 +57,8 @@ struct ConnectionRing {
 
 private:
     // Out of line, so that the common way saves fewer registers.
-    void putAcrossTheEnd(const float* samples, std::uint32_t frames,
-                         std::uint32_t newHead) noexcept;
+    void copyInAcrossTheEnd(std::uint32_t head, const float* samples,
+                            std::uint32_t frames) noexcept;
 };
 
 /// What one reader keeps in the block. Only the first of the 32 is used.
@@ -71,6 +83,22 @@ struct ConnectionBlock {
     ReaderRecord readers[ConnectionSlots];
     std::uint32_t reservedAtEnd;
 };
+
+/// The operating system's name of a slot's block: "Connection #0" for slot 0.
+std::string connectionMappingName(std::uint32_t slot);
+
+/// `lastWriteTime` as one number; any bits are possible. Two words, since a master may store them
+/// one by one; the high one changes every 136 years.
+inline std::int64_t stampOf(const ConnectionBlock& block) noexcept {
+    const std::uint64_t high = loadShared(block.lastWriteTime[1]);
+    return static_cast<std::int64_t>(high << 32 | loadShared(block.lastWriteTime[0]));
+}
+
+/// `now` less so many seconds; wraps, since either may be any number.
+std::int64_t secondsBefore(std::int64_t now, std::int64_t seconds) noexcept;
+
+/// The name: at most 32 bytes, whatever they are.
+std::string nameOf(const ConnectionBlock& block);
 
 static_assert(sizeof(float) == 4);
 static_assert(offsetof(ConnectionRing, writeIndex) == 0x20000);
@@ -102,17 +130,19 @@ static_assert(sizeof(ConnectionBlock) == ConnectionBlockSize);
 
 // Inline, because a call costs as much as a short block.
 
-inline void ConnectionRing::put(const float* samples, std::uint32_t frames) noexcept {
-    const std::uint32_t head =
-        std::atomic_ref(writeIndex).load(std::memory_order_relaxed) & ConnectionRingMask;
-    const std::uint32_t newHead = (head + frames) & ConnectionRingMask;
+inline void ConnectionRing::copyIn(std::uint32_t head, const float* samples,
+                                   std::uint32_t frames) noexcept {
+    head &= ConnectionRingMask;
     if (frames > ConnectionRingSamples - head) [[unlikely]]
-        putAcrossTheEnd(samples, frames, newHead);
-    else if (frames > 0)
+        copyInAcrossTheEnd(head, samples, frames);
+    else if (frames > 0) [[likely]]
         std::memcpy(ring + head, samples, frames * sizeof(float));
+}
 
+inline void ConnectionRing::advance(std::uint32_t newHead, std::uint32_t frames) noexcept {
+    newHead &= ConnectionRingMask;
     std::uint32_t unread = std::atomic_ref(count).load(std::memory_order_relaxed) + frames;
-    if (unread > ConnectionRingSamples) {
+    if (unread > ConnectionRingSamples) [[likely]] {  // only a slave takes anything off
         unread = ConnectionRingSamples;
         std::atomic_ref(readIndex).store(newHead, std::memory_order_relaxed);
     }

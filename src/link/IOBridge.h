@@ -1,9 +1,11 @@
 // One end of a one-way audio connection between a plug-in instance and a receiving program.
-// Everything rests on one rule: the two ends share the block of ConnectionBlock.h and nothing else,
-// no event, no lock, no message, and neither trusts what it finds there.
+// Everything rests on one rule: the two ends share the block of ConnectionBlock.h, and the state
+// block of ConnectionState.h where both know it, and nothing else, no event, no lock, no message;
+// and neither trusts what it finds there.
 #pragma once
 
 #include "link/ConnectionBlock.h"
+#include "link/ConnectionOwner.h"
 #include "platform/SharedMemory.h"
 
 #include <cstdint>
@@ -20,30 +22,11 @@ enum ConnectionStatus : std::uint32_t {
     ConnectionHasSlave = 4,  // a receiving program is attached
 };
 
-/// The operating system's name of a slot's block: "Connection #0" for slot 0.
-std::string connectionMappingName(std::uint32_t slot);
-
 /// Probes a slot, 0 to 31: its status bits, 0 when there is no block. From then on this process
-/// keeps the block alive until it ends, also when the master goes, so that a crashed master's slot
-/// stays taken while anyone looks at it. Not for the audio thread; any other.
+/// keeps the block, and its state block, alive until it ends, also when the master goes: the slot
+/// of a crashed master without a state block stays taken while anyone looks at it. Not for the
+/// audio thread; any other.
 std::uint32_t connectionStatus(std::uint32_t slot);
-
-/// What a receiving program shows of a connection.
-struct ConnectionInfo {
-    std::uint32_t slot;          // where it was found
-    std::uint32_t status;        // ConnectionStatus bits
-    std::string name;            // at most 32 bytes, whatever they are
-    std::int64_t lastWriteTime;  // seconds since 1970 UTC; 0 before the first write
-    std::int32_t
-        inputLatency;  // of the sending host, samples; means nothing before the first write
-};
-
-/// Looks at a slot, 0 to 31, without keeping its block alive; nothing when there is no block.
-std::optional<ConnectionInfo> inspectConnection(std::uint32_t slot);
-
-/// The first slot in use whose name is `name`, if there is one. A fresh connection comes before one
-/// that a killed master may have left behind under the same name. Keeps no block alive.
-std::optional<std::uint32_t> findConnection(std::string_view name);
 
 /// What the receiving end opens: a slot from 0 to 31, whatever its state, or the first one in use
 /// under a name.
@@ -61,13 +44,14 @@ struct OpenName {
 template <typename Sample>
 class IOBridge {
 public:
-    /// The sending end: takes the first of the 32 slots that no master owns, makes its block anew,
-    /// and replaces every
-    /// `*` of `namePattern` by the slot's number counted from 1; the result becomes the
-    /// connection's name. When no slot is free, the bridge stays without a block, works as a sink,
-    /// and leaves the pattern alone. Two processes that search at the same moment may end up on one
-    /// block: the format has no lock against it.
-    explicit IOBridge(std::string& namePattern);
+    /// The sending end: takes the first of the 32 slots that no master owns, makes its block and
+    /// its state block anew, and replaces every `*` of `namePattern` by the slot's number counted
+    /// from 1; the result becomes the connection's name. A slot whose master's process is gone
+    /// counts as free. When none is free, the bridge stays without a block, works as a sink, and
+    /// leaves the pattern alone. Of two instances that search at the same moment one goes on to the
+    /// next slot; a master that knows no state block may still end up on the same one, since the
+    /// connection's block has no lock against it.
+    explicit IOBridge(std::string& namePattern, const SenderNames& names = {});
 
     /// The receiving end: attaches itself to an existing block, or stays without one. A second
     /// slave on a block would take the first one's samples; look at `ConnectionHasSlave` before.
@@ -109,8 +93,15 @@ public:
 
     /// Tells receivers the sending host's input latency in samples. Does nothing at the receiving
     /// end. Audio thread.
-    void setInputLatency(std::int32_t samples) noexcept;
+    void setInputLatency(std::int32_t samples) noexcept {
+        if (block_ != nullptr && master_)
+            storeShared(block_->inputLatency, samples);
+    }
     std::int32_t inputLatency() const noexcept;
+
+    /// What the sending end tells beside the connection; at the receiving end nobody hears it.
+    ConnectionOwner& owner() noexcept { return owner_; }
+    const ConnectionOwner& owner() const noexcept { return owner_; }
 
     // For the receiving end. All answer 0 or false without a block; any thread.
 
@@ -124,7 +115,7 @@ public:
 
     /// Seconds since 1970 UTC of the last write, 0 before the first one, and whether it is recent
     /// enough for `read`.
-    std::int64_t lastWriteTime() const noexcept;
+    std::int64_t lastWriteTime() const noexcept { return block_ != nullptr ? stampOf(*block_) : 0; }
     bool isLive() const noexcept;
 
     /// Whether a master owns the block now.
@@ -140,11 +131,13 @@ public:
 
 private:
     explicit IOBridge(std::optional<std::uint32_t> slot);
+    bool take(std::uint32_t slot);
     void initialise(std::uint32_t slot, std::string_view name);
 
     platform::SharedMemory mapping_;
     ConnectionBlock* block_ = nullptr;  // in mapping_
     bool master_ = true;
+    ConnectionOwner owner_;
 };
 
 extern template class IOBridge<float>;

@@ -15,6 +15,14 @@ public:
     /// The four-character code by which hosts recognise the effect.
     virtual std::int32_t getUniqueID() const = 0;
 
+    /// What the host tells before it starts: Hz, and the largest block in frames that it announces.
+    /// It may send longer ones all the same. Control thread.
+    virtual void setSampleRate(int rate) = 0;
+    virtual void setBlockSize(int frames) = 0;
+
+    /// The host starts. Control thread, while no block is processed.
+    virtual void resume() = 0;
+
     /// One block: any number of frames from 0 up, in channels of at least that size. An output
     /// channel comes with no valid sample and is written from its beginning, after those of lower
     /// index, from the input channel of its own index or from the only one. It may lie over input

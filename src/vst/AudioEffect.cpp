@@ -62,11 +62,6 @@ AudioEffect::AudioEffect(audioMasterCallback host, VstInt32 programs, VstInt32 p
     cEffect.processDoubleReplacing = processNothingDouble;
 }
 
-VstIntPtr AudioEffect::callHost(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
-                                float opt) noexcept {
-    return audioMaster != nullptr ? audioMaster(&cEffect, opcode, index, value, ptr, opt) : 0;
-}
-
 VstIntPtr AudioEffect::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
                                   float opt) {
     switch (opcode) {

@@ -51,7 +51,9 @@ protected:
 
     /// Asks the host; 0 without one.
     VstIntPtr callHost(VstInt32 opcode, VstInt32 index = 0, VstIntPtr value = 0,
-                       void* ptr = nullptr, float opt = 0.0f) noexcept;
+                       void* ptr = nullptr, float opt = 0.0f) noexcept {
+        return audioMaster != nullptr ? audioMaster(&cEffect, opcode, index, value, ptr, opt) : 0;
+    }
 
     audioMasterCallback audioMaster;
     float sampleRate = 44100.0f;

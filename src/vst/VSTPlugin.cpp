@@ -19,6 +19,11 @@ namespace {
 constexpr VstInt32 InPlaceFrames = 8192;
 constexpr VstInt32 MaxInPlaceFrames = 1 << 20;
 
+constexpr float HighestRate = 1e9f;  // Hz; beyond, it is no rate
+
+// The interface asks for 64 bytes; some hosts write more.
+constexpr std::size_t HostTextBytes = 256;
+
 // One pin each way, of 5.1 at most.
 constexpr std::size_t WidestPin = 6;
 
@@ -53,11 +58,18 @@ void VSTPlugin::suspend() {
 }
 
 void VSTPlugin::resume() {
+    plugin_->resume();
     gate_.open();
+}
+
+void VSTPlugin::setSampleRate(float rate) {
+    AudioEffectX::setSampleRate(rate);
+    plugin_->setSampleRate(rate > 0.0f && rate < HighestRate ? static_cast<int>(rate) : 0);
 }
 
 void VSTPlugin::setBlockSize(VstInt32 frames) {
     AudioEffectX::setBlockSize(frames);
+    plugin_->setBlockSize(frames);
     const AudioGate::Change change(gate_);
     if (change.isInside())
         inPlacePin_.setSize(std::clamp(frames, InPlaceFrames, MaxInPlaceFrames));
@@ -218,6 +230,16 @@ VstInt32 VSTPlugin::canDo(const char* text) {
 
 std::int32_t VSTPlugin::getInputLatency() noexcept {
     return static_cast<std::int32_t>(callHost(audioMasterGetInputLatency));
+}
+
+std::string VSTPlugin::getHostName() {
+    char name[HostTextBytes]{};
+    callHost(audioMasterGetProductString, 0, 0, name);
+    return std::string(name, std::find(name, std::end(name), '\0'));
+}
+
+bool VSTPlugin::isOffline() noexcept {
+    return callHost(audioMasterGetCurrentProcessLevel) == kVstProcessLevelOffline;
 }
 
 }  // namespace tarn

@@ -22,6 +22,9 @@ public:
     void suspend() override;
     void resume() override;
 
+    /// Hz; what is no positive number means that the rate isn't known.
+    void setSampleRate(float rate) override;
+
     /// Makes room for the copies that a block of so many frames may need, unless a block under way
     /// doesn't end.
     void setBlockSize(VstInt32 frames) override;
@@ -54,6 +57,8 @@ public:
 
     // HostInterface
     std::int32_t getInputLatency() noexcept override;
+    std::string getHostName() override;
+    bool isOffline() noexcept override;
 
 private:
     // One block, inside the gate. In line, because a function of its own is 1 ns slower.

@@ -1,3 +1,4 @@
+#include "link/ConnectionInfo.h"
 #include "link/IOBridge.h"
 #include "platform/DynamicLibrary.h"
 #include "vst/VstInterface.h"
@@ -65,7 +66,8 @@ TEST_F(Entry, A100InstancesLiveTogetherAnd32OfThemAreConnected) {
     for (std::uint32_t slot = 0; slot < ConnectionSlots; ++slot) {
         const auto info = inspectConnection(slot);
         ASSERT_TRUE(info);
-        EXPECT_EQ(info->status, ConnectionInUse | ConnectionFresh);
+        EXPECT_EQ(info->state, SenderState::Sending);
+        EXPECT_EQ(info->sender->published, 512u);
         EXPECT_EQ(info->name, "Connection #" + std::to_string(slot + 1));
     }
     for (AEffect* effect : effects)

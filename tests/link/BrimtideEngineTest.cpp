@@ -1,4 +1,5 @@
 #include "link/BrimtideEngine.h"
+#include "link/ConnectionInfo.h"
 #include "plugin/HostInterface.h"
 #include "support/Connections.h"
 
@@ -12,6 +13,14 @@ namespace {
 
 struct Host : HostInterface {
     std::int32_t getInputLatency() noexcept override { return 7; }
+    std::string getHostName() override { return "A host"; }
+    bool isOffline() noexcept override {
+        ++questions;
+        return isRendering;
+    }
+
+    bool isRendering = false;
+    int questions = 0;
 };
 
 struct BrimtideEngineTest : testing::Test {
@@ -47,6 +56,35 @@ TEST_F(BrimtideEngineTest, HearsOfItsNameAndOfMuting) {
     parameter.transmit(goodbye);
     parameter.change("MuteOutput", toPayload(true));
     EXPECT_FALSE(engine.isMuted());
+}
+
+// Faults: a receiver that isn't told what the host does, a host that is asked in every block.
+TEST_F(BrimtideEngineTest, TellsReceiversAboutTheHost) {
+    test::setCalendar(1'790'000'000);
+    const auto sender = [] { return *inspectConnection(0)->sender; };
+    EXPECT_EQ(sender().host, "A host");
+    EXPECT_EQ(sender().product, "Brimtide 1.2.0");
+    std::vector<float> samples(64);
+    IOPinConfig inputs(1, 1), outputs(1, 1);
+    inputs.setChannel(0, IOChannel<float>(64, samples.data()));
+    outputs.setSize(64);
+    engine.setSampleRate(96'000);
+    engine.setBlockSize(512);
+    host.isRendering = true;
+    engine.resume();
+    EXPECT_TRUE(sender().isOffline);
+    host.isRendering = false;
+    for (int i = 0; i < 100; ++i)
+        engine.process(inputs, outputs, 64);
+    EXPECT_EQ(host.questions, 2);
+    EXPECT_FALSE(sender().isOffline);
+    EXPECT_EQ(sender().rate, 96'000.0);
+    EXPECT_EQ(sender().announcedBlock, 512u);
+    Parameter parameter;
+    engine.tuneIn(&parameter);
+    parameter.change("MuteOutput", toPayload(true));
+    EXPECT_TRUE(sender().isMuted);
+    EXPECT_EQ(engine.listeners(), 0);
 }
 
 // Faults: a level above 1 or from before, a host without channels that is written for.

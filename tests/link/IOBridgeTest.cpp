@@ -1,3 +1,4 @@
+#include "link/ConnectionInfo.h"
 #include "link/IOBridge.h"
 #include "support/AllocationCount.h"
 #include "support/Connections.h"
@@ -218,16 +219,31 @@ TEST(IOBridge, AnObstructedSlotIsSteppedOver) {
     EXPECT_EQ(makeMaster()->name(), "Connection #2");
 }
 
-// The fault it would catch: a word of the block that is trusted.
+// A state block that passes for one, with positions that may be true.
+void makeBelievable(ConnectionState& state, std::mt19937& random) {
+    state.magic = ConnectionStateMagic;
+    state.major = ConnectionStateMajor;
+    state.size = ConnectionStateSize;
+    state.stream.published %= 100'000;
+    state.stream.claimed = state.stream.published + random() % 2 * (random() % 50'000);
+}
+
+// The fault it would catch: a word of the blocks that is trusted.
 TEST(IOBridge, ABlockOfRandomBytesIsHarmless) {
     std::mt19937 random(3);
     setCalendar(Noon);
     const auto master = makeMaster();
     Bridge slave(OpenSlot{0});
+    ConnectionListener listener(0);
     const RawBlock block(0);
+    const test::RawState state(0);
+    test::guardBlocks();
     Samples samples(40'000);
     for (unsigned round = 0; round < 200; ++round) {
         block.scramble(random, round % 7 + 1);
+        state.scramble(random, round % 5 + 1);
+        if (round % 2 == 0)  // else it is no state block, and nothing of it is read
+            makeBelievable(*state, random);
         block->readers[0].starting = round % 2;
         const auto frames = static_cast<std::uint32_t>(random() % samples.size());
         master->resync(static_cast<std::int32_t>(random()));
@@ -241,6 +257,12 @@ TEST(IOBridge, ABlockOfRandomBytesIsHarmless) {
         EXPECT_LE(inspectConnection(0)->name.size(), 32u);
         connectionStatus(0);
         findConnection("x");
+        listener.beat();
+        const TakenSamples taken = listener.take(state->session, random() % 50'000);
+        EXPECT_LE(taken.samples.size(), ConnectionRingSamples);
+        EXPECT_EQ(std::count(taken.samples.begin(), taken.samples.end(), 0.5f), 0);
+        EXPECT_LE(listener.copy(static_cast<std::uint32_t>(random()), frames).size(),
+                  ConnectionRingSamples);
     }
     std::memset(&*block, 0xFF, ConnectionBlockSize);
     EXPECT_EQ(master->name().size(), ConnectionBlockSize - 4);

@@ -2,7 +2,7 @@
 #include "Recording.h"
 #include "support/ScratchFolder.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <cstring>
 #include <numeric>
@@ -11,9 +11,6 @@
 
 namespace tarn::receive {
 namespace {
-
-using testing::AllOf;
-using testing::HasSubstr;
 
 // A file in memory, the last of whose `size` bytes may be only promised.
 struct Memory {
@@ -93,20 +90,6 @@ TEST(Listing, NamesCantSteerATerminal) {
     };
     for (const auto& [name, shown] : cases)
         EXPECT_EQ(printable(name), shown);
-}
-
-TEST(Listing, SaysWhatAUserAsks) {
-    const std::vector<ConnectionInfo> connections = {
-        {0, ConnectionInUse | ConnectionFresh | ConnectionHasSlave, "guitar", 1000, 64},
-        {4, ConnectionInUse, "bass", 0, 0},
-    };
-    EXPECT_EQ(listingText({}, 0), "There is no connection.\n");
-    EXPECT_EQ(listingText(connections, 1002),
-              "No.  Slot  Bits  Last write    Latency  State                    Name\n"
-              "  1     0  UFS   2 s ago            64  sending, received        guitar\n"
-              "  5     4  U--   never               0  silent so far            bass\n");
-    EXPECT_THAT(listingJson(connections, 1002),
-                AllOf(HasSubstr("\"age\": 2.0"), HasSubstr("\"age\": null")));
 }
 
 }  // namespace

@@ -1,14 +1,16 @@
 // What the tests of connections share.
 #pragma once
 
-#include "link/ConnectionBlock.h"
+#include "link/ConnectionState.h"
 #include "platform/Clock.h"
+#include "platform/Process.h"
 #include "platform/SharedMemory.h"
 
 #include <cstdint>
 #include <numeric>
 #include <random>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace tarn::test {
@@ -27,20 +29,21 @@ inline std::vector<float> ramp(std::uint32_t frames, std::uint32_t from = 1) {
     return samples;
 }
 
-/// A look into a slot's block as a foreign program has it, by the raw name and offsets.
-class RawBlock {
+/// A look into one of a slot's two blocks as a foreign program has it, by the raw name and offsets.
+template <typename Block>
+class RawMemory {
 public:
-    explicit RawBlock(std::uint32_t slot)
-        : memory_(platform::SharedMemory::open(nameOf(slot), ConnectionBlockSize)) {}
+    explicit RawMemory(std::uint32_t slot)
+        : memory_(platform::SharedMemory::open(nameOf(slot), sizeof(Block))) {}
 
     /// Makes the block as another process does: nothing here has probed it.
-    static RawBlock make(std::uint32_t slot) {
-        return RawBlock(platform::SharedMemory::create(nameOf(slot), ConnectionBlockSize));
+    static RawMemory make(std::uint32_t slot) {
+        return RawMemory(platform::SharedMemory::create(nameOf(slot), sizeof(Block)));
     }
 
     explicit operator bool() const { return static_cast<bool>(memory_); }
-    ConnectionBlock& operator*() const { return *static_cast<ConnectionBlock*>(memory_.data()); }
-    ConnectionBlock* operator->() const { return &**this; }
+    Block& operator*() const { return *static_cast<Block*>(memory_.data()); }
+    Block* operator->() const { return &**this; }
 
     /// Lets the block go, as the end of its process would.
     void die() { memory_ = {}; }
@@ -48,15 +51,28 @@ public:
     /// Random values in every word, or every second or third one, as `stride` says.
     void scramble(std::mt19937& random, std::size_t stride) const {
         auto* words = static_cast<std::uint32_t*>(memory_.data());
-        for (std::size_t i = 0; i < ConnectionBlockSize / 4; i += stride)
+        for (std::size_t i = 0; i < sizeof(Block) / 4; i += stride)
             words[i] = static_cast<std::uint32_t>(random());
     }
 
 private:
-    explicit RawBlock(platform::SharedMemory memory) : memory_(std::move(memory)) {}
-    static std::string nameOf(std::uint32_t slot) { return "Connection #" + std::to_string(slot); }
+    explicit RawMemory(platform::SharedMemory memory) : memory_(std::move(memory)) {}
+    static std::string nameOf(std::uint32_t slot) {
+        return std::is_same_v<Block, ConnectionBlock> ? connectionMappingName(slot)
+                                                      : connectionStateName(slot);
+    }
 
     platform::SharedMemory memory_;
 };
+
+using RawBlock = RawMemory<ConnectionBlock>;
+using RawState = RawMemory<ConnectionState>;
+
+/// A process that doesn't exist.
+constexpr platform::ProcessName NoProcess = 0x00000001'7FFFFFF0;
+
+/// Makes every access that runs over one of this process's connection blocks, to either side, a
+/// fault that ends the test.
+void guardBlocks();
 
 }  // namespace tarn::test

@@ -71,7 +71,7 @@ TEST(Host, TellsEveryRuleThatAPluginBreaks) {
     };
     for (const auto& [fault, command, exitStatus, words] : cases)
         EXPECT_THAT(runHost({command, FixtureIn(fault).plugin}),
-                    FieldsAre(exitStatus, _, HasSubstr(words)))
+                    FieldsAre(exitStatus, _, HasSubstr(words), _))
             << fault;
 }
 
@@ -157,7 +157,7 @@ TEST(HostWithBrimtide, PassesItsInputOnSampleForSample) {
 // Its texts are also seen to fit their buffers, by the host.
 TEST(HostWithBrimtide, IsWhatHostsKnow) {
     const ToolResult report = runHost({"info", PROGRAM_Brimtide, "--json"});
-    EXPECT_THAT(report, FieldsAre(0, _, ""));
+    EXPECT_THAT(report, FieldsAre(0, _, "", _));
     const auto facts = nlohmann::json::parse(report.output);
     using nlohmann::json;
     EXPECT_EQ(json({facts["name"], facts["vendor"], facts["product"], facts["uniqueID"]}),

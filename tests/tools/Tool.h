@@ -17,8 +17,9 @@ struct ToolFolder : ScratchFolder {
 
 struct ToolResult {
     int exitStatus;
-    std::string output;
+    std::string output;  // as text, and so are the errors
     std::string errors;
+    std::string bytes;  // of the output
 };
 
 /// Starts a program and waits for its end. Arguments hold no quotes.
@@ -31,12 +32,13 @@ inline ToolResult runTool(const std::string& program, const std::vector<std::str
         line += " \"" + argument + '"';
     line += " >\"" + (folder / "output") + "\" 2>\"" + (folder / "errors") + '"';
     const int status = std::system(line.c_str());  // NOLINT(concurrency-mt-unsafe)
-    std::string output = folder.read("output");
+    std::string bytes = folder.read("output");
+    std::string output = bytes;
     std::string errors = folder.read("errors");
     std::erase(output, '\r');
     std::erase(errors, '\r');
     // Exit statuses are small; POSIX keeps them in the second byte.
-    return {status >= 256 ? status / 256 : status, output, errors};
+    return {status >= 256 ? status / 256 : status, output, errors, bytes};
 }
 
 }  // namespace tarn::test

@@ -37,41 +37,22 @@ bool isControl(std::string_view sequence) {
     return first == 0xC2 && static_cast<unsigned char>(sequence[1]) < 0xA0;
 }
 
-bool has(const ConnectionInfo& info, ConnectionStatus bit) {
-    return (info.status & bit) != 0;
-}
-
-std::string stateWords(const ConnectionInfo& info) {
-    std::string words = !has(info, ConnectionInUse)  ? "released"
-                        : has(info, ConnectionFresh) ? "sending"
-                        : info.lastWriteTime == 0    ? "silent so far"
-                                                     : "stale";
-    return words + (has(info, ConnectionHasSlave) ? ", received" : "");
-}
-
-std::string ageWords(const ConnectionInfo& info, std::int64_t now) {
-    if (info.lastWriteTime == 0)
-        return "never";
-    const double seconds = static_cast<double>(now) - static_cast<double>(info.lastWriteTime);
-    char text[32];
-    if (seconds < 120)
-        std::snprintf(text, sizeof text, "%.0f s ago", seconds);
-    else if (seconds < 7200)
-        std::snprintf(text, sizeof text, "%.0f min ago", seconds / 60);
-    else
-        std::snprintf(text, sizeof text, "%.4g h ago", seconds / 3600);
-    return text;
+const char* stateWords(SenderState state) {
+    switch (state) {
+        case SenderState::Sending:
+            return "sending";
+        case SenderState::Paused:
+            return "paused";
+        case SenderState::Waiting:
+            return "silent so far";
+        case SenderState::Gone:
+            return "abandoned";
+        default:
+            return "ended";
+    }
 }
 
 }  // namespace
-
-std::vector<ConnectionInfo> presentConnections() {
-    std::vector<ConnectionInfo> all;
-    for (std::uint32_t slot = 0; slot < ConnectionSlots; ++slot)
-        if (auto info = inspectConnection(slot))
-            all.push_back(*std::move(info));
-    return all;
-}
 
 std::string printable(const std::string& name) {
     std::string text;
@@ -84,39 +65,22 @@ std::string printable(const std::string& name) {
     return text;
 }
 
-std::string listingText(const std::vector<ConnectionInfo>& connections, std::int64_t now) {
+std::string listingText(const std::vector<ConnectionInfo>& connections) {
     if (connections.empty())
         return "There is no connection.\n";
-    std::string text = "No.  Slot  Bits  Last write    Latency  State                    Name\n";
+    std::string text = "No.  State          Name\n";
     for (const ConnectionInfo& info : connections) {
         char line[128];
-        std::snprintf(line, sizeof line, "%3u  %4u  %c%c%c   %-12s  %7d  %-23s  ", info.slot + 1,
-                      info.slot, has(info, ConnectionInUse) ? 'U' : '-',
-                      has(info, ConnectionFresh) ? 'F' : '-',
-                      has(info, ConnectionHasSlave) ? 'S' : '-', ageWords(info, now).c_str(),
-                      info.inputLatency, stateWords(info).c_str());
+        std::snprintf(line, sizeof line, "%3u  %-13s  ", info.slot + 1, stateWords(info.state));
         text += line + printable(info.name) + "\n";
     }
     return text;
 }
 
-std::string listingJson(const std::vector<ConnectionInfo>& connections, std::int64_t now) {
+std::string listingJson(const std::vector<ConnectionInfo>& connections) {
     auto list = nlohmann::ordered_json::array();
-    for (const ConnectionInfo& info : connections) {
-        nlohmann::ordered_json age;
-        if (info.lastWriteTime != 0)
-            age = static_cast<double>(now) - static_cast<double>(info.lastWriteTime);
-        list.push_back({
-            {"number", info.slot + 1},
-            {"slot", info.slot},
-            {"name", printable(info.name)},
-            {"inUse", has(info, ConnectionInUse)},
-            {"fresh", has(info, ConnectionFresh)},
-            {"received", has(info, ConnectionHasSlave)},
-            {"age", age},
-            {"latency", info.inputLatency},
-        });
-    }
+    for (const ConnectionInfo& info : connections)
+        list.push_back({{"number", info.slot + 1}, {"name", printable(info.name)}});
     return list.dump(2) + "\n";
 }
 

@@ -1,7 +1,7 @@
 // What the machine's connections look like to a user.
 #pragma once
 
-#include "link/IOBridge.h"
+#include "link/ConnectionInfo.h"
 
 #include <cstdint>
 #include <string>
@@ -9,14 +9,11 @@
 
 namespace tarn::receive {
 
-/// All slots that have a block, whatever its state.
-std::vector<ConnectionInfo> presentConnections();
-
-/// A table for people, or the word that there is none. `now` in calendar seconds.
-std::string listingText(const std::vector<ConnectionInfo>& connections, std::int64_t now);
+/// A table for people, or the word that there is none.
+std::string listingText(const std::vector<ConnectionInfo>& connections);
 
 /// A JSON array with one object a connection; `age` in seconds is null before the first write.
-std::string listingJson(const std::vector<ConnectionInfo>& connections, std::int64_t now);
+std::string listingJson(const std::vector<ConnectionInfo>& connections);
 
 /// A name for the screen: a name in the block may hold any bytes, and what could steer a terminal,
 /// or is no UTF-8, becomes "?".

@@ -36,7 +36,6 @@ struct RecordOptions {
     double idle = 0.0;     // 0: goes on
     bool isRaw = false;
     bool replaces = false;
-    bool takesOver = false;
     bool isQuiet = false;
 };
 
@@ -127,7 +126,7 @@ class Session {
 public:
     Session(const RecordOptions& options, Target target)
         : options_(options),
-          receiver_(std::move(target), options.rate, options.takesOver),
+          receiver_(std::move(target), options.rate),
           missed_(options.output, options.rate) {}
 
     ExitCode run() {
@@ -198,22 +197,16 @@ private:
         const std::string connection = "connection " + std::to_string(receiver_.slot() + 1) +
                                        ", \"" + printable(receiver_.name()) + "\"";
         switch (told_) {
-            case Receiver::State::NoConnection:
+            case State::Searching:
                 std::fprintf(stderr, "waiting for connection %s\n",
                              printable(options_.connection).c_str());
                 break;
-            case Receiver::State::Occupied:
-                std::fprintf(stderr,
-                             "connection %s has a receiver already; if that one was killed, use "
-                             "--take-over\n",
-                             printable(options_.connection).c_str());
-                break;
-            case Receiver::State::Silent:
-                std::fprintf(stderr, "%s is silent\n", connection.c_str());
-                break;
-            case Receiver::State::Receiving:
+            case State::Receiving:
                 std::fprintf(stderr, "receiving %s, input latency %d samples\n", connection.c_str(),
                              receiver_.inputLatency());
+                break;
+            default:
+                std::fprintf(stderr, "%s is silent\n", connection.c_str());
                 break;
         }
     }
@@ -249,7 +242,7 @@ private:
     double lastSamples_ = 0.0;  // high-resolution seconds
     double lastProgress_ = 0.0;
     bool wasTold_ = false;
-    Receiver::State told_ = Receiver::State::NoConnection;
+    State told_ = State::Searching;
 };
 
 // A number from 1 to 32 is a connection's number; anything else is a name.
@@ -321,8 +314,6 @@ int run(int argc, char** argv) {
         ->check(CLI::PositiveNumber);
     recording->add_flag("--raw", options.isRaw, "To standard output without a header");
     recording->add_flag("-f,--force", options.replaces, "Replaces an existing file");
-    recording->add_flag("--take-over", options.takesOver,
-                        "Receives a connection that is marked as having a receiver");
     recording->add_flag("-q,--quiet", options.isQuiet, "Says only what goes wrong");
 
     std::vector<std::string> arguments = platform::commandLineArguments(argc, argv);
@@ -338,8 +329,7 @@ int run(int argc, char** argv) {
     if (recording->parsed())
         return record(options);
     const auto connections = presentConnections();
-    const std::int64_t now = platform::calendarSeconds();
-    std::cout << (isJson ? listingJson(connections, now) : listingText(connections, now));
+    std::cout << (isJson ? listingJson(connections) : listingText(connections));
     return Complete;
 }
 

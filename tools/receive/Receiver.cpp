@@ -3,196 +3,202 @@
 #include "platform/Clock.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tarn::receive {
 
 namespace {
 
-// A writer hands over 16384 samples at once at most. So much in front of the write head may be half
-// written at any moment, and it is the same memory as what lies farther behind the head than this.
-constexpr std::int64_t TrustedDistance = ConnectionRingSamples - 16384;
+// How often the sender's process is looked at while nothing comes: a call into the system.
+constexpr double LifeInterval = 0.25;  // seconds
 
-// The share of a ring's time that an absence may last without a doubt.
-constexpr double SafeShare = 0.9;
+std::uint64_t halfARingBehind(std::uint64_t position) {
+    return position - std::min<std::uint64_t>(position, ConnectionPreroll);
+}
 
-constexpr double MeasuringSeconds = 0.5;
-
-// A connection that nobody writes to for so long is let go for a moment: if its sender was killed,
-// this hold was all that kept its slot from the next one.
-constexpr std::int64_t StaleSeconds = 10;
+// Which of several connections under one name is meant.
+int rankOf(SenderState state) {
+    switch (state) {
+        case SenderState::Sending:
+            return 3;
+        case SenderState::Paused:
+        case SenderState::Waiting:
+            return 2;
+        case SenderState::Gone:
+            return 1;
+        default:
+            return 0;
+    }
+}
 
 }  // namespace
 
-Receiver::Receiver(Target target, double rate, bool takesOver)
-    : target_(std::move(target)), rate_(rate), takesOver_(takesOver) {}
-
-std::int32_t Receiver::inputLatency() const noexcept {
-    return bridge_ ? bridge_->inputLatency() : 0;
-}
+Receiver::Receiver(Target target, double rate) : target_(std::move(target)), rate_(rate) {}
 
 Delivery Receiver::look() {
     Delivery delivery;
-    if ((!bridge_ || !isStillOurs()) && !attach())
-        return delivery;
-    delivery.isMissedUnknown = !observeHead() && hasDelivered_;
-    if (!bridge_->isLive()) {
-        state_ = State::Silent;
-        return delivery;
+    if (std::exchange(isLetGo_, false))
+        listener_.reset();
+    if (listener_ || find()) {
+        if (stream_ && stream_->isMadeAnew())
+            listener_->openState();
+        name_ = listener_->name();
+        inputLatency_ = listener_->inputLatency();
+        const std::optional<SenderFacts> facts = listener_->sender();
+        if (facts && (facts->session == 0 || facts->session != distrusted_))
+            follow(*facts, delivery);
+        else
+            followIndex(delivery);
+    } else {
+        stream_.reset();
+        state_ = State::Searching;
     }
-    state_ = State::Receiving;
-    if (isStarted_ && (bridge_->isStarting() || bridge_->readPosition() != positionIndex_))
-        resume();  // another program has read here
-    if (isStarted_ || begin(delivery))
-        take(delivery);
+    hasLooked_ = true;
     return delivery;
 }
 
-bool Receiver::attach() {
-    const std::optional<std::uint32_t> slot =
-        target_.slot ? target_.slot : findConnection(target_.name);
-    const auto info = slot ? inspectConnection(*slot) : std::nullopt;
-    if (!info) {
-        state_ = State::NoConnection;
-        return false;
-    }
-    if ((info->status & ConnectionHasSlave) != 0 && !takesOver_) {
-        state_ = State::Occupied;
-        return false;
-    }
-    auto bridge = std::make_unique<IOBridge<float>>(OpenSlot{*slot});
-    if (!bridge->hasBlock()) {
-        state_ = State::NoConnection;
-        return false;
-    }
-    const bool isTheSame = hasDelivered_ && *slot == slot_ &&
-                           bridge->writePosition() == headIndex_ &&
-                           bridge->lastWriteTime() == writtenAtSecond_;
-    bridge_ = std::move(bridge);
-    slot_ = *slot;
-    name_ = info->name;
-    state_ = State::Silent;
-    attachedAt_ = platform::calendarSeconds();
-    if (isTheSame)
-        resume();
-    else
-        followNewSender();
-    return true;
-}
-
-// Whether the bridge still leads to the connection that is wanted. If not, it is let go.
-bool Receiver::isStillOurs() {
-    if (!bridge_->isAttached()) {
-        // A new master has made the block anew.
-        const auto info = inspectConnection(slot_);
-        if (!target_.slot && (!info || info->name != target_.name)) {
-            letGo();
-            return false;
+// Opens the connection that is wanted, if there is one.
+bool Receiver::find() {
+    std::unique_ptr<ConnectionListener> best;
+    std::uint32_t bestSlot = 0;
+    int bestRank = 0;
+    const std::uint32_t first = target_.slot.value_or(0);
+    const std::uint32_t last = target_.slot.value_or(ConnectionSlots - 1);
+    for (std::uint32_t slot = first; slot <= last; ++slot) {
+        auto listener = std::make_unique<ConnectionListener>(slot);
+        if (!listener->hasBlock())
+            continue;
+        const ConnectionInfo info = infoOf(*listener, slot);
+        const int rank = target_.slot ? 1 : rankOf(info.state);
+        if (isWanted(slot, info) && rank > bestRank) {
+            best = std::move(listener);
+            bestRank = rank;
+            bestSlot = slot;
         }
-        name_ = info ? info->name : name_;
-        bridge_->attach();
-        attachedAt_ = platform::calendarSeconds();
-        followNewSender();
+    }
+    if (!best)
+        return false;
+    if (!target_.name)
+        target_.slot = bestSlot;
+    if (std::exchange(slot_, bestSlot) != bestSlot)
+        stream_.reset();
+    if (!stream_)
+        heldSince_ = platform::calendarSeconds();
+    listener_ = std::move(best);
+    return true;
+}
+
+// One that isn't wanted yet is remembered, so that it can be joined later where it is now: one that
+// pauses with its next sample.
+bool Receiver::isWanted(std::uint32_t slot, const ConnectionInfo& info) {
+    if (target_.slot ||
+        (target_.name ? info.name == *target_.name : info.state == SenderState::Sending))
         return true;
-    }
-    const bool isGone = !target_.slot && !bridge_->hasMaster();
-    const std::int64_t lastSign = std::max(bridge_->lastWriteTime(), attachedAt_);
-    if (isGone || platform::calendarSeconds() - StaleSeconds > lastSign) {
-        letGo();
-        return false;
-    }
-    return true;
+    if (info.sender)
+        known_[slot] = {info.sender->session, info.state == SenderState::Sending
+                                                  ? halfARingBehind(info.sender->published)
+                                                  : info.sender->published};
+    return false;
 }
 
-void Receiver::letGo() {
-    bridge_.reset();
+std::uint64_t Receiver::startOf(const SenderFacts& facts) const {
+    if (known_[slot_].session == facts.session)
+        return known_[slot_].start;
+    if (hasLooked_)
+        return 0;
+    return facts.isEnded || life_ == platform::ProcessLife::Gone ? facts.published
+                                                                 : halfARingBehind(facts.published);
 }
 
-// Counts anew, from the sender's first sample if it hasn't written yet.
-void Receiver::followNewSender() {
-    headIndex_ = bridge_->writePosition();
-    writtenAtSecond_ = bridge_->lastWriteTime();
-    lookedAt_ = measuredFrom_ = platform::highResolutionSeconds();
-    lookedAtSecond_ = platform::calendarSeconds();
-    head_ = position_ = measuredHead_ = 0;
-    measuredRate_ = 0.0;
-    hasHistory_ = headIndex_ == 0 && writtenAtSecond_ == 0;
-    hasDelivered_ = false;
-    isStarted_ = false;
-}
-
-// Has the pre-roll rule place this reader again; what was delivered before is known.
-void Receiver::resume() {
-    bridge_->attach();
-    isStarted_ = false;
-}
-
-// Adds up what was written since the last look. False when more than a ring's worth may have been.
-bool Receiver::observeHead() {
-    const std::uint32_t index = bridge_->writePosition();
-    const std::int64_t stamp = bridge_->lastWriteTime();
+// Before the samples are looked at: what a process that is gone has sent is then final.
+void Receiver::lookAtProcess(const SenderFacts& facts) {
     const double now = platform::highResolutionSeconds();
-    const double ringSeconds = ConnectionRingSamples / std::max(rate_, measuredRate_);
-    const bool wasWritten = stamp != writtenAtSecond_ || stamp >= lookedAtSecond_;
-    const bool isKnown = !wasWritten || now - lookedAt_ <= SafeShare * ringSeconds;
-
-    head_ += (index - headIndex_) & ConnectionRingMask;
-    headIndex_ = index;
-    writtenAtSecond_ = stamp;
-    lookedAt_ = now;
-    lookedAtSecond_ = platform::calendarSeconds();
-    if (now - measuredFrom_ >= MeasuringSeconds) {
-        measuredRate_ = static_cast<double>(head_ - measuredHead_) / (now - measuredFrom_);
-        measuredFrom_ = now;
-        measuredHead_ = head_;
-    }
-    if (!isKnown && !hasDelivered_)
-        hasHistory_ = false;
-    return isKnown;
+    const bool isNew = facts.session != course_.session();
+    const bool isDue = now - lifeLookedAt_ >= LifeInterval && facts.published == course_.position();
+    if (!isNew && !isDue)
+        return;
+    life_ = platform::lifeOf(facts.owner);
+    lifeLookedAt_ = now;
 }
 
-// Runs the pre-roll rule. It places this reader behind the write head, regardless of what was
-// delivered before.
-bool Receiver::begin(Delivery& delivery) {
-    bridge_->read(buffer_.data(), 0);
-    if (bridge_->isStarting())
-        return false;
-    observeHead();
-    positionIndex_ = bridge_->readPosition();
-    const std::int64_t placed = head_ - ((headIndex_ - positionIndex_) & ConnectionRingMask);
-    if (hasHistory_ && placed > position_)
-        delivery.missed += static_cast<std::uint64_t>(placed - position_);
-    if (!hasHistory_ || placed > position_)
-        position_ = placed;
-    delivery.isBeginning = !hasDelivered_;
-    isStarted_ = true;
-    return true;
+Sight Receiver::sightOf(const SenderFacts& facts) const {
+    Sight sight;
+    sight.isThere = true;
+    sight.isEnded = facts.isEnded;
+    sight.isGone = !facts.isEnded && life_ == platform::ProcessLife::Gone;
+    sight.isLost = life_ == platform::ProcessLife::Unknown &&
+                   !listener_->isWrittenWithin(ConnectionFreshSeconds);
+    sight.isLive = listener_->isWrittenWithin(ConnectionLiveSeconds);
+    sight.session = facts.session;
+    sight.formerSession = facts.formerSession;
+    sight.formerPublished = facts.formerPublished;
+    return sight;
+}
+
+void Receiver::follow(const SenderFacts& facts, Delivery& delivery) {
+    stream_.reset();
+    lookAtProcess(facts);
+    const Sight sight = sightOf(facts);
+    const bool isNew = facts.session != 0 && facts.session != course_.session();
+    if (isNew && target_.name && name_ != *target_.name) {
+        course_.leave(sight, delivery);
+        isLetGo_ = true;
+        state_ = State::Searching;
+        return;
+    }
+    course_.see(sight, startOf(facts), delivery);
+    state_ = course_.state();
+    if (facts.session != 0)
+        take(delivery);
+    if (state_ == State::Ended && target_.name && course_.isOver()) {
+        course_.leave({}, delivery);  // who has the slot next may have another name
+        isLetGo_ = true;
+    } else if (state_ == State::Abandoned) {
+        isLetGo_ = true;
+    } else {
+        listener_->beat();
+    }
 }
 
 void Receiver::take(Delivery& delivery) {
-    const std::uint32_t frames = (headIndex_ - positionIndex_) & ConnectionRingMask;
-    const std::uint32_t got = bridge_->read(buffer_.data(), frames);
-    positionIndex_ = bridge_->readPosition();
-    // Where the samples stand in the stream: they end so far behind the head as it was before the
-    // copy.
-    const std::int64_t end = head_ - (frames - got);
-    const std::int64_t start = end - got;
+    const TakenSamples taken = listener_->take(course_.session(), course_.position());
+    if (taken.result == TakenSamples::Result::Taken)
+        course_.take(taken, delivery);
+    if (taken.result != TakenSamples::Result::Overrun)
+        return;  // another session is for the next look to see
+    distrusted_ = course_.session();
+    course_.leave({}, delivery);
+}
 
-    const bool isKnown = observeHead();
-    const std::int64_t oldestTrusted = isKnown ? std::min(head_ - TrustedDistance, end) : end;
-    delivery.isMissedUnknown |= !isKnown && hasDelivered_;
-
-    const std::int64_t first = std::max({start, oldestTrusted, position_});
-    if (first >= end && position_ >= end)
-        return;  // nothing that wasn't delivered before
-    if (hasHistory_ && first > position_)
-        delivery.missed += static_cast<std::uint64_t>(first - position_);
-    position_ = std::max(position_, end);
-    if (first >= end)
+void Receiver::followIndex(Delivery& delivery) {
+    course_.leave({}, delivery);
+    if (!stream_)
+        stream_ = std::make_unique<IndexStream>(*listener_, rate_);
+    if (stream_->isMadeAnew() && target_.name && name_ != *target_.name) {
+        stream_.reset();
+        isLetGo_ = true;
+        state_ = State::Searching;
         return;
-    delivery.samples = std::span<const float>(buffer_.data() + (first - start),
-                                              static_cast<std::size_t>(end - first));
-    delivery.isBeginning = !hasDelivered_;
-    hasHistory_ = hasDelivered_ = true;
+    }
+    const std::int64_t lastSign = std::max(listener_->lastWriteTime(), heldSince_);
+    Sight sight;
+    sight.isThere = true;
+    sight.isEnded = !listener_->hasMaster();
+    sight.isLost = secondsBefore(platform::calendarSeconds(), ConnectionFreshSeconds) > lastSign;
+    sight.isLive = listener_->isWrittenWithin(ConnectionLiveSeconds);
+    state_ = nextState(sight);
+    if (state_ == State::Abandoned) {
+        stream_->rest(*listener_);
+        isLetGo_ = true;
+        return;
+    }
+    const bool isMissedUnknown = delivery.isMissedUnknown;
+    delivery = stream_->look(*listener_, slot_);
+    delivery.isMissedUnknown |= isMissedUnknown;
+    if (state_ == State::Ended && target_.name) {
+        stream_.reset();
+        isLetGo_ = true;
+    }
 }
 
 }  // namespace tarn::receive

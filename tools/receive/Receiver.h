@@ -1,100 +1,84 @@
 // Follows one connection through the comings and goings of its senders, and keeps account of every
-// sample. Everything rests on the write head: it is looked at several times in the time that a ring
-// lasts, and so tells how much was written in between; what lies farther back than half a ring may
-// be under the writer's hands, and counts as lost.
+// sample. Everything rests on one rule: listening changes nothing for the sender or for others who
+// listen. What a sender tells of its position is accounted for by `Course`; one that doesn't tell
+// it is followed by `IndexStream`.
 #pragma once
 
-#include "link/IOBridge.h"
+#include "Course.h"
+#include "Delivery.h"
+#include "IndexStream.h"
+#include "link/ConnectionInfo.h"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
-#include <vector>
 
 namespace tarn::receive {
 
-/// A connection by its slot or by its name.
+/// A connection by its slot or by its name, or the first one that sends.
 struct Target {
-    std::optional<std::uint32_t> slot;  // 0 to 31; without one the name counts
-    std::string name;
-};
-
-/// What one look at the connection brought.
-struct Delivery {
-    std::span<const float> samples;  // valid until the next look
-    std::uint64_t missed = 0;        // samples of the sender that are missing before these
-    bool isMissedUnknown = false;  // more are missing before these, and their number can't be known
-    bool isBeginning = false;      // these are the first of a sender, or of one that came back
+    std::optional<std::uint32_t> slot;  // 0 to 31
+    std::optional<std::string> name;    // when there is no slot
 };
 
 /// One thread at a time. Never waits: the caller looks again and again, many times a second.
 class Receiver {
 public:
-    enum class State {
-        NoConnection,  // nothing under that number or name
-        Occupied,      // there is, but another receiver is attached to it
-        Silent,        // attached; nothing was written for more than a second, or ever
-        Receiving,
-    };
+    /// `rate` in Hz is what a sender that doesn't tell its rate is believed to run at.
+    Receiver(Target target, double rate);
 
-    /// `rate` in Hz is what the sender is believed to run at. It tells after how long an absence a
-    /// whole ring may have gone by, and gives way to a higher one that is seen. With `takesOver` a
-    /// connection that is marked as having a receiver is taken all the same, which is right when
-    /// that receiver was killed.
-    Receiver(Target target, double rate, bool takesOver);
-
-    /// Looks at the connection and takes what is new, at most one ring.
+    /// Looks at the connection and takes what is new, at most one ring. The first look decides
+    /// where to begin: with a session that is there already half a ring behind what was sent, with
+    /// one that begins later at its first sample.
     Delivery look();
 
     State state() const noexcept { return state_; }
 
-    /// Of the connection that was last attached to; mean nothing before.
+    /// Of the connection that was last found; mean nothing before.
     std::uint32_t slot() const noexcept { return slot_; }
     const std::string& name() const noexcept { return name_; }
-    std::int32_t inputLatency() const noexcept;  // of the sending host, in samples
+    std::int32_t inputLatency() const noexcept { return inputLatency_; }  // of the host, in samples
+
+    /// Whether its sender tells its position, so that every loss is known.
+    bool isComplete() const noexcept { return stream_ == nullptr; }
+
+    /// Hz, as measured with a sender that tells neither; 0 before half a second has passed.
+    double measuredRate() const noexcept { return stream_ ? stream_->measuredRate() : 0.0; }
 
 private:
-    bool attach();
-    bool isStillOurs();
-    void letGo();
-    void followNewSender();
-    void resume();
-    bool observeHead();
-    bool begin(Delivery& delivery);
+    bool find();
+    bool isWanted(std::uint32_t slot, const ConnectionInfo& info);
+    std::uint64_t startOf(const SenderFacts& facts) const;
+    void lookAtProcess(const SenderFacts& facts);
+    Sight sightOf(const SenderFacts& facts) const;
+    void follow(const SenderFacts& facts, Delivery& delivery);
+    void followIndex(Delivery& delivery);
     void take(Delivery& delivery);
 
-    const Target target_;
+    /// A session that was there before it was wanted, and where to begin with it.
+    struct Known {
+        std::uint64_t session = 0;
+        std::uint64_t start = 0;
+    };
+
+    Target target_;
     const double rate_;
-    const bool takesOver_;
-    State state_ = State::NoConnection;
-    std::unique_ptr<IOBridge<float>> bridge_;
+    State state_ = State::Searching;
+    Course course_;
+    std::unique_ptr<ConnectionListener> listener_;  // null while nothing is held
+    bool isLetGo_ = false;  // at the next look: until then the last delivery lies in it
+    std::unique_ptr<IndexStream> stream_;  // of a sender that doesn't tell its position
+    std::uint64_t distrusted_ = 0;  // a session into whose ring another sender was seen to write
+    bool hasLooked_ = false;
+    platform::ProcessLife life_ = platform::ProcessLife::Unknown;  // of the sender's process
+    double lifeLookedAt_ = 0.0;                                    // high-resolution seconds
+    std::int64_t heldSince_ = 0;                                   // calendar seconds
+    std::array<Known, ConnectionSlots> known_{};
     std::uint32_t slot_ = 0;
     std::string name_;
-    std::int64_t attachedAt_ = 0;  // calendar seconds
-
-    // The sender's stream, counted in samples from where it was first looked at.
-    std::int64_t head_ = 0;      // written so far
-    std::int64_t position_ = 0;  // delivered or given up so far; means nothing without a history
-    std::uint32_t headIndex_ = 0;
-    std::uint32_t positionIndex_ = 0;
-    bool hasHistory_ =
-        false;  // samples of this sender were delivered, or it was watched from its first one
-    bool hasDelivered_ = false;  // the former
-    bool isStarted_ = false;     // the pre-roll rule has placed this reader
-
-    // The last look.
-    double lookedAt_ = 0.0;             // high-resolution seconds
-    std::int64_t lookedAtSecond_ = 0;   // calendar seconds
-    std::int64_t writtenAtSecond_ = 0;  // the stamp that was seen
-
-    // How fast the sender was seen to write.
-    double measuredRate_ = 0.0;  // Hz
-    double measuredFrom_ = 0.0;  // high-resolution seconds
-    std::int64_t measuredHead_ = 0;
-
-    std::vector<float> buffer_ = std::vector<float>(ConnectionRingSamples);
+    std::int32_t inputLatency_ = 0;
 };
 
 }  // namespace tarn::receive

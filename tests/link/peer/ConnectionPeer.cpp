@@ -2,7 +2,10 @@
 //
 //   connection-peer crash SAMPLES          makes a connection, writes 1, 2, 3, ... and dies at once
 //   connection-peer send SLOT SAMPLES      writes 1, 2, 3, ... into SLOT, but no ring ahead
+//   connection-peer flood                  writes 0, 1, 2, ... (modulo 40,009) until it is killed
+//   connection-peer listen SLOT            listens to SLOT until it is killed
 //   connection-peer receive SLOT SAMPLES   exits with 0 if what it reads rises by one each
+#include "link/ConnectionListener.h"
 #include "link/IOBridge.h"
 
 #include <algorithm>
@@ -60,6 +63,35 @@ int send(std::uint32_t slot, std::uint32_t samples) {
     return waitFor([&] { return !bridge.isAttached(); }) ? 0 : 5;
 }
 
+// Blocks of all lengths, so fast that it is killed in one as a rule.
+int flood() {
+    constexpr std::uint32_t Period = 40'009, Longest = 30'011;
+    std::vector<float> table(Period + Longest);
+    for (std::uint32_t i = 0; i < table.size(); ++i)
+        table[i] = static_cast<float>(i % Period);
+    std::string name = "peer *";
+    Bridge bridge(name);
+    std::uint32_t at = 0, frames = 1;
+    waitFor([&] {
+        for (int i = 0; i < 1000; ++i, at = (at + frames) % Period) {
+            frames = frames * 7 % Longest;
+            bridge.write(table.data() + at, frames);
+        }
+        return false;
+    });
+    return 6;
+}
+
+int listen(std::uint32_t slot) {
+    ConnectionListener listener(slot);
+    waitFor([&] {
+        listener.beat();
+        listener.take(listener.session(), 0);
+        return false;
+    });
+    return 7;
+}
+
 int receive(std::uint32_t slot, std::uint32_t samples) {
     std::unique_ptr<Bridge> bridge;
     std::vector<float> block(ConnectionRingSamples);
@@ -90,6 +122,8 @@ int main(int argc, char** argv) {
         return argc > i ? static_cast<std::uint32_t>(std::strtoul(argv[i], nullptr, 10)) : 0;
     };
     return task == "crash"     ? crash(number(2))
+           : task == "flood"   ? flood()
+           : task == "listen"  ? listen(number(2))
            : task == "send"    ? send(number(2), number(3))
            : task == "receive" ? receive(number(2), number(3))
                                : 1;

@@ -1,0 +1,331 @@
+#include "link/ConnectionInfo.h"
+#include "link/IOBridge.h"
+#include "support/Connections.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <bit>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <set>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+namespace tarn {
+namespace {
+
+using test::NoProcess;
+using test::ramp;
+using test::RawBlock;
+using test::RawState;
+
+using Bridge = IOBridge<float>;
+using Result = TakenSamples::Result;
+
+std::unique_ptr<Bridge> makeMaster(const SenderNames& names = {}) {
+    std::string pattern = "*";
+    return std::make_unique<Bridge>(pattern, names);
+}
+
+void send(Bridge& bridge, std::uint32_t frames) {
+    bridge.write(ramp(frames).data(), frames);
+}
+
+// Faults: a field that isn't where others look for it, a session that begins with the last one's
+// values, one that a receiver takes for another.
+TEST(ConnectionState, TellsASendersLifeFromItsBeginningToItsEnd) {
+    auto master = makeMaster({std::string(100, 'h'), "a product"});
+    const RawBlock block(0);
+    const RawState state(0);
+    const auto* bytes = reinterpret_cast<const char*>(&*state);
+    const auto word = [&](std::size_t offset) {
+        std::uint64_t value = 0;
+        std::memcpy(&value, bytes + offset, sizeof value);
+        return value;
+    };
+    EXPECT_EQ(std::string(bytes, 4), "TRCS");
+    EXPECT_EQ(word(0x08), 4096u);
+    EXPECT_EQ(word(0x18), platform::currentProcess());
+    EXPECT_EQ(bytes + 0xC0, std::string(63, 'h'));
+    EXPECT_EQ(bytes + 0x100, std::string("a product"));
+    const std::uint64_t first = word(0x10);
+    EXPECT_NE(first, 0u);
+    EXPECT_EQ(word(0x20), 0u);
+
+    send(*master, 300);
+    master->owner().setRate(44'100.0);
+    EXPECT_EQ(word(0x50), 0u);  // it holds from the next block on
+    send(*master, 70'000);
+    EXPECT_EQ(word(0x40), 70'300u);
+    EXPECT_EQ(word(0x48), 70'300u);
+    EXPECT_EQ(std::bit_cast<double>(word(0x50)), 44'100.0);
+    EXPECT_EQ(word(0x58), 300u);
+    EXPECT_EQ(block->audio.writeIndex, 70'300u % 32'768);
+    master->owner().setAnnouncedBlock(64);
+    master->owner().setOffline(true);
+    master->owner().setMuted(true);
+    EXPECT_EQ(word(0x80), 64ull << 32 | 1);
+    EXPECT_EQ(word(0x88), 1ull << 32 | 1);
+    master->owner().setRate(-1.0);
+    master.reset();
+    EXPECT_EQ(word(0x30), 1u);
+    EXPECT_EQ(word(0x18), 0u);
+    EXPECT_EQ(block->masterInUse, 0);
+
+    master = makeMaster();
+    EXPECT_NE(word(0x10), first);
+    EXPECT_EQ(word(0x20), first);
+    EXPECT_EQ(word(0x28), 70'300u);
+    EXPECT_EQ(word(0x80), 1u);
+    const auto second = makeMaster();
+    EXPECT_EQ(RawState(1)->slot, 1u);
+    for (const std::size_t offset : {0x30u, 0x40u, 0x48u, 0x50u, 0x58u, 0x88u, 0xC0u})
+        EXPECT_EQ(word(offset), 0u) << offset;
+}
+
+// Faults: a slot that is taken from a living sender, one that a crashed host leaves taken, a
+// connection that isn't made because its state block can't be.
+TEST(ConnectionState, ASlotBelongsToTheProcessThatOwnsItsState) {
+    enum : std::uint8_t { Unmarked, Marked };
+    constexpr std::uint64_t Nobody = 0;
+    const std::uint64_t self = platform::currentProcess();
+    const struct {
+        std::uint8_t mark;
+        std::optional<std::uint64_t> owner;  // nothing: there is no state block
+        std::uint32_t ended;
+        const char* name;  // of the next sender
+    } cases[] = {
+        {Unmarked, std::nullopt, 0, "1"}, {Unmarked, Nobody, 1, "1"}, {Unmarked, NoProcess, 0, "1"},
+        {Unmarked, NoProcess, 1, "1"},    {Unmarked, self, 0, "2"},   {Unmarked, self, 1, "2"},
+        {Marked, std::nullopt, 0, "2"},   {Marked, Nobody, 1, "2"},   {Marked, NoProcess, 0, "1"},
+        {Marked, NoProcess, 1, "2"},      {Marked, self, 0, "2"},
+    };
+    for (const auto& [mark, owner, ended, name] : cases) {
+        const RawBlock block = RawBlock::make(0);
+        block->masterInUse = mark;
+        std::optional<RawState> state;
+        if (owner) {
+            state = RawState::make(0);
+            (*state)->magic = ConnectionStateMagic;
+            (*state)->major = ConnectionStateMajor;
+            (*state)->size = ConnectionStateSize;
+            (*state)->owner = *owner;
+            (*state)->ended = ended;
+        }
+        EXPECT_EQ(makeMaster()->name(), name) << int{mark} << ended;
+        block->masterInUse = 0;
+        if (state)
+            (*state)->owner = 0;
+    }
+
+    const RawState future = RawState::make(0);
+    future->magic = ConnectionStateMagic;
+    future->major = 2;
+    future->owner = 5;
+    const auto master = makeMaster();
+    EXPECT_EQ(master->name(), "1");
+    send(*master, 10);
+    EXPECT_EQ(future->owner, 5u);
+    EXPECT_EQ(future->stream.published, 0u);
+    EXPECT_FALSE(inspectConnection(0)->sender);
+}
+
+// Two processes that search at the same moment are as good as two threads.
+TEST(ConnectionState, InstancesThatSearchAtTheSameMomentNeverShareASlot) {
+    for (int round = 0; round < 20; ++round) {
+        std::vector<std::unique_ptr<Bridge>> bridges(16);
+        std::vector<std::thread> threads;
+        std::atomic<int> ready{0};
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([&, i] {
+                for (++ready; ready < 4;) {
+                }
+                for (std::size_t j = 0; j < 4; ++j)
+                    bridges[static_cast<std::size_t>(i) * 4 + j] = makeMaster();
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+        std::set<std::string> names;
+        for (const auto& bridge : bridges)
+            names.insert(bridge->name());
+        EXPECT_EQ(names.size(), 16u);
+    }
+}
+
+// Faults: a listener that is counted for ever or not at all, a place that two believe to have.
+TEST(ConnectionState, ListenersAreCountedWhileTheyGiveSignsOfLife) {
+    const auto state = std::make_unique<ConnectionState>();
+    std::uint32_t now = 0xFFFFFF00;  // the clock wraps
+    std::vector<ListenerPlace> places(33);
+    for (ListenerPlace& place : places)
+        place.beat(*state, now);
+    EXPECT_EQ(countListeners(*state, now), 32);
+    places[0].leave(*state);
+    EXPECT_EQ(countListeners(*state, now), 31);
+    places[32].beat(*state, now);
+    EXPECT_EQ(countListeners(*state, now), 32);
+    now += 1999;
+    places[5].beat(*state, now);
+    now += 2;
+    EXPECT_EQ(countListeners(*state, now), 1);
+    EXPECT_EQ(countListeners(*state, now - 2000), 32);  // a processor whose clock is late
+
+    ListenerPlace late;
+    late.beat(*state, now);  // takes the first place, which was another's
+    places[1].beat(*state, now);
+    EXPECT_EQ(countListeners(*state, now), 3);
+    places[32].leave(*state);  // isn't its own any more
+    EXPECT_EQ(countListeners(*state, now), 3);
+    const std::uint64_t before = state->listeners[0];
+    late.beat(*state, now + 50);
+    EXPECT_EQ(state->listeners[0], before);
+}
+
+// A sender at 100,000, whose ring holds each sample's position.
+class ConnectionListenerTest : public testing::Test {
+protected:
+    ConnectionListenerTest() {
+        test::setCalendar(1000);
+        for (std::uint32_t position = 0; position < 100'000; position += 500)
+            master->write(ramp(500, position).data(), 500);
+        block->audio.writeIndex = 100'000 % 32'768;
+    }
+
+    TakenSamples take(std::uint64_t position) { return listener->take(state->session, position); }
+
+    std::unique_ptr<Bridge> master = makeMaster();
+    RawBlock block{0};
+    RawState state{0};
+    std::unique_ptr<ConnectionListener> listener = std::make_unique<ConnectionListener>(0);
+};
+
+// Faults: a bound that is off by one, a sample that the sender may be writing over.
+TEST_F(ConnectionListenerTest, TakesWhatIsStillThereAndCantBeUnderTheSendersHands) {
+    const struct {
+        std::uint64_t position, claimed, first;
+    } cases[] = {
+        {99'990, 100'000, 99'990},    {100'000, 100'000, 100'000}, {67'232, 100'000, 67'232},
+        {67'231, 100'000, 67'232},    {0, 100'000, 67'232},        {67'232, 100'001, 67'233},
+        {99'999, 132'767, 99'999},    {99'999, 132'768, 100'000},  {99'999, 132'769, 100'000},
+        {99'999, 9'000'000, 100'000},
+    };
+    for (const auto& [position, claimed, first] : cases) {
+        state->stream.claimed = claimed;
+        const TakenSamples taken = take(position);
+        ASSERT_EQ(taken.result, Result::Taken) << position << ' ' << claimed;
+        EXPECT_EQ(taken.end, 100'000u);
+        ASSERT_TRUE(std::ranges::equal(
+            taken.samples,
+            ramp(static_cast<std::uint32_t>(100'000 - first), static_cast<std::uint32_t>(first))))
+            << position << ' ' << claimed;
+    }
+}
+
+// Faults: another master's samples that are taken for this one's, a moved clock that goes unseen.
+TEST_F(ConnectionListenerTest, TrustsAStateOnlyWhileTheBlockAgreesWithIt) {
+    const auto result = [&] { return take(99'000).result; };
+    EXPECT_EQ(result(), Result::Taken);
+    EXPECT_EQ(listener->take(state->session + 1, 0).result, Result::OtherSession);
+    EXPECT_EQ(listener->take(0, 0).result, Result::OtherSession);
+    EXPECT_EQ(take(100'001).result, Result::Overrun);
+    const std::uint32_t head = block->audio.writeIndex;
+    for (const auto& [moved, claimed, expected] : {std::tuple(1u, 0u, Result::Overrun),
+                                                   {1u, 1u, Result::Taken},
+                                                   {2u, 1u, Result::Overrun},
+                                                   {32'767u, 32'766u, Result::Overrun},
+                                                   {32'767u, 32'767u, Result::Taken}}) {
+        block->audio.writeIndex = (head + moved) % 32'768;
+        state->stream.claimed = 100'000 + claimed;
+        EXPECT_EQ(result(), expected) << moved << ' ' << claimed;
+    }
+    block->audio.writeIndex = head;
+    state->stream.claimed = 99'999;
+    EXPECT_EQ(result(), Result::Overrun);
+    state->stream.claimed = 100'000;
+    block->lastWriteTime[0] = 999;
+    EXPECT_EQ(result(), Result::Overrun);
+    block->lastWriteTime[0] = 1001;
+    EXPECT_EQ(result(), Result::Taken);
+    ConnectionListener late(0);
+    block->lastWriteTime[0] = 0;
+    EXPECT_EQ(late.take(state->session, 99'000).result, Result::Overrun);
+    block->lastWriteTime[0] = 1001;
+    state->owner = 0;
+    EXPECT_EQ(result(), Result::Overrun);
+}
+
+// Faults: a state that stayed behind and is taken for the present sender's, a rate of rubbish.
+TEST_F(ConnectionListenerTest, TellsOfTheSenderThatIsThereAndOfNoOther) {
+    const auto tells = [&] { return listener->sender().has_value(); };
+    EXPECT_EQ(listener->session(), state->session);
+    for (const auto& [rate, from, told] : {std::tuple(48'000.0, 5ull, 48'000.0),
+                                           {1e8, 5ull, 0.0},
+                                           {-1.0, 5ull, 0.0},
+                                           {48'000.0, ~0ull, 0.0}}) {
+        state->stream.rate = rate;
+        state->stream.rateFrom = from;
+        EXPECT_EQ(listener->sender()->rate, told);
+    }
+    state->owner = 0;  // as a master without a state block, over a sender that let go
+    EXPECT_FALSE(tells());
+    EXPECT_EQ(listener->session(), 0u);
+    block->masterInUse = 0;
+    state->ended = 1;
+    EXPECT_TRUE(listener->sender()->isEnded);
+    // A sender that died while it let go: its mark tells only as long as nobody writes.
+    state->owner = NoProcess;
+    block->masterInUse = 1;
+    EXPECT_TRUE(tells());
+    ++block->audio.writeIndex;
+    EXPECT_FALSE(tells());
+    state->ended = 0;
+    EXPECT_TRUE(tells());
+    ++state->major;
+    EXPECT_FALSE(tells());
+
+    listener->beat();
+    EXPECT_EQ(countListeners(*state, listenerClock()), 0);  // no state block that is known
+    --state->major;
+    listener->beat();
+    EXPECT_EQ(countListeners(*state, listenerClock()), 1);
+    listener.reset();
+    EXPECT_EQ(countListeners(*state, listenerClock()), 0);
+}
+
+// Faults: samples that were torn while they were copied, a loss that isn't told. As fast as both
+// can.
+TEST(ConnectionStress, EverySampleOfASenderAtFullSpeedIsRightOrTold) {
+    const auto master = makeMaster();
+    ConnectionListener listener(0);
+    const std::uint64_t session = listener.session();
+    constexpr std::uint32_t Samples = 16'000'000;  // that floats can count
+    std::thread sender([&] {
+        std::uint32_t sent = 0;
+        for (std::uint32_t n = 1; sent < Samples; n = n * 7 % 45'007) {
+            n = std::min(n, Samples - sent);
+            master->write(ramp(n, sent).data(), n);
+            sent += n;
+        }
+    });
+    std::uint64_t position = 0, wrong = 0, delivered = 0;
+    while (position < Samples) {
+        const TakenSamples taken = listener.take(session, position);
+        ASSERT_EQ(taken.result, Result::Taken);
+        const std::uint64_t first = taken.end - taken.samples.size();
+        for (std::size_t i = 0; i < taken.samples.size(); ++i)
+            wrong += taken.samples[i] != static_cast<float>(first + i);
+        wrong += first < position;
+        delivered += taken.samples.size();
+        position = taken.end;
+    }
+    sender.join();
+    EXPECT_EQ(wrong, 0u);
+    EXPECT_GT(delivered, 0u);
+}
+
+}  // namespace
+}  // namespace tarn

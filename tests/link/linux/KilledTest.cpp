@@ -1,0 +1,122 @@
+// Processes that are killed wherever they are. BRIMTIDE_KILLS says how many of each; by default
+// few.
+#include "link/ConnectionInfo.h"
+#include "link/IOBridge.h"
+#include "support/Connections.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+
+namespace tarn {
+namespace {
+
+int kills() {
+    const char* asked = std::getenv("BRIMTIDE_KILLS");  // NOLINT(concurrency-mt-unsafe)
+    return asked != nullptr ? std::atoi(asked) : 20;
+}
+
+/// A peer that runs until it is killed, at the latest by the destructor.
+class Victim {
+public:
+    explicit Victim(std::string task, std::string slot = "") {
+        std::string program = PROGRAM_connection_peer;
+        char* arguments[] = {program.data(), task.data(), slot.data(), nullptr};
+        EXPECT_EQ(::posix_spawn(&id_, program.c_str(), nullptr, nullptr, arguments, environ), 0);
+    }
+    Victim(const Victim&) = delete;
+    Victim& operator=(const Victim&) = delete;
+    ~Victim() { kill(); }
+
+    void kill() {
+        if (id_ > 0) {
+            ::kill(id_, SIGKILL);
+            ::waitpid(id_, nullptr, 0);
+        }
+        id_ = 0;
+    }
+
+private:
+    pid_t id_ = 0;
+};
+
+// Gives up in the end, so that a failing test ends.
+template <typename Condition>
+bool await(Condition condition) {
+    const double end = platform::systemHighResolutionSeconds() + 20.0;
+    while (!condition()) {
+        if (platform::systemHighResolutionSeconds() > end)
+            return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+// Faults: samples that are taken for sent though their block was never finished, a slot that its
+// killed sender keeps, a session that its successor doesn't know.
+TEST(Killed, SendersLeaveWhatTheyPublishedAndTheirSlot) {
+    int within = 0;
+    for (int i = 0; i < kills(); ++i) {
+        Victim sender("flood");
+        std::unique_ptr<ConnectionListener> listeners[3];
+        for (auto& listener : listeners)
+            ASSERT_TRUE(await([&] {
+                listener = std::make_unique<ConnectionListener>(0);
+                return listener->hasBlock() && listener->session() != 0;
+            }));
+        ASSERT_TRUE(await([&] { return listeners[0]->sender()->published > 100'000u + 977u * i; }));
+        sender.kill();
+
+        EXPECT_EQ(inspectConnection(0)->state, SenderState::Gone);
+        const SenderFacts facts = *listeners[0]->sender();
+        EXPECT_FALSE(facts.isEnded);
+        for (auto& listener : listeners) {
+            const TakenSamples taken = listener->take(facts.session, 0);
+            ASSERT_EQ(taken.result, TakenSamples::Result::Taken);
+            ASSERT_EQ(taken.end, facts.published);
+            std::uint64_t position = taken.end - taken.samples.size();
+            for (const float sample : taken.samples)
+                ASSERT_EQ(sample, static_cast<float>(position++ % 40'009));
+        }
+        {
+            const test::RawState state(0);
+            within += state->stream.claimed > state->stream.published;
+            std::string name = "next *";
+            const IOBridge<float> next(name);
+            EXPECT_EQ(name, "next 1");
+            EXPECT_EQ(state->formerSession, facts.session);
+            EXPECT_EQ(state->formerPublished, facts.published);
+        }
+    }
+    EXPECT_GT(within, 0);  // some were killed in a block
+}
+
+// Faults: a listener that disturbs its sender by its death, or is counted for ever.
+TEST(Killed, ListenersLeaveNothing) {
+    std::string name = "*";
+    auto sender = std::make_unique<IOBridge<float>>(name);
+    const auto count = [&] { return sender->owner().listeners(); };
+    for (int i = 0; i < kills(); ++i) {
+        Victim listener("listen", "0");
+        const int before = count();
+        ASSERT_TRUE(await([&] { return count() > before || count() == 32; }));
+        sender->write(test::ramp(1000).data(), 1000);
+        listener.kill();
+        EXPECT_EQ(inspectConnection(0)->state, SenderState::Sending);
+    }
+    static double later = platform::systemHighResolutionSeconds() + 2.1;
+    platform::setHighResolutionClock([]() noexcept { return later; });
+    EXPECT_EQ(count(), 0);
+    sender.reset();
+    EXPECT_FALSE(inspectConnection(0));
+}
+
+}  // namespace
+}  // namespace tarn
