@@ -60,7 +60,7 @@ endfunction()
 # and goes on for a few thousand runs from there. To let it run for longer:
 #   build/linux/tests/fuzz/fuzz-NAME -max_total_time=900 FOLDER tests/fuzz/corpus/NAME
 function(tarn_fuzzer name)
-    cmake_parse_arguments(FUZZ "" "" "NEEDS;OPTIONS" ${ARGN})
+    cmake_parse_arguments(FUZZ "" "" "NEEDS;LOCKS;OPTIONS" ${ARGN})
     if(NOT BRIMTIDE_TARGET STREQUAL "linux")
         return()
     endif()
@@ -72,7 +72,7 @@ function(tarn_fuzzer name)
     add_test(NAME fuzz.${name}
         COMMAND fuzz-${name} -runs=20000 -max_total_time=20 -seed=1 -artifact_prefix=${found}/crash- ${FUZZ_OPTIONS} ${found}
             ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name})
-    set_tests_properties(fuzz.${name} PROPERTIES TIMEOUT 120)
+    set_tests_properties(fuzz.${name} PROPERTIES TIMEOUT 120 RESOURCE_LOCK "${FUZZ_LOCKS}")
 endfunction()
 
 # The benchmarks of a room, bench/NAMEBench.cpp; built where the optimiser is on, and run by hand.
