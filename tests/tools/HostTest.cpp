@@ -83,9 +83,11 @@ TEST(Host, TellsWhatIsNoPluginFromWrongUse) {
     const FixtureIn fixture("well-behaved");
     for (const char* use : {"--input=nowhere.wav", "--input=" PROGRAM_fixture, "--set=1=0",
                             "--output=nowhere/out.wav", "--set=Loudness=0", "--block=0",
-                            "--channels=3", "--load-chunk=nowhere"})
+                            "--channels=3", "--load-chunk=nowhere", "--level=nan", "--seconds=inf"})
         EXPECT_EQ(fixture.play({use}).exitStatus, 2) << use;
-    EXPECT_EQ(fixture.play({"--output=same.wav", "--sent=same.wav"}).exitStatus, 2);
+    const std::string file = fixture / "same.wav", spelledOtherwise = fixture / "./same.wav";
+    for (const char* other : {"--sent", "--save-chunk"})
+        EXPECT_EQ(fixture.play({"--output", file, other, spelledOtherwise}).exitStatus, 2) << other;
     EXPECT_EQ(fixture.play({"--frames=1", "--seconds=1"}).exitStatus, 2);
 }
 

@@ -29,8 +29,9 @@ TEST(PackTool, MakesAndListsPacksOfWhatLoads) {
     const std::string before = folder.read("Drums.pack");
     EXPECT_EQ(run({"write", pack, kick}).exitStatus, 2);
     EXPECT_EQ(run({"write", "-f", pack, folder / "broken.wav"}).exitStatus, 2);
-    EXPECT_THAT(run({"write", "-f", pack, kick, kick}).errors, HasSubstr("two entries"));
-    EXPECT_EQ(run({"pack"}).exitStatus, 1);
+    EXPECT_THAT(run({"write", "-f", pack, kick, kick}).errors, HasSubstr("name kick"));
+    EXPECT_EQ(run({"pack"}).exitStatus, 2);
+    EXPECT_EQ(run({"write", "-f", folder / "./kick.wav", kick}).exitStatus, 2);
     EXPECT_EQ(folder.read("Drums.pack"), before);
 
     folder.write("Drums.pack", before.substr(0, before.size() - 10));

@@ -1,7 +1,7 @@
 #include "host/AudioFile.h"
 
+#include "common/Text.h"
 #include "host/Failure.h"
-#include "host/Files.h"
 
 #include <sndfile.h>
 
@@ -52,7 +52,7 @@ sf_count_t write(const void* from, sf_count_t bytes, void* user) {
 }  // namespace
 
 AudioFile::AudioFile(const std::string& path, std::ios::openmode mode)
-    : path_(path), stream_(fileAt(path), mode | std::ios::binary) {
+    : path_(path), stream_(tools::pathOf(path), mode | std::ios::binary) {
     if (!stream_)
         throw Failure(ExitBadUse, "can't open " + path);
 }

@@ -1,27 +1,15 @@
-// What ends the host early, in words for its user.
+// What the host tells whoever started it.
 #pragma once
 
-#include <stdexcept>
-#include <string>
+#include "common/Failure.h"
 
 namespace tarn::host {
 
-/// What the process tells whoever started it.
-enum ExitCode {
-    ExitFine = 0,
-    ExitRulesBroken = 1,  // the plug-in broke a rule of the interface
-    ExitBadUse = 2,       // the command line or a file
-    ExitNotLoaded = 3,    // the plug-in could not be loaded or gave no instance
-};
+using tools::ExitBadUse;
+using tools::ExitFine;
+using tools::Failure;
 
-class Failure : public std::runtime_error {
-public:
-    Failure(ExitCode code, const std::string& words) : std::runtime_error(words), code_(code) {}
-
-    ExitCode code() const noexcept { return code_; }
-
-private:
-    ExitCode code_;
-};
+constexpr int ExitRulesBroken = 1;  // the plug-in broke a rule of the interface
+constexpr int ExitNotLoaded = 3;    // the plug-in could not be loaded or gave no instance
 
 }  // namespace tarn::host

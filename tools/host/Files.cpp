@@ -1,5 +1,6 @@
 #include "host/Files.h"
 
+#include "common/Text.h"
 #include "host/Failure.h"
 
 #include <fstream>
@@ -8,25 +9,23 @@ namespace tarn::host {
 
 namespace {
 
+using tools::pathOf;
+
 constexpr std::uintmax_t kMostBytes = 1u << 30;
 
 }  // namespace
 
-std::filesystem::path fileAt(const std::string& utf8) {
-    return std::u8string(utf8.begin(), utf8.end());
-}
-
 std::string folderOf(const std::string& path) {
-    const std::u8string folder = fileAt(path).parent_path().u8string();
+    const std::u8string folder = pathOf(path).parent_path().u8string();
     return {folder.begin(), folder.end()};
 }
 
 std::vector<std::byte> readFile(const std::string& path) {
     std::error_code error;
-    const std::uintmax_t bytes = std::filesystem::file_size(fileAt(path), error);
+    const std::uintmax_t bytes = std::filesystem::file_size(pathOf(path), error);
     if (error || bytes > kMostBytes)
         throw Failure(ExitBadUse, "can't read " + path);
-    std::ifstream stream(fileAt(path), std::ios::binary);
+    std::ifstream stream(pathOf(path), std::ios::binary);
     std::vector<std::byte> content(static_cast<std::size_t>(bytes));
     stream.read(reinterpret_cast<char*>(content.data()),
                 static_cast<std::streamsize>(content.size()));
@@ -36,7 +35,7 @@ std::vector<std::byte> readFile(const std::string& path) {
 }
 
 void writeFile(const std::string& path, std::span<const std::byte> content) {
-    std::ofstream stream(fileAt(path), std::ios::binary);
+    std::ofstream stream(pathOf(path), std::ios::binary);
     stream.write(reinterpret_cast<const char*>(content.data()),
                  static_cast<std::streamsize>(content.size()));
     if (!stream.flush())

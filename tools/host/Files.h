@@ -2,15 +2,11 @@
 #pragma once
 
 #include <cstddef>
-#include <filesystem>
 #include <span>
 #include <string>
 #include <vector>
 
 namespace tarn::host {
-
-/// The path that a UTF-8 text means.
-std::filesystem::path fileAt(const std::string& utf8);
 
 /// The folder that the file of a path lies in, empty if the path doesn't tell.
 std::string folderOf(const std::string& path);

@@ -1,12 +1,10 @@
 // The command line of the host.
+#include "common/Arguments.h"
 #include "host/Failure.h"
 #include "host/Play.h"
 #include "host/Report.h"
-#include "platform/CommandLine.h"
 #include "platform/StandardOutput.h"
 
-#include <CLI/CLI.hpp>
-#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <iostream>
@@ -16,6 +14,8 @@ namespace tarn::host {
 
 namespace {
 
+using tools::numberFrom;
+
 constexpr const char* kFooter = R"(Examples:
   brimtide-host info Plugin.dll --json
   brimtide-host play Plugin.dll --input in.wav --output out.wav
@@ -23,7 +23,8 @@ constexpr const char* kFooter = R"(Examples:
   brimtide-host play Plugin.dll --signal noise --realtime --set 0=1@2.5 --set 0=0@3
 
 Exit status: 0 all is well; 1 the plug-in broke a rule of the interface, which standard error tells;
-2 the command line or a file is at fault; 3 the plug-in could not be loaded or gave no instance.)";
+2 the command line is wrong, or a file can't be read or written; 3 the plug-in could not be loaded
+or gave no instance.)";
 
 struct CommandLine {
     std::string plugin;  // to be described
@@ -46,63 +47,91 @@ void parseChannels(const std::string& text, PlayOptions& options) {
 }
 
 CLI::App& addInfo(CLI::App& app, CommandLine& line) {
-    CLI::App& command = *app.add_subcommand("info", "Lists what a plug-in reports.");
+    CLI::App& command =
+        *app.add_subcommand("info", "Shows everything that a plug-in reports of itself.");
     command.add_option("plugin", line.plugin, "The plug-in's library")->required();
-    command.add_flag("--json", line.isJson, "As JSON");
+    command.add_flag("--json", line.isJson, "Prints JSON");
     return command;
 }
 
-void addPlay(CLI::App& app, CommandLine& line) {
+void addSignal(CLI::App& command, PlayOptions& play) {
     static const std::map<std::string, SignalKind> signals = {
         {"sine", SignalKind::Sine},       {"ramp", SignalKind::Ramp},
         {"noise", SignalKind::Noise},     {"sweep", SignalKind::Sweep},
         {"impulse", SignalKind::Impulse}, {"silence", SignalKind::Silence}};
-    PlayOptions& play = line.play;
-    CLI::App& command = *app.add_subcommand("play", "Plays a file or a signal through a plug-in.");
-    command.add_option("plugin", play.plugin, "The plug-in's library")->required();
-
-    auto* input = command.add_option("--input", play.input, "WAV that goes into the plug-in");
-    command.add_option("--signal", play.signal.kind, "Signal that goes into the plug-in; a sine")
+    auto* input = command.add_option("--input", play.input, "WAV file to play into the plug-in");
+    command
+        .add_option("--signal", play.signal.kind, "Signal to play into the plug-in (default sine)")
         ->transform(CLI::CheckedTransformer(signals))
         ->option_text("sine|ramp|noise|sweep|impulse|silence")
         ->excludes(input);
-    command.add_option("--frequency", play.signal.frequency, "Of the sine, in Hz; 440")
-        ->check(CLI::Range(0.0, 1e6));
-    command.add_option("--level", play.signal.level, "Gain of the signal; 1")
-        ->check(CLI::Range(-1e6, 1e6));
-    command.add_option("--seed", play.seed, "Of the noise and of random block sizes; 1");
-    command.add_option("--output", play.output, "WAV for what comes out");
-    command.add_option("--sent", play.sent, "WAV for exactly what went in");
+    command
+        .add_option("--frequency", play.signal.frequency,
+                    "Frequency of the sine in Hz (default 440)")
+        ->check(numberFrom(0.0, 1e6));
+    command
+        .add_option("--level", play.signal.level,
+                    "Gain of the signal, a factor and not dB (default 1)")
+        ->check(numberFrom(-1e6, 1e6));
+    command.add_option("--seed", play.seed,
+                       "Start of the noise and of random block sizes: equal seeds give equal runs "
+                       "(default 1)");
+}
 
-    command.add_option("--rate", play.rate, "Hz; the file's, or 44100")
-        ->check(CLI::Range(1.0, 1e7));
-    auto* seconds = command.add_option("--seconds", play.seconds, "Length; the file's, or 10")
-                        ->check(CLI::Range(0.0, 1e9));
-    command.add_option("--frames", play.frames, "Length in frames")
-        ->check(CLI::Range(std::int64_t{0}, std::int64_t{1} << 48))
+void addExtent(CLI::App& command, CommandLine& line) {
+    PlayOptions& play = line.play;
+    command
+        .add_option("--rate", play.rate,
+                    "Sample rate in Hz (default: the input file's, else 44100)")
+        ->check(numberFrom(1.0, 1e7));
+    auto* seconds = command
+                        .add_option("--seconds", play.seconds,
+                                    "Length in seconds (default: the input file's, else 10)")
+                        ->check(numberFrom(0.0, 1e9));
+    command.add_option("--frames", play.frames, "Length in frames, instead of --seconds")
+        ->check(numberFrom(0, 0x1p48))
         ->excludes(seconds);
-    command.add_option("--channels", line.channels, "Asked for: 1, 2, or IN:OUT; the file's, or 2");
-    command.add_option("--block", line.block, "Frames of a block, N or at random MIN:MAX; 512");
+    command.add_option("--channels", line.channels,
+                       "Channels that the plug-in is asked for: 1, 2, or IN:OUT such as 1:2 "
+                       "(default: the input file's, else 2)");
+    command.add_option("--block", line.block,
+                       "Frames of a block: N, or MIN:MAX for random sizes (default 512)");
     command
         .add_option("--announce", play.announcedBlock,
-                    "Block size that the plug-in is told; the largest")
-        ->check(CLI::Range(1, 1 << 22));
-    command.add_flag("--realtime", play.isRealTime, "Plays as fast as it is heard");
-    command.add_flag("--in-place", play.isInPlace, "Outputs lie in the inputs' buffers");
-
-    command.add_option("--set", line.settings, "Sets a parameter at the start, or before a moment")
-        ->option_text("INDEX|NAME=VALUE[@SECONDS] ...")
-        ->allow_extra_args(false);
-    command.add_option("--load-chunk", play.loadChunk, "File whose bytes the plug-in restores");
-    command.add_option("--save-chunk", play.saveChunk, "File for the plug-in's chunk, at the end");
-    command.add_option("--instances", play.instances, "That play the same at once; 1")
-        ->check(CLI::Range(1, 10000));
-    command.add_option("--input-latency", play.inputLatency,
-                       "Samples that the plug-in is told when it asks; 0");
+                    "Largest block size that the plug-in is told (default: the largest played)")
+        ->check(numberFrom(1, 1 << 22));
+    command.add_flag("--realtime", play.isRealTime,
+                     "Plays at real-time speed, not as fast as possible");
     command
         .add_option("--linger", play.linger,
-                    "Seconds that the plug-in stays open, suspended, at the end; 0")
-        ->check(CLI::Range(0.0, 1e6));
+                    "Seconds to keep the plug-in open, but suspended, after the end (default 0)")
+        ->check(numberFrom(0.0, 1e6));
+}
+
+void addPlay(CLI::App& app, CommandLine& line) {
+    PlayOptions& play = line.play;
+    CLI::App& command = *app.add_subcommand("play", "Plays a file or a signal through a plug-in.");
+    command.add_option("plugin", play.plugin, "The plug-in's library")->required();
+    addSignal(command, play);
+    command.add_option("--output", play.output, "WAV file for what the plug-in puts out");
+    command.add_option("--sent", play.sent, "WAV file for exactly what the plug-in was given");
+    addExtent(command, line);
+    command.add_flag("--in-place", play.isInPlace,
+                     "Gives the plug-in the same buffers for inputs and outputs");
+    command
+        .add_option("--set", line.settings,
+                    "Sets a parameter to a value from 0 to 1, at the start or after some seconds")
+        ->option_text("INDEX|NAME=VALUE[@SECONDS] ...")
+        ->allow_extra_args(false);
+    command.add_option("--load-chunk", play.loadChunk,
+                       "File with a saved state, which the plug-in restores at the start");
+    command.add_option("--save-chunk", play.saveChunk, "File for the plug-in's state at the end");
+    command
+        .add_option("--instances", play.instances,
+                    "Instances that play the same audio in parallel (default 1)")
+        ->check(numberFrom(1, 10000));
+    command.add_option("--input-latency", play.inputLatency,
+                       "Input latency in samples that the plug-in is told (default 0)");
 }
 
 void stop(int signal) {
@@ -115,7 +144,7 @@ void runInfo(const CommandLine& line, Findings& findings) {
     const std::string text = reportOf(line.plugin, line.isJson, findings);
     const bool isWritten = output != nullptr && std::fputs(text.c_str(), output) >= 0;
     if (output == nullptr || std::fclose(output) != 0 || !isWritten)
-        throw Failure(ExitBadUse, "can't write to standard output");
+        throw Failure(ExitBadUse, "standard output can't be written to; is the disk full?");
 }
 
 void runPlay(CommandLine& line, Findings& findings) {
@@ -129,31 +158,22 @@ void runPlay(CommandLine& line, Findings& findings) {
     play(line.play, findings);
 }
 
-int run(std::vector<std::string> arguments) {
+int run(int argc, char** argv) {
     CommandLine line;
-    CLI::App app("A VST 2.4 host for the console, as strict as hosts can be.", "brimtide-host");
+    CLI::App app("A console host for VST 2.4 plug-ins, which checks that they keep the rules.",
+                 "brimtide-host");
     app.footer(kFooter);
-    app.allow_windows_style_options(false);  // a path may begin with a slash
-    app.require_subcommand(1);
     const CLI::App& info = addInfo(app, line);
     addPlay(app, line);
-    try {
-        std::reverse(arguments.begin(), arguments.end());  // CLI11 takes them from the end
-        app.parse(arguments);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? ExitFine : ExitBadUse;
-    }
+    int exitStatus = ExitFine;
+    if (!tools::parse(app, argc, argv, exitStatus))
+        return exitStatus;
 
     Findings findings;
-    try {
-        if (info.parsed())
-            runInfo(line, findings);
-        else
-            runPlay(line, findings);
-    } catch (const Failure& failure) {
-        std::cerr << "error: " << failure.what() << '\n';
-        return failure.code();
-    }
+    if (info.parsed())
+        runInfo(line, findings);
+    else
+        runPlay(line, findings);
     std::cerr << findings.repetitions();
     return findings.empty() ? ExitFine : ExitRulesBroken;
 }
@@ -162,9 +182,6 @@ int run(std::vector<std::string> arguments) {
 
 }  // namespace tarn::host
 
-int main(int argc, char** argv) try {
-    return tarn::host::run(tarn::platform::commandLineArguments(argc, argv));
-} catch (const std::exception& error) {
-    std::cerr << "error: " << error.what() << '\n';
-    return tarn::host::ExitBadUse;
+int main(int argc, char** argv) {
+    return tarn::tools::guarded(tarn::host::run, argc, argv);
 }

@@ -1,5 +1,6 @@
 #include "host/Play.h"
 
+#include "common/Text.h"
 #include "host/AudioFile.h"
 #include "host/Failure.h"
 #include "host/Files.h"
@@ -34,6 +35,14 @@ static_assert(std::atomic<bool>::is_always_lock_free, "it is set by signal handl
 
 Clock::duration durationOf(double seconds) {
     return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+// A file to be written must not be one that the run needs otherwise.
+void refuseSame(const std::string& path, std::initializer_list<std::string> others) {
+    for (const std::string& other : others)
+        if (tools::isSameFile(path, other))
+            throw Failure(ExitBadUse,
+                          path + " can't be written: the run needs it as " + other + " already");
 }
 
 // Waits for a moment, in steps, so that a request to stop is soon heard.
@@ -88,6 +97,7 @@ private:
     void makeBuffers(Voice& voice) const;
     std::vector<ParameterChange> applySettings();
     void openFiles();
+    std::unique_ptr<AudioWriter> openOutput(const std::string& path, int channels) const;
     void playBlock(const Schedule::Block& block);
     void record(const GuardedBuffers& buffers, std::size_t frames);
 
@@ -212,20 +222,23 @@ void Run::openFiles() {
         signal.seed = options_.seed;
         source_ = std::make_unique<SignalSource>(signal);
     }
-    const auto open = [this](const std::string& path, int channels) {
-        std::error_code none;
-        if (std::filesystem::equivalent(fileAt(path), fileAt(options_.input), none))
-            throw Failure(ExitBadUse, path + " is the input already");
-        if (channels == 0)
-            throw Failure(ExitBadUse, "the plug-in has no channel to write to " + path);
-        return std::make_unique<AudioWriter>(path, channels, rate_);
-    };
-    if (!options_.output.empty())
-        output_ = open(options_.output, first.outputs());
-    if (!options_.sent.empty() && options_.sent == options_.output)
-        throw Failure(ExitBadUse, options_.sent + " is the output already");
-    if (!options_.sent.empty())
-        sent_ = open(options_.sent, first.inputs());
+    // Each is compared with those that are there by then, which shows every spelling of one file.
+    const std::string& plugin = options_.plugin;
+    const std::string& input = options_.input;
+    refuseSame(options_.output, {plugin, input, options_.loadChunk});
+    output_ = openOutput(options_.output, first.outputs());
+    refuseSame(options_.sent, {plugin, input, options_.loadChunk, options_.output});
+    sent_ = openOutput(options_.sent, first.inputs());
+    refuseSame(options_.saveChunk, {plugin, input, options_.output, options_.sent});
+}
+
+// Null for an empty path.
+std::unique_ptr<AudioWriter> Run::openOutput(const std::string& path, int channels) const {
+    if (path.empty())
+        return nullptr;
+    if (channels == 0)
+        throw Failure(ExitBadUse, "the plug-in has no channel to write to " + path);
+    return std::make_unique<AudioWriter>(path, channels, rate_);
 }
 
 void Run::playBlocks() {
