@@ -1,86 +1,178 @@
 #include "Listing.h"
 
+#include "common/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdio>
 #include <nlohmann/json.hpp>
+#include <span>
 
 namespace tarn::receive {
 
 namespace {
 
-// Bytes of the UTF-8 sequence at `text`, 0 if there is no valid one. Overlong forms and surrogates
-// are invalid.
-std::size_t sequenceLength(std::string_view text) {
-    const auto byte = [&](std::size_t i) {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
-    };
-    const unsigned lead = byte(0);
-    const std::size_t length = lead < 0x80   ? 1
-                               : lead < 0xC2 ? 0
-                               : lead < 0xE0 ? 2
-                               : lead < 0xF0 ? 3
-                               : lead < 0xF5 ? 4
-                                             : 0;
-    for (std::size_t i = 1; i < length; ++i)
-        if ((byte(i) & 0xC0) != 0x80)
-            return 0;
-    const unsigned second = byte(1);
-    if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
-        (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F))
-        return 0;
-    return length;
-}
+using tools::columnsOf;
+using tools::printable;
 
-bool isControl(std::string_view sequence) {
-    const auto first = static_cast<unsigned char>(sequence[0]);
-    if (sequence.size() == 1)
-        return first < 0x20 || first == 0x7F;
-    return first == 0xC2 && static_cast<unsigned char>(sequence[1]) < 0xA0;
-}
+struct StateNames {
+    const char* words;
+    const char* key;
+};
 
-const char* stateWords(SenderState state) {
+StateNames namesOf(SenderState state) {
     switch (state) {
         case SenderState::Sending:
-            return "sending";
+            return {"sending", "sending"};
         case SenderState::Paused:
-            return "paused";
+            return {"paused", "paused"};
         case SenderState::Waiting:
-            return "silent so far";
+            return {"not started yet", "waiting"};
         case SenderState::Gone:
-            return "abandoned";
+            return {"sender is gone", "gone"};
         default:
-            return "ended";
+            return {"closed", "ended"};
     }
+}
+
+// dBFS, nothing for silence and where the level isn't known.
+std::optional<double> levelOf(const ConnectionInfo& info) {
+    if (!(info.level > 0.0f) || !std::isfinite(info.level))
+        return std::nullopt;
+    return 20.0 * std::log10(info.level);
+}
+
+std::string meterOf(const ConnectionInfo& info) {
+    constexpr int cells = 20;
+    constexpr double range = 60.0;  // dB
+    if (info.state != SenderState::Sending)
+        return "";
+    const std::optional<double> level = levelOf(info);
+    if (!level)
+        return "silence";
+    const double share = std::clamp(1.0 + *level / range, 0.0, 1.0);
+    const auto lit = static_cast<std::size_t>(std::lround(share * cells));
+    char peak[32];
+    std::snprintf(peak, sizeof peak, " %6.1f dBFS", *level);
+    return '[' + std::string(lit, '#') + std::string(cells - lit, ' ') + ']' + peak;
+}
+
+std::string rateOf(const ConnectionInfo& info) {
+    if (!info.sender || info.sender->rate <= 0.0)
+        return "not told";
+    return std::to_string(std::llround(info.sender->rate)) + " Hz";
+}
+
+int receiversOf(const ConnectionInfo& info) {
+    return std::max(info.sender ? info.sender->listeners : 0, info.hasSlave ? 1 : 0);
+}
+
+std::string remarksOn(const ConnectionInfo& info) {
+    const bool isOffline = info.sender && info.sender->isOffline;
+    const bool isMuted = info.sender && info.sender->isMuted;
+    return std::string(isOffline ? "rendering offline" : "") + (isOffline && isMuted ? ", " : "") +
+           (isMuted ? "output muted" : "");
+}
+
+struct Column {
+    const char* title;
+    bool isRight;  // numbers line up at their ends
+    std::string (*cell)(const ConnectionInfo&);
+};
+
+const Column Columns[] = {
+    {"No.", true, [](const ConnectionInfo& info) { return std::to_string(info.slot + 1); }},
+    {"Name", false, [](const ConnectionInfo& info) { return printable(info.name); }},
+    {"State", false,
+     [](const ConnectionInfo& info) { return std::string(namesOf(info.state).words); }},
+    {"Rate", true, rateOf},
+    {"Receivers", true,
+     [](const ConnectionInfo& info) { return std::to_string(receiversOf(info)); }},
+    {"Level", false, meterOf},
+    {"Host", false,
+     [](const ConnectionInfo& info) { return info.sender ? printable(info.sender->host) : ""; }},
+    {"Remarks", false, remarksOn},
+};
+constexpr std::size_t LevelPlace = 5;
+
+// A column's title and cells, all equally wide.
+std::vector<std::string> cellsOf(const Column& column,
+                                 const std::vector<ConnectionInfo>& connections) {
+    std::vector<std::string> cells{column.title};
+    for (const ConnectionInfo& info : connections)
+        cells.push_back(column.cell(info));
+    std::size_t width = 0;
+    for (const std::string& cell : cells)
+        width = std::max(width, columnsOf(cell));
+    for (std::string& cell : cells)
+        cell.insert(column.isRight ? 0 : cell.size(), width - columnsOf(cell), ' ');
+    return cells;
+}
+
+bool hasContent(const Column& column, const std::vector<ConnectionInfo>& connections) {
+    return std::any_of(connections.begin(), connections.end(),
+                       [&](const ConnectionInfo& info) { return !column.cell(info).empty(); });
+}
+
+template <typename Value>
+nlohmann::ordered_json orNull(const std::optional<Value>& value) {
+    return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json();
+}
+
+nlohmann::ordered_json factsOf(const ConnectionInfo& info) {
+    nlohmann::ordered_json facts = {
+        {"number", info.slot + 1},
+        {"name", printable(info.name)},
+        {"state", namesOf(info.state).key},
+        {"lastWriteAge", orNull(info.age)},
+        {"inputLatency", orNull(info.latency)},
+        {"levelDbfs", orNull(levelOf(info))},
+        {"receivers", receiversOf(info)},
+    };
+    const auto& sender = info.sender;
+    const auto told = [&](const char* key, nlohmann::ordered_json value) {
+        facts[key] = sender ? std::move(value) : nullptr;
+    };
+    const SenderFacts known = sender.value_or(SenderFacts{});
+    told("rate", known.rate > 0.0 ? nlohmann::ordered_json(known.rate) : nullptr);
+    told("samplesSent", known.published);
+    told("offline", known.isOffline);
+    told("muted", known.isMuted);
+    told("host", printable(known.host));
+    told("product", printable(known.product));
+    return facts;
 }
 
 }  // namespace
 
-std::string printable(const std::string& name) {
-    std::string text;
-    for (std::string_view rest = name; !rest.empty();) {
-        const std::size_t length = sequenceLength(rest);
-        const std::string_view sequence = rest.substr(0, std::max<std::size_t>(length, 1));
-        text += length == 0 || isControl(sequence) ? "?" : sequence;
-        rest.remove_prefix(sequence.size());
-    }
-    return text;
+std::string connectionWords(std::uint32_t slot, const std::string& name) {
+    const std::string words = "connection " + std::to_string(slot + 1);
+    return name.empty() ? words : words + " \"" + printable(name) + '"';
 }
 
-std::string listingText(const std::vector<ConnectionInfo>& connections) {
+std::string listingText(const std::vector<ConnectionInfo>& connections, LevelColumn level) {
     if (connections.empty())
         return "There is no connection.\n";
-    std::string text = "No.  State          Name\n";
-    for (const ConnectionInfo& info : connections) {
-        char line[128];
-        std::snprintf(line, sizeof line, "%3u  %-13s  ", info.slot + 1, stateWords(info.state));
-        text += line + printable(info.name) + "\n";
+    std::vector<std::string> lines(connections.size() + 1);
+    for (const Column& column : Columns) {
+        const bool isLevel = &column == &Columns[LevelPlace];
+        if (isLevel ? level == LevelColumn::Hidden : !hasContent(column, connections))
+            continue;
+        const std::vector<std::string> cells = cellsOf(column, connections);
+        for (std::size_t i = 0; i < lines.size(); ++i)
+            lines[i] += (lines[i].empty() ? "" : "  ") + cells[i];
     }
+    std::string text;
+    for (const std::string& line : lines)
+        text += line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
     return text;
 }
 
 std::string listingJson(const std::vector<ConnectionInfo>& connections) {
     auto list = nlohmann::ordered_json::array();
     for (const ConnectionInfo& info : connections)
-        list.push_back({{"number", info.slot + 1}, {"name", printable(info.name)}});
+        list.push_back(factsOf(info));
     return list.dump(2) + "\n";
 }
 

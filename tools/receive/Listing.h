@@ -3,20 +3,23 @@
 
 #include "link/ConnectionInfo.h"
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace tarn::receive {
 
-/// A table for people, or the word that there is none.
-std::string listingText(const std::vector<ConnectionInfo>& connections);
+/// A connection in a sentence: its number, and its name in quotes if it has one.
+std::string connectionWords(std::uint32_t slot, const std::string& name);
 
-/// A JSON array with one object a connection; `age` in seconds is null before the first write.
+enum class LevelColumn { Hidden, Shown };
+
+/// A table for people, or the word that there is none. The level is a meter of 60 dB, with the
+/// peak in dBFS.
+std::string listingText(const std::vector<ConnectionInfo>& connections,
+                        LevelColumn level = LevelColumn::Hidden);
+
+/// A JSON array with one object a connection; what isn't known is null. The help of `list` tells
+/// the keys.
 std::string listingJson(const std::vector<ConnectionInfo>& connections);
-
-/// A name for the screen: a name in the block may hold any bytes, and what could steer a terminal,
-/// or is no UTF-8, becomes "?".
-std::string printable(const std::string& name);
 
 }  // namespace tarn::receive

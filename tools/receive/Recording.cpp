@@ -1,5 +1,7 @@
 #include "Recording.h"
 
+#include "common/Text.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -44,13 +46,14 @@ std::array<char, WavHeaderBytes> header(std::uint32_t rate, std::uint64_t sample
     to.u32(0);
 
     to.text("fmt ");
-    to.u32(16);
+    to.u32(18);
     to.u16(3);  // IEEE float
     to.u16(1);
     to.u32(rate);
     to.u32(std::uint64_t{rate} * sizeof(float));
     to.u16(sizeof(float));
     to.u16(32);
+    to.u16(0);  // no extension, which formats other than PCM have to say
 
     to.text("fact");
     to.u32(4);
@@ -59,10 +62,6 @@ std::array<char, WavHeaderBytes> header(std::uint32_t rate, std::uint64_t sample
     to.text("data");
     to.u32(isLarge ? Bytes32 : dataBytes);
     return bytes;
-}
-
-std::filesystem::path pathOf(const std::string& utf8) {
-    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
 }
 
 }  // namespace
@@ -79,12 +78,12 @@ std::array<char, WavHeaderBytes> wavStreamHeader(std::uint32_t rate) {
 
 Recording::Recording(const std::string& path, std::uint32_t rate, bool replaces) : rate_(rate) {
     std::error_code ignored;
-    if (!replaces && std::filesystem::exists(pathOf(path), ignored)) {
-        error_ = path + " is there already";
+    if (!replaces && std::filesystem::exists(tools::pathOf(path), ignored)) {
+        error_ = path + " is there already; -f replaces it";
         return;
     }
-    data_.open(pathOf(path), std::ios::binary | std::ios::trunc);
-    header_.open(pathOf(path), std::ios::binary | std::ios::in | std::ios::out);
+    data_.open(tools::pathOf(path), std::ios::binary | std::ios::trunc);
+    header_.open(tools::pathOf(path), std::ios::binary | std::ios::in | std::ios::out);
     if (!data_ || !header_) {
         error_ = path + " could not be made";
         return;

@@ -12,7 +12,7 @@
 
 namespace tarn::receive {
 
-constexpr std::size_t WavHeaderBytes = 92;
+constexpr std::size_t WavHeaderBytes = 94;
 
 /// The header of such a file with `samples` samples at `rate` Hz: RIFF WAVE with IEEE float samples
 /// and a fact chunk, and with 28 bytes in reserve, which become the ds64 chunk of RF64 (EBU Tech
@@ -29,8 +29,11 @@ public:
     /// `error`.
     Recording(const std::string& path, std::uint32_t rate, bool replaces);
 
-    /// Adds samples; when it returns, they are with the operating system. False when they could not
-    /// be written.
+    /// Corrects the rate, for those who read the file from now on.
+    void setRate(std::uint32_t rate) noexcept { rate_ = rate; }
+
+    /// Adds samples, perhaps none; when it returns, they are with the operating system. False when
+    /// they could not be written.
     bool append(std::span<const float> samples);
 
     /// Why the file could not be made or written, in plain words; empty as long as all is well.
