@@ -188,7 +188,10 @@ void Session::storeLosses(const Delivery& delivery) {
     if (received_ == 0 && delivery.samples.empty())
         return;
     const auto [missed, isUnknown] = std::pair(early_.missed, early_.isMissedUnknown);
+    if (missed == 0 && !isUnknown)
+        return;
     early_ = {};
+    sink_.open();  // before the list of what is missing from it
     const bool isFilled = missed <= LongestSilence * rate_.rate();
     if (missed > 0)
         losses_.add(position_, missed,

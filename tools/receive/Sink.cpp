@@ -43,13 +43,17 @@ void FileSink::setRate(std::uint32_t rate) {
         file_->setRate(rate);
 }
 
+void FileSink::open() {
+    if (file_)
+        return;
+    file_ = std::make_unique<Recording>(path_, rate_, replaces_);
+    made_.push_back(path_);
+    std::error_code ignored;
+    std::filesystem::remove(tools::pathOf(listPath()), ignored);  // of a file that is replaced
+}
+
 void FileSink::append(std::span<const float> samples) {
-    if (!file_) {
-        file_ = std::make_unique<Recording>(path_, rate_, replaces_);
-        made_.push_back(path_);
-        std::error_code ignored;
-        std::filesystem::remove(tools::pathOf(listPath()), ignored);  // of a file that is replaced
-    }
+    open();
     if (!file_->append(samples))
         throw Failure(ExitBadUse, file_->error());
 }

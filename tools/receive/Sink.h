@@ -21,6 +21,10 @@ public:
     /// Tells or corrects the rate, in Hz, of what was appended since the last `next`.
     virtual void setRate(std::uint32_t rate) = 0;
 
+    /// Makes the place for samples, if it isn't there yet, and clears it of what it held before.
+    virtual void open() {}
+
+    /// Opens by itself.
     virtual void append(std::span<const float> samples) = 0;
 
     /// Ends what was begun, so that the next samples may have another rate. False where there is
@@ -42,6 +46,7 @@ public:
     FileSink(std::string path, bool replaces);
 
     void setRate(std::uint32_t rate) override;
+    void open() override;
     void append(std::span<const float> samples) override;
     bool next() override;
     std::string listPath() const override { return listOf(path_); }

@@ -1,0 +1,60 @@
+// How the receiving program ends at a signal, and what a disk that is full does to the tools.
+#include "host/AudioFile.h"
+#include "link/IOBridge.h"
+#include "support/Connections.h"
+#include "tools/Tool.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+
+namespace tarn::test {
+namespace {
+
+// The faults it would catch: a file that lacks its end, an end that counts as a failure.
+TEST(ReceiveEnd, EverySignalLeavesAWholeFile) {
+    for (const int signal : {SIGINT, SIGTERM, SIGKILL}) {
+        const ToolFolder folder;
+        std::string name = "x";
+        IOBridge<float> sender(name, {"host", "product"});
+        const std::string take = folder / "take.wav";
+        const pid_t process = ::fork();
+        if (process == 0) {
+            ::execl(PROGRAM_brimtide_receive, "receive", "record", "1", "-qo", take.c_str(),
+                    nullptr);
+            ::_exit(127);
+        }
+        while (sender.owner().listeners() == 0)
+            std::this_thread::yield();
+        sender.write(ramp(5000).data(), 5000);
+        std::size_t bytes = 0;
+        while (bytes < 5000 * sizeof(float))
+            bytes = folder.read("take.wav").size();
+        ::kill(process, signal);
+        int status = 0;
+        ::waitpid(process, &status, 0);
+        EXPECT_EQ(status, signal == SIGKILL ? SIGKILL : 0) << signal;
+        EXPECT_EQ(host::AudioReader(take).frames(), 5000) << signal;
+    }
+}
+
+TEST(ReceiveEnd, AFullDiskIsToldByEveryTool) {
+    const std::string uses[] = {
+        PROGRAM_brimtide_receive " list", PROGRAM_brimtide_receive " --help",
+        PROGRAM_brimtide_host " info " PROGRAM_Brimtide, PROGRAM_brimtide_pack " --version"};
+    for (const std::string& use : uses)
+        EXPECT_EQ(runTool("/bin/sh", {"-c", use + " >/dev/full"}).exitStatus, 2) << use;
+
+    std::string name = "x";
+    IOBridge<float> sender(name, {"host", "product"});
+    sender.owner().setRate(48000.0);
+    RunningTool receiver("/bin/sh", {"-c", PROGRAM_brimtide_receive " record x -o - >/dev/full"});
+    while (receiver.isRunning())
+        sender.write(ramp(100).data(), 100);
+    EXPECT_EQ(receiver.result().exitStatus, 2);
+}
+
+}  // namespace
+}  // namespace tarn::test
