@@ -55,7 +55,8 @@ std::string Losses::summary() const {
                                     : "an unknown number of samples is missing";
     if (samples_ > 0 && unknownPlaces_ > 0)
         text += ", and an unknown number more";
-    return text + ", in " + inWords(places_, "place", "places");
+    text += ", in " + inWords(places_, "place", "places");
+    return lists_.empty() ? text : text + ", listed in " + lists_;
 }
 
 // Tab-separated, for people and programs.
@@ -65,6 +66,8 @@ void Losses::list(std::uint64_t position, const std::string& length, Filling fil
         return;
     const bool isFirst = !std::exchange(isListBegun_, true);
     std::ofstream file(tools::pathOf(listPath_), isFirst ? std::ios::trunc : std::ios::app);
+    if (isFirst)
+        lists_ += (lists_.empty() ? "" : ", ") + listPath_;
     if (isFirst)
         file << "sample\tmissing\tseconds\treplaced by\n";
     char time[32];

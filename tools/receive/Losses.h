@@ -31,6 +31,7 @@ private:
     bool mayTell();
 
     std::string listPath_;
+    std::string lists_;  // the paths of all, for a sentence
     bool isListBegun_ = false;
     bool isListBroken_ = false;
     std::uint64_t places_ = 0;

@@ -7,8 +7,9 @@ namespace tarn::receive {
 
 namespace {
 
-constexpr double CountingSeconds = 1.0;
-constexpr int MostCountings = 4;  // a pause, or a sender that hurries, spoils one
+// Two countings in a row have to agree: a pause spoils one.
+constexpr double CountingSeconds = 0.5;
+constexpr int MostCountings = 8;
 constexpr double Tolerance = 0.03;
 constexpr std::uint32_t UsualRates[] = {8000,  11025, 16000, 22050,  32000,  44100,
                                         48000, 88200, 96000, 176400, 192000, 384000};
@@ -35,6 +36,8 @@ void RateFinder::see(const Delivery& delivery, double now) noexcept {
     if (const std::uint32_t told = toldBy(delivery); told != 0) {
         rate_ = told;
         source_ = Source::Told;
+    } else if (source_ == Source::Told) {
+        source_ = Source::Kept;
     } else if (source_ == Source::Unknown && given_) {
         rate_ = *given_;
         source_ = Source::Given;
@@ -51,14 +54,17 @@ void RateFinder::conclude() noexcept {
 void RateFinder::measure(const Delivery& delivery, double now) noexcept {
     if (!std::exchange(isCounting_, true)) {
         countedFrom_ = now;
-        counted_ = 0;
         return;
     }
     counted_ += delivery.missed + delivery.samples.size();
-    if (now - countedFrom_ < CountingSeconds)
+    const double seconds = now - countedFrom_;
+    if (seconds < CountingSeconds)
         return;
-    isCounting_ = false;
-    if (const auto usual = usualRateNear(static_cast<double>(counted_) / (now - countedFrom_))) {
+    const auto usual = usualRateNear(static_cast<double>(counted_) / seconds);
+    const bool isConfirmed = std::exchange(lastUsual_, usual) == usual && usual;
+    countedFrom_ = now;
+    counted_ = 0;
+    if (isConfirmed) {
         rate_ = *usual;
         source_ = Source::Measured;
     } else if (++countings_ == MostCountings) {

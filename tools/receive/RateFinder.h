@@ -16,6 +16,7 @@ public:
     enum class Source {
         Unknown,   // so far
         Told,      // by the sender
+        Kept,      // told by a sender before the present one, which doesn't tell it
         Given,     // by the user
         Measured,  // a usual rate is near to what was counted
         Assumed,   // none is
@@ -49,6 +50,7 @@ private:
     bool isCounting_ = false;
     double countedFrom_ = 0.0;  // high-resolution seconds
     std::uint64_t counted_ = 0;
+    std::optional<std::uint32_t> lastUsual_;  // near to what was counted
     int countings_ = 0;
 };
 

@@ -34,6 +34,10 @@ std::string wantedWords(const std::string& wanted) {
                     : "a connection with the name \"" + tools::printable(wanted) + '"';
 }
 
+std::string latencyWords(std::int32_t samples) {
+    return samples == 0 ? "" : ", input latency " + std::to_string(samples) + " samples";
+}
+
 class Session {
 public:
     Session(const RecordOptions& options, Target target, Sink& sink);
@@ -44,6 +48,7 @@ private:
     void recordUntilOver();
     bool isOver(const Delivery& delivery);
     void noteEnd();
+    void settleRate();
 
     // What one look brought.
     void store(const Delivery& delivery);
@@ -99,6 +104,7 @@ int Session::run() {
     losses_.beginFile(sink_.listPath());
     try {
         recordUntilOver();
+        settleRate();
     } catch (const Failure& error) {
         std::fprintf(stderr, "error: %s\n", error.what());
         failure = error.exitStatus();
@@ -114,16 +120,20 @@ void Session::recordUntilOver() {
         delivery = receiver_.look();
         tellState();
         if (hasEnded_ && delivery.isBeginning)
-            continue;  // a successor's samples
+            return storeLosses(delivery);  // a successor tells what was lost of the sender's end
         store(delivery);
         noteEnd();
         if (delivery.samples.empty())
             std::this_thread::sleep_for(LookInterval);
     }
-    if (received_ > 0 && rate_.source() == RateFinder::Source::Unknown) {
-        rate_.conclude();
-        tellRate();
-    }
+}
+
+// Of a sender that was heard for too short a time.
+void Session::settleRate() {
+    if (received_ == 0 || rate_.source() != RateFinder::Source::Unknown)
+        return;
+    rate_.conclude();
+    tellRate();
 }
 
 void Session::noteEnd() {
@@ -135,7 +145,7 @@ void Session::noteEnd() {
 bool Session::isOver(const Delivery& delivery) {
     if (isStopRequested() || isRateOver_ || room() == 0)
         return true;
-    if (hasEnded_ && (delivery.samples.empty() || delivery.isBeginning))
+    if (hasEnded_ && delivery.samples.empty())
         return true;
     const double silence = platform::highResolutionSeconds() - lastSamples_;
     return silence > (received_ == 0 ? options_.wait : options_.idle).value_or(INFINITY);
@@ -241,8 +251,7 @@ void Session::tellState() {
         case State::Searching:
             return tell("waiting for " + wantedWords(options_.connection));
         case State::Receiving:
-            return tell("receiving " + connection + ", input latency " +
-                        std::to_string(receiver_.inputLatency()) + " samples");
+            return tell("receiving " + connection + latencyWords(receiver_.inputLatency()));
         case State::Silent:
             return tell(connection + " sends nothing at the moment");
         case State::Ended:
@@ -261,6 +270,8 @@ void Session::tellRate() {
     switch (rate_.source()) {
         case Source::Given:
             return tell(untold + hertz + " is taken from --rate");
+        case Source::Kept:
+            return tell("the present " + (untold + ("the file keeps " + hertz)));
         case Source::Measured:
             return tell(untold + hertz + " was measured");
         case Source::Assumed:

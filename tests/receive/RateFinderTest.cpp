@@ -1,0 +1,77 @@
+#include "RateFinder.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace tarn::receive {
+namespace {
+
+using Source = RateFinder::Source;
+
+std::vector<float> audio(1 << 16);
+
+Delivery delivery(std::size_t frames, double rate = 0.0) {
+    Delivery made;
+    made.samples = std::span(audio).first(frames);
+    made.rate = rate;
+    return made;
+}
+
+// The fault it would catch: a rate that is wrong because blocks are long, because the first
+// delivery holds what was sent before, or because the sender paused.
+TEST(RateFinder, MeasuresASenderThatDoesntTell) {
+    struct Case {
+        double sent;  // Hz
+        std::size_t block;
+        std::uint32_t found;
+        Source source;
+    };
+    const Case cases[] = {
+        {44100, 64, 44100, Source::Measured},       {48000, 4096, 48000, Source::Measured},
+        {96000, 16384, 96000, Source::Measured},    {46600, 480, 48000, Source::Measured},
+        {192000, 512, 192000, Source::Measured},    {60000, 480, AssumedRate, Source::Assumed},
+        {5e6, 32768, AssumedRate, Source::Assumed},
+    };
+    for (const Case& c : cases) {
+        RateFinder finder(std::nullopt);
+        double now = 1000.0;
+        finder.see(delivery(16384), now);
+        for (const double pauseEnd = now += 0.7; now < pauseEnd + 9.0;) {
+            EXPECT_TRUE(finder.source() == c.source || finder.source() == Source::Unknown);
+            now += static_cast<double>(c.block) / c.sent;
+            Delivery next = delivery(c.block / 2);
+            next.missed = c.block - c.block / 2;
+            finder.see(next, now);
+        }
+        EXPECT_EQ(finder.rate(), c.found) << c.sent;
+        EXPECT_EQ(finder.source(), c.source) << c.sent;
+    }
+}
+
+TEST(RateFinder, BelievesTheSenderBeforeTheUser) {
+    RateFinder finder(8000);
+    EXPECT_FALSE(finder.isChange(delivery(1, 44100.0)));
+    finder.see(delivery(1), 0.0);
+    EXPECT_EQ(finder.source(), Source::Given);
+    EXPECT_EQ(finder.rate(), 8000u);
+    EXPECT_TRUE(finder.isChange(delivery(1, 44100.0)));
+    finder.see(delivery(1, 44100.0), 0.0);
+    EXPECT_EQ(finder.source(), Source::Told);
+    EXPECT_FALSE(finder.isChange(delivery(1, 44100.2)));
+    EXPECT_FALSE(finder.isChange(delivery(1)));
+    finder.see(delivery(1), 0.0);
+    EXPECT_EQ(finder.source(), Source::Kept);
+    EXPECT_EQ(finder.rate(), 44100u);
+}
+
+TEST(RateFinder, AssumesARateAtTheEndIfNoneIsKnown) {
+    RateFinder finder(std::nullopt);
+    finder.see(delivery(100), 0.0);
+    finder.conclude();
+    EXPECT_EQ(finder.source(), Source::Assumed);
+    EXPECT_EQ(finder.rate(), AssumedRate);
+}
+
+}  // namespace
+}  // namespace tarn::receive
