@@ -56,11 +56,13 @@ void addList(CLI::App& app, ListOptions& options) {
 
 void addEnds(CLI::App& command, RecordOptions& options) {
     const auto addTime = [&](const char* name, std::optional<double>& time, const char* words) {
-        command.add_option(name, time, words)->check(numberFrom(0.001, LongestTime));
+        command.add_option(name, time, words)
+            ->type_name("SECONDS")
+            ->check(numberFrom(0.001, LongestTime));
     };
     addTime("-s,--seconds", options.seconds, "Stops after so many seconds of audio");
-    addTime("--wait", options.wait, "Gives up when nothing has come after so many seconds");
-    addTime("--idle", options.idle, "Stops when nothing has come for so many seconds");
+    addTime("--wait", options.wait, "Gives up when nothing at all has come within so many seconds");
+    addTime("--idle", options.idle, "Stops when nothing more has come for so many seconds");
     command.add_flag("--until-end", options.stopsAtEnd,
                      "Stops when the sender is closed, or its host ends");
     command.add_flag("--stop-at-rate-change", options.stopsAtRateChange,
@@ -70,15 +72,19 @@ void addEnds(CLI::App& command, RecordOptions& options) {
 void addRecord(CLI::App& app, RecordOptions& options) {
     CLI::App& command = *app.add_subcommand("record", "Records a connection to a WAV file");
     command.footer(RecordFooter);
-    command.add_option("connection", options.connection,
-                       "Its number, 1 to 32, or its name; else the one that sends");
+    command
+        .add_option("connection", options.connection,
+                    "Its number, 1 to 32, or its name; without, the one that sends")
+        ->type_name("NUMBER|NAME");
     command
         .add_option("-o,--output", options.output, "The WAV file to make, or - for standard output")
+        ->type_name("FILE")
         ->required();
     command
         .add_option(
             "-r,--rate", options.rate,
             "Sample rate in Hz of an older sender, which doesn't tell it (default: measured)")
+        ->type_name("HZ")
         ->check(numberFrom(1000, 768000));
     addEnds(command, options);
     command.add_flag("--raw", options.isRaw, "Writes no header to standard output, only samples");

@@ -54,7 +54,8 @@ std::string meterOf(const ConnectionInfo& info) {
     const double share = std::clamp(1.0 + *level / range, 0.0, 1.0);
     const auto lit = static_cast<std::size_t>(std::lround(share * cells));
     char peak[32];
-    std::snprintf(peak, sizeof peak, " %6.1f dBFS", *level);
+    std::snprintf(peak, sizeof peak, " %6.1f dBFS",
+                  std::round(*level * 10.0) / 10.0 + 0.0);  // no -0.0
     return '[' + std::string(lit, '#') + std::string(cells - lit, ' ') + ']' + peak;
 }
 
