@@ -49,6 +49,17 @@ TEST(RateFinder, MeasuresASenderThatDoesntTell) {
     }
 }
 
+TEST(RateFinder, KnowsEveryUsualRateAfterASecond) {
+    for (const std::uint32_t rate : {8000u, 11025u, 16000u, 22050u, 32000u, 44100u, 48000u, 88200u,
+                                     96000u, 176400u, 192000u, 384000u}) {
+        RateFinder finder(std::nullopt);
+        for (int hundredth = 0; hundredth <= 102; ++hundredth)
+            finder.see(delivery(rate / 100), 1000.0 + hundredth / 100.0);
+        EXPECT_EQ(finder.source(), Source::Measured) << rate;
+        EXPECT_EQ(finder.rate(), rate);
+    }
+}
+
 TEST(RateFinder, BelievesTheSenderBeforeTheUser) {
     RateFinder finder(8000);
     EXPECT_FALSE(finder.isChange(delivery(1, 44100.0)));
