@@ -31,16 +31,17 @@ std::string textOf(const char (&bytes)[ConnectionStateTextBytes]) {
 }
 
 struct Rate {
-    double hertz = 0.0;
-    std::uint64_t from = 0;
+    double hertz;
+    std::uint64_t from;
 };
 
 // The sender marks `rateFrom` while it changes the pair; one that died over it leaves the mark.
 Rate rateOf(const ConnectionState& state) noexcept {
     const std::uint64_t from = loadShared(state.stream.rateFrom, std::memory_order_acquire);
     const double hertz = loadShared(state.stream.rate, std::memory_order_acquire);
-    const bool isWhole = from != ConnectionRateChanges && loadShared(state.stream.rateFrom) == from;
-    return isWhole && hertz > 0.0 && hertz <= ConnectionHighestRate ? Rate{hertz, from} : Rate{};
+    if (loadShared(state.stream.rateFrom) != from || from == ConnectionRateChanges)
+        return {0.0, ConnectionRateChanges};
+    return {hertz > 0.0 && hertz <= ConnectionHighestRate ? hertz : 0.0, from};
 }
 
 // Whether the ring's write head can be where it is while the sender is between two positions.

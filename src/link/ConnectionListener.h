@@ -46,7 +46,8 @@ struct TakenSamples {
     std::span<const float> samples;  // those before `end`; what lies between the position that was
                                      // asked for and the first of them is lost
     double rate = 0.0;               // Hz, as told at this moment; 0 if it isn't known
-    std::uint64_t rateFrom = 0;      // position of the first sample at this rate
+    std::uint64_t rateFrom = 0;  // position of the first sample at this rate; all ones, which is
+                                 // beyond any sample, while the sender is changing it
 };
 
 /// Keeps the connection's two blocks alive while it lives. One thread at a time. Opening and the

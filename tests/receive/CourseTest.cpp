@@ -113,7 +113,7 @@ TEST_F(CourseTest, ADeliveryHasOneRate) {
         return std::tuple(delivery.samples.size(), delivery.rate, delivery.isBeginning);
     };
     see(session(1));
-    EXPECT_EQ(facts(take(0, 44100.0)), std::tuple(0u, 0.0, false));
+    EXPECT_EQ(facts(take(0, 44100.0)), std::tuple(0u, 44100.0, false));
     EXPECT_EQ(facts(take(10, 44100.0)), std::tuple(10u, 44100.0, true));
     EXPECT_EQ(facts(take(30, 48000.0, 30)), std::tuple(20u, 44100.0, false));
     EXPECT_EQ(facts(take(50, 48000.0, 30)), std::tuple(20u, 48000.0, false));
@@ -121,7 +121,9 @@ TEST_F(CourseTest, ADeliveryHasOneRate) {
     EXPECT_EQ(facts(take(90, 96000.0, 60)), std::tuple(30u, 96000.0, false));
     EXPECT_EQ(facts(take(500, 8000.0, 200)), std::tuple(100u, 8000.0, false));  // after a loss
     see(session(2));
-    EXPECT_EQ(facts(take(20, 32000.0, 10)), std::tuple(20u, 32000.0, true));
+    EXPECT_EQ(facts(take(20, 32000.0, 10)), std::tuple(10u, 0.0, true));  // told too late
+    EXPECT_EQ(facts(take(20, 32000.0, 10)), std::tuple(10u, 32000.0, false));
+    EXPECT_EQ(facts(take(30, 0.0, ConnectionRateChanges)), std::tuple(10u, 32000.0, false));
 }
 
 }  // namespace

@@ -282,7 +282,6 @@ TEST_F(OldSenderTest, TellsTheGapsThatItSeesAndPromisesNothing) {
     }
     EXPECT_GT(missed_, 0u);
     EXPECT_EQ(expected_, sent_ + 1);
-    EXPECT_NEAR(receiver_->measuredRate(), 48'000.0, 2'000.0);
 }
 
 // Faults: a number told that nobody can know; a sender that runs faster than the receiver was told.

@@ -32,11 +32,11 @@ void Course::see(const Sight& sight, std::uint64_t start, Delivery& delivery) {
 void Course::take(const TakenSamples& taken, Delivery& delivery) {
     const std::uint64_t first = taken.end - taken.samples.size();
     // Only samples from `rateFrom` on have the rate that is told now.
-    const bool isRateOfAll = taken.rateFrom <= first || rate_ == 0.0;
-    const bool isRateOfSome = taken.rate != rate_ && taken.rateFrom < taken.end;
-    if (isRateOfAll && taken.rateFrom < taken.end)
+    std::uint64_t end = taken.end;
+    if (taken.rateFrom <= first)
         rate_ = taken.rate;
-    const std::uint64_t end = !isRateOfAll && isRateOfSome ? taken.rateFrom : taken.end;
+    else if (taken.rateFrom < end && taken.rate != rate_)
+        end = taken.rateFrom;
 
     delivery.missed += first - position_;
     delivery.samples = taken.samples.first(static_cast<std::size_t>(end - first));

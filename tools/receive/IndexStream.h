@@ -34,9 +34,6 @@ public:
     /// its first sample.
     bool isMadeAnew() const noexcept { return mark_ && !mark_->stands(); }
 
-    /// Hz, as it was measured over the last half second; 0 before.
-    double measuredRate() const noexcept { return measuredRate_; }
-
 private:
     void followNewMaster(Delivery& delivery);
     bool observeHead(const ConnectionListener& listener);

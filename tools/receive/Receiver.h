@@ -44,9 +44,6 @@ public:
     /// Whether its sender tells its position, so that every loss is known.
     bool isComplete() const noexcept { return stream_ == nullptr; }
 
-    /// Hz, as measured with a sender that tells neither; 0 before half a second has passed.
-    double measuredRate() const noexcept { return stream_ ? stream_->measuredRate() : 0.0; }
-
 private:
     bool find();
     bool isWanted(std::uint32_t slot, const ConnectionInfo& info);
