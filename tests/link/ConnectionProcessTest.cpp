@@ -88,14 +88,16 @@ TEST(ConnectionProcess, TheReaderOfTheManualReceivesAndTellsWhatItLost) {
         isListening = false;
     });
     std::vector<float> samples;
-    // Ends, so that a failing test does.
-    for (std::uint64_t sent = 0; isListening && sent < 50'000'000'000; sent += samples.size()) {
+    // At some speed that leaves the reader something; and it ends, so that a failing test does.
+    constexpr double Speed = 1e7;  // samples a second
+    const double start = platform::highResolutionSeconds();
+    for (std::uint64_t sent = 0; isListening && sent < 500'000'000; sent += samples.size()) {
+        while (platform::highResolutionSeconds() < start + static_cast<double>(sent) / Speed)
+            std::this_thread::yield();
         samples.resize(sent % 7 == 0 ? 40'000 : 480);
         for (std::size_t i = 0; i < samples.size(); ++i)
             samples[i] = static_cast<float>((sent + i) & 0xFFFFFF);
         sender->write(samples.data(), static_cast<std::uint32_t>(samples.size()));
-        if (sent % 3 == 0)
-            std::this_thread::yield();
     }
     sender.reset();
     listening.join();
