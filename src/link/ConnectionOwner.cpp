@@ -66,7 +66,8 @@ void ConnectionOwner::hide() noexcept {
     }
     storeShared(state.session, std::uint64_t{0});
     fenceShared(std::memory_order_release);
-    // Then the layout, so that who looks meanwhile sees that a sender with a state block comes.
+    // Then what tells who looks meanwhile that a sender with a state block comes.
+    storeShared(state.ended, 0u);
     storeShared(state.major, ConnectionStateMajor);
     storeShared(state.minor, ConnectionStateMinor);
     storeShared(state.size, ConnectionStateSize);
@@ -78,7 +79,6 @@ void ConnectionOwner::begin(const SenderNames& names) {
     if (state_ == nullptr)
         return;
     ConnectionState& state = *state_;
-    storeShared(state.ended, 0u);
     storeShared(state.stream.claimed, std::uint64_t{0});
     storeShared(state.stream.published, std::uint64_t{0});
     storeShared(state.stream.rate, 0.0);

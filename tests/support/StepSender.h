@@ -39,6 +39,7 @@ public:
             add([this] { state_.session = 0; });
         if (tellsState)
             add([this] {
+                state_.ended = 0;
                 state_.major = ConnectionStateMajor;
                 state_.size = ConnectionStateSize;
                 state_.magic = ConnectionStateMagic;
@@ -46,7 +47,6 @@ public:
         makeBlockAnew();
         if (!tellsState)
             return;
-        add([this] { state_.ended = 0; });
         add([this] { state_.stream.claimed = 0; });
         add([this] { state_.stream.published = 0; });
         add([this] { state_.stream.rateFrom = 0; });
