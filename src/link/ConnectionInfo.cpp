@@ -12,10 +12,12 @@ namespace {
 constexpr std::uint32_t LevelSamples = 4800;  // a tenth of a second at 48 kHz
 
 SenderState stateOf(const ConnectionListener& listener, const std::optional<SenderFacts>& sender) {
-    if (!listener.hasMaster() || (sender && sender->isEnded))
+    if (!listener.hasMaster())
         return SenderState::Ended;
-    if (sender && platform::lifeOf(sender->owner) == platform::ProcessLife::Gone)
+    if (sender && listener.lifeOfSender() == platform::ProcessLife::Gone)
         return SenderState::Gone;
+    if (sender && sender->isEnded)
+        return SenderState::Ended;
     if (listener.isWrittenWithin(ConnectionLiveSeconds))
         return SenderState::Sending;
     if (listener.lastWriteTime() == 0)
@@ -26,7 +28,9 @@ SenderState stateOf(const ConnectionListener& listener, const std::optional<Send
 
 float levelOf(ConnectionListener& listener) {
     float peak = 0.0f;
-    for (const float sample : listener.copy(listener.writeIndex() - LevelSamples, LevelSamples))
+    std::vector<float> samples;
+    for (const float sample :
+         listener.copy(listener.writeIndex() - LevelSamples, LevelSamples, samples))
         peak = std::max(peak, std::abs(sample));  // passes over NaN
     return peak;
 }

@@ -27,7 +27,7 @@ struct ConnectionInfo {
     std::string name;                     // at most 32 bytes, whatever they are
     std::optional<std::int64_t> age;      // of the last write in seconds; nothing before the first
     std::optional<std::int32_t> latency;  // of the sending host's input, samples; likewise
-    bool hasSlave;                        // a receiver is attached that knows no state block
+    bool hasSlave;                        // a receiver is attached by a reader record
     float level;                        // linear peak of the newest 4800 samples, 0 unless Sending
     std::optional<SenderFacts> sender;  // nothing from one without a state block
 };

@@ -11,8 +11,9 @@ namespace tarn {
 
 namespace {
 
-// Two looks that find the same session around them have read one session's fields. A sender that
-// takes over again and again while it is looked at doesn't exist; something that does harm might.
+// Where the session and the former one are the same before and after, all fields are of one
+// session. A sender that takes over again and again while it is looked at doesn't exist; something
+// that does harm might.
 constexpr int MostTries = 3;
 
 using platform::SharedMemory;
@@ -42,12 +43,6 @@ Rate rateOf(const ConnectionState& state) noexcept {
     if (loadShared(state.stream.rateFrom) != from || from == ConnectionRateChanges)
         return {0.0, ConnectionRateChanges};
     return {hertz > 0.0 && hertz <= ConnectionHighestRate ? hertz : 0.0, from};
-}
-
-// Whether the ring's write head can be where it is while the sender is between two positions.
-bool isBetween(std::uint32_t writeIndex, std::uint64_t published, std::uint64_t claimed) noexcept {
-    const std::uint64_t beyond = (writeIndex - published) & ConnectionRingMask;
-    return published <= claimed && beyond <= claimed - published;
 }
 
 }  // namespace
@@ -82,7 +77,9 @@ bool ConnectionListener::hasMaster() const noexcept {
 }
 
 bool ConnectionListener::hasSlave() const noexcept {
-    return loadShared(block_->readers[0].slaveInUse) != 0;
+    return std::ranges::any_of(block_->readers, [](const ReaderRecord& record) {
+        return loadShared(record.slaveInUse) != 0;
+    });
 }
 
 std::string ConnectionListener::name() const {
@@ -116,13 +113,16 @@ bool ConnectionListener::isStateInForce() const noexcept {
         return false;
     const std::uint64_t owner = loadShared(state_->owner, std::memory_order_acquire);
     const bool isMarked = loadShared(block_->masterInUse, std::memory_order_acquire) != 0;
-    if (owner == 0 && isMarked && loadShared(state_->owner, std::memory_order_acquire) == 0)
-        return false;
-    // A sender that died while it let go has left its owner behind.
-    if (!isMarked || loadShared(state_->ended) == 0)
+    if (!isMarked)
         return true;
-    const std::uint64_t published = loadShared(state_->stream.published, std::memory_order_acquire);
-    return isBetween(writeIndex(), published, published);
+    if (owner == 0 && loadShared(state_->owner, std::memory_order_acquire) == 0)
+        return false;
+    // The mark may also stand over a sender that died while it came or went.
+    if (loadShared(state_->session) == 0) {
+        const bool isWritten = writeIndex() != 0 || stampOf(*block_) != 0;
+        return !isWritten || lifeOfOwner(*state_) != platform::ProcessLife::Gone;
+    }
+    return loadShared(state_->ended) == 0 || doBlocksAgree(*block_, *state_);
 }
 
 std::uint64_t ConnectionListener::session() const noexcept {
@@ -137,8 +137,7 @@ std::optional<SenderFacts> ConnectionListener::sender() const {
         SenderFacts facts{};
         facts.session = loadShared(state.session, std::memory_order_acquire);
         facts.isEnded = loadShared(state.ended, std::memory_order_acquire) != 0;
-        facts.owner = loadShared(state.owner);
-        facts.formerSession = loadShared(state.formerSession);
+        facts.formerSession = loadShared(state.formerSession, std::memory_order_acquire);
         facts.formerPublished = loadShared(state.formerPublished);
         facts.published = loadShared(state.stream.published, std::memory_order_acquire);
         facts.rate = rateOf(state).hertz;
@@ -150,13 +149,15 @@ std::optional<SenderFacts> ConnectionListener::sender() const {
         facts.product = textOf(state.product);
         facts.listeners = countListeners(state, listenerClock());
         fenceShared(std::memory_order_acquire);
-        if (loadShared(state.session) == facts.session)
+        if (loadShared(state.session) == facts.session &&
+            loadShared(state.formerSession) == facts.formerSession)
             return facts;
     }
     return std::nullopt;
 }
 
-TakenSamples ConnectionListener::take(std::uint64_t session, std::uint64_t position) {
+TakenSamples ConnectionListener::take(std::uint64_t session, std::uint64_t position,
+                                      std::vector<float>& buffer) {
     using Result = TakenSamples::Result;
     const auto nothing = [](Result why) {
         TakenSamples taken;
@@ -172,8 +173,8 @@ TakenSamples ConnectionListener::take(std::uint64_t session, std::uint64_t posit
         published - std::min<std::uint64_t>(published, ConnectionRingSamples);
     const std::uint64_t from = std::min(std::max(position, oldest), published);
     const Rate rate = rateOf(state);
-    copyAcrossTheEnd(static_cast<std::uint32_t>(from),
-                     static_cast<std::uint32_t>(published - from));
+    copyAcrossTheEnd(static_cast<std::uint32_t>(from), static_cast<std::uint32_t>(published - from),
+                     buffer);
 
     fenceShared(std::memory_order_acquire);
     const std::uint32_t head = writeIndex();
@@ -196,25 +197,27 @@ TakenSamples ConnectionListener::take(std::uint64_t session, std::uint64_t posit
         claimed - std::min<std::uint64_t>(claimed, ConnectionRingSamples);
     const std::uint64_t first = std::min(std::max(from, overwritten), published);
     return {Result::Taken, published,
-            std::span<const float>(buffer_.data() + (first - from),
+            std::span<const float>(buffer.data() + (first - from),
                                    static_cast<std::size_t>(published - first)),
             rate.hertz, rate.from};
 }
 
-std::span<const float> ConnectionListener::copy(std::uint32_t index, std::uint32_t samples) {
+std::span<const float> ConnectionListener::copy(std::uint32_t index, std::uint32_t samples,
+                                                std::vector<float>& buffer) {
     samples = std::min(samples, ConnectionRingSamples);
-    copyAcrossTheEnd(index, samples);
-    return {buffer_.data(), samples};
+    copyAcrossTheEnd(index, samples, buffer);
+    return {buffer.data(), samples};
 }
 
-void ConnectionListener::copyAcrossTheEnd(std::uint32_t index, std::uint32_t samples) {
+void ConnectionListener::copyAcrossTheEnd(std::uint32_t index, std::uint32_t samples,
+                                          std::vector<float>& buffer) {
     if (samples == 0)
         return;
-    buffer_.resize(std::max<std::size_t>(buffer_.size(), samples));
+    buffer.resize(std::max<std::size_t>(buffer.size(), samples));
     index &= ConnectionRingMask;
     const std::uint32_t first = std::min(samples, ConnectionRingSamples - index);
-    copyRing(buffer_.data(), block_->audio.ring + index, first);
-    copyRing(buffer_.data() + first, block_->audio.ring, samples - first);
+    copyRing(buffer.data(), block_->audio.ring + index, first);
+    copyRing(buffer.data() + first, block_->audio.ring, samples - first);
 }
 
 #if defined(__SANITIZE_THREAD__)

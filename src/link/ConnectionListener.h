@@ -20,7 +20,6 @@ namespace tarn {
 struct SenderFacts {
     std::uint64_t session;          // 0 while a sender is just making the connection
     bool isEnded;                   // it has let go
-    platform::ProcessName owner;    // its process; 0 after it has let go
     std::uint64_t formerSession;    // the one before it, 0 if there was none
     std::uint64_t formerPublished;  // samples that one had sent in all
     std::uint64_t published;        // samples sent so far
@@ -86,16 +85,22 @@ public:
     /// whose state block stayed behind when a sender without took the slot over.
     std::optional<SenderFacts> sender() const;
 
+    /// What is known of the sender's process, as far as it tells of one. Calls the system.
+    platform::ProcessLife lifeOfSender() const noexcept {
+        return state_ != nullptr ? lifeOfOwner(*state_) : platform::ProcessLife::Unknown;
+    }
+
     /// The session alone, 0 in the cases in which `sender` tells nothing.
     std::uint64_t session() const noexcept;
 
     /// Takes all samples of a session that are still there, from `position` on, into a buffer of
-    /// this object, where they stay until the next call.
-    TakenSamples take(std::uint64_t session, std::uint64_t position);
+    /// the caller's, which grows up to a ring.
+    TakenSamples take(std::uint64_t session, std::uint64_t position, std::vector<float>& buffer);
 
     /// Copies samples by their place in the ring, whatever becomes of them meanwhile: for a sender
-    /// that doesn't tell its position. At most one ring; the span is valid until the next call.
-    std::span<const float> copy(std::uint32_t index, std::uint32_t samples);
+    /// that doesn't tell its position. At most one ring.
+    std::span<const float> copy(std::uint32_t index, std::uint32_t samples,
+                                std::vector<float>& buffer);
 
     /// Tells the sender, and everyone else, that somebody listens: a sign of life, to be given at
     /// each look. Does nothing where the state block may not be written.
@@ -108,7 +113,7 @@ protected:
 
 private:
     bool isStateInForce() const noexcept;
-    void copyAcrossTheEnd(std::uint32_t index, std::uint32_t samples);
+    void copyAcrossTheEnd(std::uint32_t index, std::uint32_t samples, std::vector<float>& buffer);
 
     const std::uint32_t slot_;
     platform::SharedMemory mapping_;
@@ -118,8 +123,7 @@ private:
     ConnectionState* writableState_ = nullptr;  // the same, where it may be written
     ListenerPlace place_;
     std::uint64_t stampSession_ = 0;
-    std::int64_t stamp_ = 0;     // the latest that was seen in that session
-    std::vector<float> buffer_;  // as long as the longest copy so far
+    std::int64_t stamp_ = 0;  // the latest that was seen in that session
 };
 
 }  // namespace tarn

@@ -1,6 +1,7 @@
 #include "link/ConnectionOwner.h"
 
 #include "link/IOBridge.h"
+#include "platform/Clock.h"
 #include "platform/Process.h"
 
 #include <algorithm>
@@ -13,6 +14,22 @@ namespace {
 void copyText(char (&to)[ConnectionStateTextBytes], std::string_view text) noexcept {
     std::memset(to, 0, sizeof to);
     text.substr(0, text.find('\0')).copy(to, sizeof to - 1);
+}
+
+// Whether a mark was left by an owner whose process is gone, and isn't that of a master without a
+// state block which came after it. Where both can be, nothing may be written any more.
+bool isLeftBehind(std::uint32_t slot, const ConnectionState& state) {
+    const auto memory = platform::SharedMemory::open(
+        connectionMappingName(slot), ConnectionBlockSize, platform::SharedMemory::Access::ReadOnly);
+    const auto* block = static_cast<const ConnectionBlock*>(memory.data());
+    if (block == nullptr || loadShared(state.owner) == 0)
+        return false;
+    const std::int64_t stamp = stampOf(*block);
+    const bool isOld =
+        stamp != 0 && stamp < secondsBefore(platform::calendarSeconds(), ConnectionFreshSeconds);
+    const bool isEnded = loadShared(state.ended) != 0;
+    return isOld ||
+           (doBlocksAgree(*block, state) && (!isEnded || loadShared(state.stream.published) != 0));
 }
 
 }  // namespace
@@ -29,16 +46,16 @@ bool ConnectionOwner::claim(std::uint32_t slot, bool isMarked) {
         return !isMarked;
     }
     const std::uint64_t owner = loadShared(state->owner, std::memory_order_acquire);
-    // A master that knows no state block may have followed one that let go and left its mark here.
-    const bool isForeign = isMarked && (owner == 0 || loadShared(state->ended) != 0);
-    const bool isOwned = owner != 0 && platform::lifeOf(owner) != platform::ProcessLife::Gone;
-    if (isForeign || isOwned ||
+    const bool isOwned = owner != 0 && lifeOfOwner(*state) != platform::ProcessLife::Gone;
+    if (isOwned || (isMarked && !isLeftBehind(slot, *state)) ||
         !exchangeShared(state->owner, owner, std::uint64_t{platform::currentProcess()})) {
         mapping_ = {};
         return false;
     }
+    storeShared(state->ownerSpace, platform::processSpace());
     state_ = state;
     slot_ = slot;
+    formerOwner_ = owner;
     if (isMarked || (connectionStatus(slot) & ConnectionInUse) == 0)
         return true;
     giveBack();  // a master that knows no state block was just making its connection
@@ -47,22 +64,27 @@ bool ConnectionOwner::claim(std::uint32_t slot, bool isMarked) {
 
 void ConnectionOwner::giveBack() noexcept {
     if (state_ != nullptr)
-        storeShared(state_->owner, std::uint64_t{0}, std::memory_order_release);
+        storeShared(state_->owner, formerOwner_, std::memory_order_release);
     state_ = nullptr;
     stream_ = &untold_;
     mapping_ = {};
 }
 
-void ConnectionOwner::hide() noexcept {
+void ConnectionOwner::hide() {
     if (state_ == nullptr)
         return;
+    session_ = platform::uniqueNumber();
+    formerOwner_ = 0;
     ConnectionState& state = *state_;
     // Before the session goes, so that a death in between loses nothing. A life that ended before
     // its session was told leaves the one before it in place.
     const std::uint64_t former = isConnectionState(state) ? loadShared(state.session) : 0;
     if (former != 0) {
-        storeShared(state.formerSession, former);
+        // The session 0 in between, so that nobody reads one's number and the other's end.
+        storeShared(state.formerSession, std::uint64_t{0});
+        fenceShared(std::memory_order_release);
         storeShared(state.formerPublished, loadShared(state.stream.published));
+        storeShared(state.formerSession, former, std::memory_order_release);
     }
     storeShared(state.session, std::uint64_t{0});
     fenceShared(std::memory_order_release);
@@ -75,7 +97,7 @@ void ConnectionOwner::hide() noexcept {
     storeShared(state.magic, ConnectionStateMagic, std::memory_order_release);
 }
 
-void ConnectionOwner::begin(const SenderNames& names) {
+void ConnectionOwner::begin(const SenderNames& names) noexcept {
     if (state_ == nullptr)
         return;
     ConnectionState& state = *state_;
@@ -90,7 +112,7 @@ void ConnectionOwner::begin(const SenderNames& names) {
     copyText(state.host, names.host);
     copyText(state.product, names.product);
     stream_ = &state.stream;
-    storeShared(state.session, platform::uniqueNumber(), std::memory_order_release);
+    storeShared(state.session, session_, std::memory_order_release);
 }
 
 void ConnectionOwner::end() noexcept {

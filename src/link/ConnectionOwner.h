@@ -34,19 +34,20 @@ public:
     /// without a state block when a slot without mark can have none.
     bool claim(std::uint32_t slot, bool isMarked);
 
-    /// Frees the slot for others.
+    /// Frees the slot for others; before `hide` the slot is then as it was.
     void giveBack() noexcept;
 
     /// Brackets the making of the connection's block: in between no session is seen. `begin` tells
     /// a session that no other one has, at position 0.
-    void hide() noexcept;
-    void begin(const SenderNames& names);
+    void hide();
+    void begin(const SenderNames& names) noexcept;
 
     /// Tells that nothing more will come; before the master's mark goes, and `giveBack` after it.
     void end() noexcept;
 
     // One block of `frames` samples, on the sender's audio thread: `claimFrames`, then the samples
-    // go into the ring from `position` on, `advance`, the connection block's counters, `publish`.
+    // go into the ring from `ringPosition` on, `advance`, the connection block's counters,
+    // `publish`.
 
     void claimFrames(std::uint32_t frames) noexcept {
         if (isRateNew_.load(std::memory_order_relaxed)) [[unlikely]]
@@ -55,8 +56,8 @@ public:
         fenceShared(std::memory_order_release);
     }
 
-    /// Samples sent in this session, of which the low bits are the ring index of the next one.
-    std::uint32_t position() const noexcept { return static_cast<std::uint32_t>(position_); }
+    /// The ring index of the next sample, in its low bits.
+    std::uint32_t ringPosition() const noexcept { return static_cast<std::uint32_t>(position_); }
 
     void advance(std::uint32_t frames) noexcept { position_ += frames; }
     void publish() noexcept {
@@ -80,6 +81,8 @@ private:
     platform::SharedMemory mapping_;
     ConnectionState* state_ = nullptr;  // in mapping_; null without one
     std::uint32_t slot_ = 0;
+    std::uint64_t formerOwner_ = 0;  // what `giveBack` puts back
+    std::uint64_t session_ = 0;      // that `begin` tells
 
     ConnectionStream untold_{};            // written to while there is no state block
     ConnectionStream* stream_ = &untold_;  // of the audio thread, as the rest here

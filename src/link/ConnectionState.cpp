@@ -32,6 +32,23 @@ bool isConnectionState(const ConnectionState& state) noexcept {
            loadShared(state.size) >= ConnectionStateSize;
 }
 
+platform::ProcessLife lifeOfOwner(const ConnectionState& state) noexcept {
+    return platform::lifeOf(loadShared(state.owner), loadShared(state.ownerSpace));
+}
+
+bool isBetween(std::uint32_t writeIndex, std::uint64_t published, std::uint64_t claimed) noexcept {
+    const std::uint64_t beyond = (writeIndex - published) & ConnectionRingMask;
+    return published <= claimed && beyond <= claimed - published;
+}
+
+bool doBlocksAgree(const ConnectionBlock& block, const ConnectionState& state) noexcept {
+    const std::uint64_t published = loadShared(state.stream.published, std::memory_order_acquire);
+    const std::uint32_t writeIndex = loadShared(block.audio.writeIndex, std::memory_order_acquire);
+    const std::uint64_t claimed = loadShared(state.stream.claimed);
+    return loadShared(state.session) != 0 && isBetween(writeIndex, published, claimed) &&
+           (published == 0 || stampOf(block) != 0);
+}
+
 int countListeners(const ConnectionState& state, std::uint32_t now) noexcept {
     int count = 0;
     for (const std::uint64_t& place : state.listeners)

@@ -22,6 +22,7 @@
 #pragma once
 
 #include "link/ConnectionBlock.h"
+#include "platform/Process.h"
 
 #include <atomic>
 #include <cstddef>
@@ -65,7 +66,7 @@ struct ConnectionState {
     std::uint64_t formerPublished;  // and where that one ended
     std::uint32_t ended;            // 1: the sender has let go
     std::uint32_t reserved0;
-    std::uint64_t reserved1;
+    std::uint64_t ownerSpace;  // in which the owner's process id means something, see Process.h
 
     ConnectionStream stream;
     std::uint64_t reserved2[4];
@@ -101,6 +102,7 @@ static_assert(offsetof(ConnectionState, owner) == 0x018);
 static_assert(offsetof(ConnectionState, formerSession) == 0x020);
 static_assert(offsetof(ConnectionState, formerPublished) == 0x028);
 static_assert(offsetof(ConnectionState, ended) == 0x030);
+static_assert(offsetof(ConnectionState, ownerSpace) == 0x038);
 static_assert(offsetof(ConnectionState, stream.claimed) == 0x040);
 static_assert(offsetof(ConnectionState, stream.published) == 0x048);
 static_assert(offsetof(ConnectionState, stream.rate) == 0x050);
@@ -124,6 +126,15 @@ std::string connectionStateName(std::uint32_t slot);
 
 /// Whether the block has this layout. Fields that a later minor version has added are unknown here.
 bool isConnectionState(const ConnectionState& state) noexcept;
+
+/// What is known of the owner's process. Not for the audio thread.
+platform::ProcessLife lifeOfOwner(const ConnectionState& state) noexcept;
+
+/// Whether the ring's write head can be at that index while a sender is between two positions.
+bool isBetween(std::uint32_t writeIndex, std::uint64_t published, std::uint64_t claimed) noexcept;
+
+/// Whether the last that wrote into the connection's block can be the session of the state block.
+bool doBlocksAgree(const ConnectionBlock& block, const ConnectionState& state) noexcept;
 
 /// How many listeners have given a sign of life within the last 2 seconds; `now` in milliseconds of
 /// the high-resolution clock, modulo 2^32.

@@ -160,9 +160,9 @@ std::uint32_t IOBridge<Sample>::write(const Sample* samples, std::uint32_t frame
     ConnectionBlock& block = *block_;
     storeStamp(block, platform::calendarSeconds());
     owner_.claimFrames(frames);
-    block.audio.copyIn(owner_.position(), samples, frames);
+    block.audio.copyIn(owner_.ringPosition(), samples, frames);
     owner_.advance(frames);
-    block.audio.advance(owner_.position(), frames);
+    block.audio.advance(owner_.ringPosition(), frames);
     owner_.publish();
     return frames;
 }

@@ -16,8 +16,6 @@ ReaderMark::ReaderMark(std::uint32_t slot)
 ReaderMark::~ReaderMark() {
     if (record_ == nullptr || !stands())
         return;
-    if (isSlave_)
-        storeShared(block_->readers[0].slaveInUse, std::uint8_t{0});
     storeShared(record_->slaveInUse, std::uint8_t{0});
     storeShared(record_->readPosition, 0u);
 }
@@ -32,7 +30,6 @@ void ReaderMark::renew() {
             record_ = &block_->readers[i];
     if (record_ != nullptr)
         storeShared(record_->slaveInUse, std::uint8_t{1});
-    isSlave_ = exchangeShared(block_->readers[0].slaveInUse, std::uint8_t{0}, std::uint8_t{1});
 }
 
 bool ReaderMark::stands() const noexcept {

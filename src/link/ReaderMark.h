@@ -11,8 +11,7 @@
 
 namespace tarn {
 
-/// Also shows the sender that a slave is attached, as long as no other slave does. One thread; not
-/// an audio thread.
+/// One thread; not an audio thread.
 class ReaderMark {
 public:
     /// Marks the block of a slot, 0 to 31. Without such a block, or when it may not be written or
@@ -35,7 +34,6 @@ private:
     ConnectionBlock* block_ = nullptr;  // in mapping_
     ReaderRecord* record_ = nullptr;    // in block_; null without a mark
     std::uint32_t id_ = 0;
-    bool isSlave_ = false;  // the first record's mark is this one's
 };
 
 }  // namespace tarn

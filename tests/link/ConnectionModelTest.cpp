@@ -56,6 +56,7 @@ TEST(ConnectionModel, WhateverTheSenderDoesDuringACopyOnlyWholeSamplesAreTaken) 
         for (std::uint32_t i = upTo(3) == 0 ? upTo(30) : 0; i > 0; --i)
             act();
     };
+    std::vector<float> buffer;
     std::uint64_t session = 0, position = 0, delivered = 0, partly = 0, lost = 0, changes = 0;
     for (int look = 0; look < 6000; ++look) {
         for (std::uint32_t i = upTo(12); i > 0; --i)
@@ -67,7 +68,7 @@ TEST(ConnectionModel, WhateverTheSenderDoesDuringACopyOnlyWholeSamplesAreTaken) 
             session = present;
             position = 0;
         }
-        const TakenSamples taken = listener.take(session, position);
+        const TakenSamples taken = listener.take(session, position, buffer);
         ASSERT_NE(taken.result, Result::Overrun);
         changes += taken.result == Result::OtherSession;
         if (taken.result != Result::Taken)

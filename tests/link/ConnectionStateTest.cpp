@@ -93,20 +93,43 @@ TEST(ConnectionState, ASlotBelongsToTheProcessThatOwnsItsState) {
     enum : std::uint8_t { Unmarked, Marked };
     constexpr std::uint64_t Nobody = 0;
     const std::uint64_t self = platform::currentProcess();
+    const std::uint64_t space = platform::processSpace();
+    test::setCalendar(1000);
     const struct {
         std::uint8_t mark;
         std::optional<std::uint64_t> owner;  // nothing: there is no state block
         std::uint32_t ended;
+        std::uint64_t session;
+        std::uint32_t stamp, writeIndex;  // of the connection's block; 100 samples were published
+        std::uint64_t space;
         const char* name;  // of the next sender
     } cases[] = {
-        {Unmarked, std::nullopt, 0, "1"}, {Unmarked, Nobody, 1, "1"}, {Unmarked, NoProcess, 0, "1"},
-        {Unmarked, NoProcess, 1, "1"},    {Unmarked, self, 0, "2"},   {Unmarked, self, 1, "2"},
-        {Marked, std::nullopt, 0, "2"},   {Marked, Nobody, 1, "2"},   {Marked, NoProcess, 0, "1"},
-        {Marked, NoProcess, 1, "2"},      {Marked, self, 0, "2"},
+        {Unmarked, std::nullopt, 0, 0, 0, 0, space, "1"},
+        {Unmarked, Nobody, 1, 7, 1000, 100, space, "1"},
+        {Unmarked, NoProcess, 0, 7, 1000, 100, space, "1"},
+        {Unmarked, NoProcess, 0, 0, 0, 0, space, "1"},
+        {Unmarked, self, 0, 7, 1000, 100, space, "2"},
+        {Unmarked, self, 1, 7, 1000, 100, space, "2"},
+        {Marked, std::nullopt, 0, 0, 1000, 100, space, "2"},
+        {Marked, self, 0, 7, 1000, 100, space, "2"},
+        {Marked, NoProcess, 0, 7, 1000, 100, space, "1"},
+        {Marked, NoProcess, 0, 7, 1000, 100, space + 1, "2"},  // may live, elsewhere
+        {Marked, NoProcess, 1, 7, 1000, 100, space, "1"},      // died while it let go
+        // A master without a state block may have come over an owner that was gone.
+        {Marked, Nobody, 1, 7, 1000, 100, space, "2"},
+        {Marked, NoProcess, 1, 7, 1000, 101, space, "2"},
+        {Marked, NoProcess, 0, 0, 1000, 100, space, "2"},
+        {Marked, NoProcess, 1, 7, 0, 100, space, "2"},
+        {Marked, NoProcess, 1, 7, 990, 101, space, "2"},
+        {Marked, NoProcess, 1, 7, 989, 101, space, "1"},  // nobody writes any more
+        {Marked, NoProcess, 0, 0, 989, 101, space, "1"},
+        {Marked, Nobody, 1, 7, 989, 101, space, "2"},
     };
-    for (const auto& [mark, owner, ended, name] : cases) {
+    for (const auto& [mark, owner, ended, session, stamp, writeIndex, ownerSpace, name] : cases) {
         const RawBlock block = RawBlock::make(0);
         block->masterInUse = mark;
+        block->lastWriteTime[0] = stamp;
+        block->audio.writeIndex = writeIndex;
         std::optional<RawState> state;
         if (owner) {
             state = RawState::make(0);
@@ -114,9 +137,13 @@ TEST(ConnectionState, ASlotBelongsToTheProcessThatOwnsItsState) {
             (*state)->major = ConnectionStateMajor;
             (*state)->size = ConnectionStateSize;
             (*state)->owner = *owner;
+            (*state)->ownerSpace = ownerSpace;
+            (*state)->session = session;
+            (*state)->stream = {100, 100, 0.0, 0};
             (*state)->ended = ended;
         }
-        EXPECT_EQ(makeMaster()->name(), name) << int{mark} << ended;
+        EXPECT_EQ(makeMaster()->name(), name)
+            << int{mark} << ended << ' ' << session << ' ' << stamp << ' ' << writeIndex;
         block->masterInUse = 0;
         if (state)
             (*state)->owner = 0;
@@ -126,6 +153,7 @@ TEST(ConnectionState, ASlotBelongsToTheProcessThatOwnsItsState) {
     future->magic = ConnectionStateMagic;
     future->major = 2;
     future->owner = 5;
+    future->stream = {};
     const auto master = makeMaster();
     EXPECT_EQ(master->name(), "1");
     send(*master, 10);
@@ -195,12 +223,15 @@ protected:
         block->audio.writeIndex = 100'000 % 32'768;
     }
 
-    TakenSamples take(std::uint64_t position) { return listener->take(state->session, position); }
+    TakenSamples take(std::uint64_t position) {
+        return listener->take(state->session, position, buffer);
+    }
 
     std::unique_ptr<Bridge> master = makeMaster();
     RawBlock block{0};
     RawState state{0};
     std::unique_ptr<ConnectionListener> listener = std::make_unique<ConnectionListener>(0);
+    std::vector<float> buffer;
 };
 
 // Faults: a bound that is off by one, a sample that the sender may be writing over.
@@ -229,8 +260,8 @@ TEST_F(ConnectionListenerTest, TakesWhatIsStillThereAndCantBeUnderTheSendersHand
 TEST_F(ConnectionListenerTest, TrustsAStateOnlyWhileTheBlockAgreesWithIt) {
     const auto result = [&] { return take(99'000).result; };
     EXPECT_EQ(result(), Result::Taken);
-    EXPECT_EQ(listener->take(state->session + 1, 0).result, Result::OtherSession);
-    EXPECT_EQ(listener->take(0, 0).result, Result::OtherSession);
+    EXPECT_EQ(listener->take(state->session + 1, 0, buffer).result, Result::OtherSession);
+    EXPECT_EQ(listener->take(0, 0, buffer).result, Result::OtherSession);
     EXPECT_EQ(take(100'001).result, Result::Overrun);
     const std::uint32_t head = block->audio.writeIndex;
     for (const auto& [moved, claimed, expected] : {std::tuple(1u, 0u, Result::Overrun),
@@ -252,7 +283,7 @@ TEST_F(ConnectionListenerTest, TrustsAStateOnlyWhileTheBlockAgreesWithIt) {
     EXPECT_EQ(result(), Result::Taken);
     ConnectionListener late(0);
     block->lastWriteTime[0] = 0;
-    EXPECT_EQ(late.take(state->session, 99'000).result, Result::Overrun);
+    EXPECT_EQ(late.take(state->session, 99'000, buffer).result, Result::Overrun);
     block->lastWriteTime[0] = 1001;
     state->owner = 0;
     EXPECT_EQ(result(), Result::Overrun);
@@ -284,6 +315,14 @@ TEST_F(ConnectionListenerTest, TellsOfTheSenderThatIsThereAndOfNoOther) {
     EXPECT_FALSE(tells());
     state->ended = 0;
     EXPECT_TRUE(tells());
+    // And one that died while it came.
+    state->session = 0;
+    EXPECT_FALSE(tells());
+    state->owner = platform::currentProcess();
+    EXPECT_TRUE(tells());
+    state->owner = NoProcess;
+    block->audio.writeIndex = block->lastWriteTime[0] = 0;
+    EXPECT_TRUE(tells());
     ++state->major;
     EXPECT_FALSE(tells());
 
@@ -311,9 +350,10 @@ TEST(ConnectionStress, EverySampleOfASenderAtFullSpeedIsRightOrTold) {
             sent += n;
         }
     });
+    std::vector<float> buffer;
     std::uint64_t position = 0, wrong = 0, delivered = 0;
     while (position < Samples) {
-        const TakenSamples taken = listener.take(session, position);
+        const TakenSamples taken = listener.take(session, position, buffer);
         ASSERT_EQ(taken.result, Result::Taken);
         const std::uint64_t first = taken.end - taken.samples.size();
         for (std::size_t i = 0; i < taken.samples.size(); ++i)

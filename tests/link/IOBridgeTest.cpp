@@ -238,6 +238,7 @@ TEST(IOBridge, ABlockOfRandomBytesIsHarmless) {
     const RawBlock block(0);
     const test::RawState state(0);
     test::guardBlocks();
+    Samples buffer;
     Samples samples(40'000);
     for (unsigned round = 0; round < 200; ++round) {
         block.scramble(random, round % 7 + 1);
@@ -258,10 +259,10 @@ TEST(IOBridge, ABlockOfRandomBytesIsHarmless) {
         connectionStatus(0);
         findConnection("x");
         listener.beat();
-        const TakenSamples taken = listener.take(state->session, random() % 50'000);
+        const TakenSamples taken = listener.take(state->session, random() % 50'000, buffer);
         EXPECT_LE(taken.samples.size(), ConnectionRingSamples);
         EXPECT_EQ(std::count(taken.samples.begin(), taken.samples.end(), 0.5f), 0);
-        EXPECT_LE(listener.copy(static_cast<std::uint32_t>(random()), frames).size(),
+        EXPECT_LE(listener.copy(static_cast<std::uint32_t>(random()), frames, buffer).size(),
                   ConnectionRingSamples);
     }
     std::memset(&*block, 0xFF, ConnectionBlockSize);

@@ -19,13 +19,15 @@ TEST(Process, OnlyTheOneOfThisIdAndStartRuns) {
     const ProcessName here = currentProcess();
     EXPECT_EQ(here, currentProcess());
     EXPECT_NE(here >> 32, 0u);
-    EXPECT_EQ(lifeOf(here), ProcessLife::Running);
-    const ProcessName otherStarts[] = {here ^ 1ULL << 32, here ^ 1ULL << 63, here & 0xFFFFFFFF};
+    EXPECT_EQ(lifeOf(here, processSpace()), ProcessLife::Running);
+    EXPECT_EQ(lifeOf(here, processSpace() + 1), ProcessLife::Unknown);
+    EXPECT_EQ(lifeOf(here & 0xFFFFFFFF, processSpace()), ProcessLife::Unknown);
+    const ProcessName otherStarts[] = {here ^ 1ULL << 32, here ^ 1ULL << 63};
     for (const ProcessName gone : otherStarts)
-        EXPECT_EQ(lifeOf(gone), ProcessLife::Gone);
+        EXPECT_EQ(lifeOf(gone, processSpace()), ProcessLife::Gone);
     const ProcessName noIds[] = {0, here >> 32 << 32, here | 0xFFFFFFFF, here | 0x7FFFFFF0};
     for (const ProcessName gone : noIds)
-        EXPECT_EQ(lifeOf(gone), ProcessLife::Gone) << gone;
+        EXPECT_EQ(lifeOf(gone, processSpace()), ProcessLife::Gone) << gone;
 }
 
 TEST(Process, OthersSeeTheSameNameAndSeeItEnd) {
@@ -33,7 +35,7 @@ TEST(Process, OthersSeeTheSameNameAndSeeItEnd) {
     EXPECT_EQ(lifeSeenBy(PROGRAM_process_peer, currentProcess() ^ 1ULL << 40), 1);
     const ProcessName ended = std::stoull(test::runTool(PROGRAM_process_peer, {"name"}).output);
     EXPECT_NE(ended, currentProcess());
-    EXPECT_EQ(lifeOf(ended), ProcessLife::Gone);
+    EXPECT_EQ(lifeOf(ended, processSpace()), ProcessLife::Gone);
 }
 
 #if defined(OTHER_WIDTH_PEER)

@@ -134,7 +134,8 @@ protected:
         if (sender && sender->isBusy()) {
             sender->step();
             // What a successor writes over, before it is told, is what its predecessor told.
-            if (state->formerSession == state->session)
+            if (state->formerSession == state->session ||
+                (state->formerSession == 0 && history.present() > 1))
                 ++history.doubts;
             if (sender->tellsState() && state->session == sender->sessionNumber()) {
                 history.published[history.present()] = state->stream.published;

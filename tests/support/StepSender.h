@@ -31,9 +31,12 @@ public:
         : block_(*block), state_(*state), number_(number), tellsState_(tellsState) {
         if (tellsState)
             add([this] { state_.owner = platform::currentProcess(); });
+        if (tellsState)
+            add([this] { state_.ownerSpace = platform::processSpace(); });
         if (tellsState && state_.session != 0) {
-            add([this] { state_.formerSession = state_.session; });
+            add([this] { state_.formerSession = 0; });
             add([this] { state_.formerPublished = state_.stream.published; });
+            add([this] { state_.formerSession = state_.session; });
         }
         if (tellsState)
             add([this] { state_.session = 0; });

@@ -57,6 +57,7 @@ void Course::leave(const Sight& sight, Delivery& delivery) {
     else if (!isOver_ || isNext || sight.formerSession != 0)
         delivery.isMissedUnknown = true;  // its own end, or a whole session between the two
     session_ = 0;
+    isOver_ = false;
 }
 
 }  // namespace tarn::receive

@@ -20,20 +20,24 @@ constexpr double MeasuringSeconds = 0.5;
 
 }  // namespace
 
-IndexStream::IndexStream(const ConnectionListener& listener, double rate)
+IndexStream::IndexStream(const ConnectionListener& listener, double rate, Begin begin)
     : rate_(rate),
       headIndex_(listener.writeIndex()),
       lookedAt_(platform::highResolutionSeconds()),
       lookedAtSecond_(platform::calendarSeconds()),
       writtenAtSecond_(listener.lastWriteTime()),
       measuredFrom_(lookedAt_) {
-    isPlaced_ = headIndex_ == 0 && writtenAtSecond_ == 0;
+    isPlaced_ = begin == Begin::AtTheHead || (headIndex_ == 0 && writtenAtSecond_ == 0);
 }
 
-Delivery IndexStream::look(ConnectionListener& listener, std::uint32_t slot) {
+Delivery IndexStream::look(ConnectionListener& listener, std::uint32_t slot,
+                           std::vector<float>& buffer) {
     Delivery delivery;
-    if (!mark_)
+    if (!mark_) {
         mark_ = std::make_unique<ReaderMark>(slot);
+        // Without a mark nobody knows whether this is the same master.
+        delivery.isMissedUnknown = hasDelivered_;
+    }
     if (isMadeAnew())
         followNewMaster(delivery);
     if (!observeHead(listener)) {
@@ -43,7 +47,7 @@ Delivery IndexStream::look(ConnectionListener& listener, std::uint32_t slot) {
     if (!isPlaced_ && listener.isWrittenWithin(ConnectionLiveSeconds))
         place(listener);
     if (isPlaced_)
-        take(listener, delivery);
+        take(listener, buffer, delivery);
     return delivery;
 }
 
@@ -94,12 +98,15 @@ void IndexStream::place(const ConnectionListener& listener) {
     isPlaced_ = true;
 }
 
-void IndexStream::take(ConnectionListener& listener, Delivery& delivery) {
+void IndexStream::take(ConnectionListener& listener, std::vector<float>& buffer,
+                       Delivery& delivery) {
     const std::int64_t end = head_;
     const std::int64_t start = std::max<std::int64_t>(position_, end - ConnectionRingSamples);
     const auto samples = listener.copy(headIndex_ - static_cast<std::uint32_t>(end - start),
-                                       static_cast<std::uint32_t>(end - start));
+                                       static_cast<std::uint32_t>(end - start), buffer);
 
+    if (isMadeAnew())
+        return;  // in the midst of the copy: the next look follows the new master
     const bool isKnown = observeHead(listener);
     delivery.isMissedUnknown |= !isKnown && hasDelivered_;
     const std::int64_t oldestTrusted = isKnown ? std::min(head_ - TrustedDistance, end) : end;

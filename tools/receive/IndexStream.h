@@ -11,20 +11,25 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace tarn::receive {
 
 /// One thread. Never waits: the caller looks again and again, many times in the time of a ring.
 class IndexStream {
 public:
-    /// Begins at the first sample of a sender that hasn't written yet, else half a ring behind its
-    /// write head. `rate` in Hz is what the sender is believed to run at. It tells after how long
-    /// an absence a whole ring may have gone by, and gives way to a higher one that is seen.
-    IndexStream(const ConnectionListener& listener, double rate);
+    enum class Begin { HalfARingBehind, AtTheHead };
 
-    /// Takes what is new, at most one ring. Leaves a mark in the connection's block from the first
-    /// time on.
-    Delivery look(ConnectionListener& listener, std::uint32_t slot);
+    /// Begins at the first sample of a sender that hasn't written yet, else half a ring behind its
+    /// write head, or at it. `rate` in Hz is what the sender is believed to run at. It tells after
+    /// how long an absence a whole ring may have gone by, and gives way to a higher one that is
+    /// seen.
+    IndexStream(const ConnectionListener& listener, double rate,
+                Begin begin = Begin::HalfARingBehind);
+
+    /// Takes what is new, at most one ring, into a buffer of the caller's. Leaves a mark in the
+    /// connection's block from the first time on.
+    Delivery look(ConnectionListener& listener, std::uint32_t slot, std::vector<float>& buffer);
 
     /// Sees how far the sender has come, and takes nothing. Takes the mark away, so that nothing of
     /// the block is held.
@@ -34,11 +39,14 @@ public:
     /// its first sample.
     bool isMadeAnew() const noexcept { return mark_ && !mark_->stands(); }
 
+    /// Whether it has brought samples of the present master.
+    bool hasDelivered() const noexcept { return hasDelivered_; }
+
 private:
     void followNewMaster(Delivery& delivery);
     bool observeHead(const ConnectionListener& listener);
     void place(const ConnectionListener& listener);
-    void take(ConnectionListener& listener, Delivery& delivery);
+    void take(ConnectionListener& listener, std::vector<float>& buffer, Delivery& delivery);
 
     std::unique_ptr<ReaderMark> mark_;  // null at rest
     const double rate_;

@@ -37,23 +37,25 @@ Receiver::Receiver(Target target, double rate) : target_(std::move(target)), rat
 
 Delivery Receiver::look() {
     Delivery delivery;
-    if (std::exchange(isLetGo_, false))
-        listener_.reset();
+    bool isLetGo = false;
     if (listener_ || find()) {
         if (stream_ && stream_->isMadeAnew())
             listener_->openState();
+        const std::optional<SenderFacts> facts = listener_->sender();
         name_ = listener_->name();
         inputLatency_ = listener_->inputLatency();
-        const std::optional<SenderFacts> facts = listener_->sender();
-        if (facts && (facts->session == 0 || facts->session != distrusted_))
-            follow(*facts, delivery);
-        else
-            followIndex(delivery);
+        // Otherwise the name may be another sender's.
+        const bool isOneSenders = !facts || listener_->session() == facts->session;
+        const bool isTrusted = facts && (facts->session == 0 || facts->session != distrusted_);
+        if (isOneSenders)
+            isLetGo = isTrusted ? follow(*facts, delivery) : followIndex(delivery);
     } else {
         stream_.reset();
         state_ = State::Searching;
     }
-    hasLooked_ = true;
+    if (isLetGo)
+        listener_.reset();
+    hasLooked_ = !isLetGo || state_ == State::Abandoned;
     return delivery;
 }
 
@@ -61,6 +63,7 @@ Delivery Receiver::look() {
 bool Receiver::find() {
     std::unique_ptr<ConnectionListener> best;
     std::uint32_t bestSlot = 0;
+    ConnectionInfo bestInfo{};
     int bestRank = 0;
     const std::uint32_t first = target_.slot.value_or(0);
     const std::uint32_t last = target_.slot.value_or(ConnectionSlots - 1);
@@ -70,10 +73,15 @@ bool Receiver::find() {
             continue;
         const ConnectionInfo info = infoOf(*listener, slot);
         const int rank = target_.slot ? 1 : rankOf(info.state);
-        if (isWanted(slot, info) && rank > bestRank) {
+        if (isWanted(info) && rank > bestRank) {
+            if (best)
+                remember(bestSlot, bestInfo);
+            bestInfo = info;
             best = std::move(listener);
             bestRank = rank;
             bestSlot = slot;
+        } else {
+            remember(slot, info);
         }
     }
     if (!best)
@@ -88,17 +96,18 @@ bool Receiver::find() {
     return true;
 }
 
-// One that isn't wanted yet is remembered, so that it can be joined later where it is now: one that
-// pauses with its next sample.
-bool Receiver::isWanted(std::uint32_t slot, const ConnectionInfo& info) {
-    if (target_.slot ||
-        (target_.name ? info.name == *target_.name : info.state == SenderState::Sending))
-        return true;
+bool Receiver::isWanted(const ConnectionInfo& info) const {
+    return target_.slot ||
+           (target_.name ? info.name == *target_.name : info.state == SenderState::Sending);
+}
+
+// One that isn't chosen now can be joined later where it is now: one that pauses with its next
+// sample.
+void Receiver::remember(std::uint32_t slot, const ConnectionInfo& info) {
     if (info.sender)
         known_[slot] = {info.sender->session, info.state == SenderState::Sending
                                                   ? halfARingBehind(info.sender->published)
                                                   : info.sender->published};
-    return false;
 }
 
 std::uint64_t Receiver::startOf(const SenderFacts& facts) const {
@@ -117,15 +126,17 @@ void Receiver::lookAtProcess(const SenderFacts& facts) {
     const bool isDue = now - lifeLookedAt_ >= LifeInterval && facts.published == course_.position();
     if (!isNew && !isDue)
         return;
-    life_ = platform::lifeOf(facts.owner);
+    life_ = listener_->lifeOfSender();
     lifeLookedAt_ = now;
 }
 
 Sight Receiver::sightOf(const SenderFacts& facts) const {
     Sight sight;
     sight.isThere = true;
-    sight.isEnded = facts.isEnded;
-    sight.isGone = !facts.isEnded && life_ == platform::ProcessLife::Gone;
+    // One that died while it let go has left its mark.
+    const bool isGone = life_ == platform::ProcessLife::Gone;
+    sight.isEnded = facts.isEnded && !(isGone && listener_->hasMaster());
+    sight.isGone = isGone && !sight.isEnded;
     sight.isLost = life_ == platform::ProcessLife::Unknown &&
                    !listener_->isWrittenWithin(ConnectionFreshSeconds);
     sight.isLive = listener_->isWrittenWithin(ConnectionLiveSeconds);
@@ -135,16 +146,19 @@ Sight Receiver::sightOf(const SenderFacts& facts) const {
     return sight;
 }
 
-void Receiver::follow(const SenderFacts& facts, Delivery& delivery) {
-    stream_.reset();
+// Whether the connection is to be let go.
+bool Receiver::follow(const SenderFacts& facts, Delivery& delivery) {
+    if (stream_ && facts.session != 0) {
+        delivery.isMissedUnknown = stream_->hasDelivered();  // the tail of a sender without state
+        stream_.reset();
+    }
     lookAtProcess(facts);
     const Sight sight = sightOf(facts);
     const bool isNew = facts.session != 0 && facts.session != course_.session();
     if (isNew && target_.name && name_ != *target_.name) {
         course_.leave(sight, delivery);
-        isLetGo_ = true;
         state_ = State::Searching;
-        return;
+        return true;
     }
     course_.see(sight, startOf(facts), delivery);
     state_ = course_.state();
@@ -152,33 +166,34 @@ void Receiver::follow(const SenderFacts& facts, Delivery& delivery) {
         take(delivery);
     if (state_ == State::Ended && target_.name && course_.isOver()) {
         course_.leave({}, delivery);  // who has the slot next may have another name
-        isLetGo_ = true;
-    } else if (state_ == State::Abandoned) {
-        isLetGo_ = true;
-    } else {
-        listener_->beat();
+        return true;
     }
+    if (state_ == State::Abandoned)
+        return true;
+    listener_->beat();
+    return false;
 }
 
 void Receiver::take(Delivery& delivery) {
-    const TakenSamples taken = listener_->take(course_.session(), course_.position());
+    const TakenSamples taken = listener_->take(course_.session(), course_.position(), buffer_);
     if (taken.result == TakenSamples::Result::Taken)
         course_.take(taken, delivery);
     if (taken.result != TakenSamples::Result::Overrun)
         return;  // another session is for the next look to see
     distrusted_ = course_.session();
     course_.leave({}, delivery);
+    stream_ = std::make_unique<IndexStream>(*listener_, rate_, IndexStream::Begin::AtTheHead);
 }
 
-void Receiver::followIndex(Delivery& delivery) {
+// The same for a sender that doesn't tell its position.
+bool Receiver::followIndex(Delivery& delivery) {
     course_.leave({}, delivery);
     if (!stream_)
         stream_ = std::make_unique<IndexStream>(*listener_, rate_);
     if (stream_->isMadeAnew() && target_.name && name_ != *target_.name) {
         stream_.reset();
-        isLetGo_ = true;
         state_ = State::Searching;
-        return;
+        return true;
     }
     const std::int64_t lastSign = std::max(listener_->lastWriteTime(), heldSince_);
     Sight sight;
@@ -189,16 +204,15 @@ void Receiver::followIndex(Delivery& delivery) {
     state_ = nextState(sight);
     if (state_ == State::Abandoned) {
         stream_->rest(*listener_);
-        isLetGo_ = true;
-        return;
+        return true;
     }
     const bool isMissedUnknown = delivery.isMissedUnknown;
-    delivery = stream_->look(*listener_, slot_);
+    delivery = stream_->look(*listener_, slot_, buffer_);
     delivery.isMissedUnknown |= isMissedUnknown;
-    if (state_ == State::Ended && target_.name) {
-        stream_.reset();
-        isLetGo_ = true;
-    }
+    if (state_ != State::Ended || !target_.name)
+        return false;
+    stream_.reset();
+    return true;
 }
 
 }  // namespace tarn::receive

@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tarn::receive {
 
@@ -46,12 +47,13 @@ public:
 
 private:
     bool find();
-    bool isWanted(std::uint32_t slot, const ConnectionInfo& info);
+    bool isWanted(const ConnectionInfo& info) const;
+    void remember(std::uint32_t slot, const ConnectionInfo& info);
     std::uint64_t startOf(const SenderFacts& facts) const;
     void lookAtProcess(const SenderFacts& facts);
     Sight sightOf(const SenderFacts& facts) const;
-    void follow(const SenderFacts& facts, Delivery& delivery);
-    void followIndex(Delivery& delivery);
+    bool follow(const SenderFacts& facts, Delivery& delivery);
+    bool followIndex(Delivery& delivery);
     void take(Delivery& delivery);
 
     /// A session that was there before it was wanted, and where to begin with it.
@@ -65,10 +67,10 @@ private:
     State state_ = State::Searching;
     Course course_;
     std::unique_ptr<ConnectionListener> listener_;  // null while nothing is held
-    bool isLetGo_ = false;  // at the next look: until then the last delivery lies in it
-    std::unique_ptr<IndexStream> stream_;  // of a sender that doesn't tell its position
+    std::vector<float> buffer_;                     // that the last delivery lies in
+    std::unique_ptr<IndexStream> stream_;           // of a sender that doesn't tell its position
     std::uint64_t distrusted_ = 0;  // a session into whose ring another sender was seen to write
-    bool hasLooked_ = false;
+    bool hasLooked_ = false;        // and so has waited for what comes now
     platform::ProcessLife life_ = platform::ProcessLife::Unknown;  // of the sender's process
     double lifeLookedAt_ = 0.0;                                    // high-resolution seconds
     std::int64_t heldSince_ = 0;                                   // calendar seconds

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/random.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -74,13 +75,26 @@ ProcessName currentProcess() noexcept {
     return name;
 }
 
-ProcessLife lifeOf(ProcessName process) noexcept {
+std::uint64_t processSpace() noexcept {
+    static const std::uint64_t space = [] {
+        struct stat status {};
+        return ::stat("/proc/self/ns/pid", &status) == 0 ? std::uint64_t{status.st_ino} : 0;
+    }();
+    return space;
+}
+
+ProcessLife lifeOf(ProcessName process, std::uint64_t space) noexcept {
+    if (space != processSpace())
+        return ProcessLife::Unknown;
     const auto id = static_cast<std::uint32_t>(process);
     if (id == 0 || id > static_cast<std::uint32_t>(std::numeric_limits<pid_t>::max()))
         return ProcessLife::Gone;
-    if (const std::optional<ProcessStatus> status = statusOf(id))
+    if (const std::optional<ProcessStatus> status = statusOf(id)) {
+        if (!status->isZombie && nameOf(id, 0) == process)
+            return ProcessLife::Unknown;  // it couldn't find out when it began
         return !status->isZombie && nameOf(id, status->startMs) == process ? ProcessLife::Running
                                                                            : ProcessLife::Gone;
+    }
     const bool isGone = ::kill(static_cast<pid_t>(id), 0) != 0 && errno == ESRCH;
     return isGone ? ProcessLife::Gone : ProcessLife::Unknown;
 }

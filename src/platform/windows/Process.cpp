@@ -39,7 +39,13 @@ ProcessName currentProcess() noexcept {
     return name;
 }
 
-ProcessLife lifeOf(ProcessName process) noexcept {
+std::uint64_t processSpace() noexcept {
+    return 0;
+}
+
+ProcessLife lifeOf(ProcessName process, std::uint64_t space) noexcept {
+    if (space != processSpace())
+        return ProcessLife::Unknown;
     const auto id = static_cast<DWORD>(process);
     if (id == 0)
         return ProcessLife::Gone;  // the idle process, which has no name here
@@ -52,7 +58,7 @@ ProcessLife lifeOf(ProcessName process) noexcept {
     if (::WaitForSingleObject(handle.get(), 0) == WAIT_OBJECT_0)
         return ProcessLife::Gone;
     const std::optional<std::uint32_t> start = startOf(handle.get());
-    if (!start)
+    if (!start || nameOf(id, 0) == process)  // the latter couldn't find out when it began
         return ProcessLife::Unknown;
     return nameOf(id, *start) == process ? ProcessLife::Running : ProcessLife::Gone;
 }

@@ -16,6 +16,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace tarn {
 namespace {
@@ -79,8 +80,9 @@ TEST(Killed, SendersLeaveWhatTheyPublishedAndTheirSlot) {
         EXPECT_EQ(inspectConnection(0)->state, SenderState::Gone);
         const SenderFacts facts = *listeners[0]->sender();
         EXPECT_FALSE(facts.isEnded);
+        std::vector<float> buffer;
         for (auto& listener : listeners) {
-            const TakenSamples taken = listener->take(facts.session, 0);
+            const TakenSamples taken = listener->take(facts.session, 0, buffer);
             ASSERT_EQ(taken.result, TakenSamples::Result::Taken);
             ASSERT_EQ(taken.end, facts.published);
             std::uint64_t position = taken.end - taken.samples.size();

@@ -84,9 +84,10 @@ int flood() {
 
 int listen(std::uint32_t slot) {
     ConnectionListener listener(slot);
+    std::vector<float> buffer;
     waitFor([&] {
         listener.beat();
-        listener.take(listener.session(), 0);
+        listener.take(listener.session(), 0, buffer);
         return false;
     });
     return 7;

@@ -45,9 +45,9 @@ TEST(LinuxProcess, AZombieIsGone) {
     const EndedPeer peer;
     EXPECT_EQ(peer.name & 0xFFFFFFFF, static_cast<ProcessName>(peer.id));
     EXPECT_EQ(::kill(peer.id, 0), 0);
-    EXPECT_EQ(lifeOf(peer.name), ProcessLife::Gone);
+    EXPECT_EQ(lifeOf(peer.name, processSpace()), ProcessLife::Gone);
     ::waitpid(peer.id, nullptr, 0);
-    EXPECT_EQ(lifeOf(peer.name), ProcessLife::Gone);
+    EXPECT_EQ(lifeOf(peer.name, processSpace()), ProcessLife::Gone);
 }
 
 int nextFile() {
@@ -62,7 +62,7 @@ TEST(LinuxProcess, OddProgramsRun) {
     const ProcessName here = currentProcess();
     const int fileBefore = nextFile();
     ::pthread_setname_np(::pthread_self(), "a) Z 1 (b) S");
-    EXPECT_EQ(lifeOf(here), ProcessLife::Running);
+    EXPECT_EQ(lifeOf(here, processSpace()), ProcessLife::Running);
     EXPECT_EQ(nextFile(), fileBefore);
 
     const pid_t child = ::fork();
@@ -71,7 +71,7 @@ TEST(LinuxProcess, OddProgramsRun) {
             std::string line;
             while (line.find(") Z ") == std::string::npos)
                 std::getline(std::ifstream("/proc/" + std::to_string(::getpid()) + "/stat"), line);
-            _exit(lifeOf(currentProcess()) == ProcessLife::Running ? 0 : 1);
+            _exit(lifeOf(currentProcess(), processSpace()) == ProcessLife::Running ? 0 : 1);
         }).detach();
         ::syscall(SYS_exit, 0);  // of this thread alone
     }

@@ -15,7 +15,7 @@ using namespace tarn::platform;
 int main(int argc, char** argv) {
     const std::string task = argc > 1 ? argv[1] : "";
     if (task == "life" && argc > 2)
-        return static_cast<int>(lifeOf(std::strtoull(argv[2], nullptr, 10)));
+        return static_cast<int>(lifeOf(std::strtoull(argv[2], nullptr, 10), processSpace()));
     std::printf("%" PRIu64 "\n", currentProcess());
     return task == "name" ? 0 : 3;
 }
