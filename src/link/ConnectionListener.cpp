@@ -111,18 +111,26 @@ bool ConnectionListener::isWrittenWithin(std::int64_t seconds) const noexcept {
 bool ConnectionListener::isStateInForce() const noexcept {
     if (state_ == nullptr || !isConnectionState(*state_))
         return false;
+    const std::uint64_t session = loadShared(state_->session, std::memory_order_acquire);
     const std::uint64_t owner = loadShared(state_->owner, std::memory_order_acquire);
     const bool isMarked = loadShared(block_->masterInUse, std::memory_order_acquire) != 0;
-    if (!isMarked)
+    const bool isForeign = isMarked && isMarkForeign(owner, session);
+    // What was read is of one sender only if it is still there.
+    return !isForeign || loadShared(state_->owner, std::memory_order_acquire) != owner ||
+           loadShared(state_->session, std::memory_order_acquire) != session;
+}
+
+// Whether a mark can't be the state's sender's.
+bool ConnectionListener::isMarkForeign(std::uint64_t owner, std::uint64_t session) const noexcept {
+    if (owner == 0)
         return true;
-    if (owner == 0 && loadShared(state_->owner, std::memory_order_acquire) == 0)
-        return false;
-    // The mark may also stand over a sender that died while it came or went.
-    if (loadShared(state_->session) == 0) {
+    // The sender may have died while it came or went.
+    if (session == 0) {
         const bool isWritten = writeIndex() != 0 || stampOf(*block_) != 0;
-        return !isWritten || lifeOfOwner(*state_) != platform::ProcessLife::Gone;
+        return isWritten && lifeOfOwner(*state_) == platform::ProcessLife::Gone;
     }
-    return loadShared(state_->ended) == 0 || doBlocksAgree(*block_, *state_);
+    return loadShared(state_->ended, std::memory_order_acquire) != 0 &&
+           !doBlocksAgree(*block_, *state_);
 }
 
 std::uint64_t ConnectionListener::session() const noexcept {
@@ -153,7 +161,7 @@ std::optional<SenderFacts> ConnectionListener::sender() const {
             loadShared(state.formerSession) == facts.formerSession)
             return facts;
     }
-    return std::nullopt;
+    return SenderFacts{};  // one goes and another comes, again and again
 }
 
 TakenSamples ConnectionListener::take(std::uint64_t session, std::uint64_t position,

@@ -113,6 +113,7 @@ protected:
 
 private:
     bool isStateInForce() const noexcept;
+    bool isMarkForeign(std::uint64_t owner, std::uint64_t session) const noexcept;
     void copyAcrossTheEnd(std::uint32_t index, std::uint32_t samples, std::vector<float>& buffer);
 
     const std::uint32_t slot_;

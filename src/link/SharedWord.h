@@ -5,9 +5,18 @@
 
 namespace tarn {
 
+#if defined(TARN_WATCH_LOADS)
+/// The tests' model of a connection is built with this: what other processes do just before a load.
+inline void (*beforeLoad)() = nullptr;
+#endif
+
 /// The whole word as it was at one moment.
 template <typename Word>
 Word loadShared(const Word& word, std::memory_order order = std::memory_order_relaxed) noexcept {
+#if defined(TARN_WATCH_LOADS)
+    if (beforeLoad != nullptr)
+        beforeLoad();
+#endif
     return std::atomic_ref<Word>(const_cast<Word&>(word)).load(order);
 }
 
