@@ -8,7 +8,7 @@
 //     claimed = P + n;  release fence;  the samples at P AND 0x7FFF and on, and the connection
 //     block's counters;  published = P + n (release).
 //   A receiver:
-//     session, published (acquire);  copy;  acquire fence;  claimed, session.
+//     session, published (acquire);  copy;  acquire fence;  claimed, session (acquire).
 //     Sample x is good if the session is the same and not 0, x < published, published <= claimed
 //     and claimed - x <= 32768. Whatever else lies between the receiver's position and `published`
 //     is lost, and so counted exactly.
