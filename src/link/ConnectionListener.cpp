@@ -45,6 +45,33 @@ Rate rateOf(const ConnectionState& state) noexcept {
     return {hertz > 0.0 && hertz <= ConnectionHighestRate ? hertz : 0.0, from};
 }
 
+// The one access that may meet the writer's hands: the positions, read before and after it, tell
+// which samples the writer may have touched meanwhile, and those are thrown away.
+#if defined(__SANITIZE_THREAD__)
+// ThreadSanitizer would tell of the race that this copy is made for. So it doesn't see these reads;
+// sample by sample and volatile, or else they would become a memcpy, which it always sees.
+[[gnu::no_sanitize("thread")]] void copyRing(float* to, const float* from,
+                                             std::size_t samples) noexcept {
+    const volatile float* source = from;
+    for (std::size_t i = 0; i < samples; ++i)
+        to[i] = source[i];
+}
+#elif defined(TARN_WATCH_LOADS)
+// In parts, so that the model's sender acts in between.
+void copyRing(float* to, const float* from, std::size_t samples) noexcept {
+    const std::size_t part = samples / 8 + 1;
+    for (std::size_t at = 0; at < samples; at += part) {
+        if (beforeLoad != nullptr)
+            beforeLoad();
+        std::memcpy(to + at, from + at, std::min(part, samples - at) * sizeof(float));
+    }
+}
+#else
+void copyRing(float* to, const float* from, std::size_t samples) noexcept {
+    std::memcpy(to, from, samples * sizeof(float));
+}
+#endif
+
 }  // namespace
 
 ConnectionListener::ConnectionListener(std::uint32_t slot)
@@ -227,23 +254,6 @@ void ConnectionListener::copyAcrossTheEnd(std::uint32_t index, std::uint32_t sam
     copyRing(buffer.data(), block_->audio.ring + index, first);
     copyRing(buffer.data() + first, block_->audio.ring, samples - first);
 }
-
-#if defined(__SANITIZE_THREAD__)
-// ThreadSanitizer would tell of the race that this copy is made for: the positions, read before and
-// after it, tell which samples the writer may have touched meanwhile, and those are thrown away. So
-// it doesn't see these reads; sample by sample and volatile, or else they would become a memcpy,
-// which it always sees.
-[[gnu::no_sanitize("thread")]] void ConnectionListener::copyRing(float* to, const float* from,
-                                                                 std::size_t samples) noexcept {
-    const volatile float* source = from;
-    for (std::size_t i = 0; i < samples; ++i)
-        to[i] = source[i];
-}
-#else
-void ConnectionListener::copyRing(float* to, const float* from, std::size_t samples) noexcept {
-    std::memcpy(to, from, samples * sizeof(float));
-}
-#endif
 
 void ConnectionListener::beat() {
     if (writableState_ != nullptr && isConnectionState(*writableState_))

@@ -57,7 +57,7 @@ public:
     explicit ConnectionListener(std::uint32_t slot);
     ConnectionListener(const ConnectionListener&) = delete;
     ConnectionListener& operator=(const ConnectionListener&) = delete;
-    virtual ~ConnectionListener();
+    ~ConnectionListener();
 
     /// Whether there is a connection's block, whatever its state. Without one nothing else may be
     /// called.
@@ -105,11 +105,6 @@ public:
     /// Tells the sender, and everyone else, that somebody listens: a sign of life, to be given at
     /// each look. Does nothing where the state block may not be written.
     void beat();
-
-protected:
-    /// The one access that may meet the writer's hands: what was torn is found out afterwards.
-    /// Copies from one place in the ring to another, which doesn't cross the ring's end.
-    virtual void copyRing(float* to, const float* from, std::size_t samples) noexcept;
 
 private:
     bool isStateInForce() const noexcept;

@@ -55,57 +55,9 @@ protected:
         sight.session = number;
         return sight;
     }
-    static Sight successor(std::uint64_t number, std::uint64_t former, std::uint64_t published) {
-        Sight sight = session(number);
-        sight.formerSession = former;
-        sight.formerPublished = published;
-        return sight;
-    }
-
     Course course;
     std::vector<float> ring = std::vector<float>(100);
 };
-
-using Missed = std::pair<std::uint64_t, bool>;
-Missed missedOf(const Delivery& delivery) {
-    return {delivery.missed, delivery.isMissedUnknown};
-}
-
-// Faults: a tail that is forgotten at a change, or told as unknown where it is known, or known
-// where it can't be; one that is told twice.
-TEST_F(CourseTest, TheTailOfASessionIsToldByItsSuccessorOrIsUnknown) {
-    EXPECT_EQ(missedOf(see(session(1), 1000)), Missed(0, false));
-    EXPECT_EQ(missedOf(take(1050)), Missed(0, false));
-    EXPECT_EQ(missedOf(see(successor(2, 1, 1234))), Missed(184, false));
-    EXPECT_EQ(course.position(), 0u);
-    EXPECT_EQ(missedOf(take(250)), Missed(150, false));
-
-    EXPECT_EQ(missedOf(see(successor(4, 3, 999))), Missed(0, true));  // two changes
-    take(50);
-    EXPECT_EQ(missedOf(see(successor(5, 4, 49))), Missed(0, true));  // less than was taken
-
-    Sight ended = session(5);
-    ended.isEnded = true;
-    take(50);
-    see(ended);
-    EXPECT_FALSE(course.isOver());
-    take(70);
-    EXPECT_TRUE(course.isOver());
-    EXPECT_EQ(missedOf(see(session(6))), Missed(0, false));
-
-    Sight gone = session(6);
-    gone.isGone = true;
-    see(gone);
-    take(80);
-    EXPECT_TRUE(course.isOver());
-    see(session(7));
-    Delivery left;
-    course.leave({}, left);
-    EXPECT_EQ(missedOf(left), Missed(0, true));
-    EXPECT_EQ(course.session(), 0u);
-    course.leave({}, left = {});
-    EXPECT_EQ(missedOf(left), Missed(0, false));
-}
 
 // The fault it would catch: samples of one rate in a file of another.
 TEST_F(CourseTest, ADeliveryHasOneRate) {

@@ -122,16 +122,6 @@ TEST_F(LinuxSharedMemory, AnotherUsersObjectIsRefusedAndLeftAlone) {
     EXPECT_TRUE(isTaken(SharedMemory::Access::ReadWrite));
 }
 
-TEST_F(LinuxSharedMemory, NothingStaysWhenTheLibraryEnds) {
-    auto memory = SharedMemory::create(Name, Bytes);
-    ASSERT_TRUE(memory);
-    EXPECT_TRUE(isViewed(Name));
-    memory.keepToTheEnd();
-    EXPECT_FALSE(memory);
-    EXPECT_FALSE(isViewed(Name));
-    EXPECT_FALSE(exists(Name));
-}
-
 // Fault: two long names that lead to the same object, because both are cut.
 TEST_F(LinuxSharedMemory, LongNamesAreRefused) {
     EXPECT_TRUE(SharedMemory::create(std::string(40, 'x'), Bytes));
