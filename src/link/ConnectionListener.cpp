@@ -4,7 +4,6 @@
 #include "platform/Clock.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 
 namespace tarn {

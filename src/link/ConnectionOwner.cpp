@@ -126,7 +126,8 @@ void ConnectionOwner::setRate(double hertz) noexcept {
         isRateNew_.store(true, std::memory_order_release);
 }
 
-// Who reads the mark, or another position after the rate than before, reads again later.
+// Who reads the mark, or another position after the rate than before, goes on with the rate that it
+// knows until its next look.
 void ConnectionOwner::changeRate() noexcept {
     isRateNew_.exchange(false, std::memory_order_acquire);
     storeShared(stream_->rateFrom, ConnectionRateChanges);

@@ -32,7 +32,6 @@ struct Sight {
     std::uint64_t session = 0;
     std::uint64_t formerSession = 0;
     std::uint64_t formerPublished = 0;
-    std::uint64_t published = 0;
 };
 
 /// The one transition of states: from whatever state, what is seen decides.
