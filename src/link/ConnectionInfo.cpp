@@ -12,9 +12,11 @@ namespace {
 constexpr std::uint32_t LevelSamples = 4800;  // a tenth of a second at 48 kHz
 
 SenderState stateOf(const ConnectionListener& listener, const std::optional<SenderFacts>& sender) {
+    using platform::ProcessLife;
     if (!listener.hasMaster())
         return SenderState::Ended;
-    if (sender && listener.lifeOfSender() == platform::ProcessLife::Gone)
+    const ProcessLife life = sender ? listener.lifeOfSender() : ProcessLife::Unknown;
+    if (life == ProcessLife::Gone)
         return SenderState::Gone;
     if (sender && sender->isEnded)
         return SenderState::Ended;
@@ -22,8 +24,9 @@ SenderState stateOf(const ConnectionListener& listener, const std::optional<Send
         return SenderState::Sending;
     if (listener.lastWriteTime() == 0)
         return SenderState::Waiting;
-    return sender || listener.isWrittenWithin(ConnectionFreshSeconds) ? SenderState::Paused
-                                                                      : SenderState::Gone;
+    return life == ProcessLife::Running || listener.isWrittenWithin(ConnectionFreshSeconds)
+               ? SenderState::Paused
+               : SenderState::Lost;
 }
 
 float levelOf(ConnectionListener& listener) {

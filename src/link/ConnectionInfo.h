@@ -16,8 +16,9 @@ enum class SenderState {
     Sending,  // it wrote within the last second
     Paused,   // it wrote before
     Waiting,  // it hasn't written yet
-    Gone,     // its process ended without letting go, or nothing was heard of it for 10 seconds and
-              // it has no state block by which its process could be looked at
+    Gone,     // its process ended without letting go
+    Lost,     // so may it have: nothing was heard of it for 10 seconds, and nobody can look at its
+              // process
     Ended,    // it let go; somebody else keeps the block alive
 };
 

@@ -18,7 +18,7 @@ TEST(Course, WhatIsSeenDecidesTheState) {
         {{}, State::Searching},
         {sight(false, false, false, true), State::Receiving},
         {sight(false, false, false, false), State::Silent},
-        {sight(false, false, true, false), State::Abandoned},
+        {sight(false, false, true, false), State::Lost},
         {sight(false, true, false, true), State::Abandoned},
         {sight(true, false, false, true), State::Ended},
         {sight(true, true, true, false), State::Ended},

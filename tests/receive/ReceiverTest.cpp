@@ -381,7 +381,8 @@ TEST_F(OldSenderTest, AStaleConnectionIsOnlyPeekedAt) {
         EXPECT_TRUE(delivery.samples.empty());
         EXPECT_EQ(delivery.isMissedUnknown, i == 0);  // the rest of a second may hold a lap
     }
-    EXPECT_EQ(state(), State::Abandoned);
+    EXPECT_EQ(state(), State::Lost);
+    EXPECT_EQ(inspectConnection(0)->state, SenderState::Lost);  // nobody can know that it is gone
     EXPECT_FALSE(inspectConnection(0)->hasSlave);
     pass(0.5);
     send(500);

@@ -27,7 +27,7 @@ std::uint32_t slotOf(const std::string& number) {
 }
 
 bool isLeftBehind(SenderState state) {
-    return state == SenderState::Gone || state == SenderState::Ended;
+    return state == SenderState::Gone || state == SenderState::Lost || state == SenderState::Ended;
 }
 
 }  // namespace

@@ -27,7 +27,8 @@ constexpr const char* ListFooter =
     R"(With --json, each connection has these keys; what isn't known is null:
   number, name    of the connection
   state           sending, paused (for a second or more), waiting (for its first samples),
-                  gone (the sender ended without closing it) or ended (the sender closed it)
+                  gone (the sender ended without closing it), lost (so may it have), or
+                  ended (the sender closed it)
   lastWriteAge    seconds since samples came
   inputLatency    of the sending host, in samples
   levelDbfs       peak of the last 4800 samples in dBFS; null for silence too

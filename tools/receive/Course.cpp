@@ -9,8 +9,10 @@ State nextState(const Sight& sight) noexcept {
         return State::Searching;
     if (sight.isEnded)
         return State::Ended;
-    if (sight.isGone || sight.isLost)
+    if (sight.isGone)
         return State::Abandoned;
+    if (sight.isLost)
+        return State::Lost;
     return sight.isLive ? State::Receiving : State::Silent;
 }
 

@@ -15,9 +15,11 @@ enum class State {
     Silent,     // there is a sender; it wrote nothing for more than a second, or never
     Receiving,
     Ended,      // the sender has let go
-    Abandoned,  // the sender's process is gone, or may be: nothing was heard of it for 10 seconds
-                // and nobody can tell. Its blocks are let go, so that its slot is free for the next
-                // one
+    Abandoned,  // the sender's process has ended without letting go
+    Lost,  // so may it have: its last write is more than 10 seconds old, and nobody can look at
+           // its process
+
+    // In the last two states the blocks are let go, so that the slot can become free.
 };
 
 /// What one look sees of a connection.

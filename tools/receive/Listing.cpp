@@ -31,6 +31,8 @@ StateNames namesOf(SenderState state) {
             return {"not started yet", "waiting"};
         case SenderState::Gone:
             return {"sender is gone", "gone"};
+        case SenderState::Lost:
+            return {"may be gone", "lost"};
         default:
             return {"closed", "ended"};
     }

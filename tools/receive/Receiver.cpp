@@ -16,6 +16,10 @@ std::uint64_t halfARingBehind(std::uint64_t position) {
     return position - std::min<std::uint64_t>(position, ConnectionPreroll);
 }
 
+bool isOnlyPeekedAt(State state) {
+    return state == State::Abandoned || state == State::Lost;
+}
+
 // Which of several connections under one name is meant.
 int rankOf(SenderState state) {
     switch (state) {
@@ -25,6 +29,7 @@ int rankOf(SenderState state) {
         case SenderState::Waiting:
             return 2;
         case SenderState::Gone:
+        case SenderState::Lost:
             return 1;
         default:
             return 0;
@@ -55,7 +60,7 @@ Delivery Receiver::look() {
     }
     if (isLetGo)
         listener_.reset();
-    hasLooked_ = !isLetGo || state_ == State::Abandoned;
+    hasLooked_ = !isLetGo || isOnlyPeekedAt(state_);
     return delivery;
 }
 
@@ -168,7 +173,7 @@ bool Receiver::follow(const SenderFacts& facts, Delivery& delivery) {
         course_.leave({}, delivery);  // who has the slot next may have another name
         return true;
     }
-    if (state_ == State::Abandoned)
+    if (isOnlyPeekedAt(state_))
         return true;
     listener_->beat();
     return false;
@@ -202,7 +207,7 @@ bool Receiver::followIndex(Delivery& delivery) {
     sight.isLost = secondsBefore(platform::calendarSeconds(), ConnectionFreshSeconds) > lastSign;
     sight.isLive = listener_->isWrittenWithin(ConnectionLiveSeconds);
     state_ = nextState(sight);
-    if (state_ == State::Abandoned) {
+    if (state_ == State::Lost) {
         stream_->rest(*listener_);
         return true;
     }

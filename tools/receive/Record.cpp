@@ -258,6 +258,8 @@ void Session::tellState() {
             return tell(connection + " was closed by its sender");
         case State::Abandoned:
             return tell("the sender of " + connection + " is gone; it didn't close it");
+        case State::Lost:
+            return tell(connection + " has sent nothing for a while; its sender may be gone");
     }
 }
 
