@@ -6,14 +6,11 @@
 #include "foundation/ProductIdentity.h"
 #include "platform/Dialogs.h"
 #include "platform/Folders.h"
-#include "platform/Machine.h"
 #include "platform/SystemError.h"
 
 #include <xmmintrin.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <string_view>
 
 namespace tarn::System {
 
@@ -85,11 +82,9 @@ void setupFloatingPoint() {
         return;
     }
     log(LogMachine, "SSE2 exceptions: disabled");
-    _mm_setcsr(_mm_getcsr() | FlushToZero | DenormalsAreZero);
     log(LogMachine, "SSE2 flush to zero: enabled");
-    _mm_setcsr(_mm_getcsr() | FlushToZero);
     log(LogMachine, "SSE2 denormals are zero: enabled");
-    _mm_setcsr(_mm_getcsr() | PrecisionFlag);
+    _mm_setcsr(_mm_getcsr() | FlushToZero | DenormalsAreZero | PrecisionFlag);
 }
 
 platform::MessageAnswer show(platform::MessageKind kind, const std::string& text, bool parented) {
@@ -97,10 +92,12 @@ platform::MessageAnswer show(platform::MessageKind kind, const std::string& text
 }
 
 bool isWebOrMailAddress(const std::string& url) {
-    std::string lower = url.substr(0, url.find(':'));
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    return lower.size() < url.size() && (lower == "http" || lower == "https" || lower == "mailto");
+    constexpr char CaseBit = 0x20;  // only a letter becomes a lower-case letter by it
+    std::string scheme = url.substr(0, url.find(':'));
+    for (char& c : scheme)
+        c |= CaseBit;
+    return scheme.size() < url.size() &&
+           (scheme == "http" || scheme == "https" || scheme == "mailto");
 }
 
 }  // namespace
@@ -171,8 +168,7 @@ std::string getProcessorDescription() {
     return description;
 }
 
-int getOSLevel() {
-    const auto version = platform::windowsVersion();
+int getOSLevel(const std::optional<platform::WindowsVersion>& version) {
     if (!version)
         return 2;
     if (Logger::get() != nullptr)

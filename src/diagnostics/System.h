@@ -5,7 +5,9 @@
 #include "foundation/Folder.h"
 #include "platform/Clock.h"
 #include "platform/Desktop.h"
+#include "platform/Machine.h"
 
+#include <optional>
 #include <string>
 
 namespace tarn::System {
@@ -57,8 +59,8 @@ int getProcessorCount();
 std::string getProcessorDescription();
 
 /// 0 Windows NT, 1 Windows 2000, 2 Windows XP or a system that is none of these, 3 its 64-bit
-/// edition, 4 Windows Vista to 8.1, and what calls itself so.
-int getOSLevel();
+/// edition, 4 Windows Vista to 8.1, and what calls itself so. Logs the version, if there is one.
+int getOSLevel(const std::optional<platform::WindowsVersion>& version = platform::windowsVersion());
 
 /// By virtual-key code: 0x10 shift, 0x11 control, 0x12 alt. Interface thread.
 bool isKeyDown(int key);

@@ -5,6 +5,7 @@
 #include "platform/Dialogs.h"
 #include "support/ScratchStore.h"
 
+#include <cpuid.h>
 #include <gmock/gmock.h>
 #include <xmmintrin.h>
 
@@ -19,68 +20,84 @@ using platform::MessageKind;
 
 TEST(System, FindsTheProductsFolders) {
     using enum platform::KnownFolder;
-    const LogFolder product;
-    const auto below = [&](platform::KnownFolder folder) {
-        return Folder(platform::knownFolderPath(folder))
-            .join(product.getVendorName() + "/" + product.getProductName());
-    };
+    LogFolder product;
+    product.open(LogProgress);
     const auto isAt = [](System::SpecialFolder folder, const Folder& place) {
         return System::getFolderLocation(folder).equals(place);
     };
-    EXPECT_TRUE(isAt(System::CommonData, below(CommonApplicationData)));
-    EXPECT_TRUE(isAt(System::UserData, below(Documents)));
-    EXPECT_TRUE(isAt(System::Install, below(ProgramFiles)));
+    for (const auto& [folder, above] : {std::pair(System::CommonData, CommonApplicationData),
+                                        {System::UserData, Documents},
+                                        {System::Install, ProgramFiles}})
+        EXPECT_TRUE(
+            isAt(folder, Folder(platform::knownFolderPath(above)).join("Maker/Wellengang ä")));
+    EXPECT_THAT(product.lines(), ElementsAre(HasSubstr("'InstallPath' not found")));
 
     const test::ScratchStore store;
     Preferences machine = store.open(platform::PreferencesRoot::LocalMachine);
     Preferences::setStores(&machine, nullptr);
-    EXPECT_TRUE(isAt(System::Install, below(ProgramFiles)));
     const Folder install(store.path("Plug-ins Ω"));
     machine.setString("InstallPath", install.getPath());
-    EXPECT_TRUE(isAt(System::Install, install));
-    EXPECT_TRUE(isAt(System::Resources, install.join(product.getProductName() + " Resources")));
+    EXPECT_TRUE(isAt(System::Resources, install.join("Wellengang ä Resources")));
     machine.setString("ResourcesDir", "Skins\\Dark");
     EXPECT_TRUE(isAt(System::Resources, install.join("Skins/Dark")));
     Preferences::setStores(nullptr, nullptr);
 }
 
 TEST(System, MessagesBearTheProductsNameAndGiveTheUsersAnswer) {
-    const LogFolder product;
+    LogFolder product;
+    product.open(LogProgress);
     platform::MessageRequest asked;
     MessageAnswer answer{};
-    platform::setDialogAnswers({[&](const platform::MessageRequest& request) {
-                                    asked = request;
-                                    return answer;
-                                },
-                                {}});
-    for (auto [choice, result] : {std::pair(MessageAnswer::Ok, 0), {MessageAnswer::Cancel, 1}}) {
+    platform::setDialogAnswers({[&](const auto& request) { return asked = request, answer; }, {}});
+    const std::tuple<MessageAnswer, int, int> choices[] = {{MessageAnswer::Ok, 0, 2},
+                                                           {MessageAnswer::Cancel, 1, 2},
+                                                           {MessageAnswer::Yes, 1, 0},
+                                                           {MessageAnswer::No, 1, 1}};
+    for (const auto& [choice, confirmed, answered] : choices) {
         answer = choice;
-        EXPECT_EQ(System::confirm("?", true), result);
+        EXPECT_EQ(System::confirm("?", true), confirmed);
         EXPECT_TRUE(asked.kind == MessageKind::Confirm && asked.parented);
-    }
-    for (auto [choice, result] :
-         {std::pair(MessageAnswer::Yes, 0), {MessageAnswer::No, 1}, {MessageAnswer::Cancel, 2}}) {
-        answer = choice;
-        EXPECT_EQ(System::ask("Größe?", true), result);
-        EXPECT_EQ(asked.kind, MessageKind::Ask);
-        EXPECT_EQ(asked.title + asked.text, product.getProductName() + "Größe?");
+        EXPECT_EQ(System::ask("Größe?", false), answered);
+        EXPECT_TRUE(asked.kind == MessageKind::Ask && !asked.parented);
+        EXPECT_EQ(asked.title + asked.text, "Wellengang äGröße?");
     }
     System::inform("news", false);
-    EXPECT_TRUE(asked.kind == MessageKind::Inform && !asked.parented);
-    System::fatal("No skin.", false);
-    EXPECT_EQ(asked.kind, MessageKind::Alert);
-    EXPECT_EQ(asked.text, "No skin.\n\n" + product.getProductName() + " will exit.");
-    platform::setDialogAnswers({});
+    EXPECT_EQ(asked.kind, MessageKind::Inform);
+    System::fatal("No skin.", true);
+    EXPECT_TRUE(asked.kind == MessageKind::Alert && asked.parented);
+    EXPECT_EQ(asked.text, "No skin.\n\nWellengang ä will exit.");
+    System::deleteFailed(reinterpret_cast<void*>(0xBEEF));
+    EXPECT_THAT(product.lines(), ElementsAre("No skin.", "failed to delete object 0xbeef"));
 }
 
 // Fault: a fading tail of denormals that costs a hundred times the processor.
-TEST(System, FlushesDenormalsOfTheCallingThread) {
+TEST(System, SetsTheHeapAndTheCallingThreadsFloatingPointUp) {
+    LogFolder product;
+    product.open(LogProgress);
     const unsigned before = _mm_getcsr();
+    _mm_setcsr(0x1F80);  // as the system leaves it
     EXPECT_TRUE(System::init());
-    EXPECT_EQ(_mm_getcsr() & 0x9FC0u, 0x9FC0u);  // and raises no exceptions
+    EXPECT_EQ(_mm_getcsr(), 0x9FE0u);
     volatile float smallest = std::numeric_limits<float>::min();
     EXPECT_EQ(smallest * 0.5f, 0.0f);
+    EXPECT_THAT(product.lines(),
+                ElementsAre(AnyOf("Low-fragmentation heap: ", "Low-fragmentation heap: enabled"),
+                            "SSE2 exceptions: disabled", "SSE2 flush to zero: enabled",
+                            "SSE2 denormals are zero: enabled"));
     _mm_setcsr(before);
+}
+
+TEST(System, MapsVersionsAndCursorsFromTheirNumbers) {
+    const std::tuple<unsigned, unsigned, int> versions[] = {
+        {4, 0, 0}, {4, 2, 0}, {5, 0, 1}, {5, 1, 2}, {5, 2, 3}, {6, 0, 4}, {6, 2, 4}, {10, 0, 2}};
+    for (const auto& [major, minor, level] : versions)
+        EXPECT_EQ(System::getOSLevel(platform::WindowsVersion{major, minor}), level) << major;
+    EXPECT_EQ(System::getOSLevel(std::nullopt), 2);
+    using enum platform::CursorShape;
+    int kind = 0;
+    for (const auto shape : {Arrow, Move, LeftRight, UpDown, LeftRight, LeftRight, UpDown, UpDown,
+                             Arrow, Hand, Wait, Arrow})
+        EXPECT_EQ(System::getCursorShape(kind++), shape) << kind;
 }
 
 TEST(CPUAssembly, TellsProcessorsOldAndNewFromTheirBits) {
@@ -111,6 +128,9 @@ TEST(CPUAssembly, TellsProcessorsOldAndNewFromTheirBits) {
 
     processor.identify();  // the one that runs this
     EXPECT_TRUE(processor.hasMMX() && processor.hasSSE() && processor.hasSSE2());
+    unsigned registers[4] = {};
+    __get_cpuid(0x80000001, &registers[0], &registers[1], &registers[2], &registers[3]);
+    EXPECT_EQ(CPUIDLeaves::read().extendedFeatures.edx, registers[3]);
     const unsigned long speed = std::stoul(processor.getSpeedMHz());
     EXPECT_TRUE(speed > 200 && speed < 20'000) << speed;
     EXPECT_THAT(System::getProcessorDescription(),

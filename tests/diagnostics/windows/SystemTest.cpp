@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 #include <shlobj.h>
 
+#include <tuple>
+
 namespace tarn {
 namespace {
 
@@ -25,14 +27,9 @@ TEST(WindowsSystem, FoldersAreThoseOfTheShell) {
     }
 }
 
-TEST(WindowsSystem, ShowsTheSystemsCursors) {
+TEST(WindowsSystem, ShowsTheSystemsCursorsAndTellsItsLastErrorOnOneLine) {
     System::setCursor(9);
     EXPECT_EQ(::GetCursor(), ::LoadCursorW(nullptr, IDC_HAND));
-    System::setCursor(99);
-    EXPECT_EQ(::GetCursor(), ::LoadCursorW(nullptr, IDC_ARROW));
-}
-
-TEST(WindowsSystem, TellsTheSystemsLastErrorOnOneLine) {
     for (DWORD code : {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND, 0x2FFFFFFFl}) {
         ::SetLastError(code);
         const std::string text = System::getLastErrorText();
@@ -80,22 +77,23 @@ private:
 TEST(WindowsSystem, BoxesAreTheSystemsOwn) {
     using namespace platform;
     const User user;
-    User::button = IDNO;
-    EXPECT_EQ(showMessage({MessageKind::Ask, "Brimtide", "山田 Zoë?", false}), MessageAnswer::No);
-    EXPECT_EQ(User::title + L"|" + User::text, L"Brimtide|\u5C71\u7530 Zo\u00EB?");
-    User::button = IDCANCEL;
-    EXPECT_EQ(System::ask("?", false), 2);
-    EXPECT_EQ(System::confirm("?", false), 1);
-    User::button = IDOK;
-    EXPECT_EQ(System::confirm("?", false), 0);
-
     static HWND editor = ::CreateWindowExW(0, L"STATIC", L"", WS_OVERLAPPED, 0, 0, 100, 100,
                                            nullptr, nullptr, nullptr, nullptr);
     setDialogOwner([]() noexcept { return static_cast<void*>(editor); });
-    System::alert("!", true);
-    EXPECT_EQ(User::owner, editor);
-    System::alert("!", false);
-    EXPECT_NE(User::owner, editor);
+    const std::tuple<int, MessageKind, MessageAnswer> presses[] = {
+        {IDYES, MessageKind::Ask, MessageAnswer::Yes},
+        {IDNO, MessageKind::Ask, MessageAnswer::No},
+        {IDCANCEL, MessageKind::Ask, MessageAnswer::Cancel},
+        {IDCANCEL, MessageKind::Confirm, MessageAnswer::Cancel},
+        {IDOK, MessageKind::Confirm, MessageAnswer::Ok},
+        {IDOK, MessageKind::Alert, MessageAnswer::Ok}};
+    for (const auto& [button, kind, answer] : presses) {
+        const bool parented = answer != MessageAnswer::Ok;
+        User::button = static_cast<WORD>(button);
+        EXPECT_EQ(showMessage({kind, "Brimtide", "山田 Zoë?", parented}), answer);
+        EXPECT_EQ(User::title + L"|" + User::text, L"Brimtide|\u5C71\u7530 Zo\u00EB?");
+        EXPECT_EQ(User::owner == editor, parented);
+    }
     setDialogOwner(nullptr);
     ::DestroyWindow(editor);
 
