@@ -19,6 +19,8 @@
 namespace tarn::platform {
 namespace {
 
+using std::filesystem::exists;
+
 constexpr std::size_t Bytes = 131784;
 constexpr char Name[] = "test of a strange object";
 
@@ -26,11 +28,8 @@ std::string objectOf(const std::string& name) {
     return "/tarn-" + std::to_string(::getuid()) + "-" + name;
 }
 
-bool exists(const std::string& name) {
-    const int file = ::shm_open(objectOf(name).c_str(), O_RDONLY, 0);
-    if (file >= 0)
-        ::close(file);
-    return file >= 0;
+std::string pathOf(const std::string& name) {
+    return "/dev/shm" + objectOf(name);
 }
 
 bool isTaken(SharedMemory::Access access) {
@@ -48,7 +47,7 @@ class StrangeObject {
 public:
     explicit StrangeObject(mode_t mode = 0600)
         : file_(::shm_open(objectOf(Name).c_str(), O_CREAT | O_EXCL | O_RDWR, mode)) {
-        EXPECT_EQ(::ftruncate(file_, Bytes), 0);
+        EXPECT_TRUE(::write(file_, "old", 3) == 3 && ::ftruncate(file_, Bytes) == 0);
         lock(LOCK_SH);
     }
     StrangeObject(const StrangeObject&) = delete;
@@ -84,7 +83,7 @@ protected:
     void TearDown() override {
         EXPECT_EQ(openFiles(), openBefore_);
         EXPECT_FALSE(isViewed(Name));
-        EXPECT_FALSE(exists(Name));
+        EXPECT_FALSE(exists(pathOf(Name)));
     }
 
 private:
@@ -98,11 +97,15 @@ TEST_F(LinuxSharedMemory, NobodyElseCanMakeACallWait) {
         EXPECT_TRUE(isTaken(SharedMemory::Access::ReadWrite));
         object.lock(LOCK_EX);
         expectRefused();
-        EXPECT_TRUE(exists(Name));
+        EXPECT_TRUE(exists(pathOf(Name)));
+        object.lock(LOCK_UN);
+        const auto fresh = SharedMemory::create(Name, Bytes);
+        ASSERT_TRUE(fresh);
+        EXPECT_EQ(*static_cast<char*>(fresh.data()), 0);
         object.lock(LOCK_SH);
         EXPECT_TRUE(SharedMemory::create(Name, Bytes));
     }
-    ASSERT_EQ(::mkfifo(("/dev/shm" + objectOf(Name)).c_str(), 0600), 0);
+    ASSERT_EQ(::mkfifo(pathOf(Name).c_str(), 0600), 0);
     EXPECT_FALSE(isTaken(SharedMemory::Access::ReadOnly));
     EXPECT_TRUE(SharedMemory::create(Name, Bytes)) << "what nobody holds is swept";
 }
@@ -116,7 +119,7 @@ TEST_F(LinuxSharedMemory, AnotherUsersObjectIsRefusedAndLeftAlone) {
     expectRefused();
     object.lock(LOCK_UN);
     expectRefused();
-    EXPECT_TRUE(exists(Name));
+    EXPECT_TRUE(exists(pathOf(Name)));
     object.setOwner(0);
     object.lock(LOCK_SH);
     EXPECT_TRUE(isTaken(SharedMemory::Access::ReadWrite));
@@ -128,7 +131,7 @@ TEST_F(LinuxSharedMemory, LongNamesAreRefused) {
     for (std::size_t length = 41; length < 100; ++length) {
         const std::string name(length, 'x');
         const auto block = SharedMemory::create(name, Bytes);
-        EXPECT_TRUE(!block || exists(name)) << length;
+        EXPECT_TRUE(!block || exists(pathOf(name))) << length;
     }
     EXPECT_FALSE(SharedMemory::create(std::string(80, 'x'), Bytes));
 }
@@ -159,10 +162,10 @@ TEST(LinuxSharedMemoryDeathTest, NoProbedBlockOutlivesAnOrderlyExit) {
                 SharedMemory::create(connectionMappingName(Slot), ConnectionBlockSize);
             connectionStatus(Slot);
         }
-        std::exit(exists(connectionMappingName(Slot)) ? 0 : 1);
+        std::exit(exists(pathOf(connectionMappingName(Slot))) ? 0 : 1);
     };
     EXPECT_EXIT(probeAndExit(), testing::ExitedWithCode(0), "");
-    EXPECT_FALSE(exists(connectionMappingName(Slot)));
+    EXPECT_FALSE(exists(pathOf(connectionMappingName(Slot))));
 }
 
 }  // namespace
