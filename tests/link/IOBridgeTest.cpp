@@ -162,6 +162,9 @@ TEST(IOBridge, AWriterThatFallsSilentIsDeadAfterASecondAndFreshForTen) {
     EXPECT_FALSE(isFresh());
     RawBlock(0)->lastWriteTime[1] = 0xFFFFFFFF;  // the comparison is of unsigned numbers
     EXPECT_TRUE(isFresh());
+    setCalendar((3LL << 32) + 5);  // in the 25th century
+    master->write(nullptr, 0);
+    EXPECT_EQ(RawBlock(0)->lastWriteTime[1], 3u);
 }
 
 // Faults: a master that is missed or taken for its successor, a latency that a receiver sets.
