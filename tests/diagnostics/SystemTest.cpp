@@ -105,7 +105,7 @@ TEST(CPUAssembly, TellsProcessorsOldAndNewFromTheirBits) {
         {"GenuineIntel", 0x543, "INTEL Pentium MMX", 0, 0},
         {"GenuineIntel", 0x906EA, "INTEL Core (Kaby/Coffee Lake)", 0, 0},
         {"AuthenticAMD", 0xA20F12, "AMD Ryzen (Zen 3)", 0xA0, 0},
-        {"GenuineIntel", 0x0A5B2FF7, "unknown", 0xA50, 0xB},
+        {"GenuineIntel", 0x1A5B2FF7, "unknown", 0xA50, 0xB},
         {"SomeoneElse!", 0x543, "unknown", 0, 0}};
     CPUIDLeaves leaves;
     CPUAssembly processor;
@@ -120,10 +120,10 @@ TEST(CPUAssembly, TellsProcessorsOldAndNewFromTheirBits) {
         EXPECT_EQ(processor.getExtendedFamily(), extendedFamily) << model;
         EXPECT_EQ(processor.getExtendedModel(), extendedModel) << model;
     }
-    leaves.signature = {0xFE7, 0, 0, 1u << 23 | 1u << 26};
+    leaves.signature = {0x1FD7, 0, 0, 1u << 23 | 1u << 26};
     leaves.extendedFeatures.edx = 1u << 31;
     processor.identify(leaves);
-    EXPECT_TRUE(processor.getFamily() == 15 && processor.getModelNumber() == 14);
+    EXPECT_TRUE(processor.getFamily() == 15 && processor.getModelNumber() == 13);
     EXPECT_TRUE(processor.getStepping() == 7 && processor.getFeatures() == 0b1011);
 
     processor.identify();  // the one that runs this

@@ -1,4 +1,5 @@
 #include "diagnostics/System.h"
+#include "foundation/LogFolder.h"
 #include "platform/Folders.h"
 #include "support/ScratchFolder.h"
 
@@ -28,8 +29,12 @@ TEST(LinuxSystem, FoldersAreThoseOfTheDesktop) {
     home.write(".config/user-dirs.dirs",
                "# xdg\nXDG_DESKTOP_DIR=\"$HOME/x\"\nXDG_DOCUMENTS_DIR=\"$HOME/Документы\"\n");
     EXPECT_EQ(knownFolderPath(Documents), home.path("Документы"));
-    home.write(".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"");
-    EXPECT_EQ(knownFolderPath(Documents), home.path("Documents"));
+    for (const std::string odd : {"", "relative\"", "$HOME/\""}) {
+        home.write(".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"" + odd);
+        EXPECT_EQ(knownFolderPath(Documents), home.path("Documents"));
+    }
+    home.write(".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"/else/where\"");
+    EXPECT_EQ(knownFolderPath(Documents), "/else/where");
 }
 
 // Fault: a skin's address starts a program, or is read by a shell.
@@ -44,4 +49,14 @@ TEST(LinuxSystem, HandsOnlyWebAndMailAddressesToTheBrowser) {
         System::openURL(refused);
     System::openURL("HTTPS://example.com/?a=$(id)&b='\"; c");
     EXPECT_EQ(scratch.read("opened"), "HTTPS://example.com/?a=$(id)&b='\"; c|");
+
+    LogFolder product;
+    product.open(LogDetail);
+    std::filesystem::remove(scratch.path("xdg-open"));
+    std::filesystem::create_symlink("/bin/sh", scratch.path("sh"));
+    for (const std::string& folder : {scratch.path(), scratch.path("nowhere")}) {
+        ::setenv("PATH", folder.c_str(), 1);
+        System::openURL("mailto:a@b");
+    }
+    EXPECT_EQ(product.lines(), std::vector<std::string>(2, "could not open mailto:a@b"));
 }
