@@ -52,12 +52,9 @@ TEST(SharedMemoryDeathTest, AReadOnlyViewFollowsTheBlockAndCannotWriteIt) {
     const auto writer = SharedMemory::create(Name, Bytes);
     const auto reader = SharedMemory::open(Name, Bytes, SharedMemory::Access::ReadOnly);
     ASSERT_TRUE(reader);
-    for (const std::size_t at : {std::size_t{0}, Bytes - 1}) {
-        bytesOf(writer)[at] = 5;
-        EXPECT_EQ(bytesOf(reader)[at], 5);
-    }
+    bytesOf(writer)[Bytes - 1] = 5;
+    EXPECT_EQ(bytesOf(reader)[Bytes - 1], 5);
     EXPECT_DEATH(bytesOf(reader)[0] = 6, "");
-    EXPECT_EQ(bytesOf(writer)[0], 5);
 }
 
 }  // namespace

@@ -4,7 +4,9 @@
 #include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 
@@ -18,7 +20,7 @@ TEST(LinuxSystem, FoldersAreThoseOfTheDesktop) {
     ::setenv("HOME", home.path().c_str(), 1);
     ::setenv("XDG_STATE_HOME", "relative/is/ignored", 1);
     ::unsetenv("XDG_CONFIG_HOME");
-    ::setenv("XDG_DATA_DIRS", "relative::/data/first/:/data/second", 1);
+    ::setenv("XDG_DATA_DIRS", ":relative:/data/first/:/data/second", 1);
     EXPECT_EQ(knownFolderPath(Documents), home.path("Documents"));
     EXPECT_EQ(knownFolderPath(CommonApplicationData), "/data/first");
     EXPECT_EQ(knownFolderPath(LocalApplicationData), home.path(".local/state"));
@@ -35,6 +37,9 @@ TEST(LinuxSystem, FoldersAreThoseOfTheDesktop) {
     }
     home.write(".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"/else/where\"");
     EXPECT_EQ(knownFolderPath(Documents), "/else/where");
+    ::unsetenv("HOME");
+    EXPECT_EQ(knownFolderPath(LocalApplicationData),
+              std::string(::getpwuid(::getuid())->pw_dir) + "/.local/state");
 }
 
 // Fault: a skin's address starts a program, or is read by a shell.

@@ -84,9 +84,7 @@ TEST(WindowsSystem, BoxesAreTheSystemsOwn) {
         {IDYES, MessageKind::Ask, MessageAnswer::Yes},
         {IDNO, MessageKind::Ask, MessageAnswer::No},
         {IDCANCEL, MessageKind::Ask, MessageAnswer::Cancel},
-        {IDCANCEL, MessageKind::Confirm, MessageAnswer::Cancel},
-        {IDOK, MessageKind::Confirm, MessageAnswer::Ok},
-        {IDOK, MessageKind::Alert, MessageAnswer::Ok}};
+        {IDOK, MessageKind::Confirm, MessageAnswer::Ok}};
     for (const auto& [button, kind, answer] : presses) {
         const bool parented = answer != MessageAnswer::Ok;
         User::button = static_cast<WORD>(button);
