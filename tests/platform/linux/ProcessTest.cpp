@@ -9,6 +9,7 @@
 #include <cinttypes>
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -50,6 +51,8 @@ bool looksLikeAZombie(pid_t process) {
 // that it looks like a zombie.
 TEST(LinuxProcess, OddProgramsRun) {
     const ProcessName here = currentProcess();
+    EXPECT_EQ(std::filesystem::read_symlink("/proc/self/ns/pid"),
+              "pid:[" + std::to_string(processSpace()) + "]");
     const int nextFile = ::dup(STDIN_FILENO);
     ::close(nextFile);
     ::pthread_setname_np(::pthread_self(), "a) Z 1 (b) S");
