@@ -29,9 +29,12 @@ public:
     virtual std::string toString() const;
 
     /// Null when there is no such pin. The config owns it.
-    IOPin* getPin(int index) const noexcept {
+    IOPin* getPin(int index) noexcept {
         const auto at = static_cast<std::size_t>(index);
         return at < pins_.size() ? pins_[at].get() : nullptr;
+    }
+    const IOPin* getPin(int index) const noexcept {
+        return const_cast<IOPinConfig*>(this)->getPin(index);
     }
 
     int getPinCount() const noexcept { return static_cast<int>(pins_.size()); }
@@ -48,9 +51,12 @@ public:
     int getChannelCount() const noexcept { return static_cast<int>(channels_.size()); }
 
     /// Null past the end.
-    IOChannel<float>* getChannel(int flatIndex) const noexcept {
+    IOChannel<float>* getChannel(int flatIndex) noexcept {
         const auto at = static_cast<std::size_t>(flatIndex);
         return at < channels_.size() ? channels_[at] : nullptr;
+    }
+    const IOChannel<float>* getChannel(int flatIndex) const noexcept {
+        return const_cast<IOPinConfig*>(this)->getChannel(flatIndex);
     }
 
     /// The channel shows what `channel` shows; false past the end.

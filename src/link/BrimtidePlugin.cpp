@@ -16,7 +16,7 @@ std::int32_t Plugin::getUniqueID() const {
     return UniqueID;
 }
 
-void Plugin::process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept {
+void Plugin::process(IOPinConfig& in, IOPinConfig& out, int frames) noexcept {
     if (out.getActivePinCount() == 0)
         return;
     for (int i = 0; i < in.getPinCount(); ++i)

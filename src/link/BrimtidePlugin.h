@@ -17,7 +17,7 @@ public:
     void setSampleRate(int rate) override { engine_->setSampleRate(rate); }
     void setBlockSize(int frames) override { engine_->setBlockSize(frames); }
     void resume() override { engine_->resume(); }
-    void process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept override;
+    void process(IOPinConfig& in, IOPinConfig& out, int frames) noexcept override;
 
     // One parameter: "MuteOutput", off below 0.5.
     int getParameterCount() const noexcept override;

@@ -23,12 +23,13 @@ public:
     /// The host starts. Control thread, while no block is processed.
     virtual void resume() = 0;
 
-    /// One block: any number of frames from 0 up, in channels of at least that size. An output
+    /// One block: any number of frames from 0 up, in channels of at least that size. None of an
+    /// input's samples counts as valid yet: all of the block's do here. An output
     /// channel comes with no valid sample and is written from its beginning, after those of lower
     /// index, from the input channel of its own index or from the only one. It may lie over input
     /// channels that no later output is written from, and be the very same memory as the one that
     /// it is written from. Audio thread; allocates nothing and never waits.
-    virtual void process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept = 0;
+    virtual void process(IOPinConfig& in, IOPinConfig& out, int frames) noexcept = 0;
 
     // The automatable parameters, in the order in which hosts number them from 0. An index that is
     // out of range is ignored, or answered with 0.0 or the empty text. Any thread.

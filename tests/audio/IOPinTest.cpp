@@ -45,7 +45,7 @@ TEST(IOPin, EachClassTakesFromEachOtherWhatTheTypesSay) {
     };
     for (const auto& [to, from, takes] : ways)
         for (const int operation : {Assign, Add, Append}) {
-            const IOPinConfig target(to, 1), other(from, 1);
+            IOPinConfig target(to, 1), other(from, 1);
             IOPin &pin = *target.getPin(0), &source = *other.getPin(0);
             fill(pin, 100.0f, 1.0f, 2);
             fill(source, 1.0f, 2.0f, 3);
