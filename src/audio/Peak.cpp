@@ -20,15 +20,19 @@ __m128 raised(__m128 peak, const float* samples, const float* more) {
     return _mm_max_ps(absoluteOf(more), _mm_max_ps(absoluteOf(samples), peak));
 }
 
+std::uint32_t bitsOf(__m128 lowest) {
+    return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_castps_si128(lowest)));
+}
+
 }  // namespace
 
-__m128 peakLaneOf(const float* samples, int frames) noexcept {
+std::uint32_t peakBitsOf(const float* samples, int frames) noexcept {
     const __m128 zero = _mm_setzero_ps();
     if (frames < 4) {
         __m128 peak = zero;
         for (int i = 0; i < frames; ++i)
             peak = _mm_max_ss(_mm_set_ss(std::fabs(samples[i])), peak);
-        return peak;
+        return bitsOf(peak);
     }
     // A sample may count twice: so the first and the last four stand for what the steps between
     // them leave out, which begin where no load crosses two cache lines. Four peaks, because each
@@ -52,7 +56,7 @@ __m128 peakLaneOf(const float* samples, int frames) noexcept {
     }
     const __m128 both = _mm_max_ps(_mm_max_ps(first, second), _mm_max_ps(third, fourth));
     const __m128 pair = _mm_max_ps(both, _mm_movehl_ps(both, both));
-    return _mm_max_ss(pair, _mm_shuffle_ps(pair, pair, 1));
+    return bitsOf(_mm_max_ss(pair, _mm_shuffle_ps(pair, pair, 1)));
 }
 
 }  // namespace tarn

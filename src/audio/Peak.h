@@ -1,18 +1,19 @@
 // The largest level in a run of samples.
 #pragma once
 
-#include <xmmintrin.h>
+#include <bit>
+#include <cstdint>
 
 namespace tarn {
 
-/// What `peakOf` is made of: the peak in the lowest lane. A float that a function of a 32-bit
-/// program returns would go through memory to the x87 stack and back, which takes 6 ns.
-__m128 peakLaneOf(const float* samples, int frames) noexcept;
+/// The peak's bits, for `peakOf`: a float that a function of a 32-bit program returns would go
+/// through memory to the x87 stack and back, which takes 6 ns.
+std::uint32_t peakBitsOf(const float* samples, int frames) noexcept;
 
 /// The largest absolute value among `frames` samples, 0.0 for none; NaN is passed over. Any
 /// alignment. Audio thread.
 inline float peakOf(const float* samples, int frames) noexcept {
-    return _mm_cvtss_f32(peakLaneOf(samples, frames));
+    return std::bit_cast<float>(peakBitsOf(samples, frames));
 }
 
 }  // namespace tarn
