@@ -1,6 +1,6 @@
 // One run of samples: a buffer of our own, a view of another channel's, or the host's memory.
-// Everything rests on one rule: a buffer that a channel allocated lives until the last channel that
-// shows it goes elsewhere or is destroyed, in whatever order.
+// Everything rests on one rule: the channels that show one allocated buffer share a SharedObject
+// count, and the last of them to go elsewhere or to be destroyed frees the buffer.
 #pragma once
 
 #include "audio/Peak.h"
@@ -10,8 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <functional>
-#include <memory>
 
 namespace tarn {
 
@@ -19,11 +17,15 @@ template <typename T>
 class IOChannel;
 
 /// 32-bit samples. `size` of them may be used, the first `count` of which are valid audio; counts
-/// and sizes that are out of range are cut to what there is. The SharedObject count tells whether
-/// other channels show the same buffer.
+/// and sizes that are out of range are cut to what there is.
+///
+/// `isShared` tells whether other channels show the same allocated buffer. `retain` counts as one
+/// more, so a channel that is retained must not let go of a buffer that it allocated: nobody would
+/// free it.
 ///
 /// No locks: while a block is processed its channels are the audio thread's, at other times the
-/// control thread's. What is marked "audio thread" allocates nothing there.
+/// control thread's, together with all that show the same buffers. What is marked "audio thread"
+/// allocates nothing there.
 template <>
 class IOChannel<float> : public SharedObject {
 public:
@@ -75,9 +77,25 @@ public:
     /// whether some is left. Audio thread.
     bool append(const IOChannel& src) noexcept;
 
-    /// Sums up as many samples as both have, valid or not: a + b with `add`, else a + b - a * b.
-    /// Where the two overlap, a sample is summed up after those before it. Audio thread.
-    void mix(const IOChannel& src, bool add) noexcept;
+    /// Sums up as many samples as both have, valid or not, and counts just these as valid: a + b
+    /// with `add`, else a + b - a * b. Where the two overlap, a sample is summed up after those
+    /// before it. Audio thread.
+    void mix(const IOChannel& src, bool add) noexcept {
+        count_ = std::min(src.size_, size_);
+        if (add)
+            addUp(data_, src.data_, count_, 1.0f);
+        else
+            screen(data_, src.data_, count_);
+    }
+
+    /// Adds the valid samples of `src`, each times `factor` (linear), as far as there is room; so
+    /// many are valid here afterwards, or more if they were before. Overlaps as in `mix`. Audio
+    /// thread.
+    void addValid(const IOChannel& src, float factor) noexcept {
+        const int n = std::min(src.count_, size_);
+        addUp(data_, src.data_, n, factor);
+        count_ = std::max(count_, n);
+    }
 
     /// Silences `length` samples from `start`, or all from there on when it is negative; what comes
     /// before them then counts as valid too. Audio thread.
@@ -90,12 +108,6 @@ public:
     /// Shows what `src` shows, with its sizes, and shares its buffer. Audio thread where neither of
     /// the two has a buffer that a channel allocated.
     void replace(const IOChannel& src);
-
-    /// Whether any usable sample is also one of the other's. Audio thread.
-    bool overlaps(const IOChannel& other) const noexcept {
-        const std::less<const float*> before;
-        return before(data_, other.data_ + other.size_) && before(other.data_, data_ + size_);
-    }
 
     float* getData() noexcept { return data_; }
     const float* getData() const noexcept { return data_; }
@@ -121,7 +133,8 @@ private:
         if (samples > 0)
             std::memmove(to, from, static_cast<std::size_t>(samples) * sizeof(float));
     }
-    void leaveShare();
+    static void addUp(float* to, const float* from, int samples, float factor) noexcept;
+    static void screen(float* to, const float* from, int samples) noexcept;
     void leaveBuffer();
 
     float* data_ = nullptr;  // null only where the size is 0
@@ -129,7 +142,7 @@ private:
     std::int32_t capacity_ = 0;
     std::int32_t size_ = 0;
     std::int32_t count_ = 0;
-    std::shared_ptr<float[]> buffer_;  // what `data_` points into; null for external memory
+    float* buffer_ = nullptr;  // what `data_` points into; null for external memory
 };
 
 }  // namespace tarn

@@ -1,11 +1,11 @@
 #include "vst/VSTPlugin.h"
 
+#include "audio/Alignment.h"
 #include "plugin/PluginInfo.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -32,13 +32,6 @@ void copyText(char* buffer, std::string_view text, std::size_t bytes) {
     const std::size_t length = std::min(text.size(), bytes - 1);
     std::memcpy(buffer, text.data(), length);
     buffer[length] = '\0';
-}
-
-// Whether two runs of so many samples share any.
-bool overlap(const float* a, const float* b, VstInt32 frames) noexcept {
-    const auto bytes = static_cast<std::uintptr_t>(frames) * sizeof(float);
-    const auto ahead = reinterpret_cast<std::uintptr_t>(a) - reinterpret_cast<std::uintptr_t>(b);
-    return ahead < bytes || -ahead < bytes;
 }
 
 }  // namespace
