@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <string>
 #include <tuple>
 
@@ -45,8 +44,7 @@ TEST(IOPin, EachClassTakesFromEachOtherWhatTheTypesSay) {
             : operation == Add  ? pin.add(source)
                                 : void(pin.append(source));
             for (int i = 0; const auto* channel = pin.getChannel(i); ++i) {
-                const int at = operation * (pin.getChannelCount() + 1) + i;
-                const char take = takes[static_cast<std::size_t>(at)];
+                const char take = takes[operation * (pin.getChannelCount() + 1) + i];
                 const auto value = static_cast<float>(1 << (take & 7));
                 const Outcome taken[] = {
                     {value, 100.0f, 3}, {100 + value, 100 + value, 16}, {100.0f, value, 5}};
@@ -73,7 +71,6 @@ TEST(IOPin, ConfigsCountChannelsThroughAllTheirPins) {
         {{4, 2}, "/", 8, "000000000"},
         {{6, 1}, "5.1", 6, "302145010"},
         {{3, 1}, "", 0, ""},
-        {{Type{7}, 1}, "", 0, ""},
         {{2, -1}, "", 0, ""},
     };
     for (const auto& [config, names, channels, roles] : cases) {
@@ -104,8 +101,7 @@ TEST(IOPin, ListsShareTheirPins) {
         EXPECT_FALSE(outputs.setChannel(2, five) || outputs.getPin(0)->setChannel(2, five));
         EXPECT_EQ(outputs.getChannel(0)->getData(), outputs.getChannel(1)->getData());
         outputs.clear();
-        const IOPinStereo fewest(outputs.getChannel(0), &five);
-        EXPECT_EQ(fewest.getChannel(0)->getCount(), five.getCount());
+        EXPECT_EQ(IOPinStereo(outputs.getChannel(0), &five).getChannel(0)->getCount(), 0);
     }
     EXPECT_EQ(IOChannel<float>::liveChannels(), channels);
 }
