@@ -7,7 +7,7 @@
 
 namespace tarn {
 
-/// A copy shows the same pins. Threads as for IOPinConfig.
+/// A copy has the same pins, not pins of its own. Threads as for IOPinConfig.
 class IOConfig {
 public:
     /// Two empty lists.
@@ -25,17 +25,18 @@ public:
     int getInputChannels() const noexcept { return inputs_.getChannelCount(); }
     int getOutputChannels() const noexcept { return outputs_.getChannelCount(); }
 
-    /// As many channels each way, whatever the pins: a stereo pin equals two mono ones.
+    /// Whether both have as many inputs and as many outputs, in channels: a stereo pin equals two
+    /// mono ones.
     bool operator==(const IOConfig& other) const noexcept {
         return getInputChannels() == other.getInputChannels() &&
                getOutputChannels() == other.getOutputChannels();
     }
 
-    /// Takes the list's pins, which both then show.
+    /// From now on this side has the very pins of the given list.
     void setInputs(const IOPinConfig& in) { inputs_ = in; }
     void setOutputs(const IOPinConfig& out) { outputs_ = out; }
 
-    /// Of every channel, in samples; whether both sides took it.
+    /// In samples, of every channel on both sides. Whether both took it.
     bool setSize(int n) {
         const bool in = inputs_.setSize(n);
         return outputs_.setSize(n) && in;

@@ -1,6 +1,6 @@
 // The pins on one side of the plug-in, in order.
-// Everything rests on one rule: copies show the same pins, which live until the last of them is
-// gone.
+// Everything rests on one rule: a copy of a configuration has the same pins, not pins of its own.
+// They live as long as the last copy.
 #pragma once
 
 #include "audio/IOPin.h"
@@ -12,8 +12,10 @@
 
 namespace tarn {
 
-/// "Flat" indexes count channels through all pins. Made, copied and resized on the control thread;
-/// the rest is the audio thread's as far as the pins' operations are.
+/// A flat index counts the channels of all pins, one pin after the other, from 0.
+///
+/// Making, copying and resizing belong on the control thread. Everything else may be called on the
+/// audio thread where the channels' own operation may.
 class IOPinConfig : public SharedObject {
 public:
     IOPinConfig() = default;
@@ -28,7 +30,7 @@ public:
     /// The pins' names joined by "/".
     virtual std::string toString() const;
 
-    /// Null when there is no such pin. The config owns it.
+    /// Null when there is no such pin. It belongs to all copies of this configuration.
     IOPin* getPin(int index) noexcept {
         const auto at = static_cast<std::size_t>(index);
         return at < pins_.size() ? pins_[at].get() : nullptr;
@@ -59,11 +61,11 @@ public:
         return const_cast<IOPinConfig*>(this)->getChannel(flatIndex);
     }
 
-    /// The channel shows what `channel` shows; false past the end.
+    /// The channel shows what `channel` shows from now on; false past the end.
     bool setChannel(int flatIndex, const IOChannel<float>& channel);
 
-    /// Every channel shows `frames` samples of the buffer of its flat index, none of them valid
-    /// yet; false at a buffer that is null. Audio thread as IOChannel's own operation is.
+    /// Each channel shows `frames` samples at `buffers[flat index]`, none of them valid yet. Stops
+    /// at the first buffer that is null, and returns false.
     bool attach(float* const* buffers, int frames) {
         for (IOChannel<float>* channel : channels_) {
             float* buffer = *buffers++;
@@ -74,9 +76,10 @@ public:
         return true;
     }
 
-    /// Always true.
+    /// In samples, of every channel. Always true.
     bool setSize(int n);
 
+    /// Silences every channel; all their samples are valid then.
     void clear() noexcept;
 
 private:
