@@ -24,8 +24,6 @@ public:
     virtual VstIntPtr dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
                                  float opt);
 
-    virtual void open() {}
-    virtual void close() {}
     virtual void suspend() {}
     virtual void resume() {}
     virtual void setSampleRate(float rate) { sampleRate = rate; }       // Hz
@@ -50,9 +48,8 @@ protected:
     void setNumOutputs(VstInt32 channels) noexcept { cEffect.numOutputs = channels; }
 
     /// Asks the host; 0 without one.
-    VstIntPtr callHost(VstInt32 opcode, VstInt32 index = 0, VstIntPtr value = 0,
-                       void* ptr = nullptr, float opt = 0.0f) noexcept {
-        return audioMaster != nullptr ? audioMaster(&cEffect, opcode, index, value, ptr, opt) : 0;
+    VstIntPtr callHost(VstInt32 opcode, void* ptr = nullptr) noexcept {
+        return audioMaster != nullptr ? audioMaster(&cEffect, opcode, 0, 0, ptr, 0.0f) : 0;
     }
 
     audioMasterCallback audioMaster;
