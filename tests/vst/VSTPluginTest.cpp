@@ -147,15 +147,15 @@ TEST(VSTPlugin, TellsReceiversWhatTheHostTells) {
 }
 
 // What a host may expect of an instance, while it calls at random.
-class RandomHost {
+class RandomHost : Instance {
 public:
     void changeSomething() {
         if (below(8) == 0)
-            instance_.call(effMainsChanged, 0, isRunning_ = below(4) != 0);
+            call(effMainsChanged, 0, isRunning_ = below(4) != 0);
         if (below(8) == 0) {
             isMuted_ = below(2) == 0;
-            record_->setParameter(record_, 0, isMuted_ ? 0.5f : NotANumber);
-            ASSERT_EQ(record_->getParameter(record_, 0), isMuted_ ? 1.0f : 0.0f);
+            record->setParameter(record, 0, isMuted_ ? 0.5f : NotANumber);
+            ASSERT_EQ(record->getParameter(record, 0), isMuted_ ? 1.0f : 0.0f);
         }
         if (below(8) == 0)
             changeChannels();
@@ -167,7 +167,7 @@ public:
         const int frames = below(20) == 0 ? below(30'000) : below(600) - 1;
         const bool isAnnounced = below(2) == 0;
         if (isAnnounced)
-            instance_.call(effSetBlockSize, 0, frames);
+            call(effSetBlockSize, 0, frames);
         Channel memory = test::ramp(static_cast<std::uint32_t>(4 * (frames + 64) + 128));
         const auto place = [&] { return memory.data() + 64 + below(4) * (frames + 64); };
         Buffers from{place(), place()}, to{};
@@ -187,7 +187,7 @@ public:
             (below(2) == 0 ? from[inputs_ - 1] : to[outputs_ - 1]) = nullptr;
 
         const long allocations = test::allocationsOfThisThread();
-        instance_.process(from, to, frames);
+        process(from, to, frames);
         ASSERT_EQ(test::allocationsOfThisThread(), allocations);
         ASSERT_TRUE(memory == expected);
         if (!isPlayed || frames <= 0)
@@ -204,17 +204,15 @@ private:
         const int counts[] = {1, 1, 2, 2, -1, 0, 3, 1'000'000};
         const int inputs = counts[below(8)], outputs = counts[below(8)];
         const bool isOffered = inputs >= 1 && inputs <= outputs && outputs <= 2;
-        ASSERT_EQ(instance_.setChannels(inputs, outputs), isOffered) << inputs << ", " << outputs;
+        ASSERT_EQ(setChannels(inputs, outputs), isOffered) << inputs << ", " << outputs;
         if (isOffered) {
-            ASSERT_EQ(record_->numInputs, inputs_ = inputs);
-            ASSERT_EQ(record_->numOutputs, outputs_ = outputs);
+            ASSERT_EQ(record->numInputs, inputs_ = inputs);
+            ASSERT_EQ(record->numOutputs, outputs_ = outputs);
         }
-        record_->numInputs = record_->numOutputs = 1'000'000;  // isn't read
+        record->numInputs = record->numOutputs = 1'000'000;  // isn't read
     }
 
     std::mt19937 random_{1};
-    Instance instance_;
-    AEffect* const record_ = instance_.record;
     const test::RawBlock block_{0};
     bool isRunning_ = false, isMuted_ = false;
     int inputs_ = 2, outputs_ = 2, sent_ = 0;
@@ -259,12 +257,6 @@ TEST(VSTPlugin, TellsOfItsPins) {
 // under it when the host has lost its patience, or isn't changed when it has some.
 TEST(VSTPlugin, ChangesWaitForTheBlockUnderWayButNotForEver) {
     static std::atomic<int> looksAtTheClock;
-    static std::promise<void> isWaiting;
-    const platform::HighResolutionClock standingClock = []() noexcept {
-        if (++looksAtTheClock == 2)
-            isWaiting.set_value();
-        return 0.0;
-    };
     Instance instance;
     instance.resume();
     const Channel left = test::ramp(64), right = test::ramp(64, 100);
@@ -285,14 +277,15 @@ TEST(VSTPlugin, ChangesWaitForTheBlockUnderWayButNotForEver) {
     processWith([&] { std::async(std::launch::async, expectRefusals).get(); });
     EXPECT_EQ(instance.record->numOutputs, 2);
 
-    platform::setHighResolutionClock(standingClock);
+    platform::setHighResolutionClock([]() noexcept { return 0.0 * ++looksAtTheClock; });
     processWith(expectRefusals);
 
     looksAtTheClock = 0;
     std::future<bool> change;
     processWith([&] {
         change = std::async(std::launch::async, [&] { return instance.setChannels(1, 1); });
-        isWaiting.get_future().wait();
+        while (looksAtTheClock < 2) {
+        }
     });
     while (instance.play(left) != left) {
     }
