@@ -41,15 +41,12 @@ VST_REALIGN float VSTCALLBACK getParameter(AEffect* record, VstInt32 index) noex
 
 }  // namespace
 
-AudioEffect::AudioEffect(audioMasterCallback host, VstInt32 programs, VstInt32 parameters)
-    : audioMaster(host), numPrograms(programs), numParams(parameters) {
+AudioEffect::AudioEffect(audioMasterCallback host) : audioMaster(host) {
     cEffect.magic = kEffectMagic;
     cEffect.dispatcher = dispatch;
     cEffect.process = processNothing;
     cEffect.setParameter = tarn::setParameter;
     cEffect.getParameter = tarn::getParameter;
-    cEffect.numPrograms = programs;
-    cEffect.numParams = parameters;
     cEffect.flags = effFlagsCanReplacing;
     cEffect.ioRatio = 1.0f;
     cEffect.object = this;

@@ -13,7 +13,7 @@ namespace tarn {
 class AudioEffect {
 public:
     /// `host` may be null: every question to it is then answered with 0.
-    AudioEffect(audioMasterCallback host, VstInt32 programs, VstInt32 parameters);
+    explicit AudioEffect(audioMasterCallback host);
     AudioEffect(const AudioEffect&) = delete;
     AudioEffect& operator=(const AudioEffect&) = delete;
     virtual ~AudioEffect() = default;
@@ -55,8 +55,8 @@ protected:
     audioMasterCallback audioMaster;
     float sampleRate = 44100.0f;
     VstInt32 blockSize = 1024;
-    VstInt32 numPrograms;
-    VstInt32 numParams;
+    VstInt32 numPrograms = 0;
+    VstInt32 numParams = 0;
     VstInt32 curProgram = 0;
     AEffect cEffect{};
 };

@@ -37,7 +37,7 @@ void copyText(char* buffer, std::string_view text, std::size_t bytes) {
 }  // namespace
 
 VSTPlugin::VSTPlugin(audioMasterCallback host)
-    : AudioEffectX(host, 0, 0), plugin_(PluginInfo::get().createPlugin(*this)) {
+    : AudioEffectX(host), plugin_(PluginInfo::get().createPlugin(*this)) {
     numParams = cEffect.numParams = plugin_->getParameterCount();
     cEffect.version = PluginInfo::get().getVendorVersion();
     setNumInputs(ioConfig_.getInputChannels());

@@ -116,10 +116,10 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
     record.processReplacing(&record, buffers, nullptr, 1);
 
     struct Faulty : AudioEffectX {
-        Faulty() : AudioEffectX(nullptr, 0, 0) {}
+        using AudioEffectX::AudioEffectX;
         VstInt32 getVendorVersion() override { throw std::bad_alloc(); }
         void processReplacing(float**, float**, VstInt32) noexcept override {}
-    } faulty;
+    } faulty(nullptr);
     EXPECT_EQ(record.dispatcher(faulty.getAeffect(), effGetVendorVersion, 0, 0, nullptr, 0.0f), 0);
 }
 
@@ -241,6 +241,7 @@ TEST(VSTPlugin, TellsOfItsPins) {
         VstPinProperties pin;
         std::memset(&pin, 'x', sizeof pin);
         const VstIntPtr exists = instance.call(opcode, index, 0, &pin);
+        EXPECT_EQ(pin.shortLabel[0], '\0');
         return PinFacts(exists, pin.label, pin.flags, pin.arrangementType);
     };
     for (const int channels : {1, 2}) {
