@@ -15,6 +15,7 @@ VST_REALIGN VstIntPtr VSTCALLBACK dispatch(AEffect* record, VstInt32 opcode, Vst
     AudioEffect& effect = effectOf(record);
     if (opcode != effClose)
         return effect.dispatcher(opcode, index, value, ptr, opt);
+    effect.dispatcher(opcode, index, value, ptr, opt);
     delete &effect;
     return 1;
 } catch (...) {
@@ -41,15 +42,22 @@ VST_REALIGN float VSTCALLBACK getParameter(AEffect* record, VstInt32 index) noex
 
 }  // namespace
 
-AudioEffect::AudioEffect(audioMasterCallback host) : audioMaster(host) {
+AudioEffect::AudioEffect(audioMasterCallback host, VstInt32 programs, VstInt32 parameters)
+    : audioMaster(host), numPrograms(programs), numParams(parameters) {
     cEffect.magic = kEffectMagic;
     cEffect.dispatcher = dispatch;
     cEffect.process = processNothing;
     cEffect.setParameter = tarn::setParameter;
     cEffect.getParameter = tarn::getParameter;
+    cEffect.numPrograms = programs;
+    cEffect.numParams = parameters;
+    cEffect.numInputs = 1;
+    cEffect.numOutputs = 2;
     cEffect.flags = effFlagsCanReplacing;
     cEffect.ioRatio = 1.0f;
     cEffect.object = this;
+    cEffect.uniqueID = fourCharacters("NoEf");
+    cEffect.version = 1;
     cEffect.processReplacing = tarn::processReplacing;
     cEffect.processDoubleReplacing = processNothingDouble;
 }
@@ -57,6 +65,12 @@ AudioEffect::AudioEffect(audioMasterCallback host) : audioMaster(host) {
 VstIntPtr AudioEffect::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
                                   float opt) {
     switch (opcode) {
+        case effOpen:
+            open();
+            break;
+        case effClose:
+            close();
+            break;
         case effGetParamLabel:
             if (ptr != nullptr)
                 getParameterLabel(index, static_cast<char*>(ptr));

@@ -13,7 +13,7 @@ namespace tarn {
 class AudioEffect {
 public:
     /// `host` may be null: every question to it is then answered with 0.
-    explicit AudioEffect(audioMasterCallback host);
+    AudioEffect(audioMasterCallback host, VstInt32 programs, VstInt32 parameters);
     AudioEffect(const AudioEffect&) = delete;
     AudioEffect& operator=(const AudioEffect&) = delete;
     virtual ~AudioEffect() = default;
@@ -24,6 +24,8 @@ public:
     virtual VstIntPtr dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
                                  float opt);
 
+    virtual void open() {}
+    virtual void close() {}
     virtual void suspend() {}
     virtual void resume() {}
     virtual void setSampleRate(float rate) { sampleRate = rate; }       // Hz
@@ -48,15 +50,16 @@ protected:
     void setNumOutputs(VstInt32 channels) noexcept { cEffect.numOutputs = channels; }
 
     /// Asks the host; 0 without one.
-    VstIntPtr callHost(VstInt32 opcode, void* ptr = nullptr) noexcept {
-        return audioMaster != nullptr ? audioMaster(&cEffect, opcode, 0, 0, ptr, 0.0f) : 0;
+    VstIntPtr callHost(VstInt32 opcode, VstInt32 index = 0, VstIntPtr value = 0,
+                       void* ptr = nullptr, float opt = 0.0f) noexcept {
+        return audioMaster != nullptr ? audioMaster(&cEffect, opcode, index, value, ptr, opt) : 0;
     }
 
     audioMasterCallback audioMaster;
     float sampleRate = 44100.0f;
     VstInt32 blockSize = 1024;
-    VstInt32 numPrograms = 0;
-    VstInt32 numParams = 0;
+    VstInt32 numPrograms;
+    VstInt32 numParams;
     VstInt32 curProgram = 0;
     AEffect cEffect{};
 };

@@ -24,8 +24,8 @@ constexpr float HighestRate = 1e9f;  // Hz; beyond, it is no rate
 // The interface asks for 64 bytes; some hosts write more.
 constexpr std::size_t HostTextBytes = 256;
 
-// One pin each way, a stereo one at most.
-constexpr std::size_t WidestPin = 2;
+// One pin each way, of 5.1 at most.
+constexpr std::size_t WidestPin = 6;
 
 // Cut to the buffer's size, the zero included.
 void copyText(char* buffer, std::string_view text, std::size_t bytes) {
@@ -37,7 +37,7 @@ void copyText(char* buffer, std::string_view text, std::size_t bytes) {
 }  // namespace
 
 VSTPlugin::VSTPlugin(audioMasterCallback host)
-    : AudioEffectX(host), plugin_(PluginInfo::get().createPlugin(*this)) {
+    : AudioEffectX(host, 0, 0), plugin_(PluginInfo::get().createPlugin(*this)) {
     numParams = cEffect.numParams = plugin_->getParameterCount();
     cEffect.version = PluginInfo::get().getVendorVersion();
     setNumInputs(ioConfig_.getInputChannels());
@@ -79,7 +79,8 @@ void VSTPlugin::process(float* const* inputs, float* const* outputs, VstInt32 fr
     for (int output = 1; output < outputCount; ++output) {
         const int input = std::min(output, lastInput);
         for (int before = 0; before < output; ++before) {
-            if (!out.getChannel(before)->overlaps(*in.getChannel(input))) [[likely]]
+            const bool staysAsItIs = lastInput == 0 && outputs[before] == inputs[0];
+            if (staysAsItIs || !overlap(outputs[before], inputs[input], frames)) [[likely]]
                 continue;
             if (frames > inPlacePin_.getSize()) {
                 processInParts(inputs, outputs, frames);
@@ -117,6 +118,8 @@ void VSTPlugin::processInParts(float* const* inputs, float* const* outputs,
 // Some hosts hand out buffers from a pool, so that one channel's output is another one's input.
 void VSTPlugin::copyInput(int index, int frames) noexcept {
     IOChannel<float>* copy = inPlacePin_.getChannel(index);
+    if (copy == nullptr)
+        return;
     IOChannel<float>* input = ioConfig_.getInputs().getChannel(index);
     input->setCount(frames);
     copy->assign(*input);
@@ -155,19 +158,27 @@ bool VSTPlugin::getInputProperties(VstInt32 index, VstPinProperties* properties)
     return true;
 }
 
-// The only pin is known by the number of any of its channels here.
+// A pin is known by the number of any of its channels here.
 bool VSTPlugin::getOutputProperties(VstInt32 index, VstPinProperties* properties) {
     *properties = {};
     properties->arrangementType = kSpeakerArrEmpty;
-    const IOPinConfig& outputs = ioConfig_.getOutputs();
-    if (outputs.getChannel(index) == nullptr)
+    if (index < 0)
         return false;
-    const bool isStereo = outputs.getChannelCount() == 2;
-    std::snprintf(properties->label, sizeof properties->label, "%s %s",
-                  PluginInfo::get().getProductName(), isStereo ? "ST1" : "M1");
-    properties->flags = isStereo ? kVstPinIsActive | kVstPinIsStereo : kVstPinIsActive;
-    properties->arrangementType = isStereo ? kSpeakerArrStereo : kSpeakerArrMono;
-    return true;
+    for (int number = 1, end = 0; const IOPin *pin = ioConfig_.getOutputs().getPin(number - 1);
+         ++number) {
+        end += pin->getChannelCount();
+        if (index >= end)
+            continue;
+        const bool isStereo = pin->getType() == IOPin::Type::Stereo;
+        if (!isStereo && pin->getType() != IOPin::Type::Mono)
+            return false;
+        std::snprintf(properties->label, sizeof properties->label, "%s %s%d",
+                      PluginInfo::get().getProductName(), isStereo ? "ST" : "M", number);
+        properties->flags = kVstPinIsActive | (isStereo ? kVstPinIsStereo : 0);
+        properties->arrangementType = isStereo ? kSpeakerArrStereo : kSpeakerArrMono;
+        return true;
+    }
+    return false;
 }
 
 bool VSTPlugin::setSpeakerArrangement(const VstSpeakerArrangement* input,
@@ -216,7 +227,7 @@ std::int32_t VSTPlugin::getInputLatency() noexcept {
 
 std::string VSTPlugin::getHostName() {
     char name[HostTextBytes]{};
-    callHost(audioMasterGetProductString, name);
+    callHost(audioMasterGetProductString, 0, 0, name);
     return std::string(name, std::find(name, std::end(name), '\0'));
 }
 

@@ -119,7 +119,7 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
         using AudioEffectX::AudioEffectX;
         VstInt32 getVendorVersion() override { throw std::bad_alloc(); }
         void processReplacing(float**, float**, VstInt32) noexcept override {}
-    } faulty(nullptr);
+    } faulty(nullptr, 0, 0);
     EXPECT_EQ(record.dispatcher(faulty.getAeffect(), effGetVendorVersion, 0, 0, nullptr, 0.0f), 0);
 }
 
