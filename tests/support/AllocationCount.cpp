@@ -46,10 +46,9 @@ std::size_t tarn::test::bytesAllocatedByThisThread() noexcept {
     return allocatedBytes;
 }
 
+// The library's forms for arrays call these.
+
 void* operator new(std::size_t bytes) {
-    return counted(bytes);
-}
-void* operator new[](std::size_t bytes) {
     return counted(bytes);
 }
 void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
@@ -58,25 +57,13 @@ void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
 void* operator new(std::size_t bytes, std::align_val_t alignment) {
     return countedAligned(bytes, static_cast<std::size_t>(alignment));
 }
-void* operator new[](std::size_t bytes, std::align_val_t alignment) {
-    return countedAligned(bytes, static_cast<std::size_t>(alignment));
-}
 void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
     std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 void operator delete(void* memory, std::align_val_t) noexcept {
-    freeAligned(memory);
-}
-void operator delete[](void* memory, std::align_val_t) noexcept {
     freeAligned(memory);
 }
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {

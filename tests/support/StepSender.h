@@ -29,39 +29,32 @@ public:
     /// knows the connection's block alone.
     StepSender(RawBlock& block, RawState& state, std::uint32_t number, bool tellsState)
         : block_(*block), state_(*state), number_(number), tellsState_(tellsState) {
-        if (tellsState)
-            add([this] { state_.owner = platform::currentProcess(); });
-        if (tellsState)
-            add([this] { state_.ownerSpace = platform::processSpace(); });
-        if (tellsState && state_.session != 0) {
-            add([this] { state_.formerSession = 0; });
-            add([this] { state_.formerPublished = state_.stream.published; });
-            add([this] { state_.formerSession = state_.session; });
+        addToState([this] { state_.owner = platform::currentProcess(); });
+        addToState([this] { state_.ownerSpace = platform::processSpace(); });
+        if (state_.session != 0) {
+            addToState([this] { state_.formerSession = 0; });
+            addToState([this] { state_.formerPublished = state_.stream.published; });
+            addToState([this] { state_.formerSession = state_.session; });
         }
-        if (tellsState)
-            add([this] { state_.session = 0; });
-        if (tellsState)
-            add([this] {
-                state_.ended = 0;
-                state_.major = ConnectionStateMajor;
-                state_.size = ConnectionStateSize;
-                state_.magic = ConnectionStateMagic;
-            });
+        addToState([this] { state_.session = 0; });
+        addToState([this] {
+            state_.ended = 0;
+            state_.major = ConnectionStateMajor;
+            state_.size = ConnectionStateSize;
+            state_.magic = ConnectionStateMagic;
+        });
         makeBlockAnew();
-        if (!tellsState)
-            return;
-        add([this] { state_.stream.claimed = 0; });
-        add([this] { state_.stream.published = 0; });
-        add([this] { state_.stream.rateFrom = 0; });
-        add([this] { state_.session = sessionNumber(); });
+        addToState([this] { state_.stream.claimed = 0; });
+        addToState([this] { state_.stream.published = 0; });
+        addToState([this] { state_.stream.rateFrom = 0; });
+        addToState([this] { state_.session = sessionNumber(); });
     }
 
     void write(std::uint64_t stamp, std::uint32_t frames) {
         add([this, stamp] { block_.lastWriteTime[0] = static_cast<std::uint32_t>(stamp); });
         const std::uint64_t from = position_;
         position_ += frames;
-        if (tellsState_)
-            add([this, end = position_] { state_.stream.claimed = end; });
+        addToState([this, end = position_] { state_.stream.claimed = end; });
         // The samples in a few parts, of which the later ones may write over the earlier.
         const std::uint32_t part = frames / 3 + 1;
         for (std::uint32_t done = 0; done < frames; done += part)
@@ -74,16 +67,13 @@ public:
         add([this, end = position_] {
             block_.audio.writeIndex = static_cast<std::uint32_t>(end) & ConnectionRingMask;
         });
-        if (tellsState_)
-            add([this, end = position_] { state_.stream.published = end; });
+        addToState([this, end = position_] { state_.stream.published = end; });
     }
 
     void letGo() {
-        if (tellsState_)
-            add([this] { state_.ended = 1; });
+        addToState([this] { state_.ended = 1; });
         add([this] { block_.masterInUse = 0; });
-        if (tellsState_)
-            add([this] { state_.owner = 0; });
+        addToState([this] { state_.owner = 0; });
     }
 
     /// The end of its process, wherever it is.
@@ -105,6 +95,10 @@ public:
 
 private:
     void add(std::function<void()> store) { stores_.push_back(std::move(store)); }
+    void addToState(std::function<void()> store) {
+        if (tellsState_)
+            add(std::move(store));
+    }
 
     // In the order of a copy.
     void makeBlockAnew() {

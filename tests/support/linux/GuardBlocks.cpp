@@ -1,21 +1,12 @@
 #include "support/Connections.h"
 
+#include <sanitizer/asan_interface.h>
 #include <sys/mman.h>
 
 #include <cinttypes>
 #include <cstdio>
 #include <fstream>
 #include <string>
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#include <sanitizer/asan_interface.h>
-#define POISON(from, bytes) __asan_poison_memory_region(from, bytes)
-#endif
-#endif
-#if !defined(POISON)
-#define POISON(from, bytes) static_cast<void>(0)
-#endif
 
 namespace tarn::test {
 
@@ -32,8 +23,8 @@ void guardBlocks() {
             ::mmap(reinterpret_cast<void*>(page), Page, PROT_NONE,
                    MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
         if (to - from > ConnectionBlockSize)
-            POISON(reinterpret_cast<char*>(from) + ConnectionBlockSize,
-                   to - from - ConnectionBlockSize);
+            ASAN_POISON_MEMORY_REGION(reinterpret_cast<char*>(from) + ConnectionBlockSize,
+                                      to - from - ConnectionBlockSize);
     }
 }
 
