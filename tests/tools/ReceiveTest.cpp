@@ -128,33 +128,20 @@ TEST(Receive, BeginsAnotherFileOrEndsWhenTheRateChanges) {
                                                AllOf(StartsWith("RIFF"), EndsWith(bytes))));
 }
 
-// A sender as there were before: it knows the connection's block alone.
-struct OldSender {
-    OldSender() {
-        block->masterInUse = 1;
-        block->name[0] = 'x';
-        block->audio.put(ramp(2000).data(), 2000);
-    }
-    void stamp() const {
-        block->lastWriteTime[0] = static_cast<std::uint32_t>(platform::calendarSeconds());
-    }
-
-    RawBlock block = RawBlock::make(0);
-};
-
-// The fault it would catch: the word that nothing is missing when nobody can know.
+// The fault it would catch: the word that nothing is missing when nobody can know. The sender knows
+// the connection's block alone, as senders did before.
 TEST(Receive, ClaimsNothingForASenderThatCantTell) {
-    const std::pair<std::vector<std::string>, double> cases[] = {{{"--rate=32000"}, 32000.0},
-                                                                 {{}, 48000.0}};
-    for (const auto& [given, rate] : cases) {
-        const OldSender sender;
+    const std::pair<const char*, double> cases[] = {{"--rate=32000", 32000.0},
+                                                    {"--wait=30", 48000.0}};
+    for (const auto& [option, rate] : cases) {
+        const RawBlock sender = RawBlock::make(0);
+        sender->masterInUse = 1;
+        sender->name[0] = 'x';
+        sender->audio.put(ramp(2000).data(), 2000);
         const ToolFolder folder;
-        std::vector<std::string> arguments{"record", "-o", folder / "take.wav", "--wait=30",
-                                           "--idle=0.2"};
-        arguments.insert(arguments.end(), given.begin(), given.end());
-        RunningTool receiver(Receive, arguments);
+        RunningTool receiver(Receive, {"record", "-o", folder / "take.wav", "--idle=0.2", option});
         while (receiver.isRunning())
-            sender.stamp();
+            sender->lastWriteTime[0] = static_cast<std::uint32_t>(platform::calendarSeconds());
         EXPECT_THAT(receiver.result(),
                     FieldsAre(5, "",
                               AllOf(HasSubstr("doesn't tell its position"), HasSubstr("--rate"),
@@ -177,30 +164,23 @@ TEST(Receive, LeavesNothingBehindWhenNothingCame) {
 // The fault it would catch: a wait without end, or a file, for what can't succeed.
 TEST(Receive, RefusesWrongUseAtOnce) {
     const ToolFolder folder;
-    const std::string take = folder / "take.wav", old = folder / "old.wav";
+    const std::string take = folder / "take.wav";
     folder.write("old.wav", "an old take");
     folder.write("take 2.wav.missed.txt", "a list that would seem to be a new take's");
     const auto twins = {makeSender("twin"), makeSender("twin")};
-    const std::vector<std::string> uses[] = {
-        {},
-        {"record"},
-        {"listen"},
-        {"list", "--json", "--watch"},
-        {"record", "0", "-o", take},
-        {"record", "33", "-o", take},
-        {"record", "99999999999999999999", "-o", take},
-        {"record", "1", "-o", old},
-        {"record", "1", "-o", folder / "take 2.wav"},
-        {"record", "1", "-o", folder / "nowhere/take.wav"},
-        {"record", "1", "-o", folder.path()},
-        {"record", "1", "-o", take, "--raw"},
-        {"record", "1", "-o", take, "--rate=nan"},
-        {"record", "1", "-o", take, "--wait=inf"},
-        {"record", "1", "-o", take, "--seconds=0"},
-        {"record", "twin", "-o", take},
-    };
-    for (const auto& use : uses)
+    const auto expectRefusal = [](const std::vector<std::string>& use) {
         EXPECT_EQ(runReceive(use).exitStatus, 2) << testing::PrintToString(use);
+    };
+    expectRefusal({});
+    expectRefusal({"record"});
+    expectRefusal({"listen"});
+    expectRefusal({"list", "--json", "--watch"});
+    for (const char* connection : {"0", "33", "99999999999999999999", "twin"})
+        expectRefusal({"record", connection, "-o", take});
+    for (const char* file : {"old.wav", "take 2.wav", "nowhere/take.wav", ""})
+        expectRefusal({"record", "1", "-o", folder / file});
+    for (const char* option : {"--raw", "--rate=nan", "--wait=inf", "--seconds=0"})
+        expectRefusal({"record", "1", "-o", take, option});
 
     RunningTool unnamed(Receive, {"record", "-o", take, "--wait=30"});
     while (unnamed.isRunning())
