@@ -1,22 +1,22 @@
 #include "foundation/SharedObject.h"
 
+#include <algorithm>
+
 namespace tarn {
 
 SharedObject::SharedObject() : counter_(new Counter) {}
 
 SharedObject::SharedObject(const SharedObject& other) noexcept : counter_(other.counter_) {
-    counter_->count.fetch_add(1, std::memory_order_relaxed);
-    counter_->handles.fetch_add(1, std::memory_order_relaxed);
+    join(1);
 }
 
 SharedObject& SharedObject::operator=(const SharedObject& other) noexcept {
-    if (this == &other || counter_ == other.counter_)
+    if (counter_ == other.counter_)
         return *this;
     leave();
     counter_ = other.counter_;
-    counter_->count.fetch_add(1, std::memory_order_relaxed);
-    counter_->handles.fetch_add(1, std::memory_order_relaxed);
-    held_.store(1, std::memory_order_relaxed);
+    held_.store(std::max(held_.load(std::memory_order_relaxed), 1), std::memory_order_relaxed);
+    join(held_.load(std::memory_order_relaxed));
     return *this;
 }
 
@@ -41,9 +41,13 @@ bool SharedObject::isShared() const noexcept {
     return counter_->count.load(std::memory_order_acquire) > 1;
 }
 
+void SharedObject::join(std::int32_t held) noexcept {
+    counter_->count.fetch_add(held, std::memory_order_relaxed);
+    counter_->handles.fetch_add(1, std::memory_order_relaxed);
+}
+
 void SharedObject::leave() noexcept {
-    if (held_.load(std::memory_order_relaxed) > 0)
-        counter_->count.fetch_sub(1, std::memory_order_acq_rel);
+    counter_->count.fetch_sub(held_.load(std::memory_order_relaxed), std::memory_order_acq_rel);
     if (counter_->handles.fetch_sub(1, std::memory_order_acq_rel) == 1)
         delete counter_;
 }

@@ -20,10 +20,10 @@ public:
     SharedObject();
     SharedObject(const SharedObject& other) noexcept;
 
-    /// Leaves this object's count and joins the other's.
+    /// Leaves this object's count and joins the other's, with everything that was retained here.
     SharedObject& operator=(const SharedObject& other) noexcept;
 
-    /// Takes off this handle's part of the count, unless it was released before.
+    /// Takes this handle's part off the count: 1 and what was retained, less what was released.
     virtual ~SharedObject();
 
     /// Both return the new count.
@@ -41,6 +41,7 @@ private:
         std::atomic<std::int32_t> handles{1};  // objects that share it; the last one frees it
     };
 
+    void join(std::int32_t held) noexcept;
     void leave() noexcept;
 
     Counter* counter_;
