@@ -103,7 +103,8 @@ public:
     std::iostream* getStream() const { return isOpen() ? stream_.get() : nullptr; }
 
     /// Replaces the content on disk by `bytes`, making the file where it is missing: whole or, on
-    /// failure, not at all. The folder must exist, and on Windows the file be closed.
+    /// failure, not at all. The folder must exist, the file not be write-protected, and on Windows
+    /// be closed.
     bool save(std::string_view bytes) const;
 
     bool remove() const;

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -53,11 +54,27 @@ bool writeAll(int file, std::string_view bytes) {
     return true;
 }
 
-// Where a link leads, so that the link stays; the path itself if there is nothing yet.
-std::string linkTarget(const std::string& path) {
-    const std::unique_ptr<char, decltype(&std::free)> target(::realpath(path.c_str(), nullptr),
-                                                             &std::free);
-    return target ? target.get() : path;
+// Where a path leads past all links of its last component, also to nothing; empty if these lead in
+// a circle.
+std::string linkTarget(std::string path) {
+    constexpr int MostLinks = 40;  // as many as the system follows
+    std::array<char, PATH_MAX> target;
+    for (int links = 0; links <= MostLinks; ++links) {
+        const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+        if (length < 0)
+            return path;  // no link
+        path.resize(target.front() == '/' ? 0 : path.rfind('/') + 1);
+        path.append(target.data(), static_cast<std::size_t>(length));
+    }
+    return {};
+}
+
+// Also for root, whom permissions don't stop.
+bool isWriteProtected(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 &&
+           ((status.st_mode & 0222) == 0 ||
+            ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0);
 }
 
 // A new file, and its path, in the folder of `path`.
@@ -154,6 +171,8 @@ void openStream(std::fstream& stream, const std::string& path, std::ios::openmod
 
 bool replaceFile(const std::string& path, std::string_view bytes) {
     const std::string target = linkTarget(path);
+    if (target.empty() || isWriteProtected(target))
+        return false;
     std::string fresh;
     Descriptor file(createBeside(target, fresh));
     if (!file)

@@ -20,6 +20,11 @@ DWORD attributes(const std::string& path) {
     return ::GetFileAttributesW(wide(path).c_str());
 }
 
+bool isWriteProtected(const std::string& path) {
+    const DWORD found = attributes(path);
+    return found != INVALID_FILE_ATTRIBUTES && (found & FILE_ATTRIBUTE_READONLY) != 0;
+}
+
 bool isFolder(DWORD attributes) {
     return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
@@ -147,6 +152,8 @@ void openStream(std::fstream& stream, const std::string& path, std::ios::openmod
 }
 
 bool replaceFile(const std::string& path, std::string_view bytes) {
+    if (isWriteProtected(path))
+        return false;
     const std::wstring target = wide(path);
     std::wstring fresh;
     HANDLE file = createBeside(target, fresh);
