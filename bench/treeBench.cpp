@@ -107,10 +107,54 @@ void unpackBare1MiB(benchmark::State& state) {
     }
 }
 
+const std::vector<std::string>& keys() {
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> all;
+        for (int i = 0; i < 10'000; ++i)
+            all.push_back("Parameter" + std::to_string(i));
+        return all;
+    }();
+    return names;
+}
+
+// 10,000 keys in trees of so many: each is written, overwritten and read.
+template <std::size_t Each>
+void useKeys(benchmark::State& state) {
+    for (auto _ : state) {
+        for (std::size_t from = 0; from < keys().size(); from += Each) {
+            Dictionary tree;
+            float sum = 0;
+            for (std::size_t i = from; i < from + Each; ++i)
+                tree.setFloat(keys()[i], 0.5F);
+            for (std::size_t i = from; i < from + Each; ++i)
+                tree.setFloat(keys()[i], 0.25F);
+            for (std::size_t i = from; i < from + Each; ++i)
+                if (float value = 0; tree.getFloat(keys()[i], value))
+                    sum += value;
+            benchmark::DoNotOptimize(sum);
+        }
+    }
+}
+
+// 40,000 children, walked by their index, in trees of so many.
+template <int Each>
+void walkChildren(benchmark::State& state) {
+    Dictionary tree;
+    for (int i = 0; i < Each; ++i)
+        tree.addDict("zone");
+    for (auto _ : state)
+        for (int walked = 0; walked < 40'000; walked += Each)
+            for (int i = 0; i < Each; ++i)
+                benchmark::DoNotOptimize(tree.getEntry(i, "zone"));
+}
+
 const bool registered = [] {
     bench::compare("load 1 MB of XML", 1.15, parseDictionary, parseTinyXml);
     bench::compare("setData of 1 MiB", 1.2, setDataOf1MiB, packBare1MiB);
     bench::compare("getData of 1 MiB", 1.2, getDataOf1MiB, unpackBare1MiB);
+    bench::compare("10,000 keys, not 10 x 1,000", 2.0, useKeys<10'000>, useKeys<1'000>);
+    bench::compare("10,000 keys, not 100 x 100", 2.0, useKeys<10'000>, useKeys<100>);
+    bench::compare("40,000 children, not 400 x 100", 2.0, walkChildren<40'000>, walkChildren<100>);
     return true;
 }();
 

@@ -6,9 +6,8 @@
 #include "foundation/Packing.h"
 #include "foundation/ProductIdentity.h"
 #include "foundation/Version.h"
-#include "foundation/XmlGuard.h"
-
-#include <tinyxml.h>
+#include "foundation/XmlDocument.h"
+#include "foundation/XmlText.h"
 
 #include <algorithm>
 #include <exception>
@@ -43,9 +42,9 @@ void beginWithDeclaration(TiXmlDocument& document) {
         document.InsertBeforeChild(first, *makeDeclaration());
 }
 
-std::unique_ptr<TiXmlDocument> makeDocument() {
-    auto document = std::make_unique<TiXmlDocument>();
-    beginWithDeclaration(*document);
+std::shared_ptr<XmlDocument> makeDocument() {
+    auto document = std::make_shared<XmlDocument>();
+    beginWithDeclaration(document->xml());
     return document;
 }
 
@@ -57,20 +56,24 @@ TiXmlEncoding encodingOf(const std::string& text) {
     return isPlainUtf8(text) ? TIXML_ENCODING_UTF8 : TIXML_ENCODING_LEGACY;
 }
 
-// The document of a text, whole or up to its fault; null if TinyXML must not see it.
-std::unique_ptr<TiXmlDocument> parseXml(std::string text) {
+// The document of a text, whole or up to its fault; null if the text is beyond the limits.
+std::shared_ptr<XmlDocument> parseXml(std::string text) {
     if (text.starts_with(ByteOrderMark))
         text.erase(0, ByteOrderMark.size());
     text.resize(std::min(text.find('\0'), text.size()));
-    if (text.size() > MaxTextBytes || !isWithinLimits(measureXml(text))) {
-        logParseError("Text is too long, nested too deep or has too many nodes.");
+    if (text.size() > MaxTextBytes) {
+        logParseError("Text is too long.");
         return nullptr;
     }
-    auto document = std::make_unique<TiXmlDocument>();
-    document->Parse(text.c_str(), nullptr, encodingOf(text));
-    if (document->Error())
-        logParseError(document->ErrorDesc());
-    beginWithDeclaration(*document);
+    auto document = std::make_shared<XmlDocument>();
+    TiXmlDocument& xml = document->xml();
+    xml.SetTabSize(0);  // no counting of rows and columns
+    xml.Parse(text.c_str(), nullptr, encodingOf(text));
+    if (xml.Error())
+        logParseError(xml.ErrorDesc());
+    if (xml.ErrorId() == TiXmlBase::TIXML_ERROR_BEYOND_LIMITS)
+        return nullptr;
+    beginWithDeclaration(xml);
     return document;
 }
 
@@ -106,68 +109,36 @@ const std::string* findAttribute(const TiXmlElement& element, std::string_view n
     return nullptr;
 }
 
-// The node as an element of that tag and that attribute `name`, where these aren't empty.
-TiXmlElement* matchElement(TiXmlNode* node, std::string_view tag, std::string_view name) {
-    TiXmlElement* const element = node->ToElement();
-    if (element == nullptr || (!tag.empty() && element->ValueStr() != tag))
-        return nullptr;
-    if (name.empty())
-        return element;
-    const std::string* const found = findAttribute(*element, "name");
-    return found != nullptr && *found == name ? element : nullptr;
+// False if the element has as many as can be read again.
+bool putAttribute(TiXmlElement& element, std::string_view name, std::string_view value) {
+    int attributes = 0;
+    for (const TiXmlAttribute* attribute = element.FirstAttribute(); attribute != nullptr;
+         attribute = attribute->Next())
+        ++attributes;
+    if (attributes >= TiXmlBase::TIXML_MAX_ATTRIBUTES && findAttribute(element, name) == nullptr)
+        return false;
+    element.SetAttribute(std::string(name), std::string(value));
+    return true;
 }
 
-// The first match from the node on, along its siblings.
-TiXmlElement* nextMatch(TiXmlNode* node, std::string_view tag, std::string_view name) {
-    for (; node != nullptr; node = node->NextSibling())
-        if (TiXmlElement* const element = matchElement(node, tag, name))
+// The next of the children that is an element, and has that attribute `name`, where it isn't empty.
+TiXmlElement* nextMatch(XmlChildren& children, std::string_view name) {
+    while (TiXmlNode* const child = children.next()) {
+        TiXmlElement* const element = child->ToElement();
+        if (element == nullptr)
+            continue;
+        if (name.empty())
             return element;
+        const std::string* const found = findAttribute(*element, "name");
+        if (found != nullptr && *found == name)
+            return element;
+    }
     return nullptr;
 }
 
 bool isClone(const TiXmlElement& element, std::int32_t clone) {
     const std::string* const text = findAttribute(element, "clone");
     return text != nullptr && integerFromText(*text) == clone;
-}
-
-// The first match that is marked as that clone, or else the one that so many others precede.
-TiXmlElement* findElement(TiXmlNode* parent, std::string_view tag, std::string_view name,
-                          std::int32_t clone) {
-    TiXmlElement* match = nextMatch(parent->FirstChild(), tag, name);
-    for (std::int32_t passed = 0; match != nullptr && passed < clone; ++passed) {
-        if (isClone(*match, clone))
-            break;
-        match = nextMatch(match->NextSibling(), tag, name);
-    }
-    return match;
-}
-
-TiXmlElement* findNth(TiXmlNode* parent, std::string_view tag, std::string_view name,
-                      std::int32_t index) {
-    TiXmlElement* match = nextMatch(parent->FirstChild(), tag, name);
-    for (std::int32_t passed = 0; match != nullptr && passed < index; ++passed)
-        match = nextMatch(match->NextSibling(), tag, name);
-    return match;
-}
-
-// A child counts with that tag, and with an empty one whatever it is.
-bool isCounted(TiXmlNode* child, std::string_view tag) {
-    return tag.empty() || matchElement(child, tag, {}) != nullptr;
-}
-
-std::int32_t countChildren(TiXmlNode* parent, std::string_view tag) {
-    std::int32_t children = 0;
-    for (TiXmlNode* node = parent->FirstChild(); node != nullptr; node = node->NextSibling())
-        children += isCounted(node, tag) ? 1 : 0;
-    return children;
-}
-
-TiXmlNode* childAt(TiXmlNode* parent, std::int32_t index, std::string_view tag) {
-    for (TiXmlNode* node = parent->FirstChild(); node != nullptr && index >= 0;
-         node = node->NextSibling())
-        if (isCounted(node, tag) && index-- == 0)
-            return node;
-    return nullptr;
 }
 
 const std::string* findValue(const TiXmlElement* element, std::string_view valueName) {
@@ -206,10 +177,49 @@ int heightOf(const TiXmlNode* node) {
     return below + (node->ToElement() != nullptr ? 1 : 0);
 }
 
-std::string print(const TiXmlNode& node) {
-    TiXmlPrinter printer;
+// Stops where the text gets larger than what is read again. A few kB of nested elements can be
+// printed as a thousand times as much, for each line is indented by its level.
+class BoundedPrinter : public TiXmlPrinter {
+public:
+    using TiXmlPrinter::VisitEnter;
+    using TiXmlPrinter::VisitExit;
+
+    bool VisitEnter(const TiXmlElement& element, const TiXmlAttribute* attribute) override {
+        for (const auto* counted = attribute; counted != nullptr; counted = counted->Next())
+            ++nodes_;
+        return count() && TiXmlPrinter::VisitEnter(element, attribute);
+    }
+    bool VisitExit(const TiXmlElement& element) override {
+        return fits() && TiXmlPrinter::VisitExit(element);
+    }
+    bool Visit(const TiXmlDeclaration& declaration) override {
+        return count() && TiXmlPrinter::Visit(declaration);
+    }
+    bool Visit(const TiXmlText& text) override { return count() && TiXmlPrinter::Visit(text); }
+    bool Visit(const TiXmlComment& comment) override {
+        return count() && TiXmlPrinter::Visit(comment);
+    }
+    bool Visit(const TiXmlUnknown& unknown) override {
+        return count() && TiXmlPrinter::Visit(unknown);
+    }
+
+    bool fits() { return nodes_ <= TiXmlBase::TIXML_MAX_NODES && Size() <= MaxTextBytes; }
+
+private:
+    bool count() {
+        ++nodes_;
+        return fits();
+    }
+
+    int nodes_ = 0;
+};
+
+// The node's text; false, and an empty one, if it couldn't be read again.
+bool print(const TiXmlNode& node, std::string& text) {
+    BoundedPrinter printer;
     node.Accept(&printer);
-    return printer.Str();
+    text = printer.fits() ? printer.Str() : std::string();
+    return printer.fits();
 }
 
 // At most so many bytes, and no half of a character.
@@ -223,9 +233,9 @@ std::string_view beginningOf(std::string_view text, std::size_t bytes) {
 
 }  // namespace
 
-Dictionary::Dictionary() {
-    reset();
-}
+Dictionary::Dictionary()
+    : document_(makeDocument()),
+      element_(document_->add(&document_->xml(), std::make_unique<TiXmlElement>("dict"))) {}
 
 Dictionary::Dictionary(std::string_view text) {
     parse(text);
@@ -235,69 +245,47 @@ Dictionary::Dictionary(const File& file) : Dictionary() {
     load(file);
 }
 
-// For a moment a handle on the other's document, which the assignment makes it leave.
-Dictionary::Dictionary(const Dictionary& other) : Dictionary(other, other.element_) {
-    *this = other;
+Dictionary::Dictionary(const Dictionary& other)
+    : SharedObject(), document_(makeDocument()), legacy_(other.legacy_) {
+    if (other.element_->ToDocument() != nullptr) {
+        document_->xml() = other.document_->xml();
+        element_ = &document_->xml();
+    } else {
+        element_ = document_->xml().InsertEndChild(*other.element_);
+    }
 }
 
+Dictionary::Dictionary(Dictionary&& other) noexcept
+    : SharedObject(),
+      document_(std::move(other.document_)),
+      element_(std::exchange(other.element_, nullptr)),
+      legacy_(other.legacy_) {}
+
 Dictionary::Dictionary(const Dictionary& parent, TiXmlNode* element)
-    : SharedObject(parent),
-      document_(parent.document_),
-      element_(element),
-      legacy_(parent.legacy_) {}
+    : SharedObject(), document_(parent.document_), element_(element), legacy_(parent.legacy_) {}
 
 Dictionary& Dictionary::operator=(const Dictionary& other) {
-    if (this == &other)
-        return *this;
-    std::unique_ptr<TiXmlDocument> document;
-    TiXmlNode* element = nullptr;
-    if (other.element_ == other.document_) {
-        document = std::make_unique<TiXmlDocument>(*other.document_);
-        element = document.get();
-    } else {
-        document = makeDocument();
-        element = document->LinkEndChild(other.element_->Clone());
-    }
-    leaveDocument();
-    document_ = document.release();
-    element_ = element;
+    return *this = Dictionary(other);
+}
+
+Dictionary& Dictionary::operator=(Dictionary&& other) noexcept {
+    document_ = std::move(other.document_);
+    element_ = std::exchange(other.element_, nullptr);
     legacy_ = other.legacy_;
     return *this;
 }
 
-Dictionary::~Dictionary() {
-    if (!isShared())
-        delete document_;
-}
+Dictionary::~Dictionary() = default;
 
-void Dictionary::leaveDocument() {
-    const SharedObject fresh;
-    if (!isShared())
-        delete document_;
-    SharedObject::operator=(fresh);
-    document_ = nullptr;
-    element_ = nullptr;
-}
-
-void Dictionary::reset() {
-    auto document = makeDocument();
-    TiXmlNode* const root = document->LinkEndChild(new TiXmlElement("dict"));
-    leaveDocument();
-    document_ = document.release();
-    element_ = root;
-    legacy_ = false;
-}
-
-bool Dictionary::adopt(std::unique_ptr<TiXmlDocument> document) {
-    if (!document || document->FirstChildElement() == nullptr) {
-        reset();
+bool Dictionary::adopt(std::shared_ptr<XmlDocument> document) {
+    if (!document || document->xml().FirstChildElement() == nullptr) {
+        *this = Dictionary();
         return false;
     }
-    leaveDocument();
-    document_ = document.release();
-    element_ = document_->FirstChildElement("dict");
+    document_ = std::move(document);
+    element_ = document_->xml().FirstChildElement("dict");
     if (element_ == nullptr)
-        element_ = document_;
+        element_ = &document_->xml();
     detectForm();
     return true;
 }
@@ -310,31 +298,68 @@ bool Dictionary::load(const File& file) {
     if (!file.exists())
         return false;
     std::string text;
-    std::unique_ptr<TiXmlDocument> document;
+    std::shared_ptr<XmlDocument> document;
     if (readFile(file, text)) {
         normalizeLineEnds(text);
         document = parseXml(std::move(text));
     }
-    if (document && document->Error())
+    if (document && document->xml().Error())
         document.reset();
     return adopt(std::move(document));
 }
 
 bool Dictionary::save(const File& file) const {
-    return file.save(print(*document_));
+    std::string text;
+    return print(document_->xml(), text) && file.save(text);
 }
 
-void Dictionary::toString(std::string& text) const {
-    text = print(*element_);
+bool Dictionary::toString(std::string& text) const {
+    return print(*element_, text);
 }
 
 void Dictionary::detectForm() {
     legacy_ = false;
-    if (matchElement(element_, "dict", {}) == nullptr)
+    if (element_->ToElement() == nullptr || element_->ValueStr() != "dict")
         return;
     std::string format;
     legacy_ =
         !getString("file-format", format) || Version(format).isOlderThan(Version(FirstKeyedFormat));
+}
+
+// The first match that is marked as that clone, or else the one that so many others precede.
+TiXmlElement* Dictionary::findElement(TiXmlNode* parent, std::string_view tag,
+                                      std::string_view name, std::int32_t clone) const {
+    XmlChildren children(*document_, parent, tag);
+    TiXmlElement* match = nextMatch(children, name);
+    for (std::int32_t passed = 0; match != nullptr && passed < clone; ++passed) {
+        if (isClone(*match, clone))
+            break;
+        match = nextMatch(children, name);
+    }
+    return match;
+}
+
+TiXmlElement* Dictionary::findNth(std::string_view key, std::int32_t index) const {
+    const std::string_view tag = legacy_ ? "string" : key;
+    const std::string_view name = legacy_ ? key : std::string_view();
+    XmlChildren children(*document_, element_, tag);
+    if (name.empty() && !tag.empty()) {
+        TiXmlNode* const child = children.at(static_cast<std::size_t>(std::max(index, 0)));
+        return child != nullptr ? child->ToElement() : nullptr;
+    }
+    TiXmlElement* match = nextMatch(children, name);
+    for (; match != nullptr && index > 0; --index)
+        match = nextMatch(children, name);
+    return match;
+}
+
+TiXmlNode* Dictionary::childAt(TiXmlNode* parent, std::int32_t index, std::string_view tag) const {
+    return index >= 0 ? XmlChildren(*document_, parent, tag).at(static_cast<std::size_t>(index))
+                      : nullptr;
+}
+
+std::int32_t Dictionary::countChildren(TiXmlNode* parent, std::string_view tag) const {
+    return static_cast<std::int32_t>(XmlChildren(*document_, parent, tag).count());
 }
 
 TiXmlElement* Dictionary::findKey(TiXmlNode* parent, std::string_view key,
@@ -392,9 +417,7 @@ bool Dictionary::getStringNth(std::string_view key, std::string& out, std::int32
     const TiXmlElement* const element = element_->ToElement();
     const std::string* text = element != nullptr ? findAttribute(*element, key) : nullptr;
     if (text == nullptr)
-        text = findValue(
-            legacy_ ? findNth(element_, "string", key, index) : findNth(element_, key, {}, index),
-            valueName);
+        text = findValue(findNth(key, index), valueName);
     if (text != nullptr)
         out = *text;
     return text != nullptr;
@@ -402,11 +425,10 @@ bool Dictionary::getStringNth(std::string_view key, std::string& out, std::int32
 
 std::vector<std::string> Dictionary::getStrings(std::string_view key,
                                                 std::string_view valueName) const {
-    const std::string_view tag = legacy_ ? "string" : key;
-    const std::string_view name = legacy_ ? key : std::string_view();
+    XmlChildren children(*document_, element_, legacy_ ? "string" : key);
     std::vector<std::string> texts;
-    for (TiXmlElement* child = nextMatch(element_->FirstChild(), tag, name); child != nullptr;
-         child = nextMatch(child->NextSibling(), tag, name))
+    while (const TiXmlElement* const child =
+               nextMatch(children, legacy_ ? key : std::string_view()))
         if (const std::string* const text = findValue(child, valueName))
             texts.push_back(*text);
     return texts;
@@ -534,9 +556,10 @@ std::int32_t Dictionary::getArraySize(std::string_view name) const {
 }
 
 TiXmlElement* Dictionary::append(std::string_view tag) {
-    if (!isXmlName(tag) || !canHaveChildren(element_) || depthOf(element_) >= MaxXmlDepth)
+    if (!isXmlName(tag) || !canHaveChildren(element_) ||
+        depthOf(element_) >= TiXmlBase::TIXML_MAX_DEPTH)
         return nullptr;
-    return element_->LinkEndChild(new TiXmlElement(std::string(tag)))->ToElement();
+    return document_->add(element_, std::make_unique<TiXmlElement>(std::string(tag)))->ToElement();
 }
 
 std::unique_ptr<Dictionary> Dictionary::write(std::string_view key, std::string_view text,
@@ -549,8 +572,8 @@ std::unique_ptr<Dictionary> Dictionary::write(std::string_view key, std::string_
         if (clone != 0)
             element->SetAttribute(std::string("clone"), clone);
     }
-    if (!text.empty())
-        element->SetAttribute(std::string("value"), std::string(text));
+    if (!text.empty() && !putAttribute(*element, "value", text))
+        return nullptr;
     return handleOn(element);
 }
 
@@ -584,8 +607,8 @@ std::unique_ptr<Dictionary> Dictionary::setData(std::string_view key, const void
 
 void Dictionary::setInfo(std::string_view creator, std::string_view version) {
     if (TiXmlElement* const info = append("info")) {
-        info->SetAttribute(std::string("creator"), std::string(creator));
-        info->SetAttribute(std::string("version"), std::string(version));
+        putAttribute(*info, "creator", creator);
+        putAttribute(*info, "version", version);
     }
 }
 
@@ -599,22 +622,23 @@ std::unique_ptr<Dictionary> Dictionary::addArray(std::string_view name) {
 
 void Dictionary::setName(std::string_view name) {
     if (!legacy_ && element_->ToElement() != nullptr && isXmlName(name))
-        element_->SetValue(std::string(name));
+        document_->rename(*element_->ToElement(), name);
 }
 
-void Dictionary::setAttribute(std::string_view key, std::string_view attributeName,
+bool Dictionary::setAttribute(std::string_view key, std::string_view attributeName,
                               std::string_view value) {
     TiXmlElement* const element =
         key.empty() ? element_->ToElement() : findElement(element_, key, {}, 0);
-    if (element != nullptr && isXmlName(attributeName))
-        element->SetAttribute(std::string(attributeName), std::string(value));
+    return element != nullptr && isXmlName(attributeName) &&
+           putAttribute(*element, attributeName, value);
 }
 
 bool Dictionary::addChild(const Dictionary& other) {
     if (!canHaveChildren(element_) || other.element_->ToDocument() != nullptr ||
-        depthOf(element_) + heightOf(other.element_) > MaxXmlDepth)
+        depthOf(element_) + heightOf(other.element_) > TiXmlBase::TIXML_MAX_DEPTH)
         return false;
-    return element_->InsertEndChild(*other.element_) != nullptr;
+    document_->add(element_, std::unique_ptr<TiXmlNode>(other.element_->Clone()));
+    return true;
 }
 
 bool Dictionary::canLoad(std::string& message) {
@@ -628,7 +652,9 @@ bool Dictionary::canLoad(std::string& message) {
     const ProductIdentity& product = ProductIdentity::get();
     if (creator != product.getProductName()) {
         message = "These settings were created by " + creator + " and cannot be loaded.\n\n";
-        message += beginningOf(print(*element_), 160);
+        std::string text;
+        print(*element_, text);
+        message += beginningOf(text, 160);
         return false;
     }
     const Version required(product.getFileFormatText());

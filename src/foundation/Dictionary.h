@@ -13,13 +13,13 @@
 #include <vector>
 
 // Opaque: only the source knows TinyXML.
-class TiXmlDocument;
 class TiXmlElement;
 class TiXmlNode;
 
 namespace tarn {
 
 class File;
+class XmlDocument;
 
 /// Two forms are read. In the keyed one a value is an attribute, or a child element whose tag is
 /// the key:
@@ -30,9 +30,12 @@ class File;
 /// number: 0 is the first element, n the first that is marked clone="n", or else the one that n
 /// others precede.
 ///
-/// Texts from outside may be hostile: one that is nested deeper than 100 levels, has more than
-/// 256 attributes on an element, a million nodes or 128 MB counts as not parsable, and binary
-/// values end at 64 MB. Nor can a tree be made deeper than what can be read again.
+/// Texts from outside may be hostile: one that is nested deeper than 256 levels, has more than
+/// 500 attributes on an element, a million nodes or 128 MB is refused, and binary values end at
+/// 64 MB. What would go beyond that is refused at writing too: what was saved can be loaded.
+///
+/// A search among many children takes the same time for each of them, in the keyed form. Thus a
+/// loop over `index` or over keys is linear.
 ///
 /// A tree belongs to one thread at a time; never the audio thread. Paths, keys and texts are UTF-8;
 /// a key that is written must be an XML name: a letter or "_", then letters, digits, "_", "-",
@@ -46,10 +49,15 @@ public:
     explicit Dictionary(std::string_view text);
     explicit Dictionary(const File& file);
 
+    /// A copy of the element that the other stands on, as a document of its own. Assigning leaves
+    /// the former document to the handles that share it.
     Dictionary(const Dictionary& other);
-
-    /// Leaves its document to the handles that share it, and takes a copy of the other's tree.
     Dictionary& operator=(const Dictionary& other);
+
+    /// Takes over the other's place; the other isn't valid any more, and may only be assigned to or
+    /// destroyed.
+    Dictionary(Dictionary&& other) noexcept;
+    Dictionary& operator=(Dictionary&& other) noexcept;
     ~Dictionary() override;
 
     /// Replaces the document by what the text holds, up to its first zero byte. The handle then
@@ -62,12 +70,13 @@ public:
     /// no such file; the handle is then as before.
     bool load(const File& file);
 
-    /// Writes the whole document, wherever the handle stands: false if the file can't be written,
-    /// which then is as before.
+    /// Writes the whole document, wherever the handle stands: false if it is too large to be read
+    /// again or the file can't be written, which then is as before.
     bool save(const File& file) const;
 
-    /// The node that the handle stands on as XML text.
-    void toString(std::string& text) const;
+    /// The node that the handle stands on as XML text. False, and an empty text, if it is too large
+    /// to be parsed again.
+    bool toString(std::string& text) const;
 
     bool isValid() const noexcept { return element_ != nullptr; }
     bool isLegacy() const noexcept { return legacy_; }
@@ -171,8 +180,9 @@ public:
     /// Sets the tag; nothing in the legacy form.
     void setName(std::string_view name);
 
-    /// Of the child with that tag, or of the element itself if `key` is empty.
-    void setAttribute(std::string_view key, std::string_view attributeName, std::string_view value);
+    /// Of the child with that tag, or of the element itself if `key` is empty. False if there is no
+    /// such element, the attribute's name is none, or the element has too many.
+    bool setAttribute(std::string_view key, std::string_view attributeName, std::string_view value);
 
     /// Appends a copy of the other's element. False if it can't be had here.
     bool addChild(const Dictionary& other);
@@ -184,13 +194,16 @@ public:
 private:
     Dictionary(const Dictionary& parent, TiXmlNode* element);
 
-    void reset();
-    void leaveDocument();
-    bool adopt(std::unique_ptr<TiXmlDocument> document);
+    bool adopt(std::shared_ptr<XmlDocument> document);
     void detectForm();
 
     const std::string* findText(std::string_view key, std::string_view legacyTag,
                                 std::int32_t clone, std::string_view valueName) const;
+    TiXmlElement* findElement(TiXmlNode* parent, std::string_view tag, std::string_view name,
+                              std::int32_t clone) const;
+    TiXmlElement* findNth(std::string_view key, std::int32_t index) const;
+    TiXmlNode* childAt(TiXmlNode* parent, std::int32_t index, std::string_view tag) const;
+    std::int32_t countChildren(TiXmlNode* parent, std::string_view tag) const;
     TiXmlElement* findKey(TiXmlNode* parent, std::string_view key, std::string_view legacyTag,
                           std::int32_t clone) const;
     std::unique_ptr<Dictionary> handleOn(TiXmlNode* node) const;
@@ -198,8 +211,8 @@ private:
                                       std::int32_t clone, bool overwrite);
     TiXmlElement* append(std::string_view tag);
 
-    TiXmlDocument* document_ = nullptr;  // shared; the last handle deletes it
-    TiXmlNode* element_ = nullptr;       // in document_, or document_ itself
+    std::shared_ptr<XmlDocument> document_;
+    TiXmlNode* element_ = nullptr;  // in the document, or the document itself
     bool legacy_ = false;
 };
 

@@ -1,0 +1,18 @@
+// What TinyXML makes of the bytes of a text.
+#pragma once
+
+#include <string_view>
+
+namespace tarn {
+
+/// Whether TinyXML can read the text as UTF-8: every sequence is whole, and it holds none of the
+/// three characters that TinyXML takes for white space (U+FEFF, U+FFFE, U+FFFF). Other texts are
+/// read byte by byte, which changes no byte of them, and keeps TinyXML from stepping over the end.
+bool isPlainUtf8(std::string_view text) noexcept;
+
+bool isAscii(std::string_view text) noexcept;
+
+/// Whether the text is a name of an element or an attribute that TinyXML reads back as a whole.
+bool isXmlName(std::string_view text) noexcept;
+
+}  // namespace tarn
