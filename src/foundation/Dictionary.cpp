@@ -192,8 +192,9 @@ public:
     bool VisitExit(const TiXmlElement& element) override {
         return fits() && TiXmlPrinter::VisitExit(element);
     }
-    bool Visit(const TiXmlDeclaration& declaration) override {
-        return count() && TiXmlPrinter::Visit(declaration);
+    // In place of what it may say, since nothing in it is escaped.
+    bool Visit(const TiXmlDeclaration& /*declaration*/) override {
+        return count() && TiXmlPrinter::Visit(*makeDeclaration());
     }
     bool Visit(const TiXmlText& text) override { return count() && TiXmlPrinter::Visit(text); }
     bool Visit(const TiXmlComment& comment) override {
