@@ -1,3 +1,4 @@
+#include "foundation/CommaLocale.h"
 #include "foundation/File.h"
 #include "foundation/Preferences.h"
 #include "platform/Dialogs.h"
@@ -10,7 +11,6 @@
 #include <array>
 #include <chrono>
 #include <filesystem>
-#include <locale>
 
 using namespace tarn;
 using namespace std::string_literals;
@@ -94,10 +94,7 @@ TEST(File, MakesAndOpensWhatIsMissingOnlyForWriting) {
 }
 
 TEST(File, TellsSizesInTheUnitThatFitsAndFindsAFreeNumber) {
-    struct Comma : std::numpunct<char> {
-        char do_decimal_point() const override { return ','; }
-    };
-    std::locale::global(std::locale(std::locale(), new Comma));
+    const CommaLocale locale;
     const ScratchFolder scratch;
     File take(scratch.path("my.Take #.wav"));
     for (const auto& [bytes, text] :
@@ -127,6 +124,13 @@ TEST(File, SavesWholeOrNotAtAll) {
     EXPECT_TRUE(reader.matchesString("last"));
     EXPECT_EQ(scratch.read("プリセット.xml"), saved ? "newer" : "last");
     EXPECT_EQ(scratch.entries(), 2);
+
+    reader.close();
+    const std::filesystem::path path = std::filesystem::u8path(preset.getPath());
+    std::filesystem::permissions(path, std::filesystem::perms(0444));
+    EXPECT_FALSE(preset.save("over a protected file"));
+    std::filesystem::permissions(path, std::filesystem::perms(0666));
+    EXPECT_TRUE(preset.save("free again"));
 }
 
 TEST(Folder, MakesListsAndComparesFolders) {
