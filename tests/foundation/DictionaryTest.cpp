@@ -275,6 +275,8 @@ TEST(Dictionary, ManyChildrenAreWrittenAndReadInLinearTime) {
         tree.setInteger("same", i, 0, false);
         EXPECT_TRUE(tree.getStringNth("same", text, i) && text == std::to_string(i));
     }
+    list->getEntry(0)->setName("renamed");
+    EXPECT_EQ(stringOf(*list, "renamed") + " " + stringOf(*list, "k0"), "1 2");
 }
 
 TEST(Dictionary, BrokenTextKeepsWhatStandsBeforeTheFault) {
