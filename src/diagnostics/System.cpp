@@ -19,11 +19,6 @@ namespace {
 const char* const GetFolderLocationSignature =
     "class tarn::Folder __cdecl System::getFolderLocation(enum System::SpecialFolder)";
 
-void log(LogLevel level, const std::string& text) {
-    if (Logger::get() != nullptr)
-        Logger::get()->log(level, text);
-}
-
 // Absent and empty are the same.
 std::string machinePreference(const char* name) {
     std::string value;
@@ -44,9 +39,7 @@ Folder installFolder() {
     const std::string path = machinePreference("InstallPath");
     if (!path.empty())
         return Folder(path);
-    if (Logger::get() != nullptr)
-        Logger::get()->logError(LogError,
-                                ErrorPrefsKeyNotFound(GetFolderLocationSignature, "InstallPath"));
+    logError(LogError, ErrorPrefsKeyNotFound(GetFolderLocationSignature, "InstallPath"));
     return productFolder(platform::KnownFolder::ProgramFiles);
 }
 
@@ -67,7 +60,7 @@ void setupHeap() {
         else if (setup == platform::HeapSetup::Refused)
             text += "not enabled";
     }
-    log(LogMachine, text);
+    logLine(LogMachine, text);
 }
 
 void setupFloatingPoint() {
@@ -78,12 +71,12 @@ void setupFloatingPoint() {
     CPUAssembly processor;
     processor.identify(CPUIDLeaves::read());
     if (!processor.hasSSE2()) {
-        log(LogMachine, "SSE2 exceptions: enabled");
+        logLine(LogMachine, "SSE2 exceptions: enabled");
         return;
     }
-    log(LogMachine, "SSE2 exceptions: disabled");
-    log(LogMachine, "SSE2 flush to zero: enabled");
-    log(LogMachine, "SSE2 denormals are zero: enabled");
+    logLine(LogMachine, "SSE2 exceptions: disabled");
+    logLine(LogMachine, "SSE2 flush to zero: enabled");
+    logLine(LogMachine, "SSE2 denormals are zero: enabled");
     _mm_setcsr(_mm_getcsr() | FlushToZero | DenormalsAreZero | PrecisionFlag);
 }
 
@@ -147,7 +140,7 @@ int ask(const std::string& text, bool parented) {
 }
 
 void fatal(const std::string& text, bool parented) {
-    log(LogError, text);
+    logLine(LogError, text);
     alert(text + "\n\n" + ProductIdentity::get().getProductName() + " will exit.", parented);
 }
 
@@ -171,9 +164,8 @@ std::string getProcessorDescription() {
 int getOSLevel(const std::optional<platform::WindowsVersion>& version) {
     if (!version)
         return 2;
-    if (Logger::get() != nullptr)
-        Logger::get()->log(LogWarning, "OS version is %d.%d", static_cast<int>(version->major),
-                           static_cast<int>(version->minor));
+    logLine(LogWarning, "OS version is %d.%d", static_cast<int>(version->major),
+            static_cast<int>(version->minor));
     if (version->major == 4)
         return 0;
     if (version->major == 5 && version->minor == 0)
@@ -188,17 +180,15 @@ bool isKeyDown(int key) {
 }
 
 void deleteFailed(const void* object) {
-    if (Logger::get() != nullptr)
-        Logger::get()->log(
-            LogError, "failed to delete object 0x%llx",
+    logLine(LogError, "failed to delete object 0x%llx",
             static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(object)));
 }
 
 void openURL(const std::string& url) {
     if (!isWebOrMailAddress(url))
-        log(LogWarning, "not an address to open: " + url);
+        logLine(LogWarning, "not an address to open: " + url);
     else if (!platform::openAddress(url))
-        log(LogWarning, "could not open " + url);
+        logLine(LogWarning, "could not open " + url);
 }
 
 platform::CursorShape getCursorShape(int kind) {

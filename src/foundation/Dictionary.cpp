@@ -26,8 +26,7 @@ constexpr std::string_view ByteOrderMark = "\xef\xbb\xbf";
 constexpr std::string_view FirstKeyedFormat = "0.6";
 
 void logParseError(const char* text) {
-    if (Logger* const logger = Logger::get())
-        logger->log(LogError, "__FUNCSIG__: %s", text);
+    logLine(LogError, "__FUNCSIG__: %s", text);
 }
 
 std::unique_ptr<TiXmlDeclaration> makeDeclaration() {
@@ -472,8 +471,7 @@ bool Dictionary::getData(std::string_view key, void*& data, std::size_t& size, s
         size = unpacked.size;
         return true;
     } catch (const std::exception& exception) {
-        if (Logger* const logger = Logger::get())
-            logger->log(LogError, "caught exception: %s", exception.what());
+        logLine(LogError, "caught exception: %s", exception.what());
         size = 0;
         return false;
     }

@@ -52,11 +52,10 @@ platform::FileAnswer choose(platform::FilePurpose purpose, const FileDialog& dia
     request.kind = dialog.kind;
     request.wildcards = dialog.wildcards;
     platform::FileAnswer answer = platform::chooseFile(request);
-    if (answer.error != 0 && Logger::get() != nullptr)
-        Logger::get()->log(
-            LogError, "%s() returned %u",
-            purpose == platform::FilePurpose::Open ? "GetOpenFileName" : "GetSaveFileName",
-            static_cast<unsigned>(answer.error));
+    if (answer.error != 0)
+        logLine(LogError, "%s() returned %u",
+                purpose == platform::FilePurpose::Open ? "GetOpenFileName" : "GetSaveFileName",
+                static_cast<unsigned>(answer.error));
     return answer;
 }
 

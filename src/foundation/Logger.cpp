@@ -65,12 +65,15 @@ Logger::~Logger() {
 }
 
 void Logger::log(std::int32_t level, const char* format, ...) {
-    if (format == nullptr || !keeps(level) || ::strnlen(format, FormatLimit) >= FormatLimit)
-        return;
     std::va_list arguments;
     va_start(arguments, format);
-    write(format, arguments);
+    logFormatted(level, format, arguments);
     va_end(arguments);
+}
+
+void Logger::logFormatted(std::int32_t level, const char* format, std::va_list arguments) {
+    if (format != nullptr && keeps(level) && ::strnlen(format, FormatLimit) < FormatLimit)
+        write(format, arguments);
 }
 
 void Logger::log(std::int32_t level, std::string_view text) {
@@ -136,6 +139,26 @@ void Logger::write(const char* format, std::va_list arguments) {
     }
     line[length++] = '\n';
     stream_->write(line, static_cast<std::streamsize>(length)).flush();
+}
+
+void logLine(std::int32_t level, const char* format, ...) {
+    Logger* const logger = Logger::get();
+    if (logger == nullptr)
+        return;
+    std::va_list arguments;
+    va_start(arguments, format);
+    logger->logFormatted(level, format, arguments);
+    va_end(arguments);
+}
+
+void logLine(std::int32_t level, std::string_view text) {
+    if (Logger* const logger = Logger::get())
+        logger->log(level, text);
+}
+
+void logError(std::int32_t level, const Error& error) {
+    if (Logger* const logger = Logger::get())
+        logger->logError(level, error);
 }
 
 }  // namespace tarn

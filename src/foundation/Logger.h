@@ -63,8 +63,10 @@ private:
     bool keeps(std::int32_t level) const noexcept {
         return level >= threshold_.load(std::memory_order_relaxed);
     }
+    void logFormatted(std::int32_t level, const char* format, std::va_list arguments);
     [[gnu::format(printf, 2, 3)]] void write(const char* format, ...);
     void write(const char* format, std::va_list arguments);
+    friend void logLine(std::int32_t level, const char* format, ...);
 
     static constexpr std::size_t PrefixSize = 64;
     static constexpr std::size_t TextSize = 65536;
@@ -76,5 +78,10 @@ private:
     double startTime_;                                // seconds
     std::map<std::string, std::int32_t, std::less<>> watches_;
 };
+
+/// What the Logger's operations do, to the log of this process; nothing while there is none.
+[[gnu::format(printf, 2, 3)]] void logLine(std::int32_t level, const char* format, ...);
+void logLine(std::int32_t level, std::string_view text);
+void logError(std::int32_t level, const Error& error);
 
 }  // namespace tarn

@@ -28,8 +28,8 @@ std::string setterSignature(const std::string& setter, const std::string& valueT
 }
 
 PreferencesKey opened(PreferencesKey key, const std::string& name, const std::string& error) {
-    if (!key && Logger::get() != nullptr)
-        Logger::get()->log(LogError, "failed to open preferences " + name + ": " + error);
+    if (!key)
+        logLine(LogError, "failed to open preferences " + name + ": " + error);
     return key;
 }
 

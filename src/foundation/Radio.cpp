@@ -40,9 +40,8 @@ private:
 };
 
 void logForced(const char* format, const Radio* radio, const Radio* other) {
-    if (Logger* logger = Logger::get())
-        logger->log(LogWarning, format, reinterpret_cast<std::uintptr_t>(radio),
-                    reinterpret_cast<std::uintptr_t>(other));
+    logLine(LogWarning, format, reinterpret_cast<std::uintptr_t>(radio),
+            reinterpret_cast<std::uintptr_t>(other));
 }
 
 }  // namespace

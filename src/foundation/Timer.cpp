@@ -115,8 +115,7 @@ void Timer::onSystemTimer(void* self) {
     try {
         static_cast<Timer*>(self)->tick();
     } catch (const std::exception& failure) {
-        if (Logger* logger = Logger::get())
-            logger->log(LogError, "caught exception: %s", failure.what());
+        logLine(LogError, "caught exception: %s", failure.what());
     }
 }
 

@@ -57,9 +57,8 @@ std::vector<PackEntry> readPack(std::istream& stream, Radio* owner) {
     std::vector<PackEntry> entries;
     PackReader reader(stream);
     for (PackedFile file; reader.next(file);) {
-        if (Logger* const logger = Logger::get())
-            logger->log(LogDetail, "loading %s (%d bytes)", file.name.c_str(),
-                        static_cast<int>(file.body.size()));
+        logLine(LogDetail, "loading %s (%d bytes)", file.name.c_str(),
+                static_cast<int>(file.body.size()));
         if (const SharedObjectPtr<SampleWav> sample = loadPacked(file, owner))
             entries.push_back({sample, file.name});
     }

@@ -137,8 +137,7 @@ Sample::Sample(const Sample& other)
         std::memcpy(data_.get(), other.data_.get(), (valueCount() + 1) * sizeof(float));
     } catch (const std::exception& exception) {
         frames_ = 0;
-        if (Logger* const logger = Logger::get())
-            logger->log(LogError, "caught exception: %s", exception.what());
+        logLine(LogError, "caught exception: %s", exception.what());
     }
 }
 
@@ -156,8 +155,7 @@ SharedObjectPtr<Sample> Sample::create(const File& file, bool readData) {
     } else if (error.code == ErrorImportFailed::Code) {
         sample.reset();
     } else {
-        if (Logger* const logger = Logger::get())
-            logger->logError(LogError, error);
+        logError(LogError, error);
         System::alert(error.what(), true);
     }
     return sample;
@@ -283,10 +281,9 @@ void Sample::writeData(Dictionary& dictionary) const {
     if (!data_)
         return;
     const std::size_t size = valueCount() * sizeof(float);
-    Logger* const logger = Logger::get();
-    if (!dictionary.setData(DataKey, data_.get(), size) && logger != nullptr)
-        logger->log(LogError, "sample of %.0f bytes is too long to be stored",
-                    static_cast<double>(size));
+    if (!dictionary.setData(DataKey, data_.get(), size))
+        logLine(LogError, "sample of %.0f bytes is too long to be stored",
+                static_cast<double>(size));
 }
 
 bool Sample::setTempo(double /*tempo*/) {
