@@ -47,9 +47,11 @@ std::unique_ptr<std::ofstream> openLog() {
 }
 
 std::size_t printPrefix(char* out, std::size_t size, double elapsedSeconds) {
-    const auto ms = static_cast<long>(std::max(elapsedSeconds, 0.0) * 1000.0);
-    const int length = std::snprintf(out, size, "%02ld:%02ld:%02ld:%03ld |", ms / 3'600'000,
-                                     ms / 60'000 % 60, ms / 1000 % 60, ms % 1000);
+    // A long of Windows holds 24 days of milliseconds.
+    const auto ms = static_cast<std::int64_t>(std::max(elapsedSeconds, 0.0) * 1000.0);
+    const auto seconds = static_cast<long>(ms / 1000);
+    const int length = std::snprintf(out, size, "%02ld:%02ld:%02ld:%03ld |", seconds / 3600,
+                                     seconds / 60 % 60, seconds % 60, static_cast<long>(ms % 1000));
     return static_cast<std::size_t>(std::max(length, 0));
 }
 

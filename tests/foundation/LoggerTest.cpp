@@ -15,7 +15,7 @@ double clockTime = 1000.0;
 
 }  // namespace
 
-// Faults: lines below the threshold, a prefix that overflows its fields, a watch that repeats
+// Faults: lines below the threshold, a time that overflows after 24 days, a watch that repeats
 // itself.
 TEST(Logger, KeepsWhatReachesTheThresholdWithTheTimeSinceItsStart) {
     LogFolder folder;
@@ -24,7 +24,7 @@ TEST(Logger, KeepsWhatReachesTheThresholdWithTheTimeSinceItsStart) {
     clockTime += 3600.0 + 2 * 60.0 + 3.0 + 0.0045;
     logger.log(LogWarning, "hidden %d", 1);
     logger.log(LogProgress, "host sent %d frames", 64);
-    clockTime += 100.0 * 3600.0;
+    clockTime += 700.0 * 3600.0;
     logger.logError(LogError, ErrorPrefsKeyNotFound("Preferences::get", "LogLevel"));
     logger.watch(LogDetail, "host blocksize", 256);
     for (int frames : {512, 512})
@@ -36,10 +36,10 @@ TEST(Logger, KeepsWhatReachesTheThresholdWithTheTimeSinceItsStart) {
     EXPECT_THAT(folder.lines(true),
                 ElementsAre("00:00:00:000 |Wellengang 1.2.0 for the test",
                             "01:02:03:004 |host sent 64 frames",
-                            "101:02:03:004 |!! Preferences key 'LogLevel' not "
+                            "701:02:03:004 |!! Preferences key 'LogLevel' not "
                             "found [EPKNF] at Preferences::get",
-                            "101:02:03:004 |host blocksize is now 512",
-                            "101:02:03:004 |100 % whole", "101:02:03:004 |log closed"));
+                            "701:02:03:004 |host blocksize is now 512",
+                            "701:02:03:004 |100 % whole", "701:02:03:004 |log closed"));
 }
 
 // Faults: a long format let through, a short one that brings a long text cut or overflowing; a
