@@ -28,9 +28,14 @@ bool openAddress(const std::string& address) {
     if (::posix_spawnp(&child, "sh", nullptr, nullptr, arguments, ::environ) != 0)
         return false;
     int status = 0;
-    while (::waitpid(child, &status, 0) < 0)
+    while (::waitpid(child, &status, 0) < 0) {
+        // Where the host ignores its children's ends, or collects them itself, nobody tells how the
+        // shell ended: then it is taken to have found the browser.
+        if (errno == ECHILD)
+            return true;
         if (errno != EINTR)
             return false;
+    }
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 

@@ -1,5 +1,6 @@
 #include "diagnostics/System.h"
 #include "foundation/LogFolder.h"
+#include "platform/Desktop.h"
 #include "platform/Folders.h"
 #include "support/ScratchFolder.h"
 
@@ -8,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 
 using namespace tarn;
@@ -42,7 +44,8 @@ TEST(LinuxSystem, FoldersAreThoseOfTheDesktop) {
               std::string(::getpwuid(::getuid())->pw_dir) + "/.local/state");
 }
 
-// Fault: a skin's address starts a program, or is read by a shell.
+// Faults: a skin's address starts a program, or is read by a shell; a success that is taken for a
+// failure, or the other way round.
 TEST(LinuxSystem, HandsOnlyWebAndMailAddressesToTheBrowser) {
     const ScratchFolder scratch;
     const std::string pipe = scratch.path("opened");
@@ -54,6 +57,11 @@ TEST(LinuxSystem, HandsOnlyWebAndMailAddressesToTheBrowser) {
         System::openURL(refused);
     System::openURL("HTTPS://example.com/?a=$(id)&b='\"; c");
     EXPECT_EQ(scratch.read("opened"), "HTTPS://example.com/?a=$(id)&b='\"; c|");
+
+    std::signal(SIGCHLD, SIG_IGN);  // as some hosts do
+    EXPECT_TRUE(platform::openAddress("mailto:us"));
+    std::signal(SIGCHLD, SIG_DFL);
+    EXPECT_EQ(scratch.read("opened"), "mailto:us|");
 
     LogFolder product;
     product.open(LogDetail);
