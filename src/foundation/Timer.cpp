@@ -27,7 +27,14 @@ Timer::Timer(Radio* parent, const Message* message, double periodMs, bool oneSho
       oneShot_(oneShot) {}
 
 Timer::~Timer() {
+    end();
+}
+
+void Timer::end() {
     Timer::stop(true);
+    std::unique_ptr<platform::SystemTimer> ended;  // goes, and waits, without the lock
+    const std::lock_guard guard(lock_);
+    ended = std::move(system_);
 }
 
 void Timer::setPeriod(double ms) {
@@ -57,16 +64,16 @@ void Timer::restart() {
 }
 
 void Timer::stop(bool wait) {
-    std::unique_ptr<platform::SystemTimer> ended;  // goes, and waits, without the lock
-    const std::lock_guard guard(lock_);
-    running_ = false;
-    armed_ = false;
-    oneShot_ = oneShot_ || wait;
-    if (system_ == nullptr)
-        return;
-    system_->stop();
-    if (wait && !system_->isCallingBack())
-        ended = std::move(system_);
+    {
+        const std::lock_guard guard(lock_);
+        running_ = false;
+        armed_ = false;
+        oneShot_ = oneShot_ || wait;
+        if (system_ != nullptr)
+            system_->stop();
+    }
+    if (wait)
+        const RadioLock::Hold tickIsOver(deliveryLock());
 }
 
 bool Timer::isRunning() const {
@@ -119,10 +126,9 @@ void Timer::onSystemTimer(void* self) {
     }
 }
 
-// Under the lock.
+// Under the lock. A one-shot is stopped by its tick.
 bool Timer::arm() {
-    const std::uint32_t ms = wholeMs(period_);
-    return system_->start(ms, oneShot_ ? 0 : ms);
+    return system_->start(wholeMs(period_));
 }
 
 }  // namespace tarn

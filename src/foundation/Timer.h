@@ -12,8 +12,8 @@
 namespace tarn {
 
 /// All operations may be called from any thread, and from inside `receive`. A timer is not
-/// destroyed by its own listeners, and nobody who destroys it, or stops it waiting, may hold a lock
-/// that they want.
+/// destroyed by its own listeners. Who destroys it must not hold a lock that a listener waits for,
+/// be it a mutex or another radio's delivery.
 class Timer : public Radio {
 public:
     /// Keeps a copy of `message`, whose times it fills at each tick if it is a TimerMessage;
@@ -21,7 +21,7 @@ public:
     /// from 1 on.
     Timer(Radio* parent, const Message* message, double periodMs, bool oneShot);
 
-    /// Waits for a running tick. A derived class with a `tick` of its own calls `stop(true)` in its
+    /// Waits for a running tick. A derived class with a `tick` of its own calls `end()` in its
     /// destructor.
     ~Timer() override;
 
@@ -34,8 +34,10 @@ public:
     /// `stop(false)` and `start()`.
     virtual void restart();
 
-    /// With `wait`, returns when a tick that is under way on another thread is over; the timer is a
-    /// one-shot from then on.
+    /// With `wait`, returns when a tick that is under way on another thread is over, unless that
+    /// tick itself waits for a delivery of which the caller is a part: then at once, as inside the
+    /// tick. The caller must hold no mutex that a listener waits for. The timer is a one-shot from
+    /// then on.
     virtual void stop(bool wait);
     void stop() override { stop(false); }
 
@@ -47,6 +49,9 @@ public:
 protected:
     /// The copy; null without one. Under the radio's lock.
     Message* message() const noexcept { return message_.get(); }
+
+    /// Stops the timer, waits for a running tick and gives the system's timer back.
+    void end();
 
     double period() const;
     double secondsSinceLastTick() const;

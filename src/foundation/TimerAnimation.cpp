@@ -14,7 +14,7 @@ TimerAnimation::TimerAnimation(Radio* parent, const Message* message, float from
       value_(from) {}
 
 TimerAnimation::~TimerAnimation() {
-    Timer::stop(true);
+    end();
 }
 
 void TimerAnimation::setDuration(double ms) {

@@ -8,9 +8,12 @@
 
 namespace tarn {
 
-/// A timer whose message carries the running value, a float, as its payload at each tick. The value
-/// keeps to the clock: a late tick makes up for the ones that were missed. It stops by itself one
-/// step before the end or at it, and the next run starts from the beginning.
+/// A timer whose message carries the running value, a float, as its payload at each tick. A tick
+/// goes as many steps ahead as whole periods have passed since the last one, rounded, so that a
+/// late tick makes up for those that were missed. What rounding leaves over is lost: ticks that all
+/// come a little late make a run longer than its duration. A run ends when the value is one step
+/// before `to` or at it, so `to` itself is only reached when a late tick makes two steps there. The
+/// next run starts from the beginning.
 class TimerAnimation : public Timer {
 public:
     /// At least one step is made.

@@ -6,8 +6,9 @@
 
 namespace tarn::platform {
 
-/// Windows: a timer of the default timer queue, in its persistent thread. Linux: a thread a timer,
-/// on the monotonic clock. A tick that finds the one before it still running is left out.
+/// Windows: a timer of the default timer queue, all of which share its persistent thread. Linux: a
+/// thread a timer, on the monotonic clock. A call that is due while the one before it runs is left
+/// out.
 class SystemTimer {
 public:
     using Callback = void (*)(void* context);
@@ -17,19 +18,18 @@ public:
     SystemTimer(const SystemTimer&) = delete;
     SystemTimer& operator=(const SystemTimer&) = delete;
 
-    /// Returns when a running callback is over, and no other comes after. Not inside the callback.
+    /// Returns when a running callback is over, and no other comes after. Not inside the callback,
+    /// but inside another timer's it may be. Windows: may also wait for other timers' callbacks,
+    /// unless it is called inside one.
     ~SystemTimer();
 
-    /// Calls back once after `dueMs` milliseconds, then every `periodMs`; 0 for no more. Replaces
-    /// what was set before. False if the system has no timer to give. Any thread, the callback's
-    /// included.
-    bool start(std::uint32_t dueMs, std::uint32_t periodMs);
+    /// Calls back every `periodMs` milliseconds, 1 or more, the first time after one period.
+    /// Replaces what was set before. False if the system has no timer to give. Any thread, the
+    /// callback's included.
+    bool start(std::uint32_t periodMs);
 
     /// Doesn't wait for a running callback. Any thread, the callback's included.
     void stop();
-
-    /// Whether the calling thread is inside the callback.
-    bool isCallingBack() const noexcept;
 
 private:
     struct Impl;

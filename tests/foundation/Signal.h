@@ -2,21 +2,28 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <random>
+#include <stdexcept>
 #include <thread>
 
 namespace tarn {
 
-/// Something that happens once, and that another thread waits for. The standard's latch loses
-/// wake-ups where GCC builds it without futexes, as for Windows.
+/// Something that happens once, and that another thread waits for; a minute at most, so that a
+/// deadlock ends the test. The standard's latch loses wake-ups where GCC builds it without futexes,
+/// as for Windows.
 class Signal {
 public:
     void raise() { raised_ = true; }
     void wait() const {
-        while (!raised_)
+        const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+        while (!raised_) {
+            if (std::chrono::steady_clock::now() > end)
+                throw std::runtime_error("a deadlock, or something that never happened");
             std::this_thread::yield();
+        }
     }
 
 private:

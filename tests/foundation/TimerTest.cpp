@@ -84,26 +84,95 @@ TEST_F(TimerTest, StopsByItself) {
     EXPECT_EQ(heard, 3);
 }
 
-// Faults: a stop that waits for the tick it should leave alone; a deletion that doesn't wait, or
-// that waits for a listener which stops the timer itself.
-TEST_F(TimerTest, DeletionWaitsForTheTickThatRuns) {
-    auto timer = std::make_unique<Timer>(nullptr, &message, 1.0, false);
-    Signal inside;
-    Signal deleting;
+// Faults: a stop that waits for the tick it should leave alone; a deletion, or one of two stops at
+// once, that doesn't wait; one that waits for a listener which stops the timer itself.
+TEST_F(TimerTest, DeletionAndStopsWaitForTheTickThatRuns) {
+    std::unique_ptr<Timer> timer;
     std::atomic<bool> ended{false};
-    const Hearer hearer(*timer, [&, timer = timer.get()](Message&) {
-        inside.raise();
-        deleting.wait();
-        yieldOften();
+    const auto stop = [&] {
         timer->stop(true);
-        ended = true;
+        EXPECT_TRUE(ended);
+    };
+    const std::function<void()> ways[] = {[&] { timer.reset(); },
+                                          [&] {
+                                              std::thread other(stop);
+                                              stop();
+                                              other.join();
+                                          }};
+    for (const auto& end : ways) {
+        timer = std::make_unique<Timer>(nullptr, &message, 1.0, false);
+        ended = false;
+        Signal inside;
+        Signal ending;
+        const Hearer hearer(*timer, [&, timer = timer.get()](Message&) {
+            inside.raise();
+            ending.wait();
+            yieldOften();
+            timer->stop(true);
+            ended = true;
+        });
+        timer->start();
+        inside.wait();
+        timer->stop(false);  // returns though the tick runs
+        ending.raise();
+        end();
+        EXPECT_TRUE(ended);
+    }
+}
+
+// Fault: a stop inside `receive` that waits for a tick, whose listener waits for that delivery.
+TEST_F(TimerTest, StopInsideADeliveryThatTheTickWantsDoesntDeadlock) {
+    for (const bool tickComesLate : {false, true}) {
+        Radio sender(nullptr);
+        SystemMessage stopTimer(&sender, 1, 0);
+        Timer timer(nullptr, &message, 1.0, false);
+        Signal inside;
+        Signal stopping;
+        Signal done;
+        const Hearer ofTicks(timer, [&](Message&) {
+            inside.raise();
+            stopping.wait();
+            if (tickComesLate)
+                yieldOften();
+            SystemMessage other(&sender, 2, 0);
+            sender.transmit(other);
+        });
+        const Hearer ofSender(sender, [&](Message& heard) {
+            if (heard.code != stopTimer.code)
+                return;
+            timer.start();
+            inside.wait();
+            stopping.raise();
+            timer.stop(true);
+        });
+        std::thread owner([&] {
+            sender.transmit(stopTimer);
+            done.raise();
+        });
+        done.wait();
+        owner.join();
+        EXPECT_FALSE(timer.isRunning());
+    }
+}
+
+// Faults: a period that waits for the next start; a timer that ends inside another's tick, and
+// waits for a call of its own behind that one.
+TEST_F(TimerTest, TakesUpItsPeriodAtOnceAndMayGoInAnothersTick) {
+    Timer timer(nullptr, &message, Hour, false);
+    auto other = std::make_unique<Timer>(nullptr, &message, 1.0, false);
+    Signal ticked;
+    const Hearer hearer(timer, [&, ticks = 0](Message&) mutable {
+        other->start();
+        yieldOften();
+        other.reset();
+        other = std::make_unique<Timer>(nullptr, &message, 1.0, false);
+        if (++ticks == 3)
+            ticked.raise();
     });
-    timer->start();
-    inside.wait();
-    timer->stop(false);  // returns though the tick runs
-    deleting.raise();
-    timer.reset();
-    EXPECT_TRUE(ended);
+    timer.start();
+    timer.setPeriod(1.0);
+    ticked.wait();
+    timer.stop(true);
 }
 
 // Faults: a callback into a timer that is gone, two ticks at once, a deadlock, also when a listener

@@ -1,8 +1,5 @@
 #include "platform/SystemTimer.h"
 
-#include "platform/Thread.h"
-
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -19,7 +16,6 @@ struct SystemTimer::Impl {
 
     Callback callback;
     void* context;
-    std::atomic<std::uintptr_t> callbackThread{0};  // inside the callback; 0 for none
 
     std::mutex lock;  // guards what follows, and is free during callbacks
     std::condition_variable changed;
@@ -41,15 +37,10 @@ void SystemTimer::Impl::run() {
             changed.wait_until(guard, *due);
             continue;
         }
-        if (period.count() == 0)
-            due.reset();
-        else
-            *due += period * ((now - *due) / period + 1);  // without those that were missed
-        callbackThread.store(currentThreadId(), std::memory_order_relaxed);
+        *due += period * ((now - *due) / period + 1);  // without those that were missed
         guard.unlock();
         callback(context);
         guard.lock();
-        callbackThread.store(0, std::memory_order_relaxed);
     }
 }
 
@@ -68,7 +59,7 @@ SystemTimer::~SystemTimer() {
         impl_->thread.join();
 }
 
-bool SystemTimer::start(std::uint32_t dueMs, std::uint32_t periodMs) {
+bool SystemTimer::start(std::uint32_t periodMs) {
     const std::lock_guard guard(impl_->lock);
     if (!impl_->thread.joinable()) {
         try {
@@ -77,8 +68,8 @@ bool SystemTimer::start(std::uint32_t dueMs, std::uint32_t periodMs) {
             return false;
         }
     }
-    impl_->due = Impl::Clock::now() + std::chrono::milliseconds(dueMs);
     impl_->period = std::chrono::milliseconds(periodMs);
+    impl_->due = Impl::Clock::now() + impl_->period;
     impl_->changed.notify_one();
     return true;
 }
@@ -86,10 +77,6 @@ bool SystemTimer::start(std::uint32_t dueMs, std::uint32_t periodMs) {
 void SystemTimer::stop() {
     const std::lock_guard guard(impl_->lock);
     impl_->due.reset();
-}
-
-bool SystemTimer::isCallingBack() const noexcept {
-    return impl_->callbackThread.load(std::memory_order_relaxed) == currentThreadId();
 }
 
 }  // namespace tarn::platform

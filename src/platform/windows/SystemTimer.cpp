@@ -5,81 +5,124 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <atomic>
+#include <condition_variable>
+#include <map>
 #include <mutex>
+#include <utility>
+#include <vector>
 
 namespace tarn::platform {
 
-namespace {
-
-// 24 days. The system can't change a timer that has fired and has no period, so one that fires once
-// gets this one, and one that is stopped is as far off.
-constexpr DWORD Never = 0x7FFFFFFF;
-
-}  // namespace
-
+// The system calls a timer by its number, not by its address: a call that is still queued when its
+// timer has gone finds nothing under that number, and nobody needs to wait for it.
 struct SystemTimer::Impl {
-    enum class State { Stopped, Once, Repeating };
-
-    static VOID CALLBACK onTimer(PVOID self, BOOLEAN fired);
+    static VOID CALLBACK onTimer(PVOID number, BOOLEAN fired);
+    static bool isInsideACallback();
 
     Callback callback;
     void* context;
-    std::atomic<State> state{State::Stopped};
-    std::atomic<std::uintptr_t> callbackThread{0};  // inside the callback; 0 for none
+    std::uintptr_t number;
 
-    std::mutex lock;  // guards what follows
+    // Guarded by the one lock of all timers.
     HANDLE handle = nullptr;
+    bool isStarted = false;
+    std::uintptr_t callbackThread = 0;  // inside the callback; 0 for none
+
+    static std::mutex lock;
+    static std::condition_variable callbackOver;
+    static std::map<std::uintptr_t, Impl*> timers;  // by their numbers
+    static std::uintptr_t lastNumber;
+    static std::vector<HANDLE> toDelete;  // of timers that went inside another one's callback
 };
 
-VOID CALLBACK SystemTimer::Impl::onTimer(PVOID self, BOOLEAN fired) {
-    auto* impl = static_cast<Impl*>(self);
-    std::uintptr_t none = 0;
-    if (fired == FALSE || !impl->callbackThread.compare_exchange_strong(none, currentThreadId()))
+std::mutex SystemTimer::Impl::lock;
+std::condition_variable SystemTimer::Impl::callbackOver;
+std::map<std::uintptr_t, SystemTimer::Impl*> SystemTimer::Impl::timers;
+std::uintptr_t SystemTimer::Impl::lastNumber = 0;
+std::vector<HANDLE> SystemTimer::Impl::toDelete;
+
+namespace {
+
+// 24 days: as far off as the system lets a stopped timer be.
+constexpr DWORD Never = 0x7FFFFFFF;
+
+// INVALID_HANDLE_VALUE: returns when the last call has. The system asks for a new try at any other
+// failure than "pending".
+void deleteTimer(HANDLE timer) {
+    while (::DeleteTimerQueueTimer(nullptr, timer, INVALID_HANDLE_VALUE) == FALSE &&
+           ::GetLastError() != ERROR_IO_PENDING)
+        ::Sleep(1);
+}
+
+}  // namespace
+
+VOID CALLBACK SystemTimer::Impl::onTimer(PVOID number, BOOLEAN fired) {
+    std::unique_lock guard(lock);
+    const auto found = timers.find(reinterpret_cast<std::uintptr_t>(number));
+    if (fired == FALSE || found == timers.end())
         return;
-    State once = State::Once;
-    if (impl->state.compare_exchange_strong(once, State::Stopped) || once == State::Repeating)
-        impl->callback(impl->context);
-    impl->callbackThread = 0;
+    Impl& timer = *found->second;
+    if (!timer.isStarted || timer.callbackThread != 0)
+        return;
+    timer.callbackThread = currentThreadId();
+    guard.unlock();
+    timer.callback(timer.context);
+    guard.lock();
+    timer.callbackThread = 0;
+    callbackOver.notify_all();
+}
+
+// Under the lock. Whether this thread is inside the callback of a timer that lives.
+bool SystemTimer::Impl::isInsideACallback() {
+    return std::any_of(timers.begin(), timers.end(), [](const auto& timer) {
+        return timer.second->callbackThread == currentThreadId();
+    });
 }
 
 SystemTimer::SystemTimer(Callback callback, void* context) : impl_(std::make_unique<Impl>()) {
     impl_->callback = callback;
     impl_->context = context;
+    const std::lock_guard guard(Impl::lock);
+    impl_->number = ++Impl::lastNumber;
+    Impl::timers.emplace(impl_->number, impl_.get());
 }
 
 SystemTimer::~SystemTimer() {
-    if (impl_->handle == nullptr)
+    std::unique_lock guard(Impl::lock);
+    Impl::timers.erase(impl_->number);
+    Impl::callbackOver.wait(guard, [this] { return impl_->callbackThread == 0; });
+    if (impl_->handle != nullptr)
+        Impl::toDelete.push_back(impl_->handle);
+    if (Impl::isInsideACallback()) {
+        // A call of this timer may be queued behind the one that we are inside: the system can't be
+        // waited for. The next timer that goes elsewhere waits.
+        if (impl_->handle != nullptr)
+            ::ChangeTimerQueueTimer(nullptr, impl_->handle, Never, Never);
         return;
-    // INVALID_HANDLE_VALUE: return when the last callback has. The system asks for a new try at any
-    // other failure than "pending".
-    while (::DeleteTimerQueueTimer(nullptr, impl_->handle, INVALID_HANDLE_VALUE) == FALSE &&
-           ::GetLastError() != ERROR_IO_PENDING)
-        ::Sleep(1);
+    }
+    const std::vector<HANDLE> handles = std::exchange(Impl::toDelete, {});
+    guard.unlock();
+    for (HANDLE handle : handles)
+        deleteTimer(handle);
 }
 
-bool SystemTimer::start(std::uint32_t dueMs, std::uint32_t periodMs) {
-    const std::lock_guard guard(impl_->lock);
-    const DWORD due = std::min<DWORD>(dueMs, Never);
-    const DWORD period = periodMs == 0 ? Never : std::min<DWORD>(periodMs, Never);
-    impl_->state = periodMs == 0 ? Impl::State::Once : Impl::State::Repeating;
-    const BOOL done =
+bool SystemTimer::start(std::uint32_t periodMs) {
+    const std::lock_guard guard(Impl::lock);
+    const DWORD period = std::min<DWORD>(periodMs, Never);
+    impl_->isStarted =
         impl_->handle != nullptr
-            ? ::ChangeTimerQueueTimer(nullptr, impl_->handle, due, period)
-            : ::CreateTimerQueueTimer(&impl_->handle, nullptr, &Impl::onTimer, impl_.get(), due,
-                                      period, WT_EXECUTEINPERSISTENTTHREAD);
-    return done != FALSE;
+            ? ::ChangeTimerQueueTimer(nullptr, impl_->handle, period, period) != FALSE
+            : ::CreateTimerQueueTimer(&impl_->handle, nullptr, &Impl::onTimer,
+                                      reinterpret_cast<PVOID>(impl_->number), period, period,
+                                      WT_EXECUTEINPERSISTENTTHREAD) != FALSE;
+    return impl_->isStarted;
 }
 
 void SystemTimer::stop() {
-    const std::lock_guard guard(impl_->lock);
-    impl_->state = Impl::State::Stopped;
+    const std::lock_guard guard(Impl::lock);
+    impl_->isStarted = false;
     if (impl_->handle != nullptr)
         ::ChangeTimerQueueTimer(nullptr, impl_->handle, Never, Never);
-}
-
-bool SystemTimer::isCallingBack() const noexcept {
-    return impl_->callbackThread == currentThreadId();
 }
 
 }  // namespace tarn::platform
