@@ -81,7 +81,7 @@ void setupFloatingPoint() {
 }
 
 platform::MessageAnswer show(platform::MessageKind kind, const std::string& text, bool parented) {
-    return platform::showMessage({kind, ProductIdentity::get().getProductName(), text, parented});
+    return platform::showMessage({kind, ProductIdentity::get().getDisplayName(), text, parented});
 }
 
 bool isWebOrMailAddress(const std::string& url) {
@@ -141,7 +141,7 @@ int ask(const std::string& text, bool parented) {
 
 void fatal(const std::string& text, bool parented) {
     logLine(LogError, text);
-    alert(text + "\n\n" + ProductIdentity::get().getProductName() + " will exit.", parented);
+    alert(text + "\n\n" + ProductIdentity::get().getDisplayName() + " will exit.", parented);
 }
 
 std::string getLastErrorText() {

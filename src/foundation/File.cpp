@@ -62,7 +62,7 @@ platform::FileAnswer choose(platform::FilePurpose purpose, const FileDialog& dia
 platform::MessageAnswer askToOverwrite(const std::string& name) {
     platform::MessageRequest question;
     question.kind = platform::MessageKind::Ask;
-    question.title = ProductIdentity::get().getProductName();
+    question.title = ProductIdentity::get().getDisplayName();
     question.text = "'" + name + "' already exists.  Overwrite?";
     question.parented = true;
     return platform::showMessage(question);

@@ -12,8 +12,11 @@ public:
 
     virtual std::string getVendorName() const = 0;
 
-    /// Names the log file and the creator of saved files.
+    /// Names the log file, the product's folders and the creator of saved files.
     virtual std::string getProductName() const = 0;
+
+    /// What messages to the user call the product.
+    virtual std::string getDisplayName() const { return getProductName(); }
 
     /// As in "1.2.0".
     virtual std::string getVersionText() const = 0;

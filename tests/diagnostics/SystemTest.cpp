@@ -59,13 +59,13 @@ TEST(System, MessagesBearTheProductsNameAndGiveTheUsersAnswer) {
         EXPECT_TRUE(asked.kind == MessageKind::Confirm && asked.parented);
         EXPECT_EQ(System::ask("Größe?", false), answered);
         EXPECT_TRUE(asked.kind == MessageKind::Ask && !asked.parented);
-        EXPECT_EQ(asked.title + asked.text, "Wellengang äGröße?");
+        EXPECT_EQ(asked.title + asked.text, product.getDisplayName() + "Größe?");
     }
     System::inform("news", false);
     EXPECT_EQ(asked.kind, MessageKind::Inform);
     System::fatal("No skin.", true);
     EXPECT_TRUE(asked.kind == MessageKind::Alert && asked.parented);
-    EXPECT_EQ(asked.text, "No skin.\n\nWellengang ä will exit.");
+    EXPECT_EQ(asked.text, "No skin.\n\n" + product.getDisplayName() + " will exit.");
     System::deleteFailed(reinterpret_cast<void*>(0xBEEF));
     EXPECT_THAT(product.lines(), ElementsAre("No skin.", "failed to delete object 0xbeef"));
 }

@@ -56,6 +56,7 @@ public:
 
     std::string getVendorName() const override { return "Maker"; }
     std::string getProductName() const override { return "Wellengang \u00e4"; }
+    std::string getDisplayName() const override { return "Das Wellengang"; }
     std::string getVersionText() const override { return "1.2.0"; }
     std::string getFileFormatText() const override { return "1.2"; }
     std::string getLogFolder() const override {
