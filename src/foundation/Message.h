@@ -1,7 +1,8 @@
-// What travels on the bus of radios.
-// Everything rests on one rule: a message lives on its transmitter's stack and only looks at its
-// texts, so that making and transmitting one allocates nothing; whoever keeps it makes a copy, and
-// a copy owns its texts.
+// The messages that radios send one another.
+//
+// Making and transmitting a message allocates nothing. Therefore a message doesn't own its texts:
+// it refers to characters of the function that transmits it. A listener that wants to keep a
+// message after `receive` calls `clone`. The clone has its own copies of the texts.
 #pragma once
 
 #include "foundation/Point.h"
@@ -18,8 +19,8 @@ namespace tarn {
 
 class Radio;
 
-/// A text of a message. Made or assigned from a text it is a view of it, which must outlive the
-/// message (a temporary string is refused); copied from another it owns its characters.
+/// A text in a message. Made from characters, it refers to them, and they must outlive it; a
+/// temporary string doesn't compile. Copied from another MessageText, it has its own copy.
 class MessageText {
 public:
     MessageText() noexcept = default;
@@ -81,8 +82,8 @@ T fromPayload(std::uint64_t payload) noexcept {
     return value;
 }
 
-/// Base of the families. Not shared between threads; a copy is as good as the original, but for
-/// what `payload` points to in some families.
+/// Base of all messages; each family is a class. For one thread at a time. In some families
+/// `payload` is a pointer, which may lead nowhere once `transmit` has returned, in clones too.
 class Message {
 public:
     virtual std::unique_ptr<Message> clone() const = 0;
@@ -144,8 +145,8 @@ public:
     MidiMessage(Radio* from, std::int32_t what, const void* data, std::int32_t second) noexcept;
     std::unique_ptr<Message> clone() const override;
 
-    /// What the transmitter pointed to, such as a note. Gone when `transmit` returns, also for
-    /// copies.
+    /// What the transmitter pointed to, such as a note. Not to be used once `transmit` has
+    /// returned, which a clone can't know.
     const void* data() const noexcept;
 
     MidiEvent event;
@@ -161,8 +162,7 @@ public:
         StoreSecondary = 2002,
     };
 
-    /// `payload` carries the bytes of the plain value; a text's is a pointer that copies must not
-    /// follow.
+    /// `plain` is the value's bytes. For a text it is a pointer, which clones must not follow.
     ParameterMessage(Radio* from, std::int32_t what, const MessageText& name, std::int32_t number,
                      std::uint64_t plain, float normalised, std::int32_t source) noexcept;
     std::unique_ptr<Message> clone() const override;

@@ -1,17 +1,18 @@
-// Base of the long-lived objects: a place in a tree that owns nothing, and the bus over which they
-// hear of each other. A radio listens to its stations and is heard by its listeners.
-// Everything rests on one rule: a radio's lock is held while it delivers, on the thread that
-// transmits, so each delivery is whole before the next one begins, and whoever has tuned out of a
-// radio, or is destroyed, hears nothing of it any more.
+// Base of the long-lived objects: parameters, controls, engines, timers and more. A radio knows its
+// parent, which doesn't own it. And it sends messages to its listeners, the radios that have tuned
+// in to it. The radios that it has tuned in to are its stations.
 //
-// Threads. Every operation may be called from any thread, and from inside `receive` and the
-// notifications. Deliveries that cross each other on several threads, and radios that tune to and
-// out of one another at once, can't deadlock: see RadioLock. A station is locked before its
-// listener, always; where another thread made or broke the same tie while this one waited, the
-// later of the two changes nothing. One thing is left to the caller: an object that is used must
-// live, so nobody may hand a radio to `tuneIn`, or transmit from it, while another thread destroys
-// it, and no radio is destroyed by one of its own listeners inside `receive`,
-// nor a listener by one delivery while another, which waits for that one, is inside it.
+// Everything rests on one rule: `transmit` calls `receive` of every listener before it returns, on
+// the calling thread, and holds this radio's lock meanwhile. So one message at a time comes from a
+// radio. And `tuneOut` and the destructor, which take the same lock, wait for a delivery on another
+// thread: after them the listener hears nothing more from that station.
+//
+// Any thread may call any operation, also inside `receive` and the notifications. Threads that wait
+// for one another's radios don't deadlock: see RadioLock. Callers keep three rules:
+// 1. While one thread tunes in to a radio or transmits from it, no other thread destroys it.
+// 2. Inside `receive`, a listener doesn't destroy the radio that delivers to it.
+// 3. Suppose that thread 1 is in a listener's `receive`, and waits there for a radio from which
+//    thread 2 delivers. Then thread 2 doesn't destroy that listener inside its delivery.
 #pragma once
 
 #include "foundation/Allocator.h"
@@ -41,14 +42,13 @@ public:
     Radio(const Radio& other);
     Radio& operator=(const Radio&) = delete;
 
-    /// Breaks every tie that is left, with a line in the log at level 1 for each, and waits for
-    /// deliveries to this radio on other threads. `delete` does the same before the first
-    /// destructor runs, so that nothing is delivered to a half-destroyed object; an object that
-    /// lives elsewhere than on the heap, and may be delivered to by other threads, must call
-    /// `disconnect` first.
+    /// Calls `disconnect`, and logs each tie that was left, at level 1. `delete` does so before the
+    /// first destructor runs, so that no half-destroyed object receives a message. An object that
+    /// isn't deleted, such as a local variable, calls `disconnect` in the destructor of its own
+    /// class, if other threads may deliver to it.
     virtual ~Radio();
 
-    /// Tunes out of the editor and forgets all listeners, without a word to them.
+    /// Tunes out of the editor. Forgets all listeners, without notifications.
     virtual void shutdown();
 
     virtual void start() {}
@@ -61,8 +61,8 @@ public:
 
     virtual Radio* getParent() const { return parent_.load(std::memory_order_relaxed); }
 
-    /// Moves to another parent, or to none. What this radio is tuned to by name, and is of module
-    /// scope, is left in the old parent's settings and found again in the new one's.
+    /// Moves to another parent, or to none. For each name in use: if the parameter belongs to a
+    /// module, this radio tunes out of the old module's first clone and in to the new module's.
     virtual void setParent(Radio* newParent);
 
     /// The settings of this radio; null means those of its parent. Not owned.
@@ -71,35 +71,36 @@ public:
     /// This radio's own settings, or those set in its parent; null if there are none.
     ParameterDirectory* getSettings() const;
 
-    /// Tunes to all clones of a parameter. The name is kept, whether or not there is such a
-    /// parameter now. An empty name does nothing.
+    /// Tunes in to all clones of a parameter. The name stays in use until `tuneOutByName`, also if
+    /// there is no such parameter now. An empty name does nothing.
     virtual void tuneInByName(const std::string& name);
     void tuneOutByName(const std::string& name);
 
-    /// Listens to a station from now on: first as `tuneOut`, so that a second call replaces the
-    /// first, then the station's `listenerAdded` tells this radio what it must know.
+    /// Listens to a station from now on. First does what `tuneOut` does, so that there is never
+    /// more than one tie to a station. At the end the station's `listenerAdded` is called, in which
+    /// the station can send this radio its present state.
     virtual void tuneIn(Radio* station);
 
-    /// Listens to a station no more, from the return on. Both are notified also when there was no
-    /// tie.
+    /// Stops listening to a station. Both radios are notified, also when there was no tie.
     virtual void tuneOut(Radio* station);
 
-    /// A message of a station, or one that is handed over directly. True if it was handled, which
-    /// `transmit` ignores. On the thread that transmits: any.
+    /// A message from a station, or one that somebody hands over directly. On the thread that
+    /// transmits, which may be any. Returns whether it was handled; `transmit` ignores that.
     virtual bool receive(Message& message);
 
-    // Notifications, under the station's and the listener's lock.
+    // Notifications. `listenerAdded` is called under the station's lock, the other two under the
+    // listener's as well.
     virtual void listenerAdded(Radio* /*listener*/) {}
     virtual void listenerRemoved(Radio* /*listener*/) {}
     virtual void stationRemoved(Radio* /*station*/) {}
 
-    /// Hands the message to each listener, in the order of their addresses; listeners may come and
-    /// go meanwhile. Always the no-error. Audio thread: allocates nothing, and waits only while
-    /// another thread delivers from, or tunes to, this same radio.
+    /// Hands the message to each listener, in the order of their addresses. Listeners may come and
+    /// go meanwhile. Always returns the no-error. Audio thread: allocates nothing, and waits only
+    /// while another thread delivers from this radio or tunes to it.
     Error transmit(Message& message);
 
-    /// Tunes out of every station and has every listener tune out, with their notifications.
-    /// Returns when deliveries on other threads, from and to this radio, are over.
+    /// Tunes out of every station, and has every listener tune out. Returns when deliveries on
+    /// other threads, from this radio and to it, are over.
     void disconnect();
 
     // Always inline: GCC takes a radio behind another base for memory that isn't the heap's.
@@ -109,11 +110,13 @@ public:
     using Allocator::operator delete;
 
 protected:
-    /// Under which this radio delivers, for a class that readies what it transmits.
+    /// The lock that is held while this radio delivers. A class that changes a message of its own
+    /// before it transmits it holds this lock for both.
     RadioLock& deliveryLock() const noexcept { return *lock_; }
 
 private:
-    // A radio's lock outlives it for those who wait for it.
+    // Shared, because threads may still wait for the lock when the radio is gone. Where two locks
+    // are needed, the station's is taken before the listener's.
     using Lock = std::shared_ptr<RadioLock>;
     using Ties = std::vector<Radio*>;  // in the order of addresses
 
@@ -140,8 +143,8 @@ private:
     std::uint32_t changes_ = 0;  // of listeners_, so that a walk notices
     int deliveries_ = 0;         // under way, nested
 
-    // Of stations that this radio left while they delivered, perhaps to it: whoever destroys it
-    // must wait for them, though the tie is cut.
+    // Locks of stations that this radio left during their deliveries. One of these may still be in
+    // our `receive`, so our destructor waits for these locks.
     std::vector<Lock> leftDelivering_;
 };
 

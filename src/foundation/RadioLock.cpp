@@ -5,85 +5,78 @@
 
 namespace tarn {
 
-// A thread that waits for a lock, on its own stack.
-struct RadioLock::Parked {
+// A thread that waits for a lock. On that thread's stack, so that waiting allocates nothing.
+struct RadioLock::Waiting {
     std::uintptr_t thread;
     const RadioLock* lock;
-    Parked* next;
+    Waiting* next;
 };
 
 namespace {
 
-// All waiting goes through one place, because a circle can only be seen with everything at rest.
-// Threads come here only when they would wait anyway.
-std::mutex parking;
-std::condition_variable left;  // some lock that was awaited is free
+// Guards the list of waiting threads. While it is held, none of them goes on, and so a circle can
+// be seen. Only threads that find a lock owned by another come here.
+std::mutex waiting;
+std::condition_variable freed;  // a lock that was awaited has no owner now
 
 }  // namespace
 
-constinit RadioLock::Parked* RadioLock::firstParked_ = nullptr;
+constinit RadioLock::Waiting* RadioLock::firstWaiting_ = nullptr;
 
-void RadioLock::Hold::waitOrDisplace(std::uintptr_t self) noexcept {
-    displaced_ = lock_.enterParked(self);
-    displacedDepth_ = displaced_ != 0 ? lock_.depth_ : 0;
-    lock_.depth_ = 1;
-}
-
-void RadioLock::Hold::giveBack() noexcept {
-    const std::lock_guard guard(parking);
-    lock_.depth_ = displacedDepth_;
-    lock_.owner_.store(displaced_ | Awaited, std::memory_order_relaxed);
-}
-
-void RadioLock::Hold::wakeParked() noexcept {
-    const std::lock_guard guard(parking);
-    left.notify_all();
-}
-
-// Enters; returns the thread in whose place, or 0.
-std::uintptr_t RadioLock::enterParked(std::uintptr_t self) noexcept {
-    std::unique_lock guard(parking);
-    Parked me{self, this, firstParked_};
-    firstParked_ = &me;
+// Makes this thread the owner; returns the owner in whose place, or 0 after having waited.
+std::uintptr_t RadioLock::waitOrDisplace(std::uintptr_t self) noexcept {
+    std::unique_lock guard(waiting);
+    Waiting me{self, this, firstWaiting_};
+    firstWaiting_ = &me;
     std::uintptr_t displaced = 0;
     for (;;) {
         std::uintptr_t owner = owner_.load(std::memory_order_relaxed);
         if (owner == 0) {
-            // Whoever else is parked for this lock is woken when we leave.
+            // Awaited, because others may wait too: all are woken when we leave.
             if (owner_.compare_exchange_strong(owner, self | Awaited, std::memory_order_acquire))
                 break;
             continue;
         }
-        if (closesCircle(self)) {
+        if (ownerWaitsFor(self)) {
             displaced = owner & ~Awaited;
             owner_.store(self | Awaited, std::memory_order_relaxed);
             break;
         }
         if ((owner & Awaited) != 0 ||
             owner_.compare_exchange_strong(owner, owner | Awaited, std::memory_order_relaxed))
-            left.wait(guard);
+            freed.wait(guard);
     }
-    Parked** link = &firstParked_;
+    Waiting** link = &firstWaiting_;
     while (*link != &me)
         link = &(*link)->next;
     *link = me.next;
     return displaced;
 }
 
-// Whether this lock's owner is parked for a lock whose owner is parked, and so on, to ourselves.
-bool RadioLock::closesCircle(std::uintptr_t self) const noexcept {
+void RadioLock::giveBackTo(std::uintptr_t displaced) noexcept {
+    const std::lock_guard guard(waiting);
+    owner_.store(displaced | Awaited, std::memory_order_relaxed);
+}
+
+// Whether the owner waits for a lock whose owner waits for a lock, and so on, of `self`.
+bool RadioLock::ownerWaitsFor(std::uintptr_t self) const noexcept {
     const RadioLock* lock = this;
     for (;;) {
         const std::uintptr_t owner = lock->owner_.load(std::memory_order_relaxed) & ~Awaited;
         if (owner == self)
             return true;
-        const Parked* waiting = firstParked_;
-        while (waiting != nullptr && waiting->thread != owner)
-            waiting = waiting->next;
-        if (owner == 0 || waiting == nullptr)
+        const Waiting* thread = firstWaiting_;
+        while (thread != nullptr && thread->thread != owner)
+            thread = thread->next;
+        if (thread == nullptr)
             return false;
-        lock = waiting->lock;
+        lock = thread->lock;
     }
+}
+
+void RadioLock::wakeWaiting() noexcept {
+    const std::lock_guard guard(waiting);
+    freed.notify_all();
 }
 
 }  // namespace tarn

@@ -1,12 +1,20 @@
-// The recursive lock under which radios deliver, and which can't deadlock with its own kind.
-// Everything rests on one rule: a thread that would wait for itself, through any number of other
-// threads that wait for these locks, doesn't wait. It enters in the place of the one that is
-// inside, as if the threads of the circle were one, and the circle goes on when it has left.
+// The lock of a radio. It guards the radio's ties and is held while the radio delivers a message.
 //
-// Such a circle arises from ordinary use: two radios, each transmitting on a thread of its own,
-// whose listeners answer by tuning to, or transmitting from, the other one. All threads of a circle
-// but the last are parked, and stay parked while the last one is inside, so what it sees and
-// changes is what a nested call of theirs could have seen and changed.
+// A thread may enter a lock that it holds already. And threads don't deadlock, though listeners
+// transmit and tune as they like:
+//
+//     Thread 1 delivers from radio A, so it holds A's lock. A listener now transmits from B.
+//     Thread 2 delivers from radio B, so it holds B's lock. A listener now transmits from A.
+//
+// With ordinary locks, both threads would wait forever. Here the first one to ask waits, say thread
+// 1 for B's lock. When thread 2 asks for A's lock, it finds that the lock's owner waits for thread
+// 2 itself. So thread 2 doesn't wait: it becomes A's owner in place of thread 1, which still
+// sleeps. When thread 2 has done with A, it makes thread 1 the owner again. When it leaves B's
+// lock too, thread 1 wakes up and goes on. The same is done where more than two threads wait in a
+// circle.
+//
+// To thread 1 it looks as if its own call had changed A meanwhile. Any listener may do that, so
+// code that calls listeners is ready for it.
 #pragma once
 
 #include "platform/Thread.h"
@@ -22,9 +30,10 @@ public:
     RadioLock(const RadioLock&) = delete;
     RadioLock& operator=(const RadioLock&) = delete;
 
-    /// Inside from its construction to its end, on one thread; holds nest. Allocates nothing, and
-    /// where no other thread is inside it calls nothing of the system. The lock must live until the
-    /// hold's destructor, which doesn't touch it any more once another thread can enter.
+    /// Owns the lock from its construction to its end. A local variable: of the holds that a thread
+    /// has, the newest ends first. Allocates nothing, and makes no system call if no other thread
+    /// owns the lock. Its destructor lets go of the lock last of all, so that the next owner may
+    /// destroy the lock.
     class Hold {
     public:
         explicit Hold(RadioLock& lock) noexcept : lock_(lock) {
@@ -32,45 +41,41 @@ public:
             std::uintptr_t owner = 0;
             if (lock_.owner_.compare_exchange_strong(owner, self, std::memory_order_acquire,
                                                      std::memory_order_relaxed))
-                lock_.depth_ = 1;
-            else if ((owner & ~Awaited) == self)
-                ++lock_.depth_;
-            else
-                waitOrDisplace(self);
+                return;
+            isNested_ = (owner & ~Awaited) == self;
+            if (!isNested_)
+                displaced_ = lock_.waitOrDisplace(self);
         }
         Hold(const Hold&) = delete;
         Hold& operator=(const Hold&) = delete;
         ~Hold() {
-            if (--lock_.depth_ > 0)
+            if (isNested_)
                 return;
             if (displaced_ != 0)
-                giveBack();
+                lock_.giveBackTo(displaced_);
             else if ((lock_.owner_.exchange(0, std::memory_order_release) & Awaited) != 0)
-                wakeParked();
+                wakeWaiting();
         }
 
     private:
-        void waitOrDisplace(std::uintptr_t self) noexcept;
-        void giveBack() noexcept;
-        static void wakeParked() noexcept;
-
         RadioLock& lock_;
-        std::uintptr_t displaced_ = 0;  // the thread in whose place we are, 0 for none
-        int displacedDepth_ = 0;
+        bool isNested_ = false;         // this thread owned the lock before
+        std::uintptr_t displaced_ = 0;  // the thread that owned it before, 0 for none
     };
 
 private:
-    struct Parked;
+    struct Waiting;
 
-    static constexpr std::uintptr_t Awaited = 1;  // beside the owner: somebody is parked for it
+    static constexpr std::uintptr_t Awaited = 1;  // beside the owner: some thread waits
 
-    std::uintptr_t enterParked(std::uintptr_t self) noexcept;
-    bool closesCircle(std::uintptr_t self) const noexcept;
+    std::uintptr_t waitOrDisplace(std::uintptr_t self) noexcept;
+    void giveBackTo(std::uintptr_t displaced) noexcept;
+    bool ownerWaitsFor(std::uintptr_t self) const noexcept;
+    static void wakeWaiting() noexcept;
 
-    static Parked* firstParked_;  // of this process; guarded by the one place where all park
+    static Waiting* firstWaiting_;  // of all threads that wait for any lock
 
-    std::atomic<std::uintptr_t> owner_{0};  // a thread's number and Awaited
-    int depth_ = 0;                         // of the owner's nested holds
+    std::atomic<std::uintptr_t> owner_{0};  // its thread's number, 0 for none, and Awaited
 };
 
 }  // namespace tarn
