@@ -35,14 +35,6 @@ std::uint64_t pointerPayload(const void* data, std::int32_t companion) noexcept 
 
 }  // namespace
 
-MessageText& MessageText::operator=(const MessageText& other) {
-    if (this != &other) {
-        owned_ = other.view_;
-        view_ = owned_;
-    }
-    return *this;
-}
-
 MessageText& MessageText::operator=(std::string_view text) noexcept {
     view_ = text;
     return *this;

@@ -36,7 +36,7 @@ public:
         return *this = std::string_view(text);
     }
     MessageText& operator=(std::string&&) = delete;
-    MessageText& operator=(const MessageText& other);
+    MessageText& operator=(const MessageText&) = delete;
     ~MessageText() = default;
 
     std::string_view view() const noexcept { return view_; }

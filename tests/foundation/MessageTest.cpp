@@ -35,7 +35,8 @@ TEST(Message, MakingAndTransmittingAllocatesNothing) {
     listener.disconnect();
 }
 
-// Fault: a queued message that reads a text, an event or a type of a stack that is gone.
+// Fault: a queued message that reads a text, an event or a type of a stack that is gone, or that
+// confuses its fields.
 TEST(Message, ACopyOutlivesWhatItWasMadeFrom) {
     const auto copyOf = [](const Message& message) { return message.clone()->clone(); };
     const auto changed = copyOf(ParameterMessage(nullptr, ParameterMessage::ValueChanged,
@@ -49,12 +50,26 @@ TEST(Message, ACopyOutlivesWhatItWasMadeFrom) {
                                            DroppedText{std::string(longText), 100, 2000}));
     const auto& dropped = dynamic_cast<WindowMessage&>(*drop);
     EXPECT_TRUE(dropped.text == longText && dropped.position == (Point{3, 4}));
-    EXPECT_EQ(dropped.regionEnd - dropped.regionStart, 1900);
+    EXPECT_EQ(dropped.payload, 0U);
+    EXPECT_TRUE(dropped.regionStart == 100 && dropped.regionEnd == 2000);
 
     auto event = std::make_unique<MidiEvent>(MidiEvent{7, 0.5F, 9});
-    const auto turned = copyOf(MidiMessage(nullptr, MidiMessage::Event, event.get(), -3));
+    const void* const source = event.get();
+    const auto turned = copyOf(MidiMessage(nullptr, MidiMessage::Event, source, -3));
     event.reset();
     const auto& controller = dynamic_cast<MidiMessage&>(*turned);
     EXPECT_TRUE(controller.event.controller == 7 && controller.companion == -3);
-    EXPECT_EQ(MidiMessage(nullptr, MidiMessage::Event, nullptr, 0).event.controller, -1);
+    EXPECT_EQ(controller.data(), source);
+    for (const auto& [code, data] :
+         {std::pair(MidiMessage::Event, static_cast<const void*>(nullptr)),
+          {MidiMessage::NoteOn, longText.data()}})
+        EXPECT_EQ(MidiMessage(nullptr, code, data, 0).event.controller, -1);
+
+    for (std::int32_t code = WindowMessage::LeftDown; code <= WindowMessage::SetPaintTarget;
+         ++code) {
+        const WindowMessage window(nullptr, code, nullptr);
+        EXPECT_EQ(window.button, code < 3003 ? 1 : code < 3006 ? 4 : 0) << code;
+        EXPECT_EQ(window.payload, 0U);
+    }
+    EXPECT_EQ(ControlMessage(nullptr, ControlMessage::HelpHide).payload, 0U);
 }
