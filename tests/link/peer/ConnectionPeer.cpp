@@ -1,18 +1,17 @@
-// The other process of the connection tests.
+// The other process of the connection tests. What is sent is 0, 1, 2, ... modulo 40,009.
 //
-//   connection-peer crash SAMPLES          makes a connection, writes 1, 2, 3, ... and dies at once
-//   connection-peer send SLOT SAMPLES      writes 1, 2, 3, ... into SLOT, but no ring ahead
-//   connection-peer flood                  writes 0, 1, 2, ... (modulo 40,009) until it is killed
-//   connection-peer listen SLOT            listens to SLOT until it is killed
-//   connection-peer receive SLOT SAMPLES   exits with 0 if what it reads rises by one each
+//   connection-peer crash SAMPLES          makes a connection, writes SAMPLES and dies at once
+//   connection-peer send [SPEED]           writes until it is killed or its last listener has left,
+//                                          SPEED samples a second or as fast as it can
+//   connection-peer receive SLOT [SAMPLES] listens until it is killed or SAMPLES were sent, and
+//                                          exits with 0 if all that came were right
 #include "link/ConnectionListener.h"
 #include "link/IOBridge.h"
+#include "platform/Clock.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <memory>
-#include <numeric>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,99 +19,70 @@
 namespace {
 
 using namespace tarn;
-using Bridge = IOBridge<float>;
+using platform::systemHighResolutionSeconds;
+
+constexpr std::uint32_t Period = 40'009, LongestBlock = 30'011;
 
 // Everything that waits gives up in the end, so that a failing test ends.
 template <typename Condition>
 bool waitFor(Condition condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const double end = systemHighResolutionSeconds() + 20.0;
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
+        if (systemHighResolutionSeconds() > end)
             return false;
         std::this_thread::yield();
     }
     return true;
 }
 
-void writeRamp(Bridge& bridge, std::uint32_t from, std::uint32_t frames) {
-    std::vector<float> block(frames);
-    std::iota(block.begin(), block.end(), static_cast<float>(from + 1));
-    bridge.write(block.data(), frames);
-}
-
-int crash(std::uint32_t samples) {
-    std::string name = "peer *";
-    Bridge bridge(name);
-    writeRamp(bridge, 0, samples);
-    std::_Exit(9);  // nothing is destroyed
-}
-
-int send(std::uint32_t slot, std::uint32_t samples) {
-    std::string name = "peer *";
-    Bridge bridge(name);
-    if (name != "peer " + std::to_string(slot + 1))
-        return 2;
-    bridge.resync(ConnectionPreroll);
-    if (!waitFor([&] { return bridge.isAttached(); }))
-        return 3;
-    for (std::uint32_t sent = 0; sent < samples; sent += 500) {
-        writeRamp(bridge, sent, 500);
-        if (!waitFor([&] { return bridge.available() < ConnectionPreroll / 2; }))
-            return 4;
-    }
-    return waitFor([&] { return !bridge.isAttached(); }) ? 0 : 5;
-}
-
 // Blocks of all lengths, so fast that it is killed in one as a rule.
-int flood() {
-    constexpr std::uint32_t Period = 40'009, Longest = 30'011;
-    std::vector<float> table(Period + Longest);
+int send(double speed) {
+    std::vector<float> table(Period + LongestBlock);
     for (std::uint32_t i = 0; i < table.size(); ++i)
         table[i] = static_cast<float>(i % Period);
     std::string name = "peer *";
-    Bridge bridge(name);
-    std::uint32_t at = 0, frames = 1;
-    waitFor([&] {
-        for (int i = 0; i < 1000; ++i, at = (at + frames) % Period) {
-            frames = frames * 7 % Longest;
-            bridge.write(table.data() + at, frames);
+    IOBridge<float> bridge(name);
+    const double start = systemHighResolutionSeconds();
+    std::uint64_t sent = 0;
+    std::uint32_t frames = 1;
+    bool wasHeard = false;
+    const bool isLeft = waitFor([&] {
+        for (int i = 0; i < 1000; ++i, sent += frames) {
+            while (speed > 0.0 &&
+                   static_cast<double>(sent) > speed * (systemHighResolutionSeconds() - start))
+                std::this_thread::yield();
+            frames = frames * 7 % LongestBlock;
+            bridge.write(table.data() + sent % Period, frames);
+            const bool isHeard = bridge.owner().listeners() > 0;
+            if (wasHeard && !isHeard)
+                return true;
+            wasHeard = isHeard;
         }
         return false;
     });
-    return 6;
+    return isLeft ? 0 : 3;
 }
 
-int listen(std::uint32_t slot) {
-    ConnectionListener listener(slot);
+int receive(std::uint32_t slot, std::uint64_t samples) {
+    std::unique_ptr<ConnectionListener> listener;
     std::vector<float> buffer;
-    waitFor([&] {
-        listener.beat();
-        listener.take(listener.session(), 0, buffer);
-        return false;
-    });
-    return 7;
-}
-
-int receive(std::uint32_t slot, std::uint32_t samples) {
-    std::unique_ptr<Bridge> bridge;
-    std::vector<float> block(ConnectionRingSamples);
-    std::uint32_t received = 0;
+    std::uint64_t position = 0, received = 0, wrong = 0;
     const bool isComplete = waitFor([&] {
-        if (!bridge || !bridge->hasBlock())
-            bridge = std::make_unique<Bridge>(OpenSlot{slot});
-        if (!bridge->isAttached())
-            bridge->attach();  // a master that was just making the block has wiped the mark
-        const std::uint32_t frames = bridge->isLive() ? bridge->available() : 0;
-        const std::uint32_t got = frames > 0 ? bridge->read(block.data(), frames) : 0;
-        for (std::uint32_t i = 0; i < got; ++i) {
-            if (block[i] == static_cast<float>(received + 1))
-                ++received;
-            else if (received > 0 || block[i] != 0.0f)  // before the first one is silence
-                std::exit(4);
-        }
-        return received >= samples;
+        if (!listener || listener->session() == 0)
+            listener = std::make_unique<ConnectionListener>(slot);
+        if (!listener->hasBlock() || listener->session() == 0)
+            return false;
+        listener->beat();
+        const TakenSamples taken = listener->take(listener->session(), position, buffer);
+        if (taken.result != TakenSamples::Result::Taken)
+            return false;
+        position = taken.end - taken.samples.size();
+        for (const float sample : taken.samples)
+            wrong += sample != static_cast<float>(position++ % Period);
+        received += taken.samples.size();
+        return samples > 0 && position >= samples && received > 0;
     });
-    return isComplete ? 0 : 3;
+    return isComplete && wrong == 0 ? 0 : 4;
 }
 
 }  // namespace
@@ -122,10 +92,14 @@ int main(int argc, char** argv) {
     const auto number = [&](int i) {
         return argc > i ? static_cast<std::uint32_t>(std::strtoul(argv[i], nullptr, 10)) : 0;
     };
-    return task == "crash"     ? crash(number(2))
-           : task == "flood"   ? flood()
-           : task == "listen"  ? listen(number(2))
-           : task == "send"    ? send(number(2), number(3))
-           : task == "receive" ? receive(number(2), number(3))
-                               : 1;
+    if (task == "crash") {
+        std::string name = "peer *";
+        IOBridge<float> bridge(name);
+        std::vector<float> samples(number(2));
+        for (std::size_t i = 0; i < samples.size(); ++i)
+            samples[i] = static_cast<float>(i % Period);
+        bridge.write(samples.data(), number(2));
+        std::_Exit(9);  // nothing is destroyed
+    }
+    return task == "send" ? send(number(2)) : task == "receive" ? receive(number(2), number(3)) : 1;
 }
