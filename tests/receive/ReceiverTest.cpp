@@ -86,31 +86,31 @@ private:
     const test::RawState states_[2] = {test::RawState::make(0), test::RawState::make(1)};
 };
 
-// Faults: a block that is longer than the ring, a sender at any speed, a look that comes too late.
-TEST_F(ReceiverTest, EverySampleIsDeliveredOrToldWhateverTheBlocksAndTheSpeed) {
+// Faults: a sender that is just coming taken for an old one, a pause taken for an end.
+TEST_F(ReceiverTest, APauseLosesNothingHoweverLongItIs) {
     look();
     EXPECT_EQ(state(), State::Searching);
     startSender();
     {
         const test::RawState state(0);
-        const std::uint64_t session = std::exchange(state->session, 0);  // it is just coming
+        const std::uint64_t session = std::exchange(state->session, 0);
         look();
         EXPECT_TRUE(receiver_->isComplete());
         state->session = session;
     }
-    look();
-    EXPECT_EQ(state(), State::Silent);
-    std::mt19937 random(1);
-    while (sent_ < 10'000'000) {  // floats count no farther
-        const auto frames =
-            static_cast<std::uint32_t>(random() % (random() % 4 == 0 ? 200'000 : 5000));
-        send(frames, random() % 3 == 0 ? 40'000 : 480);
-        pass(0.001);
-        expectContinuation();
+    for (const int seconds : {3, 50}) {
+        send(15'000);
+        EXPECT_EQ(expectContinuation(), 15'000u);
+        EXPECT_EQ(state(), State::Receiving);
+        for (int i = 0; i < seconds; ++i) {
+            pass(1.0);
+            EXPECT_EQ(expectContinuation(), 0u);
+        }
+        EXPECT_EQ(state(), State::Silent);
     }
-    EXPECT_EQ(state(), State::Receiving);
-    EXPECT_EQ(expected_, sent_ + 1);
-    EXPECT_GT(missed_, 0u);
+    send(500);
+    EXPECT_EQ(expectContinuation(), 500u);
+    EXPECT_EQ(missed_, 0u);
     EXPECT_TRUE(receiver_->isComplete());
 }
 
@@ -171,22 +171,6 @@ TEST_F(ReceiverTest, ASecondSenderOfANameIsJoinedWhereItIs) {
         }
         EXPECT_EQ(receiver_->slot(), 1u);
     }
-}
-
-TEST_F(ReceiverTest, APauseLosesNothingHoweverLongItIs) {
-    startSenderAndLook();
-    for (const int seconds : {3, 50}) {
-        send(15'000);
-        expectContinuation();
-        for (int i = 0; i < seconds; ++i) {
-            pass(1.0);
-            EXPECT_EQ(expectContinuation(), 0u);
-        }
-        EXPECT_EQ(state(), State::Silent);
-        send(500);
-        EXPECT_EQ(expectContinuation(), 500u);
-    }
-    EXPECT_EQ(missed_, 0u);
 }
 
 // Faults: a tail that is lost at a sender's end, a successor's first samples, a name that is
@@ -404,28 +388,6 @@ TEST_F(OldSenderTest, AStaleConnectionIsOnlyPeekedAt) {
     look();
     look();
     EXPECT_FALSE(inspectConnection(1));
-}
-
-// The fault it would catch: a word of the blocks that is trusted.
-TEST_F(ReceiverTest, BlocksOfRandomBytesAreHarmless) {
-    startSender();
-    const test::RawBlock block(0);
-    const test::RawState state(0);
-    std::mt19937 random(5);
-    for (unsigned i = 0; i < 300; ++i) {
-        block.scramble(random, i % 5 + 1);
-        block->lastWriteTime[0] = static_cast<std::uint32_t>(clockNow);
-        block->lastWriteTime[1] = 0;
-        if (i % 2 == 0) {
-            state.scramble(random, i % 7 + 1);
-            state->magic = ConnectionStateMagic;
-            state->major = ConnectionStateMajor;
-            state->size = ConnectionStateSize;
-            state->session = i / 8;
-        }
-        pass(0.1);
-        EXPECT_LE(look().samples.size(), ConnectionRingSamples);
-    }
 }
 
 }  // namespace
