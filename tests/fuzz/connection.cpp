@@ -7,9 +7,11 @@
 #include "platform/Clock.h"
 #include "platform/SharedMemory.h"
 
-#include <algorithm>
+#include <fuzzer/FuzzedDataProvider.h>
+
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,31 +24,17 @@ namespace {
 
 double now = 0.0;
 
-// Reads numbers off the input, zeros after its end.
-class Input {
-public:
-    Input(const std::uint8_t* data, std::size_t size) : next_(data), end_(data + size) {}
-
-    bool isOver() const { return next_ == end_; }
-
-    template <typename Number>
-    Number take() {
-        Number number{};
-        const auto bytes = std::min(sizeof number, static_cast<std::size_t>(end_ - next_));
-        std::memcpy(&number, next_, bytes);
-        next_ += bytes;
-        return number;
-    }
-
-private:
-    const std::uint8_t* next_;
-    const std::uint8_t* end_;
-};
+// The next number of the input, of zeros after its end.
+template <typename Number>
+Number take(FuzzedDataProvider& input) {
+    Number number{};
+    input.ConsumeData(&number, sizeof number);
+    return number;
+}
 
 // The places that anything is read from, but for the ring.
 constexpr std::size_t BlockFields[] = {0x00,    0x04,    0x24,    0x28,    0x30,   0x34,
                                        0x20038, 0x2003C, 0x20040, 0x20044, 0x20054};
-constexpr std::size_t BlockFieldCount = std::size(BlockFields);
 
 void look(receive::Receiver& receiver) {
     const receive::Delivery delivery = receiver.look();
@@ -84,25 +72,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::memset(block, 0, ConnectionBlockSize);
     std::memset(state, 0, ConnectionStateSize);
 
-    Input input(data, size);
+    FuzzedDataProvider input(data, size);
     receive::Receiver byNumber({0, {}}, 48000.0), byName({{}, ""}, 48000.0), any({}, 48000.0);
     std::unique_ptr<IOBridge<float>> sender;
     std::vector<float> samples(1000);
-    while (!input.isOver()) {
-        const auto action = input.take<std::uint8_t>();
+    while (input.remaining_bytes() > 0) {
+        const auto action = take<std::uint8_t>(input);
         switch (action % 8) {
             case 0:
             case 1: {
-                const std::size_t field = BlockFields[input.take<std::uint8_t>() % BlockFieldCount];
-                const auto value = input.take<std::uint32_t>();
+                const std::size_t field =
+                    BlockFields[take<std::uint8_t>(input) % std::size(BlockFields)];
+                const auto value = take<std::uint32_t>(input);
                 std::memcpy(block + field, &value, sizeof value);
                 break;
             }
             case 2:
             case 3: {
-                const std::size_t field =
-                    input.take<std::uint8_t>() % 0x60 * 8;  // up to the places
-                const auto value = input.take<std::uint64_t>();
+                const std::size_t field = take<std::uint8_t>(input) % 0x60 * 8;  // up to the places
+                const auto value = take<std::uint64_t>(input);
                 std::memcpy(state + field, &value, sizeof value);
                 break;
             }
