@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace tarn::receive {
@@ -16,6 +18,10 @@ Delivery delivery(std::size_t frames, double rate = 0.0) {
     made.samples = std::span(audio).first(frames);
     made.rate = rate;
     return made;
+}
+
+std::pair<std::uint32_t, Source> answer(const RateFinder& finder) {
+    return {finder.rate(), finder.source()};
 }
 
 // The fault it would catch: a rate that is wrong because blocks are long, because the first
@@ -44,44 +50,37 @@ TEST(RateFinder, MeasuresASenderThatDoesntTell) {
             next.missed = c.block - c.block / 2;
             finder.see(next, now);
         }
-        EXPECT_EQ(finder.rate(), c.found) << c.sent;
-        EXPECT_EQ(finder.source(), c.source) << c.sent;
+        EXPECT_EQ(answer(finder), std::pair(c.found, c.source)) << c.sent;
     }
 }
 
-TEST(RateFinder, KnowsEveryUsualRateAfterASecond) {
+TEST(RateFinder, KnowsEveryUsualRateAfterASecondAndAssumesOneBefore) {
     for (const std::uint32_t rate : {8000u, 11025u, 16000u, 22050u, 32000u, 44100u, 48000u, 88200u,
                                      96000u, 176400u, 192000u, 384000u}) {
-        RateFinder finder(std::nullopt);
+        RateFinder finder(std::nullopt), early(std::nullopt);
         for (int hundredth = 0; hundredth <= 102; ++hundredth)
             finder.see(delivery(rate / 100), 1000.0 + hundredth / 100.0);
-        EXPECT_EQ(finder.source(), Source::Measured) << rate;
-        EXPECT_EQ(finder.rate(), rate);
+        early.see(delivery(rate), 1000.0);
+        finder.conclude();
+        early.conclude();
+        EXPECT_EQ(answer(finder), std::pair(rate, Source::Measured));
+        EXPECT_EQ(answer(early), std::pair(AssumedRate, Source::Assumed));
     }
 }
 
 TEST(RateFinder, BelievesTheSenderBeforeTheUser) {
     RateFinder finder(8000);
-    EXPECT_FALSE(finder.isChange(delivery(1, 44100.0)));
-    finder.see(delivery(1), 0.0);
-    EXPECT_EQ(finder.source(), Source::Given);
-    EXPECT_EQ(finder.rate(), 8000u);
-    EXPECT_TRUE(finder.isChange(delivery(1, 44100.0)));
-    finder.see(delivery(1, 44100.0), 0.0);
-    EXPECT_EQ(finder.source(), Source::Told);
-    EXPECT_FALSE(finder.isChange(delivery(1, 44100.2)));
-    EXPECT_FALSE(finder.isChange(delivery(1)));
-    finder.see(delivery(1), 0.0);
-    EXPECT_EQ(finder.source(), Source::Kept);
-    EXPECT_EQ(finder.rate(), 44100u);
-}
-
-TEST(RateFinder, AssumesARateAtTheEndIfNoneIsKnown) {
-    RateFinder finder(std::nullopt);
-    finder.see(delivery(100), 0.0);
-    finder.conclude();
-    EXPECT_EQ(finder.source(), Source::Assumed);
-    EXPECT_EQ(finder.rate(), AssumedRate);
+    const std::tuple<double, bool, std::uint32_t, Source> steps[] = {
+        {0.0, false, 8000, Source::Given},
+        {44100.0, true, 44100, Source::Told},
+        {44100.2, false, 44100, Source::Told},
+        {0.0, false, 44100, Source::Kept}};
+    EXPECT_FALSE(finder.isChange(delivery(1, 44100.0)));  // none is known yet
+    for (const auto& [told, isChange, rate, source] : steps) {
+        EXPECT_EQ(finder.isChange(delivery(1, told)), isChange) << told;
+        finder.see(delivery(1, told), 0.0);
+        EXPECT_EQ(answer(finder), std::pair(rate, source)) << told;
+    }
 }
 
 }  // namespace

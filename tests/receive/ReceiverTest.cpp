@@ -145,7 +145,7 @@ TEST_F(ReceiverTest, ItBeginsWithTheFirstSampleIfItWaitedElseHalfARingBehind) {
     receive({{}, "bass"});
     look();
     startSender("bass");
-    send(500);
+    send(20'000);
     EXPECT_EQ(first(), 1.0f);
 }
 
@@ -171,6 +171,22 @@ TEST_F(ReceiverTest, ASecondSenderOfANameIsJoinedWhereItIs) {
         }
         EXPECT_EQ(receiver_->slot(), 1u);
     }
+
+    // One that pauses is passed over for one that sends, and joined when that one has gone.
+    startSender("pair");
+    send(90'000);
+    pass(5.0);
+    std::string name = "pair";
+    auto other = std::make_unique<IOBridge<float>>(name);
+    other->write(nullptr, 0);
+    receive({{}, "pair"});
+    look();
+    EXPECT_EQ(receiver_->slot(), 1u);
+    other.reset();
+    look();
+    send(100);
+    EXPECT_EQ(look().samples.size(), 100u);
+    EXPECT_EQ(receiver_->slot(), 0u);
 }
 
 // Faults: a tail that is lost at a sender's end, a successor's first samples, a name that is
