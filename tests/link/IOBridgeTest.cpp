@@ -62,6 +62,7 @@ TEST(IOBridge, InstancesTakeTheFirstFreeSlotAndThe33rdIsASink) {
     EXPECT_EQ(pattern, "Connection #*");
     EXPECT_EQ(sink.name(), "");
     EXPECT_FALSE(sink.setName("x"));
+    EXPECT_EQ(sink.owner().listeners(), 0);
     float sample = 0.0f;
     EXPECT_EQ(sink.write(&sample, 1) + sink.read(&sample, 1) + sink.available(), 0u);
     sink.resync(100);
