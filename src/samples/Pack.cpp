@@ -3,12 +3,50 @@
 #include "foundation/File.h"
 #include "foundation/Logger.h"
 
+#include <algorithm>
 #include <array>
 #include <boost/interprocess/streams/bufferstream.hpp>
 #include <exception>
 #include <limits>
 
 namespace tarn {
+
+namespace {
+
+// A name for a line of the log: whatever could end the line or steer a terminal becomes "?".
+std::string forLog(std::string name) {
+    std::replace_if(
+        name.begin(), name.end(),
+        [](char character) {
+            const auto byte = static_cast<unsigned char>(character);
+            return byte < 0x20 || byte >= 0x7F;
+        },
+        '?');
+    return name;
+}
+
+bool isStorable(const PackedFile& entry) {
+    return !entry.name.empty() && entry.name.find('\0') == std::string::npos &&
+           entry.body.size() <= std::numeric_limits<std::uint32_t>::max();
+}
+
+// All of a pack's bytes. Throws std::bad_alloc or std::length_error for more than memory holds.
+std::string packed(const std::vector<PackedFile>& entries) {
+    std::size_t size = PackMagic.size() + 2;
+    for (const PackedFile& entry : entries)
+        size += entry.name.size() + 1 + sizeof(std::uint32_t) + entry.body.size();
+    std::string bytes;
+    bytes.reserve(size);
+    bytes.append(PackMagic).append(1, '\0');
+    for (const PackedFile& entry : entries) {
+        const auto bodySize = static_cast<std::uint32_t>(entry.body.size());
+        bytes.append(entry.name).append(1, '\0');
+        bytes.append(reinterpret_cast<const char*>(&bodySize), sizeof bodySize).append(entry.body);
+    }
+    return bytes.append(1, '\0');
+}
+
+}  // namespace
 
 PackReader::PackReader(std::istream& stream) : stream_(stream) {
     const std::istream::pos_type begin = stream_.tellg();
@@ -57,8 +95,8 @@ std::vector<PackEntry> readPack(std::istream& stream, Radio* owner) {
     std::vector<PackEntry> entries;
     PackReader reader(stream);
     for (PackedFile file; reader.next(file);) {
-        logLine(LogDetail, "loading %s (%d bytes)", file.name.c_str(),
-                static_cast<int>(file.body.size()));
+        logLine(LogDetail, "loading %s (%lld bytes)", forLog(file.name).c_str(),
+                static_cast<long long>(file.body.size()));
         if (const SharedObjectPtr<SampleWav> sample = loadPacked(file, owner))
             entries.push_back({sample, file.name});
     }
@@ -66,22 +104,13 @@ std::vector<PackEntry> readPack(std::istream& stream, Radio* owner) {
 }
 
 bool writePack(const File& file, const std::vector<PackedFile>& entries) {
-    std::size_t bodies = 0;
-    for (const PackedFile& entry : entries)
-        bodies += entry.name.size() + entry.body.size() + sizeof(std::uint32_t) + 1;
-    std::string bytes;
-    bytes.reserve(PackMagic.size() + bodies + 2);
-    bytes.append(PackMagic).append(1, '\0');
-    for (const PackedFile& entry : entries) {
-        if (entry.name.empty() || entry.name.find('\0') != std::string::npos ||
-            entry.body.size() > std::numeric_limits<std::uint32_t>::max())
-            return false;
-        const auto size = static_cast<std::uint32_t>(entry.body.size());
-        bytes.append(entry.name).append(1, '\0');
-        bytes.append(reinterpret_cast<const char*>(&size), sizeof size).append(entry.body);
+    if (!std::all_of(entries.begin(), entries.end(), isStorable))
+        return false;
+    try {
+        return file.save(packed(entries));
+    } catch (const std::exception&) {
+        return false;
     }
-    bytes += '\0';
-    return file.save(bytes);
 }
 
 }  // namespace tarn

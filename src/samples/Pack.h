@@ -25,7 +25,7 @@ inline constexpr std::string_view PackMagic = "Quorl.pack";
 
 struct PackEntry {
     SharedObjectPtr<Sample> sample;  // loaded, with its audio
-    std::string name;
+    std::string name;                // as the pack has it: any bytes but zero, of any number
 };
 
 /// The samples of a pack, whose parent `owner` becomes; it may be null, and must outlive them or be
@@ -66,7 +66,7 @@ private:
 };
 
 /// Replaces the file by a pack of these entries, in this order. False, with the file as it was, if
-/// it can't be written or an entry isn't as PackedFile says.
+/// it can't be written, an entry isn't as PackedFile says, or there is no memory for a copy of all.
 bool writePack(const File& file, const std::vector<PackedFile>& entries);
 
 /// The sample in an entry's body, with `owner` as in `readPack`; null if it is no WAV file.

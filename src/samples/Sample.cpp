@@ -87,16 +87,15 @@ void mirror(std::int32_t& first, std::int32_t& last, std::int32_t frames) {
 }
 
 // The frame numbers of a marker file's lines; what is no frame number is passed over.
-std::vector<std::int32_t> readMarkers(std::istream& stream) {
-    std::vector<std::int32_t> frames;
+std::vector<std::uint32_t> readMarkers(std::istream& stream) {
+    std::vector<std::uint32_t> frames;
     for (std::string line; frames.size() < MostMarkers && std::getline(stream, line);) {
         if (!line.starts_with(MarkerPrefix))
             continue;
         const std::size_t number = line.find_first_not_of(" \t", MarkerPrefix.size());
-        std::int32_t frame = -1;
-        std::from_chars(line.data() + std::min(number, line.size()), line.data() + line.size(),
-                        frame);
-        if (frame >= 0)
+        std::uint32_t frame = 0;
+        const char* const begin = line.data() + std::min(number, line.size());
+        if (std::from_chars(begin, line.data() + line.size(), frame).ec == std::errc())
             frames.push_back(frame);
     }
     return frames;
@@ -216,12 +215,10 @@ void Sample::read(const Dictionary& dictionary) {
     readFlags(dictionary);  // may scramble the audio that is there before
     dictionary.getInteger(SampleRateKey, sampleRate_);
     dictionary.getInteger(BitDepthKey, bitDepth_);
-    if (hasAudio || channels != channels_ || frames != frames_) {
-        data_ = std::move(audio.values);
-        normalizeGain_ = 1.0f;
-    }
+    if (hasAudio || channels != channels_ || frames != frames_)
+        setAudio(std::move(audio.values));
     channels_ = channels;
-    frames_ = frames;
+    frames_ = data_ ? frames : 0;
     closeBuffer();
 }
 
@@ -356,7 +353,14 @@ void Sample::invertPhase() {
 
 void Sample::unload() {
     frames_ = 0;
-    data_.reset();
+    setAudio(nullptr);
+}
+
+void Sample::setAudio(AlignedFloats audio) {
+    data_ = std::move(audio);
+    if (hasProcessing())
+        parameters_ = Dictionary();
+    normalizeGain_ = 1.0f;
 }
 
 void Sample::mixToMono() {
@@ -383,20 +387,55 @@ void Sample::mixToMono() {
 void Sample::loadMarkers(const File& sampleFile) {
     File file = sampleFile;
     file.setExtension(MarkerExtension);
-    const auto last = static_cast<std::int32_t>(std::int64_t{end_} - 1);
-    std::vector<SampleRegion> regions;
-    if (file.openRead()) {
-        const std::vector<std::int32_t> frames = readMarkers(*file.getStream());
-        for (std::size_t i = 0; i < frames.size(); ++i)
-            regions.push_back({{}, frames[i], i + 1 < frames.size() ? frames[i + 1] - 1 : last});
-    } else {
-        regions.push_back({{}, 0, last});
+    if (file.openRead())
+        return loadMarkers(*file.getStream());
+    if (regions_.empty())
+        regions_.push_back({{}, 0, lastOfRegions()});
+    if (loopMode_ == NoLoop)
+        loopOverRegions();
+}
+
+void Sample::loadMarkers(std::istream& markers) {
+    const std::vector<std::uint32_t> frames = readMarkers(markers);
+    regions_.assign(frames.size(), {});
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        regions_[i].start = frameWithin(frames[i]);
+        regions_[i].end =
+            i + 1 < frames.size() ? frameWithin(frames[i + 1]) - 1 : lastOfRegions();
     }
-    regions_ = std::move(regions);
-    if (!regions_.empty()) {
-        loopStart_ = regions_.front().start;
-        loopEnd_ = regions_.back().end;
-    }
+    loopOverRegions();
+}
+
+std::int32_t Sample::lastOfRegions() const {
+    return static_cast<std::int32_t>(std::int64_t{end_} - 1);
+}
+
+void Sample::loopOverRegions() {
+    if (regions_.empty())
+        return;
+    loopStart_ = regions_.front().start;
+    loopEnd_ = regions_.back().end;
+}
+
+std::span<const float> Sample::view(std::int32_t first, std::int32_t last) const noexcept {
+    const std::int32_t begin = std::max(first, 0);
+    const std::int32_t end = std::min(last, frames_ - 1);
+    if (!data_ || channels_ != 1 || begin > end)
+        return {};
+    return {data_.get() + begin, static_cast<std::size_t>(end - begin) + 1};
+}
+
+void Sample::setLoop(LoopMode mode, std::int32_t first, std::int32_t last) {
+    loopMode_ = mode;
+    loopStart_ = first;
+    loopEnd_ = last;
+}
+
+std::int32_t Sample::frameWithin(std::uint32_t frame) const {
+    constexpr std::int32_t HighestFrame = std::numeric_limits<std::int32_t>::max() - 1;
+    const std::int32_t last = frames_ > 0 ? frames_ - 1 : HighestFrame;
+    return static_cast<std::int32_t>(
+        std::min<std::uint32_t>(frame, static_cast<std::uint32_t>(last)));
 }
 
 std::size_t Sample::valueCount() const {

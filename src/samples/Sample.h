@@ -13,7 +13,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <istream>
+#include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tarn {
@@ -33,8 +36,9 @@ inline constexpr const char* SampleNormalizeName = "SampleNormalize";
 inline constexpr const char* SampleReverseName = "SampleReverse";
 
 /// Loaded and changed on the interface thread; the audio thread reads one that isn't changed any
-/// more, and holds it by its count meanwhile. Frame numbers of regions and loops are kept as files
-/// and states give them: whoever plays checks them.
+/// more, and holds it by its count meanwhile. Frame numbers of regions and loops are kept as states
+/// and callers give them, and may lie outside the audio: whoever plays takes the frames from
+/// `view`, which cuts them.
 class Sample : public Radio, public SharedObject {
 public:
     /// The kinds of files that a user may choose, as dialogs take them.
@@ -76,9 +80,10 @@ public:
     /// Takes what the dictionary has and leaves the rest. Audio comes with its counts, or with the
     /// channels alone: where they can't be, or don't match it, throws
     /// `Exception::SampleDataCorrupt`; the sample then has no audio, and is as it was otherwise.
-    /// Counts that come without audio, and aren't those of the audio held, end it. With "resident"
-    /// on and "unencrypted" off, what audio is held before is scrambled, or brought back by a
-    /// second time. Throws std::bad_alloc, with the sample as it was.
+    /// Counts that come without audio, and aren't those of the audio held, end it; without audio
+    /// there are no frames, whatever is counted. Audio that comes counts as not processed. With
+    /// "resident" on and "unencrypted" off, what audio is held before is scrambled, or brought back
+    /// by a second time. Throws std::bad_alloc, with the sample as it was.
     virtual void read(const Dictionary& dictionary);
 
     /// Start and end, loop, root note and tuning.
@@ -99,17 +104,30 @@ public:
     /// off undoes it: normalising within rounding, the others exactly.
     virtual void applyParameters(const Dictionary& parameters);
 
-    /// Frees the audio.
+    /// Frees the audio, and with it ends all processing.
     virtual void unload();
 
     /// Makes one channel of several: the sum of their values, each divided by their number.
     void mixToMono();
 
-    /// Takes the regions from the file of the sample's name with the extension "mrk": each line
-    /// "Pos=<frame>" ends a region and begins the next, and the last one ends before `end`; lines
-    /// beyond 65,536 of them are passed over. Without such a file there is one region of the whole.
-    /// With regions, the loop spans them.
+    /// Takes the regions from the file of the sample's name with the extension "mrk", in place of
+    /// those that the sample has: each line "Pos=<frame>" ends a region and begins the next, and
+    /// the last one ends before `end`; frames beyond the audio become its last one, and lines
+    /// beyond 65,536 of them are passed over. The loop spans the regions. Without such a file the
+    /// sample keeps its regions, or has one of the whole, and keeps its loop; if it has none, the
+    /// loop's frames span the regions, for when it is turned on.
     void loadMarkers(const File& sampleFile);
+
+    /// The same from such a file's text.
+    void loadMarkers(std::istream& markers);
+
+    /// The values of the frames `first` to `last`, as far as they exist: empty without audio, where
+    /// the run ends before it begins, and while there are several channels, which `mixToMono` makes
+    /// one. One more value may be read behind the audio's last. Audio thread; valid while the
+    /// sample isn't changed.
+    std::span<const float> view(std::int32_t first, std::int32_t last) const noexcept;
+
+    bool hasData() const { return data_ != nullptr; }
 
     /// The values, `channels` x `frames` and one more, by layout; null without audio. 16-byte
     /// aligned, and the sample's.
@@ -128,7 +146,14 @@ public:
     std::int32_t getLoopStart() const { return loopStart_; }  // frames, as start and end
     std::int32_t getLoopEnd() const { return loopEnd_; }
     const std::vector<SampleRegion>& getRegions() const { return regions_; }
+
+    /// What is on of the processings; see `applyParameters`.
+    const Dictionary& getParameters() const { return parameters_; }
     bool hasFlag(std::int32_t mask) const { return (flags_ & mask) != 0; }
+
+    void setRootNote(std::int32_t note) { rootNote_ = note; }
+    void setLoop(LoopMode mode, std::int32_t first, std::int32_t last);
+    void setRegions(std::vector<SampleRegion> regions) { regions_ = std::move(regions); }
 
 protected:
     /// Whether the file's extension is one of the filter's.
@@ -137,8 +162,15 @@ protected:
     /// How many values the counts promise.
     std::size_t valueCount() const;
 
+    /// Takes audio that isn't processed, or with null none; the counts are the caller's to set.
+    void setAudio(AlignedFloats audio);
+
     /// Repeats the first value behind the last one.
     void closeBuffer();
+
+    /// A file's number of a frame, cut to the last one that exists. Without audio it can't be
+    /// compared with anything, and stays.
+    std::int32_t frameWithin(std::uint32_t frame) const;
 
     std::int32_t layout_ = Planar;
     std::int32_t channels_ = 0;
@@ -163,6 +195,8 @@ protected:
     float normalizeGain_ = 1.0f;
 
 private:
+    std::int32_t lastOfRegions() const;
+    void loopOverRegions();
     void readPlayback(const Dictionary& dictionary);
     void readFlags(const Dictionary& dictionary);
     void scramble();

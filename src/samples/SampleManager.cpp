@@ -59,8 +59,8 @@ bool SampleManager::setKeyRange(const std::string& name, Range<std::int16_t> key
 const std::string& SampleManager::findSample(const Note& note) const {
     static const std::string none;
     const auto found = std::find_if(mappings_.begin(), mappings_.end(), [&note](const auto& entry) {
-        return keysOf(entry.second).contains(note.key) &&
-               velocitiesOf(entry.second).contains(note.velocity);
+        return keysOf(entry.second).contains(note.getKey()) &&
+               velocitiesOf(entry.second).contains(note.getVelocity());
     });
     return found != mappings_.end() ? found->first : none;
 }

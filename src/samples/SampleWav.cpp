@@ -4,9 +4,11 @@
 #include "samples/Mixdown.h"
 
 #include <algorithm>
+#include <cmath>
 #include <exception>
 #include <limits>
 #include <memory>
+#include <span>
 #include <utility>
 
 namespace tarn {
@@ -29,6 +31,14 @@ bool isSupported(const FormatChunk& format) {
     return bytes >= 1 && bytes <= 4 && format.channels >= 1 &&
            format.blockAlign == format.channels * bytes && format.sampleRate >= 1 &&
            format.sampleRate <= std::numeric_limits<std::int32_t>::max();
+}
+
+// Values of 32 bits are floats, whatever the format says: integers that are read so are noise, NaN
+// and levels of up to 3e38.
+bool areLevels(std::span<const float> values) {
+    constexpr float HighestLevel = 1e6f;  // 120 dB above full scale
+    return std::all_of(values.begin(), values.end(),
+                       [](float value) { return std::fabs(value) <= HighestLevel; });
 }
 
 // The audio as one channel, with a place for one more value; null if the stream fails.
@@ -69,8 +79,8 @@ Error SampleWav::load(const File& file, bool readData) {
 }
 
 Error SampleWav::load(std::istream& stream, bool readData) {
-    unload();
     try {
+        unload();
         if (loadAll(stream, readData))
             return NoError();
     } catch (const std::exception&) {  // short of memory, or a stream that throws
@@ -90,6 +100,9 @@ bool SampleWav::loadAll(std::istream& stream, bool readData) {
     AlignedFloats audio = frames > 0 ? decode(stream, chunks, frames) : nullptr;
     if (frames > 0 && !audio)
         return false;
+    if (bytesPerValue(chunks.format) == 4 && chunks.format.valueFormat != FormatChunk::Floats &&
+        !areLevels({audio.get(), frames}))
+        return false;
     take(std::move(chunks), static_cast<std::int32_t>(frames), std::move(audio));
     return true;
 }
@@ -104,7 +117,6 @@ void SampleWav::take(WaveChunks chunks, std::int32_t frames, AlignedFloats audio
     sampleRate_ = static_cast<std::int32_t>(chunks_.format.sampleRate);
     frames_ = frames;
     data_ = std::move(audio);
-    normalizeGain_ = 1.0f;
     closeBuffer();
     start_ = 0;
     end_ = frames - 1;
@@ -138,13 +150,6 @@ void SampleWav::takeRegions() {
         regions_[i].end =
             i + 1 < points.size() ? frameWithin(points[i + 1].sampleOffset) - 1 : end_;
     }
-}
-
-// The file's number of a frame; without audio it can't be compared with anything.
-std::int32_t SampleWav::frameWithin(std::uint32_t frame) const {
-    const std::int32_t last = frames_ > 0 ? frames_ - 1 : MostFrames;
-    return static_cast<std::int32_t>(
-        std::min<std::uint32_t>(frame, static_cast<std::uint32_t>(last)));
 }
 
 }  // namespace tarn

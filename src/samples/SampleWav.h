@@ -20,8 +20,9 @@ public:
     Error load(const File& file, bool readData) override;
 
     /// Replaces the content by that of a stream which stands at a file's beginning and can be moved
-    /// in. Values of 8 (unsigned), 16 and 24 bits and 32-bit floats are read; the format's tag
-    /// isn't looked at. The audio becomes one channel, the average of the file's. Root note, loop
+    /// in. Values of 8 (unsigned), 16 and 24 bits and 32-bit floats are read, whatever the format's
+    /// tag says; but what isn't tagged as floats and holds NaN or levels above 1e6 is refused, as
+    /// 32-bit integers would be noise. The audio becomes one channel, the average of the file's. Root note, loop
     /// and regions come from "smpl", "acid" and "cue "; frames beyond the audio become its last
     /// one, notes beyond MIDI's count as absent. With `readData` false there is no audio, and
     /// `frames` is 0.
@@ -40,7 +41,6 @@ private:
     void takeRootNote();
     void takeLoop();
     void takeRegions();
-    std::int32_t frameWithin(std::uint32_t frame) const;
 
     WaveChunks chunks_;
 };

@@ -19,7 +19,7 @@ void Tuning::read(const Dictionary& dictionary) {
     dictionary.getString("description", description_);
     dictionary.getInteger("anchor", anchor_);
     std::string text;
-    if (dictionary.getString("frequency", text))
+    if (dictionary.getString("frequency", text) && doubleFromText(text) > 0.0)
         frequency_ = doubleFromText(text);
     for (const std::string& factor : dictionary.getStrings("factor"))
         factors_.push_back(doubleFromText(factor));

@@ -23,10 +23,12 @@ public:
     /// Twelve factors, of the steps from the first above the unison to the octave: 2^(i/12).
     virtual void setEqualTemperament();
 
+    /// True in a class that fills the members with a scale of its own.
     virtual bool isCustom() const { return false; }
 
-    /// Takes "description", "anchor" and "frequency", each left alone where it is absent, and
-    /// exactly the factors that are there.
+    /// Takes "description", "anchor" and "frequency", each left alone where it is absent, as is the
+    /// frequency where it is no number above 0, and exactly the factors that are there. A factor
+    /// that is no number is 0.
     virtual void read(const Dictionary& dictionary);
 
     /// Into an element that holds no tuning yet. What is written reads back the same down to the
@@ -43,7 +45,7 @@ public:
     /// By the description alone.
     bool operator==(const Tuning& other) const { return description_ == other.description_; }
 
-private:
+protected:
     static constexpr double ConcertPitch = 440.0;  // Hz
 
     std::string description_ = "Equal Temperament";

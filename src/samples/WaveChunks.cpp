@@ -1,9 +1,12 @@
 #include "samples/WaveChunks.h"
 
+#include "foundation/Logger.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 namespace tarn {
 
@@ -15,6 +18,9 @@ constexpr std::int64_t ChunkHeaderSize = 8;
 
 // Of a record: 43,690 cue points are more than a file has. What lies behind isn't looked at.
 constexpr std::uint32_t MostRecordBytes = 1 << 20;
+
+// What programs that write to a pipe give as the length of the audio: this, or any number above.
+constexpr std::uint32_t LeastUnknownLength = 0x7FFFF000;
 
 // Below that, what is passed over is read rather than sought, for the stream's buffer.
 constexpr std::int64_t SeekDistance = 4096;
@@ -64,6 +70,12 @@ private:
 void readFields(Fields& fields, FormatChunk& chunk) {
     fields.read(chunk.format, chunk.channels, chunk.sampleRate, chunk.byteRate, chunk.blockAlign,
                 chunk.bitsPerSample);
+    chunk.valueFormat = chunk.format;
+    if (chunk.format == FormatChunk::Extensible) {
+        std::uint16_t extraBytes = 0, validBits = 0;
+        std::uint32_t speakers = 0;
+        fields.read(extraBytes, validBits, speakers, chunk.valueFormat);
+    }
 }
 
 void readFields(Fields& fields, CueChunk& chunk) {
@@ -119,7 +131,8 @@ void readFields(Fields& fields, InstrumentChunk& chunk) {
 bool isSameFormat(const FormatChunk& one, const FormatChunk& other) {
     return one.format == other.format && one.channels == other.channels &&
            one.sampleRate == other.sampleRate && one.byteRate == other.byteRate &&
-           one.blockAlign == other.blockAlign && one.bitsPerSample == other.bitsPerSample;
+           one.blockAlign == other.blockAlign && one.bitsPerSample == other.bitsPerSample &&
+           one.valueFormat == other.valueFormat;
 }
 
 class ChunkReader {
@@ -174,47 +187,64 @@ private:
         return true;
     }
 
+    // False for what makes the whole file unusable.
     bool readChunk(const ChunkHeader& header, bool withData) {
-        if (header.id == chunks_.data.id) {
-            if (!withData)
-                return true;
-            static_cast<ChunkHeader&>(chunks_.data) = header;
-            chunks_.data.position = position_;
-            return isWhole(header);
-        }
+        if (header.id == chunks_.data.id)
+            return !withData || readData(header);
         if (header.id == chunks_.format.id)
             return readFormat(header);
-        return readIf(header, chunks_.cue) && readIf(header, chunks_.playlist) &&
-               readIf(header, chunks_.label) && readIf(header, chunks_.note) &&
-               readIf(header, chunks_.labeledText) && readIf(header, chunks_.sampler) &&
-               readIf(header, chunks_.acid) && readIf(header, chunks_.stretch) &&
-               readIf(header, chunks_.instrument);
+        readMatching(header, chunks_.cue, chunks_.playlist, chunks_.label, chunks_.note,
+                     chunks_.labeledText, chunks_.sampler, chunks_.acid, chunks_.stretch,
+                     chunks_.instrument);
+        return true;
+    }
+
+    bool readData(const ChunkHeader& header) {
+        static_cast<ChunkHeader&>(chunks_.data) = header;
+        chunks_.data.position = position_;
+        if (isWhole(header))
+            return true;
+        if (header.size < LeastUnknownLength)
+            return false;
+        chunks_.data.size = static_cast<std::uint32_t>(end_ - position_);
+        if (Logger* const logger = Logger::get())
+            logger->log(LogWarning, "the length of the audio isn't known: %u bytes are there",
+                        chunks_.data.size);
+        return true;
     }
 
     bool readFormat(const ChunkHeader& header) {
         FormatChunk format;
-        if (!readIf(header, format) || (hasFormat_ && !isSameFormat(format, chunks_.format)))
+        if (!readRecord(header, format) || (hasFormat_ && !isSameFormat(format, chunks_.format)))
             return false;
         chunks_.format = format;
         hasFormat_ = true;
         return true;
     }
 
-    // Reads a chunk that has the record's id; false if it is broken.
+    // Into the record that has the chunk's id, if there is one.
+    template <typename... Chunk>
+    void readMatching(const ChunkHeader& header, Chunk&... records) {
+        static_cast<void>(((header.id == records.id && readRecord(header, records)) || ...));
+    }
+
+    // False, with the record as it was, for a chunk that is cut off or too short for what it says.
     template <typename Chunk>
-    bool readIf(const ChunkHeader& header, Chunk& chunk) {
-        if (header.id != chunk.id)
-            return true;
+    bool readRecord(const ChunkHeader& header, Chunk& record) {
         if (!isWhole(header))
             return false;
         std::string bytes(std::min(header.size, MostRecordBytes), '\0');
         const std::int64_t begin = position_;
         const bool isRead = readBytes(bytes.data(), bytes.size());
         position_ = begin;
+        Chunk chunk = record;
         static_cast<ChunkHeader&>(chunk) = header;
         Fields fields(bytes);
         readFields(fields, chunk);
-        return isRead && !fields.isShort();
+        if (!isRead || fields.isShort())
+            return false;
+        record = std::move(chunk);
+        return true;
     }
 
     bool isWhole(const ChunkHeader& header) const { return header.size <= end_ - position_; }

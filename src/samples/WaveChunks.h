@@ -25,19 +25,24 @@ struct ChunkHeader {
 struct FormatChunk : ChunkHeader {
     FormatChunk() : ChunkHeader({'f', 'm', 't', ' '}, 16) {}
 
+    static constexpr std::uint16_t Integers = 1;
+    static constexpr std::uint16_t Floats = 3;
+    static constexpr std::uint16_t Extensible = 0xFFFE;
+
     std::uint16_t format = 0;
     std::uint16_t channels = 0;
     std::uint32_t sampleRate = 0;  // Hz
     std::uint32_t byteRate = 0;
     std::uint16_t blockAlign = 0;  // bytes a frame
     std::uint16_t bitsPerSample = 0;
+    std::uint16_t valueFormat = 0;  // `format`, or what the extensible format names in its place
 };
 
 /// The audio. Its bytes stay in the file, to be decoded from there.
 struct DataChunk : ChunkHeader {
     DataChunk() : ChunkHeader({'d', 'a', 't', 'a'}, 0) {}
 
-    std::int64_t position = 0;  // in the stream
+    std::int64_t position = 0;  // in the stream, which has `size` bytes from there on
 };
 
 struct CuePoint {
@@ -146,11 +151,13 @@ struct WaveChunks {
     InstrumentChunk instrument;
 
     /// Replaces the records by those of a stream that stands at a file's beginning; where a chunk
-    /// comes twice, the last one counts. With `withData` false the audio is passed over. Unknown
-    /// chunks are too, and what is cut off in one, or in the header of one, ends the file. False if
-    /// the stream can't be moved in or holds no such file, a known chunk is longer than what is
-    /// left or too short for what it says, for which it has 1 MB, there is no format or there are
-    /// two that differ, or the audio is missing.
+    /// comes twice, the last one counts. Passed over are unknown chunks, with `withData` false the
+    /// audio, and a chunk that is cut off, too short for what it says, or longer than 1 MB and not
+    /// complete within that. Audio of a length that wasn't known when the file was begun, which
+    /// then says 0x7FFFF000 or more, reaches to the end of the file, which the log tells.
+    ///
+    /// False if the stream can't be moved in or holds no such file, there is no whole format or
+    /// there are two that differ, or the audio is missing or cut off.
     bool read(std::istream& stream, bool withData);
 };
 

@@ -219,8 +219,7 @@ TEST(SampleManager, TheFirstNameWhoseRangesHoldTheNoteWins) {
     manager.setMapping("a", 8, {60, 128}, {64, 127});
     const auto soundsFor = [&](std::int16_t key, std::int16_t velocity) {
         Note note;
-        note.key = key;
-        note.velocity = velocity;
+        note.setMidi(Note::NoteOnStatus, 0, key, velocity, 0, 0, 0);
         return manager.findSample(note);
     };
     EXPECT_EQ(soundsFor(60, 64), "a");

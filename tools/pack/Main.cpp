@@ -23,6 +23,17 @@ using tools::printable;
 
 constexpr int ExitEntriesBroken = 3;
 
+// Paths and names may hold whatever a file's name can.
+Failure badUse(const std::string& words) {
+    return Failure(ExitBadUse, printable(words));
+}
+
+// The formats that a sampler plays as they were meant. Loading looks at the bits of a value alone.
+bool isPlayable(const FormatChunk& format) {
+    return format.valueFormat ==
+           (format.bitsPerSample > 24 ? FormatChunk::Floats : FormatChunk::Integers);
+}
+
 // A name for the entry before an equals sign, unless the whole is a file.
 PackedFile readEntry(const std::string& argument, const std::string& pack) {
     const std::size_t equals = argument.find('=');
@@ -31,17 +42,18 @@ PackedFile readEntry(const std::string& argument, const std::string& pack) {
     PackedFile entry;
     entry.name = isNamed ? argument.substr(0, equals) : file.getStem();
     if (entry.name.empty())
-        throw Failure(ExitBadUse,
+        throw badUse(
                       "'" + argument + "' has no name for the pack; NAME=FILE gives one");
     if (isSameFile(file.getPath(), pack))
-        throw Failure(ExitBadUse, pack + " would be overwritten: it is to be packed itself");
+        throw badUse( pack + " would be overwritten: it is to be packed itself");
     if (!file.openRead())
-        throw Failure(ExitBadUse, file.getPath() + " can't be opened");
+        throw badUse( file.getPath() + " can't be opened");
     entry.body.resize(static_cast<std::size_t>(std::max<std::int64_t>(file.getSize(), 0)));
     if (!file.getStream()->read(entry.body.data(), static_cast<std::streamsize>(entry.body.size())))
-        throw Failure(ExitBadUse, file.getPath() + " can't be read");
-    if (!loadPacked(entry, nullptr))
-        throw Failure(ExitBadUse,
+        throw badUse( file.getPath() + " can't be read");
+    const auto sample = loadPacked(entry, nullptr);
+    if (!sample || !isPlayable(sample->getChunks().format))
+        throw badUse(
                       file.getPath() + " is no WAV file of 8, 16 or 24 bits or 32-bit floats");
     return entry;
 }
@@ -49,19 +61,20 @@ PackedFile readEntry(const std::string& argument, const std::string& pack) {
 int write(const std::string& path, const std::vector<std::string>& arguments, bool replaces) {
     const File file(path);
     if (file.exists() && !replaces)
-        throw Failure(ExitBadUse, path + " exists already; --force replaces it");
+        throw badUse( path + " exists already; --force replaces it");
     std::vector<PackedFile> entries;
     std::set<std::string> names;
     for (const std::string& argument : arguments) {
         entries.push_back(readEntry(argument, path));
         if (!names.insert(entries.back().name).second)
-            throw Failure(ExitBadUse, "two samples would have the name " + entries.back().name +
+            throw badUse( "two samples would have the name " + entries.back().name +
                                           "; NAME=FILE gives another");
     }
     if (!writePack(file, entries))
-        throw Failure(ExitBadUse, path + " can't be written");
+        throw badUse( path + " can't be written");
     tools::print(std::to_string(entries.size()) +
-                 (entries.size() == 1 ? " sample in " : " samples in ") + path + "\n");
+                 (entries.size() == 1 ? " sample in " : " samples in ") +
+                 printable(path) + "\n");
     return ExitFine;
 }
 
@@ -77,10 +90,10 @@ void printEntry(const PackedFile& entry, const SampleWav& sample) {
 int list(const std::string& path) {
     File file(path);
     if (!file.openRead())
-        throw Failure(ExitBadUse, path + " can't be opened");
+        throw badUse( path + " can't be opened");
     PackReader reader(*file.getStream());
     if (!reader.isPack())
-        throw Failure(ExitBadUse, path + " is no pack");
+        throw badUse( path + " is no pack");
     bool isBroken = false;
     for (PackedFile entry; reader.next(entry);) {
         const auto sample = loadPacked(entry, nullptr);
