@@ -6,8 +6,8 @@
 
 namespace tarn {
 
-/// Little-endian values of 1 (unsigned), 2, 3 (signed) or 4 bytes (IEEE float, taken as it is), no
-/// others, to floats, full scale being 1.0. Bytes may lie anywhere.
+/// Little-endian values of 1 (unsigned), 2 or 3 bytes (signed), no others, to floats, full scale
+/// being 1.0. Bytes may lie anywhere, and not where the floats are to be.
 void decodeValues(const unsigned char* bytes, std::int32_t bytesPerValue, std::size_t values,
                   float* out) noexcept;
 

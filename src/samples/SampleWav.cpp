@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::int32_t MostFrames = std::numeric_limits<std::int32_t>::max() - 1;
 constexpr std::uint32_t HighestNote = 127;
+constexpr std::int32_t FloatBytes = 4;
 
 // Bytes that are decoded at a time: they and their values stay in the processor's cache.
 constexpr std::size_t PortionBytes = 65536;
@@ -28,7 +29,7 @@ std::int32_t bytesPerValue(const FormatChunk& format) {
 // Whether frames of such values lie one behind the other.
 bool isSupported(const FormatChunk& format) {
     const std::int32_t bytes = bytesPerValue(format);
-    return bytes >= 1 && bytes <= 4 && format.channels >= 1 &&
+    return bytes >= 1 && bytes <= FloatBytes && format.channels >= 1 &&
            format.blockAlign == format.channels * bytes && format.sampleRate >= 1 &&
            format.sampleRate <= std::numeric_limits<std::int32_t>::max();
 }
@@ -45,7 +46,9 @@ bool areLevels(std::span<const float> values) {
 AlignedFloats decode(std::istream& stream, const WaveChunks& chunks, std::size_t frames) {
     const FormatChunk& format = chunks.format;
     const std::size_t portion = std::max<std::size_t>(PortionBytes / format.blockAlign, 1);
-    const auto bytes = std::make_unique_for_overwrite<unsigned char[]>(portion * format.blockAlign);
+    const bool areFloats = bytesPerValue(format) == FloatBytes;  // read where they are to be
+    const auto bytes = std::make_unique_for_overwrite<unsigned char[]>(
+        areFloats ? 0 : portion * format.blockAlign);
     const AlignedFloats values =
         format.channels > 1 ? allocateFloats(portion * format.channels) : nullptr;
     AlignedFloats audio = allocateFloats(frames + 1);
@@ -54,14 +57,16 @@ AlignedFloats decode(std::istream& stream, const WaveChunks& chunks, std::size_t
     stream.seekg(chunks.data.position);
     for (std::size_t done = 0; done < frames;) {
         const std::size_t now = std::min(portion, frames - done);
-        if (!stream.read(reinterpret_cast<char*>(bytes.get()),
+        float* const mono = audio.get() + done;
+        float* const decoded = values ? values.get() : mono;
+        if (!stream.read(areFloats ? reinterpret_cast<char*>(decoded)
+                                   : reinterpret_cast<char*>(bytes.get()),
                          static_cast<std::streamsize>(now * format.blockAlign)))
             return nullptr;
-        float* const out = audio.get() + done;
-        decodeValues(bytes.get(), bytesPerValue(format), now * format.channels,
-                     values ? values.get() : out);
+        if (!areFloats)
+            decodeValues(bytes.get(), bytesPerValue(format), now * format.channels, decoded);
         if (values)
-            mixInterleaved(values.get(), format.channels, now, out);
+            mixInterleaved(values.get(), format.channels, now, mono);
         done += now;
     }
     return audio;
@@ -100,7 +105,7 @@ bool SampleWav::loadAll(std::istream& stream, bool readData) {
     AlignedFloats audio = frames > 0 ? decode(stream, chunks, frames) : nullptr;
     if (frames > 0 && !audio)
         return false;
-    if (bytesPerValue(chunks.format) == 4 && chunks.format.valueFormat != FormatChunk::Floats &&
+    if (bytesPerValue(chunks.format) == FloatBytes && chunks.format.valueFormat != FormatChunk::Floats &&
         !areLevels({audio.get(), frames}))
         return false;
     take(std::move(chunks), static_cast<std::int32_t>(frames), std::move(audio));
