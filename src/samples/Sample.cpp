@@ -400,8 +400,7 @@ void Sample::loadMarkers(std::istream& markers) {
     regions_.assign(frames.size(), {});
     for (std::size_t i = 0; i < frames.size(); ++i) {
         regions_[i].start = frameWithin(frames[i]);
-        regions_[i].end =
-            i + 1 < frames.size() ? frameWithin(frames[i + 1]) - 1 : lastOfRegions();
+        regions_[i].end = i + 1 < frames.size() ? frameWithin(frames[i + 1]) - 1 : lastOfRegions();
     }
     loopOverRegions();
 }

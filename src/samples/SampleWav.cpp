@@ -59,9 +59,9 @@ AlignedFloats decode(std::istream& stream, const WaveChunks& chunks, std::size_t
         const std::size_t now = std::min(portion, frames - done);
         float* const mono = audio.get() + done;
         float* const decoded = values ? values.get() : mono;
-        if (!stream.read(areFloats ? reinterpret_cast<char*>(decoded)
-                                   : reinterpret_cast<char*>(bytes.get()),
-                         static_cast<std::streamsize>(now * format.blockAlign)))
+        if (!stream.read(
+                areFloats ? reinterpret_cast<char*>(decoded) : reinterpret_cast<char*>(bytes.get()),
+                static_cast<std::streamsize>(now * format.blockAlign)))
             return nullptr;
         if (!areFloats)
             decodeValues(bytes.get(), bytesPerValue(format), now * format.channels, decoded);
@@ -105,8 +105,8 @@ bool SampleWav::loadAll(std::istream& stream, bool readData) {
     AlignedFloats audio = frames > 0 ? decode(stream, chunks, frames) : nullptr;
     if (frames > 0 && !audio)
         return false;
-    if (bytesPerValue(chunks.format) == FloatBytes && chunks.format.valueFormat != FormatChunk::Floats &&
-        !areLevels({audio.get(), frames}))
+    if (bytesPerValue(chunks.format) == FloatBytes &&
+        chunks.format.valueFormat != FormatChunk::Floats && !areLevels({audio.get(), frames}))
         return false;
     take(std::move(chunks), static_cast<std::int32_t>(frames), std::move(audio));
     return true;

@@ -22,10 +22,10 @@ public:
     /// Replaces the content by that of a stream which stands at a file's beginning and can be moved
     /// in. Values of 8 (unsigned), 16 and 24 bits and 32-bit floats are read, whatever the format's
     /// tag says; but what isn't tagged as floats and holds NaN or levels above 1e6 is refused, as
-    /// 32-bit integers would be noise. The audio becomes one channel, the average of the file's. Root note, loop
-    /// and regions come from "smpl", "acid" and "cue "; frames beyond the audio become its last
-    /// one, notes beyond MIDI's count as absent. With `readData` false there is no audio, and
-    /// `frames` is 0.
+    /// 32-bit integers would be noise. The audio becomes one channel, the average of the file's.
+    /// Root note, loop and regions come from "smpl", "acid" and "cue "; frames beyond the audio
+    /// become its last one, notes beyond MIDI's count as absent. With `readData` false there is no
+    /// audio, and `frames` is 0.
     ///
     /// `ErrorImportFailed` if the stream is none of these, or memory is short: the sample then has
     /// no audio, and is as it was otherwise. Takes the memory of the audio, and little more than

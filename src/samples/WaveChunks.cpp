@@ -49,6 +49,7 @@ public:
 
     std::string readLine() { return std::string(rest_.substr(0, rest_.find('\n'))); }
 
+    bool has(std::size_t bytes) const { return rest_.size() >= bytes; }
     bool isShort() const { return isShort_; }
 
 private:
@@ -71,11 +72,10 @@ void readFields(Fields& fields, FormatChunk& chunk) {
     fields.read(chunk.format, chunk.channels, chunk.sampleRate, chunk.byteRate, chunk.blockAlign,
                 chunk.bitsPerSample);
     chunk.valueFormat = chunk.format;
-    if (chunk.format == FormatChunk::Extensible) {
-        std::uint16_t extraBytes = 0, validBits = 0;
-        std::uint32_t speakers = 0;
+    std::uint16_t extraBytes = 0, validBits = 0;
+    std::uint32_t speakers = 0;
+    if (chunk.format == FormatChunk::Extensible && fields.has(10))
         fields.read(extraBytes, validBits, speakers, chunk.valueFormat);
-    }
 }
 
 void readFields(Fields& fields, CueChunk& chunk) {

@@ -35,7 +35,7 @@ struct FormatChunk : ChunkHeader {
     std::uint32_t byteRate = 0;
     std::uint16_t blockAlign = 0;  // bytes a frame
     std::uint16_t bitsPerSample = 0;
-    std::uint16_t valueFormat = 0;  // `format`, or what the extensible format names in its place
+    std::uint16_t valueFormat = 0;  // `format`, or what the extensible format names for it
 };
 
 /// The audio. Its bytes stay in the file, to be decoded from there.

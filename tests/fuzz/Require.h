@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <span>
 
 namespace tarn::fuzz {
 
@@ -10,11 +11,16 @@ inline void require(bool condition) {
         std::abort();
 }
 
-/// Reads all values, so that one beyond its buffer is found.
+/// Read all values, so that one beyond its buffer is found.
 template <typename Value>
 void touch(const Value* values, long long count) {
     for (long long i = 0; i < count; ++i)
         static_cast<void>(*const_cast<const volatile Value*>(values + i));
+}
+
+template <typename Value>
+void touch(std::span<Value> values) {
+    touch(values.data(), static_cast<long long>(values.size()));
 }
 
 }  // namespace tarn::fuzz

@@ -13,15 +13,16 @@ namespace {
 
 // What every player of a sample relies on.
 void requireWhole(const Sample& sample) {
-    require(sample.getFrames() == 0 || (sample.getChannels() == 1 && sample.getSampleRate() > 0));
-    if (sample.getData() != nullptr)
-        fuzz::touch(sample.getData(), 1LL + sample.getFrames());
+    require(sample.hasData() ? sample.getChannels() == 1 : sample.getFrames() == 0);
     require(sample.getRootNote() >= 0 && sample.getRootNote() <= 127);
-    require(sample.getLoopStart() >= 0 && sample.getLoopEnd() >= -1);
-    if (sample.getFrames() > 0)
-        require(std::max(sample.getLoopStart(), sample.getLoopEnd()) < sample.getFrames());
-    for (const SampleRegion& region : sample.getRegions())
+    require(sample.getSampleRate() > 0 && sample.getLoopStart() >= 0 && sample.getLoopEnd() >= -1);
+    if (sample.hasData())
+        fuzz::touch(sample.getData(), 1LL + sample.getFrames());
+    for (const SampleRegion& region : sample.getRegions()) {
         require(region.start >= 0 && region.end >= -1);
+        require(!sample.hasData() || std::max(region.start, region.end) < sample.getFrames());
+        fuzz::touch(sample.view(region.start, region.end));
+    }
 }
 
 }  // namespace
@@ -30,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     boost::interprocess::ibufferstream stream(reinterpret_cast<const char*>(data), size);
     SampleWav sample;
     const bool isLoaded = sample.load(stream, true).isOk();
-    require(isLoaded || sample.getData() == nullptr);
+    require(isLoaded || !sample.hasData());
     require(static_cast<std::size_t>(sample.getFrames()) <= size);
     requireWhole(sample);
     if (isLoaded)
@@ -39,6 +40,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     stream.clear();
     stream.seekg(0);
     require(sample.load(stream, false).isOk() >= isLoaded);
-    require(sample.getData() == nullptr && sample.getFrames() == 0);
+    require(!sample.hasData() && sample.getFrames() == 0);
     return 0;
 }

@@ -3,8 +3,10 @@
 #include "samples/Note.h"
 #include "samples/Sample.h"
 #include "samples/SampleManager.h"
+#include "samples/SampleWav.h"
 #include "samples/Tuning.h"
 #include "samples/WaveBytes.h"
+#include "support/AllocationCount.h"
 #include "support/ScratchFolder.h"
 
 #include <gmock/gmock.h>
@@ -26,8 +28,7 @@ using Values = std::vector<float>;
 
 Values valuesOf(const Sample& sample) {
     const auto count = static_cast<std::size_t>(sample.getFrames() * sample.getChannels());
-    return sample.getData() != nullptr ? Values(sample.getData(), sample.getData() + count)
-                                       : Values();
+    return sample.hasData() ? Values(sample.getData(), sample.getData() + count) : Values();
 }
 
 Dictionary stateOf(std::int32_t channels, std::int32_t frames, const Values& values) {
@@ -63,17 +64,18 @@ Values noise(std::size_t count, float level, unsigned seed) {
 TEST(Sample, AStateBringsBackAllThatItHolds) {
     const Values values = {1, 2, 3, 4, 5, 6};
     Dictionary state = stateOf(2, 3, values);
-    for (const char* key : {"SampleStart", "SampleLoopEnd", "SampleDetuneCoarse"})
-        state.setInteger(key, 2);
-    state.setInteger("samplerate", 96000);
-    state.setInteger("WaveRootNote", 40);
-    state.setInteger("SampleRootNote", 41);
+    const std::pair<const char*, int> numbers[] = {
+        {"SampleStart", 1},        {"SampleEnd", 0},     {"SampleLoopStart", 3},
+        {"SampleLoopEnd", 4},      {"samplerate", 5},    {"bitdepth", 6},
+        {"SampleDetuneCoarse", 7}, {"WaveRootNote", 40}, {"SampleRootNote", 41}};
+    for (const auto& [key, number] : numbers)
+        state.setInteger(key, number);
     state.setBool("export", false);
     SampleOf sample(state);
     EXPECT_EQ(sample.getEnd(), -1);  // the counts weren't known when the end was read
-    EXPECT_EQ(sample.getLoopMode(), Sample::ForwardLoop);
-    EXPECT_FALSE(sample.hasFlag(Sample::Export));
     sample.read(state);
+    EXPECT_FALSE(sample.hasFlag(Sample::Export));
+    state.setBool("export", true);
 
     Dictionary written, without;
     sample.write(written);
@@ -81,15 +83,61 @@ TEST(Sample, AStateBringsBackAllThatItHolds) {
     sample.writeData(written);
     SampleOf copy(written);
     copy.read(without);
+    copy.read(stateOf(2, 3, {}));  // the counts of the audio that is there
     EXPECT_EQ(valuesOf(copy), values);
-    EXPECT_EQ(valuesOf(*copy.clone()), values);
-    EXPECT_THAT((std::array{copy.getStart(), copy.getEnd(), copy.getLoopEnd(), copy.getRootNote(),
-                            copy.getDetuneCoarse(), copy.getSampleRate()}),
-                ElementsAre(2, 2, 2, 41, 2, 96000));
+    EXPECT_THAT((std::array{copy.getStart(), copy.getEnd(), copy.getLoopStart(), copy.getLoopEnd(),
+                            copy.getSampleRate(), copy.getBitDepth(), copy.getDetuneCoarse(),
+                            copy.getRootNote(), copy.getLoopMode()}),
+                ElementsAre(1, 2, 3, 4, 5, 6, 7, 41, Sample::ForwardLoop));
+    sample.read(state);
+    EXPECT_TRUE(sample.hasFlag(Sample::Export));
+    EXPECT_EQ(SampleOf(without).getLoopMode(), Sample::ForwardLoop);
 
     Dictionary uncounted;
     uncounted.setData("sampledata", values.data(), sizeof(float) * 2);
     EXPECT_EQ(valuesOf(SampleOf(uncounted)), (Values{1, 2}));
+}
+
+// Faults: a field that the copy loses, a buffer that two share, one that memory is too short for.
+TEST(Sample, ACloneIsASampleOfItsOwn) {
+    const Values values = {0.5f, -0.25f, 0.0f, 0.125f};
+    SampleOf sample(stateOf(1, 4, values));
+    sample.setRegions({{"a", 1, 2}});
+    sample.setRootNote(50);
+    sample.setLoop(Sample::ForwardLoop, 0, 2);
+    process(sample, {"SampleNormalize", "SampleReverse"});
+    const auto clone = sample.clone();
+    process(sample, {"SampleInvertPhase"});
+    EXPECT_EQ(clone->getData()[4], 0.25f);
+    process(*clone, {});
+    EXPECT_EQ(valuesOf(*clone), values);
+    EXPECT_EQ(clone->getRegions(), sample.getRegions());
+    EXPECT_THAT((std::array{clone->getRootNote(), clone->getLoopMode(), clone->getLoopStart(),
+                            clone->getLoopEnd(), clone->getSampleRate()}),
+                ElementsAre(50, Sample::ForwardLoop, 0, 2, 44100));
+
+    const SampleOf large(stateOf(1, 50'000, Values(50'000)));
+    const AllocationLimit limit(100'000);
+    EXPECT_TRUE(!large.clone()->hasData() && large.clone()->getFrames() == 0);
+}
+
+// The fault it would catch: frame numbers from anywhere that lead a player out of the audio.
+TEST(Sample, APlayerSeesOnlyFramesThatExist) {
+    constexpr std::int32_t Least = std::numeric_limits<std::int32_t>::min();
+    constexpr std::int32_t Most = std::numeric_limits<std::int32_t>::max();
+    const SampleOf sample(stateOf(1, 4, {1, 2, 3, 4})), stereo(stateOf(2, 2, {1, 2, 3, 4}));
+    const auto seen = [](const Sample& from, std::int32_t first, std::int32_t last) {
+        const auto view = from.view(first, last);
+        return Values(view.begin(), view.end());
+    };
+    EXPECT_EQ(seen(sample, 1, 2), (Values{2, 3}));
+    EXPECT_EQ(seen(sample, -5, 0), Values{1});
+    EXPECT_EQ(seen(sample, 3, 2'000'000'000), Values{4});
+    EXPECT_EQ(seen(sample, Least, Most), valuesOf(sample));
+    for (const auto& [first, last] : {std::pair(2, 1), {4, 9}, {Most, Least}, {-9, -1}})
+        EXPECT_EQ(seen(sample, first, last), Values()) << first;
+    EXPECT_EQ(seen(stereo, 0, 1), Values());
+    EXPECT_EQ(seen(SampleOf(stateOf(1, 100, {})), 0, 99), Values());
 }
 
 // The fault it would catch: scrambled audio that is played, or that no second time brings back.
@@ -98,12 +146,15 @@ TEST(Sample, ResidentAudioIsScrambled) {
     Dictionary resident;
     resident.setBool("resident", true);
     sample.read(resident);
-    EXPECT_TRUE(sample.hasFlag(Sample::Resident));
+    EXPECT_TRUE(sample.hasFlag(Sample::Resident) && sample.hasFlag(Sample::Export));
     EXPECT_EQ(std::bit_cast<std::uint32_t>(sample.getData()[2]),
               std::bit_cast<std::uint32_t>(6.0f) ^ 0x4C17B3u);
     sample.read(resident);
     resident.setBool("unencrypted", true);
     sample.read(resident);
+    resident.setBool("resident", false);
+    sample.read(resident);
+    EXPECT_FALSE(sample.hasFlag(Sample::Resident));
     EXPECT_EQ(valuesOf(sample), (Values{1, 2, 6}));
 }
 
@@ -119,16 +170,15 @@ TEST(Sample, AStateWhoseAudioIsNotWhatItsCountsSayIsCorrupt) {
           stateOf(-1, -4, four), stateOf(1, 0, four), stateOf(65536, 65536, {}),
           stateOf(Most, Most, four), stateOf(1, -1, {}), stateOf(-1, 1, {}), broken, empty}) {
         state.setInteger("SampleStart", 7);
-        state.setBool("export", false);
         SampleOf sample(stateOf(2, 2, four));
         EXPECT_THROW(sample.read(state), Exception::SampleDataCorrupt);
-        EXPECT_TRUE(sample.getData() == nullptr && sample.getFrames() == 0);
-        EXPECT_TRUE(sample.getStart() == 0 && sample.hasFlag(Sample::Export));
-        EXPECT_EQ(sample.getChannels(), 2);
+        EXPECT_FALSE(sample.hasData());
+        EXPECT_THAT((std::array{sample.getFrames(), sample.getStart(), sample.getChannels()}),
+                    ElementsAre(0, 0, 2));
     }
     SampleOf sample(stateOf(2, 2, four));
     sample.read(stateOf(1, 100'000'000, {}));  // counts alone end the audio that isn't theirs
-    EXPECT_EQ(sample.getData(), nullptr);
+    EXPECT_TRUE(!sample.hasData() && sample.getFrames() == 0);
     process(sample, {"SampleNormalize", "SampleReverse", "SampleInvertPhase"});
     sample.mixToMono();
 }
@@ -186,31 +236,44 @@ TEST(Sample, ChannelsAreMixedByLayout) {
     EXPECT_EQ(valuesOf(interleaved), (Values{6, 15}));
 }
 
-// Faults: a line that is no marker, a file that is no sample, a loop apart from its regions.
-TEST(Sample, AFileComesWithTheMarkersBesideIt) {
+// Faults: a line that is no marker, a place beyond the audio, a loop apart from its regions, cues
+// of the file that are lost.
+TEST(Sample, AFileComesWithTheMarkersBesideItOrInIt) {
     const ScratchFolder folder;
-    folder.write("tone.WAV", waveFile(formatChunk(1, 8) + chunk("data", std::string(100, 'a'))));
-    folder.write("other.wav", "RIFFnothing");
+    const std::string audio = formatChunk(1, 8) + chunk("data", std::string(100, 'a'));
     const File file(folder.path("tone.WAV"));
-    const auto regionsWith = [&](const char* markers) {
+    const auto regionsAndLoop = [&](const std::string& more, const char* markers = nullptr) {
+        folder.write("tone.WAV", waveFile(audio + more));
         if (markers != nullptr)
             folder.write("tone.mrk", markers);
         const auto sample = Sample::create(file, true);
-        EXPECT_EQ(sample->getFrames(), 100);
-        return sample->getRegions();
+        auto regions = sample->getRegions();
+        regions.push_back({"loop", sample->getLoopStart(), sample->getLoopEnd()});
+        return regions;
     };
     using Regions = std::vector<SampleRegion>;
-    EXPECT_EQ(regionsWith(nullptr), (Regions{{{}, 0, 98}}));
-    EXPECT_EQ(regionsWith("Pos=\nname=Pos=3\npos=5\nPos=-4\nPos=99999999999\n"), Regions());
-    EXPECT_EQ(regionsWith("[1]\r\nPos=10\r\nPos= 20 x\nPos=70"),
-              (Regions{{{}, 10, 19}, {{}, 20, 69}, {{}, 70, 98}}));
-    EXPECT_EQ(Sample::create(file, true)->getLoopStart(), 10);
-    EXPECT_EQ(Sample::create(file, false)->getData(), nullptr);
+    const std::string cues = cueChunk(bytesOf(5u, 50u));
+    const std::string loop = samplerChunk(60, 0, 1, bytesOf(1u, 0u, 10u, 90u, 0u, 0u));
+    EXPECT_EQ(regionsAndLoop(""), (Regions{{{}, 0, 98}, {"loop", 0, 98}}));
+    EXPECT_EQ(regionsAndLoop(loop), (Regions{{{}, 0, 98}, {"loop", 10, 90}}));
+    EXPECT_EQ(regionsAndLoop(cues), (Regions{{{}, 5, 49}, {{}, 50, 99}, {"loop", 5, 99}}));
+    EXPECT_EQ(regionsAndLoop(cues, "Pos=\nname=Pos=3\npos=5\nPos=-4\nPos=99999999999\n"),
+              (Regions{{"loop", 50, 99}}));
+    EXPECT_EQ(regionsAndLoop(cues + loop, "[1]\r\nPos=10\r\nPos= 20 x\nPos=2000000000"),
+              (Regions{{{}, 10, 19}, {{}, 20, 98}, {{}, 99, 98}, {"loop", 10, 98}}));
+    EXPECT_FALSE(Sample::create(file, false)->hasData());
+    folder.write("other.wav", "RIFFnothing");
     for (const char* name : {"other.wav", "none.wav", "tone.mrk"})
         EXPECT_FALSE(Sample::create(File(folder.path(name)), true)) << name;
     EXPECT_TRUE(Sample::canImport(File("a.Aiff")));
-    EXPECT_FALSE(Sample::canImport(File("wav")));
-    EXPECT_FALSE(Sample::canImport(File("a.mp3")));
+    EXPECT_FALSE(Sample::canImport(File("wav")) || Sample::canImport(File("a.mp3")));
+
+    SampleWav reloaded;
+    ASSERT_TRUE(reloaded.load(file, true).isOk());
+    process(reloaded, {"SampleReverse", "SampleInvertPhase"});
+    ASSERT_TRUE(reloaded.load(file, true).isOk());
+    process(reloaded, {});
+    EXPECT_EQ(valuesOf(reloaded), valuesOf(*Sample::create(file, true)));
 }
 
 TEST(SampleManager, TheFirstNameWhoseRangesHoldTheNoteWins) {
@@ -232,6 +295,33 @@ TEST(SampleManager, TheFirstNameWhoseRangesHoldTheNoteWins) {
     EXPECT_FALSE(manager.setKeyRange("c", {0, 1}));
 }
 
+// Faults: a change that isn't told, a key that leads out of a table of 128.
+TEST(Note, TakesAMidiMessage) {
+    Radio owner(nullptr);
+    Note made(&owner, {7, 0.5f, 3});
+    EXPECT_TRUE(made.getOwner() == &owner && made.getEvent().extra == 3 && made.hasChanged());
+    EXPECT_TRUE(made.getType() == Note::None && made.getForcedVoice() < 0);
+    made.setUnchanged();
+    made.setMidi(0x90, 1, 60, 3, 4, 5, 6);
+    Note note(made);
+    EXPECT_THAT((std::array<std::uint32_t, 8>{
+                    note.hasChanged(), static_cast<std::uint16_t>(note.getChannel()),
+                    static_cast<std::uint16_t>(note.getKey()),
+                    static_cast<std::uint16_t>(note.getVelocity()),
+                    static_cast<std::uint16_t>(note.getExtra()), note.getData()[0],
+                    note.getData()[1], static_cast<std::uint32_t>(note.getType())}),
+                ElementsAre(1, 1, 60, 3, 4, 5, 6, Note::NoteOn));
+    note.setUnchanged();
+    note.setKey(60);
+    EXPECT_FALSE(note.hasChanged());
+    note.setKey(128);
+    EXPECT_TRUE(note.hasChanged() && note.getKey() == 127);
+    note.setMidi(0xB0, 0, -1, 0, 0, 0, 0);
+    EXPECT_TRUE(note.getType() == Note::NoteOn && note.getKey() == 0);
+    note.setMidi(0x80, 0, 0, 0, 0, 0, 0);
+    EXPECT_EQ(note.getType(), Note::NoteOff);
+}
+
 // Faults: a factor that is lost or stays, a value that is rounded on the way.
 TEST(Tuning, TravelsInADictionary) {
     Tuning equal, read;
@@ -244,14 +334,24 @@ TEST(Tuning, TravelsInADictionary) {
     bells.setFloat("factor", 1.5f);
     read.read(bells);
     EXPECT_EQ(read.getFactors(), std::vector<double>{1.5});
-    read.read(Dictionary());
-    EXPECT_TRUE(read.getAnchor() == 9 && read.getFrequency() == 55.5);
+    for (const char* text : {"loud", "0", "-440"}) {
+        state.setString("frequency", text);
+        read.read(state);
+        EXPECT_TRUE(read.getAnchor() == 9 && read.getFrequency() == 55.5) << text;
+    }
     EXPECT_TRUE(read.getFactors().empty());
+    state = Dictionary();
     equal.write(state);
     read.read(state);
     EXPECT_TRUE(read == equal && read.getFrequency() == 6.875);
     EXPECT_EQ(read.getFactors(), equal.getFactors());
     EXPECT_EQ(read.getFactors().back(), 2.0);
+
+    struct Fifth : Tuning {
+        Fifth() { factors_ = {1.5}; }
+        bool isCustom() const override { return true; }
+    };
+    EXPECT_EQ(Fifth().getFactors(), std::vector<double>{1.5});
 }
 
 // The fault it would catch: an end that is left out where there is no name.

@@ -1,6 +1,7 @@
 #include "support/AllocationCount.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
@@ -8,11 +9,12 @@ namespace {
 
 thread_local long allocations = 0;
 thread_local std::size_t allocatedBytes = 0;
+thread_local std::size_t mostBytes = SIZE_MAX;
 
 void* countedOrNull(std::size_t bytes) noexcept {
     ++allocations;
     allocatedBytes += bytes;
-    return std::malloc(bytes != 0 ? bytes : 1);
+    return bytes <= mostBytes ? std::malloc(bytes != 0 ? bytes : 1) : nullptr;
 }
 
 void* counted(std::size_t bytes) {
@@ -44,6 +46,14 @@ long tarn::test::allocationsOfThisThread() noexcept {
 
 std::size_t tarn::test::bytesAllocatedByThisThread() noexcept {
     return allocatedBytes;
+}
+
+tarn::test::AllocationLimit::AllocationLimit(std::size_t bytes) noexcept {
+    mostBytes = bytes;
+}
+
+tarn::test::AllocationLimit::~AllocationLimit() {
+    mostBytes = SIZE_MAX;
 }
 
 // The library's forms for arrays call these.

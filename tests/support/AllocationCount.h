@@ -1,4 +1,4 @@
-// Counts the heap allocations of a thread, to show that a path makes none.
+// Counts the heap allocations of a thread, to show that a path makes none, and lets them fail.
 #pragma once
 
 #include <cstddef>
@@ -11,5 +11,11 @@ long allocationsOfThisThread() noexcept;
 
 /// The sum of what they asked for, freed or not.
 std::size_t bytesAllocatedByThisThread() noexcept;
+
+/// While it lives, memory is too short for what this thread asks for in one piece above `bytes`.
+struct AllocationLimit {
+    explicit AllocationLimit(std::size_t bytes) noexcept;
+    ~AllocationLimit();
+};
 
 }  // namespace tarn::test

@@ -10,26 +10,43 @@ namespace {
 using namespace test;
 using testing::HasSubstr;
 
+// Faults: a pack that holds noise, one that is lost to a failure, names that steer the terminal.
 TEST(PackTool, MakesAndListsPacksOfWhatLoads) {
     const ToolFolder folder;
-    folder.write("kick.wav", waveFile(formatChunk(2, 24) + chunk("data", std::string(600, 'k'))));
+    const std::string audio = chunk("data", std::string(600, '\x20'));
+    const auto waveOf = [&audio](std::string format, char tag) {
+        return waveFile(format.replace(8, 1, 1, tag) + audio);
+    };
+    const std::string extensible = formatChunk(1, 32).substr(10) + std::string(8, 'x') + std::string("\3", 2);
+    folder.write("kick.wav", waveOf(formatChunk(2, 24), 1));
+    folder.write("floats.wav", waveOf(formatChunk(1, 32), 3));
+    folder.write("extensible.wav", waveFile(chunk("fmt ", "\xFE\xFF" + extensible) + audio));
     folder.write("broken.wav", "RIFF");
+    folder.write("a-law.wav", waveOf(formatChunk(1, 8), 6));
+    folder.write("mu-law.wav", waveOf(formatChunk(1, 8), 7));
+    folder.write("integers.wav", waveOf(formatChunk(1, 32), 1));
     const auto run = [](const std::vector<std::string>& arguments) {
         return runTool(PROGRAM_brimtide_pack, arguments);
     };
     const std::string pack = folder / "Drums.pack";
     const std::string kick = folder / "kick.wav";
-    EXPECT_EQ(run({"write", pack, kick, "low=" + kick}).exitStatus, 0);
+    EXPECT_EQ(
+        run({"write", pack, kick, "l\x1bw=" + (folder / "floats.wav"), folder / "extensible.wav"})
+            .exitStatus,
+        0);
     const ToolResult listed = run({"list", pack});
     EXPECT_EQ(listed.exitStatus, 0);
     EXPECT_THAT(listed.output, HasSubstr("kick"));
     EXPECT_THAT(listed.output, HasSubstr("0.002 s  48000 Hz 24 bit  2 ch"));
-    EXPECT_THAT(listed.output, HasSubstr("\nlow"));
+    EXPECT_THAT(listed.output, HasSubstr("\nl?w"));
 
     const std::string before = folder.read("Drums.pack");
     EXPECT_EQ(run({"write", pack, kick}).exitStatus, 2);
-    EXPECT_EQ(run({"write", "-f", pack, folder / "broken.wav"}).exitStatus, 2);
-    EXPECT_THAT(run({"write", "-f", pack, kick, kick}).errors, HasSubstr("name kick"));
+    for (const char* name : {"broken.wav", "a-law.wav", "mu-law.wav", "integers.wav", "none.wav"})
+        EXPECT_EQ(run({"write", "-f", pack, folder / name}).exitStatus, 2) << name;
+    const std::string twice = "l\x1bw=" + kick;
+    EXPECT_THAT(run({"write", "-f", pack, twice, twice}).errors, HasSubstr("name l?w"));
+    EXPECT_EQ(run({"write", "-f", pack, "=" + kick}).exitStatus, 2);
     EXPECT_EQ(run({"pack"}).exitStatus, 2);
     EXPECT_EQ(run({"write", "-f", folder / "./kick.wav", kick}).exitStatus, 2);
     EXPECT_EQ(folder.read("Drums.pack"), before);

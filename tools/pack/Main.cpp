@@ -42,39 +42,36 @@ PackedFile readEntry(const std::string& argument, const std::string& pack) {
     PackedFile entry;
     entry.name = isNamed ? argument.substr(0, equals) : file.getStem();
     if (entry.name.empty())
-        throw badUse(
-                      "'" + argument + "' has no name for the pack; NAME=FILE gives one");
+        throw badUse("'" + argument + "' has no name for the pack; NAME=FILE gives one");
     if (isSameFile(file.getPath(), pack))
-        throw badUse( pack + " would be overwritten: it is to be packed itself");
+        throw badUse(pack + " would be overwritten: it is to be packed itself");
     if (!file.openRead())
-        throw badUse( file.getPath() + " can't be opened");
+        throw badUse(file.getPath() + " can't be opened");
     entry.body.resize(static_cast<std::size_t>(std::max<std::int64_t>(file.getSize(), 0)));
     if (!file.getStream()->read(entry.body.data(), static_cast<std::streamsize>(entry.body.size())))
-        throw badUse( file.getPath() + " can't be read");
+        throw badUse(file.getPath() + " can't be read");
     const auto sample = loadPacked(entry, nullptr);
     if (!sample || !isPlayable(sample->getChunks().format))
-        throw badUse(
-                      file.getPath() + " is no WAV file of 8, 16 or 24 bits or 32-bit floats");
+        throw badUse(file.getPath() + " is no WAV file of 8, 16 or 24 bits or 32-bit floats");
     return entry;
 }
 
 int write(const std::string& path, const std::vector<std::string>& arguments, bool replaces) {
     const File file(path);
     if (file.exists() && !replaces)
-        throw badUse( path + " exists already; --force replaces it");
+        throw badUse(path + " exists already; --force replaces it");
     std::vector<PackedFile> entries;
     std::set<std::string> names;
     for (const std::string& argument : arguments) {
         entries.push_back(readEntry(argument, path));
         if (!names.insert(entries.back().name).second)
-            throw badUse( "two samples would have the name " + entries.back().name +
-                                          "; NAME=FILE gives another");
+            throw badUse("two samples would have the name " + entries.back().name +
+                         "; NAME=FILE gives another");
     }
     if (!writePack(file, entries))
-        throw badUse( path + " can't be written");
+        throw badUse(path + " can't be written");
     tools::print(std::to_string(entries.size()) +
-                 (entries.size() == 1 ? " sample in " : " samples in ") +
-                 printable(path) + "\n");
+                 (entries.size() == 1 ? " sample in " : " samples in ") + printable(path) + "\n");
     return ExitFine;
 }
 
@@ -90,10 +87,10 @@ void printEntry(const PackedFile& entry, const SampleWav& sample) {
 int list(const std::string& path) {
     File file(path);
     if (!file.openRead())
-        throw badUse( path + " can't be opened");
+        throw badUse(path + " can't be opened");
     PackReader reader(*file.getStream());
     if (!reader.isPack())
-        throw badUse( path + " is no pack");
+        throw badUse(path + " is no pack");
     bool isBroken = false;
     for (PackedFile entry; reader.next(entry);) {
         const auto sample = loadPacked(entry, nullptr);
