@@ -55,8 +55,8 @@ bool arePossible(std::int32_t channels, std::int32_t frames) {
 }
 
 struct Audio {
-    AlignedFloats values;   // with a place for one more
-    std::size_t count;  // 0 with null
+    AlignedFloats values;  // with a place for one more
+    std::size_t count;     // 0 with null
 };
 
 // What a dictionary holds; the old packing must be told how many values to expect.

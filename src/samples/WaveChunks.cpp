@@ -181,7 +181,7 @@ private:
     // False at the end, and on what is no whole header.
     bool readHeader(ChunkHeader& header) {
         std::array<char, ChunkHeaderSize> bytes{};
-        if (end_ - position_ < ChunkHeaderSize || !readBytes(bytes.data(), bytes.size()))
+        if (!readBytes(bytes.data(), bytes.size()))
             return false;
         Fields(std::string_view(bytes.data(), bytes.size())).read(header.id, header.size);
         return true;
@@ -231,8 +231,6 @@ private:
     // False, with the record as it was, for a chunk that is cut off or too short for what it says.
     template <typename Chunk>
     bool readRecord(const ChunkHeader& header, Chunk& record) {
-        if (!isWhole(header))
-            return false;
         std::string bytes(std::min(header.size, MostRecordBytes), '\0');
         const std::int64_t begin = position_;
         const bool isRead = readBytes(bytes.data(), bytes.size());

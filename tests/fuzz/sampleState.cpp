@@ -12,10 +12,10 @@ using fuzz::require;
 namespace {
 
 // What is no document of its own becomes the content of one in the keyed form.
-std::string documentOf(std::string_view input) {
-    if (input.starts_with("<dict"))
-        return std::string(input);
-    return "<dict file-format=\"1.0\">" + std::string(input) + "</dict>";
+Dictionary dictionaryOf(std::string_view input) {
+    return Dictionary(input.starts_with("<dict")
+                          ? std::string(input)
+                          : "<dict file-format=\"1.0\">" + std::string(input) + "</dict>");
 }
 
 void requireWhole(const Sample& sample) {
@@ -27,41 +27,29 @@ void requireWhole(const Sample& sample) {
     fuzz::touch(sample.view(sample.getLoopStart(), sample.getLoopEnd()));
 }
 
-void requireRoundTrip(const Sample& sample) {
-    Dictionary written;
-    sample.write(written);
-    sample.writeData(written);
-    Sample copy;
-    copy.read(written);
-    require(copy.getFrames() == sample.getFrames() && copy.getStart() == sample.getStart());
-    requireWhole(copy);
-}
-
-Dictionary exampleState() {
-    const float values[] = {0.5f, -0.25f, 1.0f, 0.0f};
-    Dictionary state;
-    state.setInteger("channels", 2);
-    state.setData("sampledata", values, sizeof values);
-    return state;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const Dictionary example = exampleState();
-    const Dictionary state(documentOf({reinterpret_cast<const char*>(data), size}));
-    Sample sample;
-    sample.read(example);
+    static const Dictionary twoFramesOfTwo = dictionaryOf(
+        "<channels value='2'/><sampledata "
+        "value='H4sIAAAAAAAA/2NgYLBnYGjYB8RAmoEBAM5a0JcQAAAA'/>");
+    const Dictionary state = dictionaryOf({reinterpret_cast<const char*>(data), size});
+    Sample sample, copy;
+    sample.read(twoFramesOfTwo);
     try {
         sample.read(state);
     } catch (const Exception::SampleDataCorrupt&) {
-        require(!sample.hasData() && sample.getFrames() == 0);
+        require(!sample.hasData());
     }
     requireWhole(sample);
     sample.applyParameters(state);
     requireWhole(sample);
-    if (size % 8 == 0)  // packing takes its time
-        requireRoundTrip(sample);
+    if (size % 8 == 0) {  // packing takes its time
+        Dictionary written;
+        sample.writeData(written);
+        copy.read(written);
+        require(copy.getFrames() == sample.getFrames());
+    }
     sample.mixToMono();
     requireWhole(*sample.clone());
     return 0;

@@ -1,13 +1,16 @@
+#include "foundation/File.h"
 #include "foundation/LogFolder.h"
 #include "samples/SampleWav.h"
 #include "samples/WaveBytes.h"
 #include "support/AllocationCount.h"
+#include "support/ScratchFolder.h"
 
 #include <gmock/gmock.h>
 
 #include <array>
-#include <bit>
+#include <cmath>
 #include <random>
+#include <sndfile.hh>
 
 namespace tarn {
 namespace {
@@ -22,45 +25,66 @@ bool loads(SampleWav& sample, const std::string& bytes, bool readData = true) {
     return error.isOk();
 }
 
-// With `areFloats` neither NaN nor infinite.
-std::string randomBytes(std::size_t size, bool areFloats = false) {
-    static std::mt19937 random(7);
-    std::string bytes(size, '\0');
-    for (std::size_t i = 0; i < size; ++i)
-        bytes[i] = static_cast<char>(random() & (areFloats && i % 4 == 3 ? 0xBF : 0xFF));
-    return bytes;
-}
-
-// One value as the format defines it.
-float valueOf(const char* bytes, std::size_t size) {
-    std::uint32_t word = 0;
-    std::memcpy(reinterpret_cast<char*>(&word) + 4 - size, bytes, size);
-    const auto number = static_cast<std::int32_t>(size == 1 ? word ^ 0x80000000u : word);
-    return size == 4 ? std::bit_cast<float>(word) : static_cast<float>(number) / 2147483648.0f;
-}
-
-// Faults: a vector's remainder left out, bytes in the wrong order, a portion begun too early.
-TEST(SampleWav, EveryDepthAndWidthBecomesTheAverageOfItsChannels) {
-    for (const int bits : {5, 8, 12, 16, 20, 24, 32})
-        for (const std::size_t channels : {1u, 2u, 3u, 6u})
-            for (const std::size_t frames : {1u, 4u, 7u, 70'003u}) {
-                const auto size = static_cast<std::size_t>(bits + 7) / 8;
-                const std::string audio = randomBytes(frames * channels * size, size == 4);
-                const std::string partOfFrame(channels * size > 1, 'x');
+// Faults: a vector's remainder left out, bytes in the wrong order, a portion begun too early, a
+// depth rounded down. The values are those that another program reads from its own files.
+TEST(SampleWav, FilesOfAnotherProgramLoadAsItReadsThem) {
+    const ScratchFolder folder;
+    const std::string path = folder.path("a.wav");
+    std::minstd_rand random;
+    for (const auto& [format, bits] : {std::pair(SF_FORMAT_PCM_U8, 1),
+                                       {SF_FORMAT_PCM_U8, 8},
+                                       {SF_FORMAT_PCM_16, 9},
+                                       {SF_FORMAT_PCM_16, 16},
+                                       {SF_FORMAT_PCM_24, 17},
+                                       {SF_FORMAT_PCM_24, 24},
+                                       {SF_FORMAT_FLOAT, 32}})
+        for (const int channels : {1, 2, 3, 6})
+            for (const int frames : {1, 4, 7, 70'003}) {
+                std::vector<float> values(static_cast<std::size_t>(channels * frames));
+                for (float& value : values)  // floats may be louder than anything else
+                    value = std::ldexp(static_cast<float>(random()), bits == 32 ? 0 : -31);
+                SndfileHandle(path, SFM_WRITE,
+                              (frames == 4 ? SF_FORMAT_WAV : SF_FORMAT_WAVEX) | format, channels,
+                              22050)
+                    .writef(values.data(), frames);
+                SndfileHandle(path).readf(values.data(), frames);
+                std::string bytes = folder.read("a.wav");
+                bytes[34] = static_cast<char>(bits);
                 SampleWav sample;
-                ASSERT_TRUE(loads(sample, waveFile(formatChunk(static_cast<int>(channels), bits) +
-                                                   chunk("data", audio + partOfFrame))));
-                ASSERT_EQ(sample.getFrames(), static_cast<int>(frames));
-                ASSERT_EQ(sample.getChannels(), 1);
-                const char* bytes = audio.data();
-                for (std::size_t i = 0; i < frames; ++i) {
+                ASSERT_TRUE(loads(sample, bytes)) << format << ", " << bits;
+                ASSERT_TRUE(sample.getFrames() == frames && sample.getSampleRate() == 22050);
+                for (int i = 0; i < frames; ++i) {
                     float sum = 0.0f;
-                    for (std::size_t channel = 0; channel < channels; ++channel, bytes += size)
-                        sum += valueOf(bytes, size) / static_cast<float>(channels);
+                    for (int channel = 0; channel < channels; ++channel)
+                        sum += values[static_cast<std::size_t>(i * channels + channel)] /
+                               static_cast<float>(channels);
                     ASSERT_EQ(sample.getData()[i], sum) << bits << ", " << channels << ", " << i;
                 }
                 ASSERT_EQ(sample.getData()[frames], sample.getData()[0]);
             }
+}
+
+TEST(SampleWav, LoopAndCueOfAnotherProgramAreUnderstood) {
+    const ScratchFolder folder;
+    const File path(folder.path("a.wav"));
+    SF_INSTRUMENT instrument{};
+    instrument.basenote = 52;
+    instrument.loop_count = 1;
+    instrument.loops[0] = {SF_LOOP_FORWARD, 200, 900, 0};
+    SF_CUES cues{1, {{1, 0, 0x61746164, 0, 0, 100, "one"}}};
+    {
+        SndfileHandle file(path.getPath(), SFM_WRITE, SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 1, 44100);
+        file.command(SFC_SET_INSTRUMENT, &instrument, sizeof instrument);
+        file.command(SFC_SET_CUE, &cues, sizeof cues);
+        file.setString(SF_STR_TITLE, "a title");
+        file.writef(std::vector<float>(1001).data(), 1001);
+    }
+    SampleWav sample;
+    ASSERT_TRUE(sample.load(path, true).isOk());
+    EXPECT_EQ(sample.getRootNote(), 52);
+    EXPECT_EQ(sample.getLoopStart(), 200);
+    EXPECT_EQ(sample.getLoopEnd(), 899);  // counted up to by the library, included by the file
+    EXPECT_EQ(sample.getRegions(), (std::vector<SampleRegion>{{{}, 100, 1000}}));
 }
 
 // Faults: a chunk that hides another one, swapped fields, a number that leads beyond the audio.
@@ -71,30 +95,28 @@ TEST(SampleWav, ChunksInAnyOrderTellNoteLoopAndRegions) {
         return std::array{sample.getRootNote(), sample.getLoopMode(), sample.getLoopStart(),
                           sample.getLoopEnd(), sample.getEnd()};
     };
+    const std::string segments = bytesOf(1u, 1u, 2u, 3u), instrument = "\1\2\3\4\5\6\7",
+                      acid = bytesOf(1u, 0x3'003Eu, 4u, 5u, 0x7'0006u, 120.0f);
     const std::string rest = chunk("junk", "odd") + formatChunk(1, 8) + formatChunk(1, 8) +
-                             cueChunk(bytesOf(5u, 50u, 4'000'000'000u)) +
-                             chunk("plst", bytesOf(1u, 1u, 2u, 3u)) +
-                             chunk("acid", bytesOf(1u, 0x3'003Eu, 4u, 5u, 0x7'0006u, 120.0f)) +
-                             chunk("inst", "\1\2\3\4\5\6\7") + chunk("strc", "?");
+                             cueChunk(bytesOf(5u, 50u, 4'000'000'000u)) + chunk("plst", segments) +
+                             chunk("acid", acid) + chunk("inst", instrument) + chunk("strc", "?");
     const std::string audio = chunk("data", std::string(101, '\xC0'));
     const std::string loop = bytesOf(1u, 0u, 10u, 90u, 0u, 0u);
     EXPECT_THAT(playback(samplerChunk(61, 0x80000000, 1, loop) + audio + rest),
                 ElementsAre(61, Sample::ForwardLoop, 10, 90, 100));
     EXPECT_EQ(sample.getDetuneCoarse(), 50);
-    const std::vector<SampleRegion> regions = {{{}, 5, 49}, {{}, 50, 99}, {{}, 100, 100}};
-    EXPECT_EQ(sample.getRegions(), regions);
+    EXPECT_EQ(sample.getRegions(),
+              (std::vector<SampleRegion>{{{}, 5, 49}, {{}, 50, 99}, {{}, 100, 100}}));
     const auto& [cueId, length, repeats] = sample.getChunks().playlist.segments.at(0);
-    EXPECT_THAT((std::array{cueId, length, repeats}), ElementsAre(1, 2, 3));
-    const AcidChunk& acid = sample.getChunks().acid;
-    EXPECT_THAT((std::array<float, 8>{float(acid.flags), float(acid.rootNote),
-                                      float(acid.reserved1), float(acid.reserved2),
-                                      float(acid.beats), float(acid.meterDenominator),
-                                      float(acid.meterNumerator), acid.tempo}),
-                ElementsAre(1, 62, 3, 4, 5, 6, 7, 120));
-    const InstrumentChunk& inst = sample.getChunks().instrument;
-    EXPECT_THAT((std::array<int, 7>{inst.unshiftedNote, inst.fineTune, inst.gain, inst.lowNote,
-                                    inst.highNote, inst.lowVelocity, inst.highVelocity}),
-                ElementsAre(1, 2, 3, 4, 5, 6, 7));
+    EXPECT_EQ(bytesOf(1u, cueId, length, repeats), segments);
+    const AcidChunk& a = sample.getChunks().acid;
+    EXPECT_EQ(bytesOf(a.flags, a.rootNote, a.reserved1, a.reserved2, a.beats, a.meterDenominator,
+                      a.meterNumerator, a.tempo),
+              acid);
+    const InstrumentChunk& i = sample.getChunks().instrument;
+    EXPECT_EQ(bytesOf(i.unshiftedNote, i.fineTune, i.gain, i.lowNote, i.highNote, i.lowVelocity,
+                      i.highVelocity),
+              instrument);
 
     EXPECT_THAT(playback(audio + samplerChunk(128, 9, 0, "") + rest),
                 ElementsAre(62, Sample::NoLoop, 50, 100, 100));
@@ -110,8 +132,8 @@ TEST(SampleWav, ChunksInAnyOrderTellNoteLoopAndRegions) {
 // Faults: good audio that is refused for what stands beside it, or for what its writer couldn't
 // know.
 TEST(SampleWav, LoadsWhateverAudioIsWhole) {
-    const std::string front = formatChunk(2, 24), audio = chunk("data", randomBytes(60));
-    std::vector<std::string> good = {front + samplerChunk(60, 0, 2, std::string(24, 'l')) + audio,
+    const std::string front = formatChunk(2, 24), audio = chunk("data", std::string(60, 'a'));
+    std::vector<std::string> good = {front + samplerChunk(61, 0, 2, std::string(24, 'l')) + audio,
                                      front + audio + chunk("cue ", bytesOf(3u), 60)};
     for (const std::string& broken :
          {chunk("inst", "abcdef"), chunk("acid", std::string(20, 'a')), chunk("labl", ""),
@@ -120,7 +142,7 @@ TEST(SampleWav, LoadsWhateverAudioIsWhole) {
           chunk("cue ", bytesOf(0xFFFFFFFFu) + std::string(48, 'c'))})
         good.push_back(front + broken + audio);
     for (const std::uint32_t unknown : {0x7FFFF000u, 0x7FFFFFFFu, 0xFFFFFFFFu})
-        good.push_back(front + chunk("data", randomBytes(62), unknown));
+        good.push_back(front + chunk("data", std::string(62, 'a'), unknown));
     LogFolder log;
     log.open(LogWarning);
     for (const std::string& chunks : good) {

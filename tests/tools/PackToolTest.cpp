@@ -17,7 +17,8 @@ TEST(PackTool, MakesAndListsPacksOfWhatLoads) {
     const auto waveOf = [&audio](std::string format, char tag) {
         return waveFile(format.replace(8, 1, 1, tag) + audio);
     };
-    const std::string extensible = formatChunk(1, 32).substr(10) + std::string(8, 'x') + std::string("\3", 2);
+    const std::string extensible =
+        formatChunk(1, 32).substr(10) + std::string(8, 'x') + std::string("\3", 2);
     folder.write("kick.wav", waveOf(formatChunk(2, 24), 1));
     folder.write("floats.wav", waveOf(formatChunk(1, 32), 3));
     folder.write("extensible.wav", waveFile(chunk("fmt ", "\xFE\xFF" + extensible) + audio));
