@@ -1,6 +1,9 @@
 #include "audio/Peak.h"
 #include "foundation/File.h"
+#include "samples/Note.h"
+#include "samples/SampleManager.h"
 #include "samples/SampleWav.h"
+#include "samples/Tuning.h"
 #include "samples/WaveBytes.h"
 #include "support/AllocationCount.h"
 #include "support/ScratchFolder.h"
@@ -111,19 +114,16 @@ TEST(Sample, ACloneIsASampleOfItsOwn) {
 
 // The fault it would catch: frame numbers from anywhere that lead a player out of the audio.
 TEST(Sample, APlayerSeesOnlyFramesThatExist) {
-    const SampleOf sample(stateOf(1, 4, {1, 2, 3, 4}));
-    const auto seen = [](const Sample& from, std::int32_t first, std::int32_t last) {
-        const auto view = from.view(first, last);
-        return Values(view.begin(), view.end());
-    };
-    EXPECT_EQ(seen(sample, 1, 2), (Values{2, 3}));
-    EXPECT_EQ(seen(sample, -5, 0), Values{1});
-    EXPECT_EQ(seen(sample, 3, 2'000'000'000), Values{4});
-    EXPECT_EQ(seen(sample, Least, Most), valuesOf(sample));
-    for (const auto& [first, last] : {std::pair(2, 1), {4, 9}, {Most, Least}, {-9, -1}})
-        EXPECT_EQ(seen(sample, first, last), Values()) << first;
-    EXPECT_EQ(seen(SampleOf(stateOf(2, 2, {1, 2, 3, 4})), 0, 1), Values());
-    EXPECT_EQ(seen(SampleOf(stateOf(1, 100, {})), 0, 99), Values());
+    const SampleOf mono(stateOf(1, 4, {1, 2, 3, 4})), stereo(stateOf(2, 2, {1, 2, 3, 4}));
+    const std::tuple<std::int32_t, std::int32_t, Values> runs[] = {
+        {1, 2, {2, 3}}, {-5, 0, {1}},  {3, Most, {4}}, {Least, Most, {1, 2, 3, 4}},
+        {2, 1, {}},     {4, Most, {}}, {-9, -1, {}},   {Most, Least, {}}};
+    for (const auto& [first, last, values] : runs) {
+        const auto view = mono.view(first, last);
+        EXPECT_EQ(Values(view.begin(), view.end()), values) << first << " to " << last;
+    }
+    EXPECT_TRUE(stereo.view(0, 1).empty());
+    EXPECT_TRUE(SampleOf(stateOf(1, 100, {})).view(0, 99).empty());
 }
 
 // The fault it would catch: scrambled audio that is played, or that no second time brings back.
@@ -249,6 +249,89 @@ TEST(Sample, AFileComesWithTheMarkersBesideItOrInIt) {
     reloaded.load(file, true);
     process(reloaded, {});
     EXPECT_EQ(valuesOf(reloaded), values);
+}
+
+// Faults: a change that isn't told, a key that leads out of a table of 128.
+TEST(Note, TakesAMidiMessage) {
+    Radio owner(nullptr);
+    Note note(&owner, {7, 0.5f, 3});
+    EXPECT_TRUE(note.getOwner() == &owner && note.getEvent().extra == 3 && note.hasChanged());
+    EXPECT_TRUE(note.getType() == Note::None && note.getForcedVoice() < 0);
+    note.setUnchanged();
+    note.setMidi(0x90, 1, 60, 3, 4, 5, 6);
+    EXPECT_THAT((std::array<int, 6>{note.getType(), note.getChannel(), note.getKey(),
+                                    note.getVelocity(), note.getExtra(), note.hasChanged()}),
+                ElementsAre(Note::NoteOn, 1, 60, 3, 4, 1));
+    EXPECT_THAT(note.getData(), ElementsAre(5, 6));
+    note.setUnchanged();
+    note.setKey(60);
+    EXPECT_FALSE(note.hasChanged());
+    note.setKey(128);
+    EXPECT_TRUE(note.hasChanged() && note.getKey() == 127);
+    note.setMidi(0xB0, 0, -1, 0, 0, 0, 0);
+    EXPECT_TRUE(note.getType() == Note::NoteOn && note.getKey() == 0);
+    note.setMidi(0x80, 0, 0, 0, 0, 0, 0);
+    EXPECT_EQ(note.getType(), Note::NoteOff);
+}
+
+TEST(SampleManager, TheFirstNameWhoseRangesHoldTheNoteWins) {
+    SampleManager manager(nullptr);
+    manager.setMapping("b", 7, {0, 60}, {0, 127});
+    manager.setMapping("a", 8, {60, 127}, {64, 127});
+    const auto soundsFor = [&](std::int16_t key, std::int16_t velocity) {
+        Note note;
+        note.setMidi(Note::NoteOnStatus, 0, key, velocity, 0, 0, 0);
+        return manager.findSample(note);
+    };
+    EXPECT_EQ(soundsFor(60, 64), "a");
+    EXPECT_EQ(soundsFor(60, 63), "b");
+    EXPECT_EQ(soundsFor(61, 63), "");
+    EXPECT_TRUE(manager.setVelocityRange("a", {3, 10}) && manager.setKeyRange("b", {61, 62}));
+    EXPECT_EQ(manager.getVelocityRange("a").low + manager.getKeyRange("b").high, 3 + 62);
+    EXPECT_EQ(soundsFor(60, 64), "");
+    EXPECT_EQ(soundsFor(61, 63), "b");
+    EXPECT_FALSE(manager.setKeyRange("c", {0, 1}) || manager.setVelocityRange("c", {0, 1}));
+}
+
+// Faults: a factor that is lost or stays, a value that is rounded on the way, a scale at 0 Hz.
+TEST(Tuning, TravelsInADictionary) {
+    struct Fifth : Tuning {
+        Fifth() { factors_ = {1.5}; }
+        bool isCustom() const override { return true; }
+    } fifth;
+    Tuning equal, read;
+    equal.setEqualTemperament();
+    EXPECT_NEAR(equal.getFactors()[6], 1.4983, 0.00005);
+    EXPECT_EQ(equal.getFactors().back(), 2.0);
+    Dictionary bells, state, stateOfFifth;
+    bells.setString("description", "Bells");
+    bells.setInteger("anchor", 9);
+    bells.setString("frequency", "55.5");
+    read.read(bells);
+    for (const char* text : {"loud", "0", "-440"}) {
+        bells.setString("frequency", text);
+        read.read(bells);
+        EXPECT_TRUE(read.getAnchor() == 9 && read.getFrequency() == 55.5) << text;
+    }
+    fifth.write(stateOfFifth);
+    read.read(stateOfFifth);
+    EXPECT_EQ(read.getFactors(), std::vector<double>{1.5});
+    EXPECT_EQ(read.getAnchor(), 0);
+    equal.write(state);
+    read.read(state);
+    EXPECT_TRUE(read == equal && read.getFrequency() == 6.875);
+    EXPECT_EQ(read.getFactors(), equal.getFactors());
+    read.read(Dictionary());
+    EXPECT_TRUE(read.getFactors().empty());
+}
+
+TEST(SampleRegion, TravelsInADictionary) {
+    const SampleRegion written{"", 3, 8};
+    Dictionary state;
+    written.write(state);
+    SampleRegion read;
+    read.read(state);
+    EXPECT_EQ(read, written);
 }
 
 }  // namespace

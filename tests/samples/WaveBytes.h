@@ -15,21 +15,17 @@ std::string bytesOf(Number... numbers) {
     return bytes;
 }
 
-inline std::string chunk(const std::string& id, const std::string& body, std::uint32_t size) {
+/// With the body's size, or another one that it claims.
+inline std::string chunk(const std::string& id, const std::string& body,
+                         std::int64_t claimed = -1) {
+    const auto size = static_cast<std::uint32_t>(claimed < 0 ? body.size() : claimed);
     return id + bytesOf(size) + body + std::string(size % 2, '\0');
 }
 
-inline std::string chunk(const std::string& id, const std::string& body) {
-    return chunk(id, body, static_cast<std::uint32_t>(body.size()));
-}
-
-inline std::string formatChunk(int channels, int bits, int blockAlign = -1,
-                               std::uint32_t rate = 48000) {
+/// Of integers.
+inline std::string formatChunk(int channels, int bits, int blockAlign = -1, int rate = 48000) {
     const int align = blockAlign >= 0 ? blockAlign : channels * ((bits + 7) / 8);
-    return chunk("fmt ",
-                 bytesOf(std::uint16_t{1}, static_cast<std::uint16_t>(channels), rate,
-                         rate * static_cast<unsigned>(align), static_cast<std::uint16_t>(align),
-                         static_cast<std::uint16_t>(bits)));
+    return chunk("fmt ", bytesOf(1 | channels << 16, rate, rate * align, align | bits << 16));
 }
 
 inline std::string cueChunk(const std::string& offsets) {
