@@ -32,16 +32,12 @@ bool isStorable(const PackedFile& entry) {
 
 // All of a pack's bytes. Throws std::bad_alloc or std::length_error for more than memory holds.
 std::string packed(const std::vector<PackedFile>& entries) {
-    std::size_t size = PackMagic.size() + 2;
-    for (const PackedFile& entry : entries)
-        size += entry.name.size() + 1 + sizeof(std::uint32_t) + entry.body.size();
-    std::string bytes;
-    bytes.reserve(size);
-    bytes.append(PackMagic).append(1, '\0');
+    std::string bytes(PackMagic);
+    bytes += '\0';
     for (const PackedFile& entry : entries) {
-        const auto bodySize = static_cast<std::uint32_t>(entry.body.size());
+        const auto size = static_cast<std::uint32_t>(entry.body.size());
         bytes.append(entry.name).append(1, '\0');
-        bytes.append(reinterpret_cast<const char*>(&bodySize), sizeof bodySize).append(entry.body);
+        bytes.append(reinterpret_cast<const char*>(&size), sizeof size).append(entry.body);
     }
     return bytes.append(1, '\0');
 }

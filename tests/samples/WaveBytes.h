@@ -23,9 +23,11 @@ inline std::string chunk(const std::string& id, const std::string& body,
 }
 
 /// Of integers.
-inline std::string formatChunk(int channels, int bits, int blockAlign = -1, int rate = 48000) {
+inline std::string formatChunk(int channels, int bits, int blockAlign = -1, unsigned rate = 48000) {
     const int align = blockAlign >= 0 ? blockAlign : channels * ((bits + 7) / 8);
-    return chunk("fmt ", bytesOf(1 | channels << 16, rate, rate * align, align | bits << 16));
+    const auto low = [](int number) { return static_cast<std::uint16_t>(number); };
+    return chunk("fmt ", bytesOf(low(1), low(channels), rate, rate * static_cast<unsigned>(align),
+                                 low(align), low(bits)));
 }
 
 inline std::string cueChunk(const std::string& offsets) {
