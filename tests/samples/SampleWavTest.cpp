@@ -35,7 +35,7 @@ Playback playbackOf(const Sample& sample) {
 // Faults: a vector's remainder left out, bytes in the wrong order, a portion begun too early, a
 // depth rounded down. The values are those that another program reads from its own files.
 TEST(SampleWav, FilesOfAnotherProgramLoadAsItReadsThem) {
-    const ScratchFolder folder;
+    const ScratchFolder folder("brimtide-test-");  // a path that the other program can open
     const std::string path = folder.path("a.wav");
     SF_INSTRUMENT instrument{};
     instrument.basenote = 52;
@@ -54,12 +54,13 @@ TEST(SampleWav, FilesOfAnotherProgramLoadAsItReadsThem) {
                 std::vector<float> values(static_cast<std::size_t>(channels * frames));
                 for (float& value : values)  // floats may be louder than anything else
                     value = std::ldexp(static_cast<float>(random()), bits == 32 ? 0 : -31);
-                SndfileHandle file(path, SFM_WRITE, format, channels, 22050);
-                file.command(SFC_SET_INSTRUMENT, &instrument, sizeof instrument);
-                file.command(SFC_SET_CUE, &cues, sizeof cues);
-                file.writef(values.data(), frames);
-                file = SndfileHandle(path);
-                file.readf(values.data(), frames);
+                {
+                    SndfileHandle file(path, SFM_WRITE, format, channels, 22050);
+                    file.command(SFC_SET_INSTRUMENT, &instrument, sizeof instrument);
+                    file.command(SFC_SET_CUE, &cues, sizeof cues);
+                    file.writef(values.data(), frames);
+                }
+                SndfileHandle(path).readf(values.data(), frames);
                 std::string bytes = folder.read("a.wav");
                 bytes[34] = static_cast<char>(bits);
                 SampleWav sample;
