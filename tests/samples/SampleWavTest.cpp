@@ -76,6 +76,7 @@ TEST(SampleWav, FilesOfAnotherProgramLoadAsItReadsThem) {
                     ASSERT_EQ(sample.getData()[i], sum) << bits << ", " << channels << ", " << i;
                 }
                 ASSERT_EQ(sample.getData()[frames], sample.getData()[0]);
+                ASSERT_EQ(sample.getStart(), 0);
             }
 }
 
