@@ -207,9 +207,8 @@ private:
         if (header.size < LeastUnknownLength)
             return false;
         chunks_.data.size = static_cast<std::uint32_t>(end_ - position_);
-        if (Logger* const logger = Logger::get())
-            logger->log(LogWarning, "the length of the audio isn't known: %u bytes are there",
-                        chunks_.data.size);
+        logLine(LogWarning, "the length of the audio isn't known: %u bytes are there",
+                chunks_.data.size);
         return true;
     }
 
