@@ -56,9 +56,11 @@ tarn::test::AllocationLimit::~AllocationLimit() {
     mostBytes = SIZE_MAX;
 }
 
-// The library's forms for arrays call these.
-
+// The forms for arrays too: a sanitizer brings its own.
 void* operator new(std::size_t bytes) {
+    return counted(bytes);
+}
+void* operator new[](std::size_t bytes) {
     return counted(bytes);
 }
 void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
@@ -67,13 +69,25 @@ void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
 void* operator new(std::size_t bytes, std::align_val_t alignment) {
     return countedAligned(bytes, static_cast<std::size_t>(alignment));
 }
+void* operator new[](std::size_t bytes, std::align_val_t alignment) {
+    return countedAligned(bytes, static_cast<std::size_t>(alignment));
+}
 void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
     std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
+void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
 void operator delete(void* memory, std::align_val_t) noexcept {
+    freeAligned(memory);
+}
+void operator delete[](void* memory, std::align_val_t) noexcept {
     freeAligned(memory);
 }
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
