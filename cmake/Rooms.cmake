@@ -59,18 +59,17 @@ endfunction()
 # A fuzzer of one door, from NAME.cpp; built where libFuzzer is. Its test replays the stored corpus, tests/fuzz/corpus/NAME,
 # and goes on for a few thousand runs from there. To let it run for longer:
 #   build/linux/tests/fuzz/fuzz-NAME -max_total_time=900 FOLDER tests/fuzz/corpus/NAME
-# PARSER names the sources that take what comes in, from the project's root: scripts/fuzz-coverage tells how many of their
-# lines the corpus reaches.
+# PARSER names the sources that take what comes in, from the project's root, and BESIDE the functions in them that don't, as a
+# regular expression: scripts/fuzz-coverage tells how many of the other lines the corpus reaches.
 function(tarn_fuzzer name)
-    cmake_parse_arguments(FUZZ "" "" "NEEDS;LOCKS;OPTIONS;PARSER" ${ARGN})
+    cmake_parse_arguments(FUZZ "" "BESIDE" "NEEDS;LOCKS;OPTIONS;PARSER" ${ARGN})
     if(NOT BRIMTIDE_TARGET STREQUAL "linux")
         return()
     endif()
     add_executable(fuzz-${name} ${name}.cpp)
     target_link_options(fuzz-${name} PRIVATE -fsanitize=fuzzer)
     target_link_libraries(fuzz-${name} PRIVATE ${FUZZ_NEEDS})
-    list(JOIN FUZZ_PARSER "\n" parser)
-    file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/${name}-parser.txt "${parser}\n")
+    file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/${name}-parser.txt "${FUZZ_PARSER}\n${FUZZ_BESIDE}\n")
     set(found ${CMAKE_CURRENT_BINARY_DIR}/${name}-found)
     file(MAKE_DIRECTORY ${found})
     add_test(NAME fuzz.${name}

@@ -29,6 +29,8 @@ void readEverything(const Dictionary& tree, std::string_view key) {
     tree.getFloat(key, real, 1);
     tree.getBool(key, truth, 0, key);
     require(tree.getString(key, text) || !tree.hasValue(key));
+    require(tree.isLegacy() || tree.hasKey(key) == (tree.getChild(key) != nullptr));
+    require(tree.getArraySize(key) >= 0);
     tree.getText(key, text);
     void* data = nullptr;
     std::size_t size = key.size() * key.size();

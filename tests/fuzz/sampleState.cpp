@@ -18,6 +18,13 @@ Dictionary dictionaryOf(std::string_view input) {
                           : "<dict file-format=\"1.0\">" + std::string(input) + "</dict>");
 }
 
+Dictionary fourFramesOfTwo() {
+    const float values[] = {0.5f, -0.25f, 1.0f, 0.0f, 0.125f, -1.0f, 0.75f, 2.0f};
+    Dictionary state = dictionaryOf("<channels value='2'/><samples value='4'/>");
+    state.setData("sampledata", values, sizeof values);
+    return state;
+}
+
 void requireWhole(const Sample& sample) {
     const std::int64_t values = std::int64_t{sample.getChannels()} * sample.getFrames();
     require(sample.hasData() == (values > 0) && (values > 0 || sample.getFrames() == 0));
@@ -30,12 +37,10 @@ void requireWhole(const Sample& sample) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const Dictionary twoFramesOfTwo = dictionaryOf(
-        "<channels value='2'/><sampledata "
-        "value='H4sIAAAAAAAA/2NgYLBnYGjYB8RAmoEBAM5a0JcQAAAA'/>");
+    static const Dictionary held = fourFramesOfTwo();
     const Dictionary state = dictionaryOf({reinterpret_cast<const char*>(data), size});
     Sample sample, copy;
-    sample.read(twoFramesOfTwo);
+    sample.read(held);
     try {
         sample.read(state);
     } catch (const Exception::SampleDataCorrupt&) {
@@ -44,6 +49,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     requireWhole(sample);
     sample.applyParameters(state);
     requireWhole(sample);
+    (void)sample.hasProcessing();
+    sample.applyParameters(Dictionary());
+    require(!sample.hasProcessing());
     if (size % 8 == 0) {  // packing takes its time
         Dictionary written;
         sample.writeData(written);
