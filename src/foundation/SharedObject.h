@@ -32,7 +32,8 @@ public:
     /// At 0 the object deletes itself, so it must come from `new`.
     virtual std::int32_t release() noexcept;
 
-    /// Whether the count is above 1. In a destructor that means: leave the content to the others.
+    /// Whether the count is above 1. In a destructor that means: leave the content to the others;
+    /// so the last two handles must not be destroyed on two threads at once.
     bool isShared() const noexcept;
 
 private:

@@ -1,5 +1,8 @@
 #include "foundation/XmlDocument.h"
 
+#include <exception>
+#include <utility>
+
 namespace tarn {
 
 namespace {
@@ -20,8 +23,13 @@ bool hasManyChildren(const TiXmlNode* parent) {
 
 TiXmlNode* XmlDocument::add(TiXmlNode* parent, std::unique_ptr<TiXmlNode> child) {
     TiXmlNode* const added = parent->LinkEndChild(child.release());
-    if (const auto found = lists_.find(parent); found != lists_.end())
-        enter(found->second, added);
+    const auto found = lists_.find(parent);
+    try {
+        if (found != lists_.end())
+            enter(found->second, added);
+    } catch (const std::exception&) {
+        lists_.erase(found);  // incomplete; the next search makes it anew
+    }
     return added;
 }
 
@@ -35,10 +43,11 @@ const XmlDocument::List* XmlDocument::listOf(TiXmlNode* parent, std::string_view
     if (found == lists_.end()) {
         if (!hasManyChildren(parent))
             return nullptr;
-        found = lists_.try_emplace(parent).first;
+        Lists lists;
         for (TiXmlNode* child = parent->FirstChild(); child != nullptr;
              child = child->NextSibling())
-            enter(found->second, child);
+            enter(lists, child);
+        found = lists_.emplace(parent, std::move(lists)).first;
     }
     static const List none;
     const auto list = found->second.find(tag);

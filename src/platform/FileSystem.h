@@ -51,9 +51,9 @@ bool removeFile(const std::string& path);
 void openStream(std::fstream& stream, const std::string& path, std::ios::openmode mode);
 
 /// Makes `bytes` the content of a file, new or not: at every moment, also after a crash, the path
-/// leads to the whole old content or the whole new one. False if it can't be done or the file is
-/// write-protected; then nothing has changed. On Linux links are followed, also where they lead to
-/// nothing yet.
+/// leads to the whole old content or the whole new one. False if it can't be done, the file is
+/// write-protected, or something else than a file is there; then nothing has changed. On Linux
+/// links are followed, also where they lead to nothing yet.
 bool replaceFile(const std::string& path, std::string_view bytes);
 
 }  // namespace tarn::platform

@@ -8,6 +8,7 @@
 #include "samples/SampleWav.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -89,7 +90,16 @@ void mirror(std::int32_t& first, std::int32_t& last, std::int32_t frames) {
 // The frame numbers of a marker file's lines; what is no frame number is passed over.
 std::vector<std::uint32_t> readMarkers(std::istream& stream) {
     std::vector<std::uint32_t> frames;
-    for (std::string line; frames.size() < MostMarkers && std::getline(stream, line);) {
+    std::array<char, 256> text{};  // longer lines are cut
+    while (frames.size() < MostMarkers) {
+        stream.getline(text.data(), text.size());
+        if (stream.gcount() == 0)
+            break;
+        if (stream.fail() && !stream.eof()) {
+            stream.clear();
+            stream.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+        }
+        const std::string_view line = text.data();
         if (!line.starts_with(MarkerPrefix))
             continue;
         const std::size_t number = line.find_first_not_of(" \t", MarkerPrefix.size());
@@ -352,14 +362,14 @@ void Sample::invertPhase() {
 }
 
 void Sample::unload() {
-    frames_ = 0;
     setAudio(nullptr);
+    frames_ = 0;
 }
 
 void Sample::setAudio(AlignedFloats audio) {
-    data_ = std::move(audio);
     if (hasProcessing())
-        parameters_ = Dictionary();
+        parameters_ = Dictionary();  // may throw, and so comes first
+    data_ = std::move(audio);
     normalizeGain_ = 1.0f;
 }
 

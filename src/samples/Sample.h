@@ -83,7 +83,8 @@ public:
     /// Counts that come without audio, and aren't those of the audio held, end it; without audio
     /// there are no frames, whatever is counted. Audio that comes counts as not processed. With
     /// "resident" on and "unencrypted" off, what audio is held before is scrambled, or brought back
-    /// by a second time. Throws std::bad_alloc, with the sample as it was.
+    /// by a second time. Audio that can't be unpacked for want of memory counts as not matching.
+    /// Throws std::bad_alloc, with the audio as it was and its counts.
     virtual void read(const Dictionary& dictionary);
 
     /// Start and end, loop, root note and tuning.

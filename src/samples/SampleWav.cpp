@@ -100,7 +100,7 @@ bool SampleWav::loadAll(std::istream& stream, bool readData) {
     if (!chunks.read(stream, readData) || !isSupported(chunks.format))
         return false;
     const std::uint32_t frames = chunks.data.size / chunks.format.blockAlign;
-    if (frames > MostFrames)
+    if (frames > MostFrames || (readData && frames == 0))
         return false;
     AlignedFloats audio = frames > 0 ? decode(stream, chunks, frames) : nullptr;
     if (frames > 0 && !audio)

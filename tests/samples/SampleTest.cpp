@@ -216,9 +216,9 @@ TEST(Sample, AFileComesWithTheMarkersBesideItOrInIt) {
     const ScratchFolder folder;
     const std::string audio = formatChunk(1, 8) + chunk("data", std::string(99, 'a') + 'b');
     const File file(folder.path("tone.WAV"));
-    const auto regionsAndLoop = [&](const std::string& more, const char* markers = nullptr) {
+    const auto regionsAndLoop = [&](const std::string& more, const std::string& markers = "") {
         folder.write("tone.WAV", waveFile(audio + more));
-        if (markers != nullptr)
+        if (!markers.empty())
             folder.write("tone.mrk", markers);
         const auto sample = Sample::create(file, true);
         auto regions = sample->getRegions();
@@ -233,7 +233,8 @@ TEST(Sample, AFileComesWithTheMarkersBesideItOrInIt) {
     EXPECT_EQ(regionsAndLoop(cues), (Regions{{{}, 5, 49}, {{}, 50, 99}, {"loop", 5, 99}}));
     EXPECT_EQ(regionsAndLoop(cues, "Pos=\nname=Pos=3\npos=5\nPos=-4\nPos=99999999999\n"),
               (Regions{{"loop", 50, 99}}));
-    EXPECT_EQ(regionsAndLoop(cues + loop, "[1]\r\nPos=10\r\nPos= 20 x\nPos=2000000000"),
+    EXPECT_EQ(regionsAndLoop(cues + loop, "[1]\r\nPos=10\r\n" + std::string(300, 'x') +
+                                              "Pos=7\nPos= 20 x\nPos=2000000000"),
               (Regions{{{}, 10, 19}, {{}, 20, 98}, {{}, 99, 98}, {"loop", 10, 98}}));
     for (const char* name : {"none.wav", "tone.mrk"})
         EXPECT_FALSE(Sample::create(File(folder.path(name)), true)) << name;

@@ -161,8 +161,8 @@ TEST(SampleWav, BadFilesAreRefused) {
     std::vector<std::string> bad = {"", "RIFX" + waveFile(good + audio).substr(4),
                                     waveFile(good + audio).replace(8, 4, "AVI ")};
     for (const std::string& chunks :
-         {good, good + chunk("data", ""), good + large, good + chunk("data", audio, 0x7FFFEFFF),
-          formatChunk(1, 32) + chunk("data", bytesOf(-5))})
+         {good, good + chunk("data", ""), good + chunk("data", "abc"), good + large,
+          good + chunk("data", audio, 0x7FFFEFFF), formatChunk(1, 32) + chunk("data", bytesOf(-5))})
         bad.push_back(waveFile(chunks));
     for (const std::string& format :
          {std::string(), chunk("fmt ", ""), chunk("fmt ", good.substr(8, 14)),

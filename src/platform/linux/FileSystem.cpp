@@ -70,6 +70,12 @@ std::string linkTarget(std::string path) {
 }
 
 // Also for root, whom permissions don't stop.
+// A folder, a device, a pipe or a socket.
+bool isNoRegularFile(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
 bool isWriteProtected(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 &&
@@ -171,7 +177,7 @@ void openStream(std::fstream& stream, const std::string& path, std::ios::openmod
 
 bool replaceFile(const std::string& path, std::string_view bytes) {
     const std::string target = linkTarget(path);
-    if (target.empty() || isWriteProtected(target))
+    if (target.empty() || isNoRegularFile(target) || isWriteProtected(target))
         return false;
     std::string fresh;
     Descriptor file(createBeside(target, fresh));

@@ -1,5 +1,6 @@
 #include "platform/SystemTimer.h"
 
+#include "platform/Clock.h"
 #include "platform/Thread.h"
 
 #include <windows.h>
@@ -26,6 +27,7 @@ struct SystemTimer::Impl {
     // Guarded by the one lock of all timers.
     HANDLE handle = nullptr;
     bool isStarted = false;
+    double earliest = 0.0;  // seconds; a call before that was queued before the last start
     std::uintptr_t callbackThread = 0;  // inside the callback; 0 for none
 
     static std::mutex lock;
@@ -62,7 +64,8 @@ VOID CALLBACK SystemTimer::Impl::onTimer(PVOID number, BOOLEAN fired) {
     if (fired == FALSE || found == timers.end())
         return;
     Impl& timer = *found->second;
-    if (!timer.isStarted || timer.callbackThread != 0)
+    if (!timer.isStarted || timer.callbackThread != 0 ||
+        systemHighResolutionSeconds() < timer.earliest)
         return;
     timer.callbackThread = currentThreadId();
     guard.unlock();
@@ -89,8 +92,9 @@ SystemTimer::SystemTimer(Callback callback, void* context) : impl_(std::make_uni
 
 SystemTimer::~SystemTimer() {
     std::unique_lock guard(Impl::lock);
-    Impl::timers.erase(impl_->number);
+    impl_->isStarted = false;
     Impl::callbackOver.wait(guard, [this] { return impl_->callbackThread == 0; });
+    Impl::timers.erase(impl_->number);
     if (impl_->handle != nullptr)
         Impl::toDelete.push_back(impl_->handle);
     if (Impl::isInsideACallback()) {
@@ -109,6 +113,8 @@ SystemTimer::~SystemTimer() {
 bool SystemTimer::start(std::uint32_t periodMs) {
     const std::lock_guard guard(Impl::lock);
     const DWORD period = std::min<DWORD>(periodMs, Never);
+    // Half a period, because the system may call a little early.
+    impl_->earliest = systemHighResolutionSeconds() + period / 2000.0;
     impl_->isStarted =
         impl_->handle != nullptr
             ? ::ChangeTimerQueueTimer(nullptr, impl_->handle, period, period) != FALSE

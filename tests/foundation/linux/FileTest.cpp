@@ -46,5 +46,6 @@ TEST(LinuxFile, KeepsLinksAndPermissionsWhenItSavesAndOpensNoPipe) {
 
     File pipe(scratch.path("pipe"));
     ASSERT_EQ(::mkfifo(pipe.getPath().c_str(), 0600), 0);
-    EXPECT_FALSE(pipe.exists() || pipe.openRead() || pipe.open(false));
+    EXPECT_FALSE(pipe.exists() || pipe.openRead() || pipe.open(false) || pipe.save("new"));
+    EXPECT_TRUE(std::filesystem::is_fifo(pipe.getPath()));
 }
