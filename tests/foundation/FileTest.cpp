@@ -42,6 +42,9 @@ TEST(File, CutsPathsAtEitherSeparator) {
     File file("/Samples/Drums/a.b.wav");
     EXPECT_TRUE(file.isInFolder("/Samples") && file.isInFolder("\\Samples\\Drums\\"));
     EXPECT_FALSE(file.isInFolder("/Samples/Dru") || file.isInFolder(file.getPath()));
+    File assigned("elsewhere/x");
+    assigned = file;
+    EXPECT_EQ(assigned.getPath(), file.getPath());
     file.setStem("c.d");
     file.setExtension("xml");
     EXPECT_EQ(file.getName(), "c.d.xml");
@@ -170,6 +173,7 @@ TEST(File, IsChosenWhereOneWasLastOpenedAndOverwrittenOnlyWhenTheUserAgrees) {
     std::string dialogs;
     setDialogAnswers({[&](const MessageRequest& request) {
                           dialogs += request.text + "\n";
+                          EXPECT_TRUE(request.kind == MessageKind::Ask && request.parented);
                           const MessageAnswer answer = answers.back();
                           answers.pop_back();
                           return answer;
@@ -183,10 +187,11 @@ TEST(File, IsChosenWhereOneWasLastOpenedAndOverwrittenOnlyWhenTheUserAgrees) {
     EXPECT_EQ(std::exchange(dialogs, {}), ": default\n");
     choice.clear();
     file.setPath("default");
-    EXPECT_FALSE(file.browseOpen({}) || file.getPath() != "default");
+    EXPECT_FALSE(file.browseOpen({}) || file.browseSave({}) || file.getPath() != "default");
     Folder place(folder);
     EXPECT_FALSE(place.browse("Where?") || place.getPath() != folder);
-    EXPECT_EQ(std::exchange(dialogs, {}), folder + ": default\n" + folder + ": \n");
+    EXPECT_EQ(std::exchange(dialogs, {}),
+              folder + ": default\n" + folder + ": default\n" + folder + ": \n");
 
     choice = old;
     answers = {Cancel, No};  // "no" first
