@@ -159,11 +159,6 @@ constexpr ProcessorName ProcessorNames[] = {
 static_assert(std::ranges::all_of(ProcessorNames,
                                   [](const ProcessorName& row) { return row.name.size() < 30; }));
 
-// A family's rows stand together, in order: a mistyped number doesn't hide in the crowd.
-static_assert(std::ranges::adjacent_find(ProcessorNames, [](const auto& row, const auto& next) {
-                  return row.vendor == next.vendor && row.family > next.family;
-              }) == std::end(ProcessorNames));
-
 // The fields of leaf 1's EAX.
 constexpr std::uint32_t bits(std::uint32_t value, int first, int count) {
     return (value >> first) & ((1u << count) - 1);

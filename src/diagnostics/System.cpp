@@ -74,10 +74,10 @@ void setupFloatingPoint() {
         logLine(LogMachine, "SSE2 exceptions: enabled");
         return;
     }
+    _mm_setcsr(_mm_getcsr() | FlushToZero | DenormalsAreZero | PrecisionFlag);
     logLine(LogMachine, "SSE2 exceptions: disabled");
     logLine(LogMachine, "SSE2 flush to zero: enabled");
     logLine(LogMachine, "SSE2 denormals are zero: enabled");
-    _mm_setcsr(_mm_getcsr() | FlushToZero | DenormalsAreZero | PrecisionFlag);
 }
 
 platform::MessageAnswer show(platform::MessageKind kind, const std::string& text, bool parented) {
@@ -85,10 +85,10 @@ platform::MessageAnswer show(platform::MessageKind kind, const std::string& text
 }
 
 bool isWebOrMailAddress(const std::string& url) {
-    constexpr char CaseBit = 0x20;  // only a letter becomes a lower-case letter by it
     std::string scheme = url.substr(0, url.find(':'));
     for (char& c : scheme)
-        c |= CaseBit;
+        if (c >= 'A' && c <= 'Z')
+            c = static_cast<char>(c - 'A' + 'a');
     return scheme.size() < url.size() &&
            (scheme == "http" || scheme == "https" || scheme == "mailto");
 }

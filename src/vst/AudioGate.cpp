@@ -9,8 +9,6 @@ namespace tarn {
 
 namespace {
 
-using namespace std::chrono_literals;
-
 // Longer than any block takes; a host that is held up for so long takes no harm from a refusal.
 constexpr double LongestWait = 0.2;  // seconds
 
@@ -24,7 +22,7 @@ bool AudioGate::enterForChange() {
             inside_.load(std::memory_order_relaxed) == platform::currentThreadId();
         if (isOwnBlock || platform::highResolutionSeconds() > end)
             return false;
-        std::this_thread::sleep_for(1ms);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;
 }
