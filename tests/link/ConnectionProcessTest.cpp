@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <map>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -25,30 +24,22 @@ int runPeer(const std::vector<std::string>& task,
 }
 
 // Faults: a slot that is lost when its master is killed, a crashed host's connection that comes
-// back under another number because someone listens, a number that is taken from a master of which
-// nobody can know whether it lives.
+// back under another number because someone listens.
 TEST(ConnectionProcess, AKilledMastersSlotIsFreeOrTakenOverFromWhoeverHoldsIt) {
-    const auto nextName = [] {
-        std::string name = "next *";
-        const IOBridge<float> next(name);
-        return name;
-    };
     EXPECT_NE(runPeer({"crash", "1000"}), 0);
     EXPECT_FALSE(inspectConnection(0));  // it vanished with its last holder
 
     const auto holder = test::RawBlock::make(0);  // as a receiving program
     const auto stateHolder = test::RawState::make(0);
     EXPECT_NE(runPeer({"crash", "1000"}), 0);
-    EXPECT_EQ(connectionStatus(0) & ConnectionInUse, ConnectionInUse);
     EXPECT_EQ(holder->audio.ring[999], 999.0f);
     EXPECT_EQ(inspectConnection(0)->state, SenderState::Gone);
-    EXPECT_EQ(stateHolder->stream.published, 1000u);
     const std::uint64_t killed = stateHolder->session;
-    EXPECT_EQ(nextName(), "next 1");
+    std::string name = "next *";
+    const IOBridge<float> next(name);
+    EXPECT_EQ(name, "next 1");
     EXPECT_EQ(stateHolder->formerSession, killed);
     EXPECT_EQ(stateHolder->formerPublished, 1000u);
-    holder->masterInUse = 1;  // a master without a state block
-    EXPECT_EQ(nextName(), "next 2");
 }
 
 // As fast as both can.
@@ -80,31 +71,25 @@ TEST(ConnectionProcess, TheReaderOfTheManualReceivesAndTellsWhatItLost) {
     EXPECT_EQ(sending.result().exitStatus, 0);
 
     // Losses are told with the position; so all others must be there, one after the other.
-    std::map<std::uint64_t, std::uint64_t> lost;
+    std::vector<float> sent;
     std::istringstream lines(result.errors);
-    std::uint64_t first = 0, received = 0, sumOfLost = 0, count = 0, at = 0;
+    std::uint64_t position = 0, received = 0, lost = 0, count = 0, at = 0;
     for (std::string line; std::getline(lines, line);) {
-        if (std::sscanf(line.c_str(), "lost %" SCNu64 " samples at %" SCNu64, &count, &at) == 2)
-            lost[at] = count;
-        else if (std::sscanf(line.c_str(), "from %" SCNu64, &first) == 0)
-            std::sscanf(line.c_str(), "received %" SCNu64 ", lost %" SCNu64, &received, &sumOfLost);
+        if (std::sscanf(line.c_str(), "lost %" SCNu64 " samples at %" SCNu64, &count, &at) == 2) {
+            for (; position < at; ++position)
+                sent.push_back(static_cast<float>(position % 40'009));
+            position += count;
+            lost += count;
+        } else if (std::sscanf(line.c_str(), "from %" SCNu64, &position) == 0) {
+            std::sscanf(line.c_str(), "received %" SCNu64 ", lost %" SCNu64, &received, &count);
+        }
     }
-    ASSERT_EQ(result.bytes.size(), received * sizeof(float));
-    ASSERT_GT(received, 0u);
-    std::vector<float> got(static_cast<std::size_t>(received));
-    std::memcpy(got.data(), result.bytes.data(), result.bytes.size());
-    std::uint64_t position = first, wrong = 0;
-    const auto skipLost = [&] {
-        for (auto gap = lost.find(position); gap != lost.end(); gap = lost.find(position))
-            position += gap->second;
-    };
-    for (const float sample : got) {
-        skipLost();
-        wrong += sample != static_cast<float>(position++ % 40'009);
-    }
-    skipLost();
-    EXPECT_EQ(wrong, 0u);
-    EXPECT_EQ(position - first, received + sumOfLost);
+    for (; sent.size() < received; ++position)
+        sent.push_back(static_cast<float>(position % 40'009));
+    EXPECT_GT(received, 0u);
+    EXPECT_EQ(count, lost);
+    ASSERT_EQ(result.bytes.size(), sent.size() * sizeof(float));
+    EXPECT_EQ(std::memcmp(result.bytes.data(), sent.data(), result.bytes.size()), 0);
 }
 
 #if defined(OTHER_WIDTH_PEER)

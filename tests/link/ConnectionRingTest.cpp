@@ -44,11 +44,13 @@ TEST(ConnectionRing, CopiesOfWholeSpansDoWhatTheLoopDoes) {
             ASSERT_EQ(fast->get(fastBlock.data(), frames, fastPosition),
                       test::getSampleBySample(*model, modelBlock.data(), frames, modelPosition));
             ASSERT_EQ(fastBlock, modelBlock);
-            ASSERT_EQ(fastPosition, modelPosition);
+            ASSERT_EQ(fastPosition & 0x7FFF, modelPosition);
         }
         ASSERT_EQ(std::memcmp(fast.get(), model.get(), sizeof *fast), 0) << step;
         if (upTo(random, 19) == 0)  // what a resync leaves: wrapped, empty, or something between
             fast->count = model->count = upTo(random, 1) == 0 ? 0xFFFFC000u : upTo(random, 40'000);
+        if (upTo(random, 19) == 0)  // what others may have written there: the ring's bits count
+            modelPosition = (fastPosition = static_cast<std::uint32_t>(random())) & 0x7FFF;
     }
 }
 

@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <numeric>
-#include <random>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -48,13 +47,6 @@ public:
     /// Lets the block go, as the end of its process would.
     void die() { memory_ = {}; }
 
-    /// Random values in every word, or every second or third one, as `stride` says.
-    void scramble(std::mt19937& random, std::size_t stride) const {
-        auto* words = static_cast<std::uint32_t*>(memory_.data());
-        for (std::size_t i = 0; i < sizeof(Block) / 4; i += stride)
-            words[i] = static_cast<std::uint32_t>(random());
-    }
-
 private:
     explicit RawMemory(platform::SharedMemory memory) : memory_(std::move(memory)) {}
     static std::string nameOf(std::uint32_t slot) {
@@ -70,9 +62,5 @@ using RawState = RawMemory<ConnectionState>;
 
 /// A process that doesn't exist.
 constexpr platform::ProcessName NoProcess = 0x00000001'7FFFFFF0;
-
-/// Makes every access that runs over one of this process's connection blocks, to either side, a
-/// fault that ends the test.
-void guardBlocks();
 
 }  // namespace tarn::test
