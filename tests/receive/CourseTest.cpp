@@ -1,81 +1,50 @@
 #include "Course.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <tuple>
 #include <vector>
 
 namespace tarn::receive {
 namespace {
 
-// The fault it would catch: a sender that is told to be gone while it only pauses, or to pause for
-// ever when it is gone.
-TEST(Course, WhatIsSeenDecidesTheState) {
-    const auto sight = [](bool isEnded, bool isGone, bool isLost, bool isLive) {
-        return Sight{true, isEnded, isGone, isLost, isLive};
-    };
-    const std::pair<Sight, State> cases[] = {
-        {{}, State::Searching},
-        {sight(false, false, false, true), State::Receiving},
-        {sight(false, false, false, false), State::Silent},
-        {sight(false, false, true, false), State::Lost},
-        {sight(false, true, false, true), State::Abandoned},
-        {sight(true, false, false, true), State::Ended},
-        {sight(true, true, true, false), State::Ended},
-    };
-    for (const auto& [seen, state] : cases)
-        EXPECT_EQ(nextState(seen), state);
-}
-
-class CourseTest : public testing::Test {
-protected:
-    Delivery see(Sight sight, std::uint64_t start = 0) {
-        Delivery delivery;
-        sight.isThere = true;
-        course.see(sight, start, delivery);
-        return delivery;
-    }
-
-    /// Takes what a ring of 100 samples still has of those up to `end`.
-    Delivery take(std::uint64_t end, double rate = 0.0, std::uint64_t rateFrom = 0) {
-        TakenSamples taken;
-        taken.result = TakenSamples::Result::Taken;
-        taken.end = end;
-        taken.samples = std::span(ring).first(static_cast<std::size_t>(
-            std::min<std::uint64_t>(ring.size(), end - course.position())));
-        taken.rate = rate;
-        taken.rateFrom = rateFrom;
-        Delivery delivery;
-        course.take(taken, delivery);
-        return delivery;
-    }
-
-    static Sight session(std::uint64_t number) {
-        Sight sight;
-        sight.session = number;
-        return sight;
-    }
-    Course course;
-    std::vector<float> ring = std::vector<float>(100);
-};
-
 // The fault it would catch: samples of one rate in a file of another.
-TEST_F(CourseTest, ADeliveryHasOneRate) {
-    const auto facts = [](const Delivery& delivery) {
-        return std::tuple(delivery.samples.size(), delivery.rate, delivery.isBeginning);
+TEST(Course, ADeliveryHasOneRate) {
+    const struct {
+        std::uint64_t session, published;
+        double rate;
+        std::uint64_t rateFrom;
+        std::size_t samples;  // that come, all at one rate
+        double theirRate;
+        bool isBeginning;
+    } looks[] = {
+        {1, 0, 44100.0, 0, 0, 44100.0, false},
+        {1, 10, 44100.0, 0, 10, 44100.0, true},
+        {1, 30, 48000.0, 30, 20, 44100.0, false},
+        {1, 50, 48000.0, 30, 20, 48000.0, false},
+        {1, 90, 96000.0, 60, 10, 48000.0, false},
+        {1, 90, 96000.0, 60, 30, 96000.0, false},
+        {1, 500, 8000.0, 200, 100, 8000.0, false},  // after a loss
+        {2, 20, 32000.0, 10, 10, 0.0, true},        // told too late
+        {2, 20, 32000.0, 10, 10, 32000.0, false},
+        {2, 30, 0.0, ConnectionRateChanges, 10, 32000.0, false},
     };
-    see(session(1));
-    EXPECT_EQ(facts(take(0, 44100.0)), std::tuple(0u, 44100.0, false));
-    EXPECT_EQ(facts(take(10, 44100.0)), std::tuple(10u, 44100.0, true));
-    EXPECT_EQ(facts(take(30, 48000.0, 30)), std::tuple(20u, 44100.0, false));
-    EXPECT_EQ(facts(take(50, 48000.0, 30)), std::tuple(20u, 48000.0, false));
-    EXPECT_EQ(facts(take(90, 96000.0, 60)), std::tuple(10u, 48000.0, false));
-    EXPECT_EQ(facts(take(90, 96000.0, 60)), std::tuple(30u, 96000.0, false));
-    EXPECT_EQ(facts(take(500, 8000.0, 200)), std::tuple(100u, 8000.0, false));  // after a loss
-    see(session(2));
-    EXPECT_EQ(facts(take(20, 32000.0, 10)), std::tuple(10u, 0.0, true));  // told too late
-    EXPECT_EQ(facts(take(20, 32000.0, 10)), std::tuple(10u, 32000.0, false));
-    EXPECT_EQ(facts(take(30, 0.0, ConnectionRateChanges)), std::tuple(10u, 32000.0, false));
+    const std::vector<float> ring(100);
+    Course course;
+    for (const auto& [session, published, rate, rateFrom, samples, theirRate, isBeginning] :
+         looks) {
+        Sight sight;
+        sight.isThere = true;
+        sight.session = session;
+        Delivery delivery;
+        course.see(sight, 0, delivery);
+        const auto taken = std::min<std::uint64_t>(ring.size(), published - course.position());
+        course.take({TakenSamples::Result::Taken, published,
+                     std::span(ring).first(static_cast<std::size_t>(taken)), rate, rateFrom},
+                    delivery);
+        EXPECT_EQ(delivery.samples.size(), samples) << published;
+        EXPECT_EQ(delivery.rate, theirRate) << published;
+        EXPECT_EQ(delivery.isBeginning, isBeginning) << published;
+    }
 }
 
 }  // namespace
