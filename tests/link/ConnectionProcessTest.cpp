@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
@@ -23,23 +24,31 @@ int runPeer(const std::vector<std::string>& task,
     return test::runTool(peer, task).exitStatus;
 }
 
-// Faults: a slot that is lost when its master is killed, a crashed host's connection that comes
-// back under another number because someone listens.
-TEST(ConnectionProcess, AKilledMastersSlotIsFreeOrTakenOverFromWhoeverHoldsIt) {
-    EXPECT_NE(runPeer({"crash", "1000"}), 0);
+// Faults: a slot that its killed sender keeps, also because someone listens; samples that are taken
+// for sent though their block was never finished; a session that its successor doesn't know.
+TEST(ConnectionProcess, AKilledSenderLeavesWhatItPublishedAndItsSlot) {
+    EXPECT_EQ(runPeer({"crash", "1000"}), 9);
     EXPECT_FALSE(inspectConnection(0));  // it vanished with its last holder
 
     const auto holder = test::RawBlock::make(0);  // as a receiving program
-    const auto stateHolder = test::RawState::make(0);
-    EXPECT_NE(runPeer({"crash", "1000"}), 0);
-    EXPECT_EQ(holder->audio.ring[999], 999.0f);
+    const auto state = test::RawState::make(0);
+    EXPECT_EQ(runPeer({"crash", "1000"}), 9);
+    EXPECT_EQ(state->stream.claimed, 1500u);
     EXPECT_EQ(inspectConnection(0)->state, SenderState::Gone);
-    const std::uint64_t killed = stateHolder->session;
+    ConnectionListener listener(0);
+    const SenderFacts facts = *listener.sender();
+    EXPECT_EQ(facts.published, 1000u);
+    EXPECT_FALSE(facts.isEnded);
+    std::vector<float> buffer;
+    const TakenSamples taken = listener.take(facts.session, 0, buffer);
+    EXPECT_TRUE(std::ranges::equal(taken.samples, test::ramp(1000, 0)));
+    EXPECT_EQ(taken.end, 1000u);
+
     std::string name = "next *";
     const IOBridge<float> next(name);
     EXPECT_EQ(name, "next 1");
-    EXPECT_EQ(stateHolder->formerSession, killed);
-    EXPECT_EQ(stateHolder->formerPublished, 1000u);
+    EXPECT_EQ(state->formerSession, facts.session);
+    EXPECT_EQ(state->formerPublished, 1000u);
 }
 
 // As fast as both can.

@@ -1,17 +1,20 @@
 // The other process of the connection tests. What is sent is 0, 1, 2, ... modulo 40,009.
 //
-//   connection-peer crash SAMPLES          makes a connection, writes SAMPLES and dies at once
-//   connection-peer send [SPEED]           writes until it is killed or its last listener has left,
-//                                          SPEED samples a second or as fast as it can
+//   connection-peer crash SAMPLES          makes a connection, writes SAMPLES, and dies in the
+//   midst
+//                                          of another block
+//   connection-peer send [SPEED]           writes until its last listener has left, SPEED samples a
+//                                          second or as fast as it can
 //   connection-peer receive SLOT SAMPLES   listens until SAMPLES were sent, and exits with 0 if
 //                                          all that came were right
 #include "link/ConnectionListener.h"
 #include "link/IOBridge.h"
 #include "platform/Clock.h"
 
-#include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <memory>
+#include <numeric>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,8 +29,7 @@ constexpr std::uint32_t Period = 40'009, LongestBlock = 30'011;
 // Everything that waits gives up after this, so that a failing test ends.
 constexpr double MostSeconds = 20.0;
 
-// Blocks of all lengths. As fast as it can it never lets go of its processor, so that it is killed
-// in a block as a rule.
+// Blocks of all lengths.
 int send(double speed) {
     std::vector<float> table(Period + LongestBlock);
     for (std::uint32_t i = 0; i < table.size(); ++i)
@@ -49,6 +51,17 @@ int send(double speed) {
         wasHeard = isHeard;
     }
     return 3;
+}
+
+[[noreturn]] void crash(std::uint32_t samples) {
+    std::string name = "peer *";
+    IOBridge<float> bridge(name);
+    std::vector<float> sent(samples);
+    std::iota(sent.begin(), sent.end(), 0.0f);
+    bridge.write(sent.data(), samples);
+    std::signal(SIGSEGV, [](int) { std::_Exit(9); });  // nothing is destroyed
+    bridge.write(reinterpret_cast<const float*>(64), 500);
+    std::abort();
 }
 
 int receive(std::uint32_t slot, std::uint64_t samples) {
@@ -82,14 +95,7 @@ int main(int argc, char** argv) {
     const auto number = [&](int i) {
         return argc > i ? static_cast<std::uint32_t>(std::strtoul(argv[i], nullptr, 10)) : 0;
     };
-    if (task == "crash") {
-        std::string name = "peer *";
-        IOBridge<float> bridge(name);
-        std::vector<float> samples(number(2));
-        for (std::size_t i = 0; i < samples.size(); ++i)
-            samples[i] = static_cast<float>(i % Period);
-        bridge.write(samples.data(), number(2));
-        std::_Exit(9);  // nothing is destroyed
-    }
+    if (task == "crash")
+        crash(number(2));
     return task == "send" ? send(number(2)) : task == "receive" ? receive(number(2), number(3)) : 1;
 }
