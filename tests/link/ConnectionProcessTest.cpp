@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <optional>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -19,20 +19,15 @@
 namespace tarn {
 namespace {
 
-int runPeer(const std::vector<std::string>& task,
-            const std::string& peer = PROGRAM_connection_peer) {
-    return test::runTool(peer, task).exitStatus;
-}
-
 // Faults: a slot that its killed sender keeps, also because someone listens; samples that are taken
 // for sent though their block was never finished; a session that its successor doesn't know.
 TEST(ConnectionProcess, AKilledSenderLeavesWhatItPublishedAndItsSlot) {
-    EXPECT_EQ(runPeer({"crash", "1000"}), 9);
+    EXPECT_EQ(test::runTool(PROGRAM_connection_peer, {"crash", "1000"}).exitStatus, 9);
     EXPECT_FALSE(inspectConnection(0));  // it vanished with its last holder
 
     const auto holder = test::RawBlock::make(0);  // as a receiving program
     const auto state = test::RawState::make(0);
-    EXPECT_EQ(runPeer({"crash", "1000"}), 9);
+    EXPECT_EQ(test::runTool(PROGRAM_connection_peer, {"crash", "1000"}).exitStatus, 9);
     EXPECT_EQ(state->stream.claimed, 1500u);
     EXPECT_EQ(inspectConnection(0)->state, SenderState::Gone);
     ConnectionListener listener(0);
@@ -51,16 +46,59 @@ TEST(ConnectionProcess, AKilledSenderLeavesWhatItPublishedAndItsSlot) {
     EXPECT_EQ(state->formerPublished, 1000u);
 }
 
-// As fast as both can.
-void expectTransfer(const std::string& sender, const std::string& receiver) {
-    test::RunningTool sending(sender, {"send"});
-    EXPECT_EQ(runPeer({"receive", "0", "500000000"}, receiver), 0);
-    EXPECT_EQ(sending.result().exitStatus, 0);
+// The sender goes on as long as there is a listener.
+std::unique_ptr<ConnectionListener> listenTo(const test::RunningTool& sender) {
+    std::unique_ptr<ConnectionListener> listener;
+    do
+        listener = std::make_unique<ConnectionListener>(0);
+    while (sender.isRunning() && !(listener->hasBlock() && listener->session() != 0));
+    listener->beat();
+    return listener;
 }
 
 // Faults: samples that were torn while they were copied, a loss that isn't told.
-TEST(ConnectionProcess, ASecondProcessReceivesEverySampleRightly) {
-    expectTransfer(PROGRAM_connection_peer, PROGRAM_connection_peer);
+void expectRightOrTold(ConnectionListener& listener, std::uint64_t samples, std::uint64_t period) {
+    std::vector<float> buffer;
+    std::uint64_t position = 0, received = 0, wrong = 0;
+    while (position < samples || received == 0) {
+        listener.beat();
+        const TakenSamples taken = listener.take(listener.session(), position, buffer);
+        ASSERT_EQ(taken.result, TakenSamples::Result::Taken);
+        std::uint64_t at = taken.end - taken.samples.size();
+        wrong += at < position;
+        for (const float sample : taken.samples)
+            wrong += sample != static_cast<float>(at++ % period);
+        received += taken.samples.size();
+        position = taken.end;
+    }
+    EXPECT_EQ(wrong, 0u);
+}
+
+// As fast as both can; also from a process of the other width, if that one was built.
+TEST(ConnectionProcess, EverySampleOfAnotherProcessIsRightOrTold) {
+    for (const std::string peer : {PROGRAM_connection_peer, OTHER_WIDTH_PEER}) {
+        if (!std::filesystem::exists(peer))
+            continue;
+        test::RunningTool sending(peer, {"send"});
+        std::unique_ptr<ConnectionListener> listener = listenTo(sending);
+        expectRightOrTold(*listener, 500'000'000, 40'009);
+        listener.reset();
+        EXPECT_EQ(sending.result().exitStatus, 0);
+    }
+}
+
+// The same where ThreadSanitizer sees both.
+TEST(ConnectionThreads, EverySampleOfAnotherThreadIsRightOrTold) {
+    std::string name = "*";
+    IOBridge<float> master(name);
+    ConnectionListener listener(0);
+    constexpr std::uint32_t Samples = 16'000'000;  // that floats can count
+    std::thread sender([&] {
+        for (std::uint32_t n = 1, sent = 0; sent < Samples; n = n * 7 % 45'007)
+            sent += master.write(test::ramp(n, sent).data(), n);
+    });
+    expectRightOrTold(listener, Samples, UINT64_MAX);
+    sender.join();
 }
 
 // The fault it would catch: a description of the blocks by which nobody can write a receiver.
@@ -68,9 +106,7 @@ TEST(ConnectionProcess, TheReaderOfTheManualReceivesAndTellsWhatItLost) {
     EXPECT_EQ(test::runTool(PROGRAM_connection_reader, {"1", "1"}).exitStatus, 1);
     // At some speed that leaves the reader something.
     test::RunningTool sending(PROGRAM_connection_peer, {"send", "10000000"});
-    std::optional<ConnectionListener> listener;  // the sender goes on as long as there is one
-    while (sending.isRunning() && (!listener || !listener->hasBlock() || !listener->session()))
-        listener.emplace(0);
+    std::unique_ptr<ConnectionListener> listener = listenTo(sending);
     test::RunningTool reading(PROGRAM_connection_reader, {"1", "5000000"});
     while (reading.isRunning())
         listener->beat();
@@ -100,15 +136,6 @@ TEST(ConnectionProcess, TheReaderOfTheManualReceivesAndTellsWhatItLost) {
     ASSERT_EQ(result.bytes.size(), sent.size() * sizeof(float));
     EXPECT_EQ(std::memcmp(result.bytes.data(), sent.data(), result.bytes.size()), 0);
 }
-
-#if defined(OTHER_WIDTH_PEER)
-TEST(ConnectionProcess, ProcessesOfBothWidthsUnderstandEachOther) {
-    if (!std::filesystem::exists(OTHER_WIDTH_PEER))
-        GTEST_SKIP() << "the other width is not built";
-    expectTransfer(PROGRAM_connection_peer, OTHER_WIDTH_PEER);
-    expectTransfer(OTHER_WIDTH_PEER, PROGRAM_connection_peer);
-}
-#endif
 
 }  // namespace
 }  // namespace tarn

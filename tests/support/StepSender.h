@@ -89,7 +89,6 @@ public:
         stores_.pop_front();
     }
 
-    std::uint32_t number() const { return number_; }
     std::uint64_t sessionNumber() const { return 0x1'0000'0000 + number_; }
     bool tellsState() const { return tellsState_; }
 

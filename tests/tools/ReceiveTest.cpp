@@ -22,18 +22,10 @@ using testing::StartsWith;
 
 constexpr const char* Receive = PROGRAM_brimtide_receive;
 
-ToolResult runReceive(const std::vector<std::string>& arguments) {
-    return runTool(Receive, arguments);
-}
-
 std::unique_ptr<IOBridge<float>> makeSender(std::string name, double rate = 48000.0) {
     auto sender = std::make_unique<IOBridge<float>>(name);
     sender->owner().setRate(rate);
     return sender;
-}
-
-void send(IOBridge<float>& sender, std::uint32_t frames, std::uint32_t from = 1) {
-    sender.write(ramp(frames, from).data(), frames);
 }
 
 struct Audio {
@@ -87,22 +79,21 @@ TEST(Receive, DeliversOrTellsEverySampleOfASenderThatHurries) {
 
 // The faults it would catch: one file with two rates, another take overwritten.
 TEST(Receive, BeginsAnotherFileOrEndsWhenTheRateChanges) {
-    const auto record = [](const std::vector<std::string>& more) {
+    const Audio first{44100.0, ramp(1000)}, second{96000.0, ramp(500, 1001)};
+    const auto record = [&](const std::vector<std::string>& more) {
         std::unique_ptr<IOBridge<float>> sender = makeSender("vocal", 44100.0);
         std::vector<std::string> arguments{"record", "vocal", "--wait=30", "--until-end"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         RunningTool receiver(Receive, arguments);
         while (receiver.isRunning() && sender->owner().listeners() == 0)
             std::this_thread::yield();
-        send(*sender, 1000);
+        sender->write(first.samples.data(), 1000);
         receiver.awaitWords("44100 Hz");
         sender->owner().setRate(96000.0);
-        send(*sender, 500, 1001);
+        sender->write(second.samples.data(), 500);
         sender.reset();
         return receiver.result();
     };
-    const Audio first{44100.0, ramp(1000)}, second{96000.0, ramp(500, 1001)};
-
     const ToolFolder folder;
     folder.write("take 2.wav", "another take");
     folder.write("take 3.wav.missed.txt", "another take's list");
@@ -154,9 +145,10 @@ TEST(Receive, ClaimsNothingForASenderThatCantTell) {
 TEST(Receive, LeavesNothingBehindWhenNothingCame) {
     const ToolFolder folder;
     folder.write("old.wav", "an old take");
-    EXPECT_EQ(runReceive({"record", "-o", folder / "new.wav", "--wait=0.1"}).exitStatus, 3);
-    EXPECT_EQ(runReceive({"record", "1", "-fo", folder / "old.wav", "--wait=0.1"}).exitStatus, 3);
-    EXPECT_THAT(runReceive({"record", "-o", "-", "--wait=0.1"}), FieldsAre(3, "", _, ""));
+    EXPECT_EQ(runTool(Receive, {"record", "-o", folder / "new.wav", "--wait=0.1"}).exitStatus, 3);
+    EXPECT_EQ(runTool(Receive, {"record", "1", "-fo", folder / "old.wav", "--wait=0.1"}).exitStatus,
+              3);
+    EXPECT_THAT(runTool(Receive, {"record", "-o", "-", "--wait=0.1"}), FieldsAre(3, "", _, ""));
     EXPECT_EQ(folder.read("old.wav"), "an old take");
     EXPECT_EQ(folder.entries(), 1);
 }
@@ -169,7 +161,7 @@ TEST(Receive, RefusesWrongUseAtOnce) {
     folder.write("take 2.wav.missed.txt", "a list that would seem to be a new take's");
     const auto twins = {makeSender("twin"), makeSender("twin")};
     const auto expectRefusal = [](const std::vector<std::string>& use) {
-        EXPECT_EQ(runReceive(use).exitStatus, 2) << testing::PrintToString(use);
+        EXPECT_EQ(runTool(Receive, use).exitStatus, 2) << testing::PrintToString(use);
     };
     expectRefusal({});
     expectRefusal({"record"});
