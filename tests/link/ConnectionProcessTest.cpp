@@ -1,5 +1,4 @@
 #include "link/ConnectionInfo.h"
-#include "link/IOBridge.h"
 #include "support/Connections.h"
 #include "tools/Tool.h"
 
@@ -39,9 +38,7 @@ TEST(ConnectionProcess, AKilledSenderLeavesWhatItPublishedAndItsSlot) {
     EXPECT_TRUE(std::ranges::equal(taken.samples, test::ramp(1000, 0)));
     EXPECT_EQ(taken.end, 1000u);
 
-    std::string name = "next *";
-    const IOBridge<float> next(name);
-    EXPECT_EQ(name, "next 1");
+    EXPECT_EQ(test::makeSender("next *")->name(), "next 1");
     EXPECT_EQ(state->formerSession, facts.session);
     EXPECT_EQ(state->formerPublished, 1000u);
 }
@@ -89,13 +86,12 @@ TEST(ConnectionProcess, EverySampleOfAnotherProcessIsRightOrTold) {
 
 // The same where ThreadSanitizer sees both.
 TEST(ConnectionThreads, EverySampleOfAnotherThreadIsRightOrTold) {
-    std::string name = "*";
-    IOBridge<float> master(name);
+    const auto master = test::makeSender();
     ConnectionListener listener(0);
     constexpr std::uint32_t Samples = 16'000'000;  // that floats can count
     std::thread sender([&] {
         for (std::uint32_t n = 1, sent = 0; sent < Samples; n = n * 7 % 45'007)
-            sent += master.write(test::ramp(n, sent).data(), n);
+            sent += master->write(test::ramp(n, sent).data(), n);
     });
     expectRightOrTold(listener, Samples, UINT64_MAX);
     sender.join();

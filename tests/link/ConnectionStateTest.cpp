@@ -1,5 +1,4 @@
 #include "link/ConnectionInfo.h"
-#include "link/IOBridge.h"
 #include "support/Connections.h"
 
 #include <gmock/gmock.h>
@@ -16,6 +15,7 @@
 namespace tarn {
 namespace {
 
+using test::makeSender;
 using test::NoProcess;
 using test::ramp;
 using test::RawBlock;
@@ -23,21 +23,15 @@ using test::RawState;
 using testing::ElementsAre;
 using testing::FieldsAre;
 
-using Bridge = IOBridge<float>;
 using Result = TakenSamples::Result;
 
-std::unique_ptr<Bridge> makeMaster(const SenderNames& names = {}) {
-    std::string pattern = "*";
-    return std::make_unique<Bridge>(pattern, names);
-}
-
-void send(Bridge& bridge, std::uint32_t frames) {
-    bridge.write(ramp(frames).data(), frames);
+void send(IOBridge<float>& sender, std::uint32_t frames) {
+    sender.write(ramp(frames).data(), frames);
 }
 
 // Faults: a session that begins with the last one's values, or that a receiver takes for it.
 TEST(ConnectionState, TellsASendersLifeFromItsBeginningToItsEnd) {
-    auto master = makeMaster({std::string(100, 'h'), "a product"});
+    auto master = makeSender("*", {std::string(100, 'h'), "a product"});
     const RawState state(0);
     EXPECT_EQ(state->host, std::string(63, 'h'));
     const std::uint64_t first = state->session;
@@ -57,7 +51,7 @@ TEST(ConnectionState, TellsASendersLifeFromItsBeginningToItsEnd) {
     EXPECT_THAT(now(), ElementsAre(64, 1, 1, 1));
     EXPECT_EQ(state->owner, 0u);
 
-    master = makeMaster();
+    master = makeSender("*");
     EXPECT_TRUE(state->session != first && state->session != 0);
     EXPECT_EQ(state->formerSession, first);
     EXPECT_EQ(state->formerPublished, 70'300u);
@@ -121,7 +115,7 @@ TEST(ConnectionState, ASlotBelongsToTheProcessThatOwnsItsState) {
             (*state)->stream = {100, 100, 0.0, 0};
             (*state)->ended = ended;
         }
-        EXPECT_EQ(makeMaster()->name(), name)
+        EXPECT_EQ(makeSender("*")->name(), name)
             << int{mark} << ended << ' ' << session << ' ' << stamp << ' ' << writeIndex;
         block->masterInUse = 0;
         if (state)
@@ -133,7 +127,7 @@ TEST(ConnectionState, ASlotBelongsToTheProcessThatOwnsItsState) {
     future->major = 2;
     future->owner = 5;
     future->stream = {};
-    const auto master = makeMaster();
+    const auto master = makeSender("*");
     EXPECT_EQ(master->name(), "1");
     send(*master, 10);
     EXPECT_EQ(future->owner, 5u);
@@ -144,7 +138,7 @@ TEST(ConnectionState, ASlotBelongsToTheProcessThatOwnsItsState) {
 // Two processes that search at the same moment are as good as two threads.
 TEST(ConnectionState, InstancesThatSearchAtTheSameMomentNeverShareASlot) {
     for (int round = 0; round < 20; ++round) {
-        std::vector<std::unique_ptr<Bridge>> bridges[4];
+        std::vector<std::unique_ptr<IOBridge<float>>> bridges[4];
         std::vector<std::thread> threads;
         std::atomic<int> ready{0};
         for (auto& own : bridges)
@@ -152,7 +146,7 @@ TEST(ConnectionState, InstancesThatSearchAtTheSameMomentNeverShareASlot) {
                 for (++ready; ready < 4;) {
                 }
                 for (int i = 0; i < 4; ++i)
-                    own.push_back(makeMaster());
+                    own.push_back(makeSender("*"));
             });
         for (std::thread& thread : threads)
             thread.join();
@@ -197,7 +191,7 @@ TEST(ConnectionState, ListenersAreCountedWhileTheyGiveSignsOfLife) {
 // rate of rubbish, a listener that writes into a layout that it doesn't know.
 TEST(ConnectionListener, TrustsAStateOnlyWhileTheBlockAgreesWithIt) {
     test::setCalendar(1000);
-    const auto master = makeMaster();
+    const auto master = makeSender("*");
     send(*master, 100'000);
     const RawBlock block(0);
     const RawState state(0);

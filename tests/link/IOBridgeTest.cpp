@@ -1,5 +1,4 @@
 #include "link/ConnectionInfo.h"
-#include "link/IOBridge.h"
 #include "support/Connections.h"
 
 #include <gmock/gmock.h>
@@ -15,6 +14,7 @@
 namespace tarn {
 namespace {
 
+using test::makeSender;
 using test::ramp;
 using test::RawBlock;
 using test::setCalendar;
@@ -24,10 +24,6 @@ using Bridge = IOBridge<float>;
 using Samples = std::vector<float>;
 
 constexpr std::int64_t Noon = 1'790'000'000;
-
-std::unique_ptr<Bridge> makeMaster(std::string pattern = "Connection #*") {
-    return std::make_unique<Bridge>(pattern);
-}
 
 void writeRamp(Bridge& bridge, std::uint32_t frames, std::uint32_t from = 1) {
     EXPECT_EQ(bridge.write(ramp(frames, from).data(), frames), frames);
@@ -73,15 +69,15 @@ TEST(IOBridge, InstancesTakeTheFirstFreeSlotAndThe33rdIsASink) {
     // Over the same block, since this process has probed it and keeps it.
     writeRamp(*bridges[0], 10);
     bridges[0].reset();
-    EXPECT_EQ(makeMaster()->name(), "Connection #1");
+    EXPECT_EQ(makeSender()->name(), "Connection #1");
     EXPECT_THAT(counters(), ElementsAre(0, 0, 0));
     EXPECT_EQ(RawBlock(0)->lastWriteTime[0], 0u);
 }
 
 // Faults: a star that stays, a name that leaves the rest of a longer one behind or needs an end.
 TEST(IOBridge, ThePatternIsResolvedAndNamesAreCutAt32Bytes) {
-    EXPECT_EQ(makeMaster("*/*")->name(), "1/1");
-    const auto bridge = makeMaster("a much longer name");
+    EXPECT_EQ(makeSender("*/*")->name(), "1/1");
+    const auto bridge = makeSender("a much longer name");
     EXPECT_EQ(bridge->name(), "a much longer name");
     EXPECT_TRUE(bridge->setName("short"));
     EXPECT_EQ(std::string(RawBlock(0)->name, 32), std::string("short") + std::string(27, '\0'));
@@ -95,7 +91,7 @@ TEST(IOBridge, ThePatternIsResolvedAndNamesAreCutAt32Bytes) {
 TEST(IOBridge, ResyncMovesTheWritersIndexByItsTwoRules) {
     const std::tuple<std::int32_t, std::uint32_t, std::uint32_t> steps[] = {
         {-100, 300, 200}, {150, 450, 50}, {INT32_MIN, 50, 50}, {16384, 16434, 50 - 16384u}};
-    const auto bridge = makeMaster();
+    const auto bridge = makeSender();
     RawBlock(0)->audio.count = 200;
     for (const auto& [offset, readIndex, count] : steps) {
         bridge->resync(offset);
@@ -108,7 +104,7 @@ TEST(IOBridge, ResyncMovesTheWritersIndexByItsTwoRules) {
 // Faults: a beginning that the rule doesn't name, a full ring that is taken for new samples.
 TEST(IOBridge, AReaderStartsByThePrerollRuleAndThenGetsEachSampleOnce) {
     setCalendar(Noon);
-    const auto master = makeMaster();
+    const auto master = makeSender();
     writeRamp(*master, 1000);
     Bridge slave(OpenSlot{0});
     EXPECT_EQ(take(slave, 512), Samples(512, 0.0f));  // 2 x 512 are not there yet
@@ -136,7 +132,7 @@ TEST(IOBridge, AReaderStartsByThePrerollRuleAndThenGetsEachSampleOnce) {
 // Faults: an age that is off by a second, a sample that is lost or comes twice after a pause.
 TEST(IOBridge, AWriterThatFallsSilentIsDeadAfterASecondAndFreshForTen) {
     setCalendar(Noon);
-    const auto master = makeMaster();
+    const auto master = makeSender();
     EXPECT_EQ(connectionStatus(0), ConnectionInUse);  // created: no stamp yet
     writeRamp(*master, 1000);
     Bridge slave(OpenSlot{0});
@@ -168,7 +164,7 @@ TEST(IOBridge, AWriterThatFallsSilentIsDeadAfterASecondAndFreshForTen) {
 // Faults: a master that is missed or taken for its successor, a latency that a receiver sets.
 TEST(IOBridge, ASlaveOutlivesItsMasterAndStartsAnewWithTheNext) {
     EXPECT_FALSE(Bridge(OpenSlot{32}).hasBlock() || Bridge(OpenName{"nobody"}).hasBlock());
-    auto master = makeMaster("guitar");
+    auto master = makeSender("guitar");
     Bridge slave(OpenName{"guitar"});
     EXPECT_TRUE(slave.isAttached() && slave.hasMaster());
     master->setInputLatency(64);
@@ -180,7 +176,7 @@ TEST(IOBridge, ASlaveOutlivesItsMasterAndStartsAnewWithTheNext) {
     EXPECT_EQ(connectionStatus(0), ConnectionHasSlave);
     EXPECT_FALSE(findConnection("guitar"));
 
-    const auto next = makeMaster("bass");
+    const auto next = makeSender("bass");
     EXPECT_TRUE(!slave.isAttached() && slave.hasMaster());
     slave.attach();
     writeRamp(*next, 100);
@@ -194,7 +190,7 @@ TEST(IOBridge, LookingMarksNothingAndKeepsNothingButAProbeKeeps) {
     foreign->masterInUse = 1;
     std::memcpy(foreign->name, "by hand", 8);
     EXPECT_EQ(inspectConnection(31)->name, "by hand");
-    const auto other = makeMaster("by hand");
+    const auto other = makeSender("by hand");
     foreign->lastWriteTime[0] = Noon;
     EXPECT_EQ(findConnection("by hand"), 31u);
     writeRamp(*other, 1);
@@ -214,7 +210,7 @@ TEST(IOBridge, AnObstructedSlotIsSteppedOver) {
     const auto tooShort = platform::SharedMemory::create(connectionMappingName(0), 4096);
     ASSERT_TRUE(tooShort);
     EXPECT_EQ(connectionStatus(0), 0u);
-    EXPECT_EQ(makeMaster()->name(), "Connection #2");
+    EXPECT_EQ(makeSender()->name(), "Connection #2");
 }
 
 // The fault it would catch: a word of the block that is trusted. What is read of a state block, the
@@ -222,7 +218,7 @@ TEST(IOBridge, AnObstructedSlotIsSteppedOver) {
 TEST(IOBridge, ABlockOfRandomBytesIsHarmless) {
     std::mt19937 random(3);
     setCalendar(Noon);
-    const auto master = makeMaster();
+    const auto master = makeSender();
     Bridge slave(OpenSlot{0});
     const RawBlock block(0);
     auto* words = reinterpret_cast<std::uint32_t*>(&*block);

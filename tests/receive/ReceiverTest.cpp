@@ -1,5 +1,4 @@
 #include "Receiver.h"
-#include "link/IOBridge.h"
 #include "support/Connections.h"
 
 #include <gtest/gtest.h>
@@ -24,9 +23,9 @@ protected:
         platform::setHighResolutionClock([]() noexcept { return clockNow; });
     }
 
-    void startSender(std::string name = "Connection #*") {
+    void startSender(const std::string& name = "Connection #*") {
         sender_.reset();  // before the next one looks for a slot
-        sender_ = std::make_unique<IOBridge<float>>(name);
+        sender_ = test::makeSender(name);
         sender_->resync(ConnectionPreroll);
         sent_ = 0;
         expected_ = 1;
@@ -36,12 +35,8 @@ protected:
         look();
     }
 
-    // As blocks of a host.
-    void send(std::uint32_t frames, std::uint32_t blockFrames = 480) {
-        for (const std::uint32_t end = sent_ + frames; sent_ < end;) {
-            const std::uint32_t block = std::min(end - sent_, blockFrames);
-            sent_ += sender_->write(test::ramp(block, sent_ + 1).data(), block);
-        }
+    void send(std::uint32_t frames) {
+        sent_ += sender_->write(test::ramp(frames, sent_ + 1).data(), frames);
     }
 
     static void pass(double seconds) { clockNow += seconds; }
@@ -144,14 +139,12 @@ TEST_F(ReceiverTest, ItBeginsWithTheFirstSampleIfItWaitedElseHalfARingBehind) {
 TEST_F(ReceiverTest, ASecondSenderOfANameIsJoinedWhereItIs) {
     for (const bool isThereFirst : {true, false}) {
         receive({{}, "guitar"});
-        std::string name = "guitar", other = "other";
-        auto first = std::make_unique<IOBridge<float>>(name);
+        auto first = test::makeSender("guitar");
         first->write(test::ramp(10).data(), 10);
         if (!isThereFirst)
             look();
-        std::string again = "guitar";
-        IOBridge<float> second(again);
-        second.write(test::ramp(90'000).data(), 90'000);
+        const auto second = test::makeSender("guitar");
+        second->write(test::ramp(90'000).data(), 90'000);
         look();
         first.reset();
         std::size_t received = 0;
@@ -168,8 +161,7 @@ TEST_F(ReceiverTest, ASecondSenderOfANameIsJoinedWhereItIs) {
     startSender("pair");
     send(90'000);
     pass(5.0);
-    std::string name = "pair";
-    auto other = std::make_unique<IOBridge<float>>(name);
+    auto other = test::makeSender("pair");
     other->write(nullptr, 0);
     receive({{}, "pair"});
     look();
@@ -200,8 +192,7 @@ TEST_F(ReceiverTest, NumbersAndNamesAreFollowedToTheNextSender) {
     startSenderAndLook("guitar");
     send(50);
     sender_.reset();
-    std::string other = "drums";
-    const IOBridge<float> drums(other);  // takes the slot
+    const auto other = test::makeSender("drums");  // takes the slot
     const Delivery delivery = look();
     EXPECT_EQ(delivery.missed, 50u);
     EXPECT_TRUE(delivery.samples.empty());
@@ -288,10 +279,10 @@ TEST_F(OldSenderTest, TellsTheGapsThatItSeesAndPromisesNothing) {
 
 // Faults: a number told that nobody can know; a sender that runs faster than the receiver was told.
 TEST_F(OldSenderTest, AfterARingsTimeTheNumberOfMissedSamplesIsUnknown) {
-    for (const auto& [framesIn10ms, absence] : {std::pair(480, 1.0), {1920, 0.3}}) {
+    for (const auto& [framesIn10ms, absence] : {std::pair(480u, 1.0), {1920u, 0.3}}) {
         startSenderAndLook();
         for (int i = 0; i < 200; ++i) {
-            send(static_cast<std::uint32_t>(framesIn10ms));
+            send(framesIn10ms);
             pass(0.01);
             expectContinuation();
         }

@@ -1,12 +1,13 @@
 // What the tests of connections share.
 #pragma once
 
-#include "link/ConnectionState.h"
+#include "link/IOBridge.h"
 #include "platform/Clock.h"
 #include "platform/Process.h"
 #include "platform/SharedMemory.h"
 
 #include <cstdint>
+#include <memory>
 #include <numeric>
 #include <string>
 #include <type_traits>
@@ -26,6 +27,12 @@ inline std::vector<float> ramp(std::uint32_t frames, std::uint32_t from = 1) {
     std::vector<float> samples(frames);
     std::iota(samples.begin(), samples.end(), static_cast<float>(from));
     return samples;
+}
+
+/// The sending end under a name, which may be a pattern.
+inline std::unique_ptr<IOBridge<float>> makeSender(std::string name = "Connection #*",
+                                                   const SenderNames& names = {}) {
+    return std::make_unique<IOBridge<float>>(name, names);
 }
 
 /// A look into one of a slot's two blocks as a foreign program has it, by the raw name and offsets.

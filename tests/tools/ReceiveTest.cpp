@@ -1,6 +1,5 @@
 // The receiving program as its users meet it, with senders of this process and of the host's.
 #include "host/AudioFile.h"
-#include "link/IOBridge.h"
 #include "support/Connections.h"
 #include "tools/Tool.h"
 
@@ -21,12 +20,6 @@ using testing::Not;
 using testing::StartsWith;
 
 constexpr const char* Receive = PROGRAM_brimtide_receive;
-
-std::unique_ptr<IOBridge<float>> makeSender(std::string name, double rate = 48000.0) {
-    auto sender = std::make_unique<IOBridge<float>>(name);
-    sender->owner().setRate(rate);
-    return sender;
-}
 
 struct Audio {
     double rate;
@@ -81,7 +74,8 @@ TEST(Receive, DeliversOrTellsEverySampleOfASenderThatHurries) {
 TEST(Receive, BeginsAnotherFileOrEndsWhenTheRateChanges) {
     const Audio first{44100.0, ramp(1000)}, second{96000.0, ramp(500, 1001)};
     const auto record = [&](const std::vector<std::string>& more) {
-        std::unique_ptr<IOBridge<float>> sender = makeSender("vocal", 44100.0);
+        std::unique_ptr<IOBridge<float>> sender = makeSender("vocal");
+        sender->owner().setRate(44100.0);
         std::vector<std::string> arguments{"record", "vocal", "--wait=30", "--until-end"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         RunningTool receiver(Receive, arguments);

@@ -1,6 +1,5 @@
 // How the receiving program ends at a signal, and what a disk that is full does to the tools.
 #include "host/AudioFile.h"
-#include "link/IOBridge.h"
 #include "support/Connections.h"
 #include "tools/Tool.h"
 
@@ -17,8 +16,7 @@ namespace {
 TEST(ReceiveEnd, EverySignalLeavesAWholeFile) {
     for (const int signal : {SIGINT, SIGTERM, SIGKILL}) {
         const ToolFolder folder;
-        std::string name = "x";
-        IOBridge<float> sender(name, {"host", "product"});
+        const auto sender = makeSender();
         const std::string take = folder / "take.wav";
         const pid_t process = ::fork();
         if (process == 0) {
@@ -26,9 +24,9 @@ TEST(ReceiveEnd, EverySignalLeavesAWholeFile) {
                     nullptr);
             ::_exit(127);
         }
-        while (sender.owner().listeners() == 0)
+        while (sender->owner().listeners() == 0)
             std::this_thread::yield();
-        sender.write(ramp(5000).data(), 5000);
+        sender->write(ramp(5000).data(), 5000);
         std::size_t bytes = 0;
         while (bytes < 5000 * sizeof(float))
             bytes = folder.read("take.wav").size();
@@ -47,12 +45,11 @@ TEST(ReceiveEnd, AFullDiskIsToldByEveryTool) {
     for (const std::string& use : uses)
         EXPECT_EQ(runTool("/bin/sh", {"-c", use + " >/dev/full"}).exitStatus, 2) << use;
 
-    std::string name = "x";
-    IOBridge<float> sender(name, {"host", "product"});
-    sender.owner().setRate(48000.0);
+    const auto sender = makeSender("x");
+    sender->owner().setRate(48000.0);
     RunningTool receiver("/bin/sh", {"-c", PROGRAM_brimtide_receive " record x -o - >/dev/full"});
     while (receiver.isRunning())
-        sender.write(ramp(100).data(), 100);
+        sender->write(ramp(100).data(), 100);
     EXPECT_EQ(receiver.result().exitStatus, 2);
 }
 
