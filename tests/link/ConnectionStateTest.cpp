@@ -34,6 +34,7 @@ TEST(ConnectionState, TellsASendersLifeFromItsBeginningToItsEnd) {
     auto master = makeSender("*", {std::string(100, 'h'), "a product"});
     const RawState state(0);
     EXPECT_EQ(state->host, std::string(63, 'h'));
+    EXPECT_EQ(state->formerSession, 0u);
     const std::uint64_t first = state->session;
     send(*master, 300);
     master->owner().setRate(44'100.0);
