@@ -18,8 +18,6 @@ namespace tarn {
 class LogFolder final : public ProductIdentity {
 public:
     LogFolder() { ProductIdentity::set(this); }
-    LogFolder(const LogFolder&) = delete;
-    LogFolder& operator=(const LogFolder&) = delete;
     ~LogFolder() override {
         close();
         ProductIdentity::set(nullptr);

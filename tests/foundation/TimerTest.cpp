@@ -93,13 +93,7 @@ TEST_F(TimerTest, DeletionAndStopsWaitForTheTickThatRuns) {
         timer->stop(true);
         EXPECT_TRUE(ended);
     };
-    const std::function<void()> ways[] = {[&] { timer.reset(); },
-                                          [&] {
-                                              std::thread other(stop);
-                                              stop();
-                                              other.join();
-                                          }};
-    for (const auto& end : ways) {
+    for (const bool deletes : {true, false}) {
         timer = std::make_unique<Timer>(nullptr, &message, 1.0, false);
         ended = false;
         Signal inside;
@@ -115,7 +109,12 @@ TEST_F(TimerTest, DeletionAndStopsWaitForTheTickThatRuns) {
         inside.wait();
         timer->stop(false);  // returns though the tick runs
         ending.raise();
-        end();
+        if (deletes) {
+            timer.reset();
+        } else {
+            const std::jthread other(stop);
+            stop();
+        }
         EXPECT_TRUE(ended);
     }
 }
@@ -124,33 +123,29 @@ TEST_F(TimerTest, DeletionAndStopsWaitForTheTickThatRuns) {
 TEST_F(TimerTest, StopInsideADeliveryThatTheTickWantsDoesntDeadlock) {
     for (const bool tickComesLate : {false, true}) {
         Radio sender(nullptr);
-        SystemMessage stopTimer(&sender, 1, 0);
+        const auto say = [&sender](std::int32_t code) {
+            SystemMessage said(&sender, code, 0);
+            sender.transmit(said);
+        };
         Timer timer(nullptr, &message, 1.0, false);
         Signal inside;
         Signal stopping;
-        Signal done;
         const Hearer ofTicks(timer, [&](Message&) {
             inside.raise();
             stopping.wait();
             if (tickComesLate)
                 yieldOften();
-            SystemMessage other(&sender, 2, 0);
-            sender.transmit(other);
+            say(2);
         });
         const Hearer ofSender(sender, [&](Message& heard) {
-            if (heard.code != stopTimer.code)
+            if (heard.code == 2)
                 return;
             timer.start();
             inside.wait();
             stopping.raise();
             timer.stop(true);
         });
-        std::thread owner([&] {
-            sender.transmit(stopTimer);
-            done.raise();
-        });
-        done.wait();
-        owner.join();
+        say(1);
         EXPECT_FALSE(timer.isRunning());
     }
 }
@@ -193,9 +188,8 @@ TEST_F(TimerTest, WithstandsEightThreads) {
                 for (int i = 0; i < 20; ++i)
                     acts[dice(4)]();
             };
-            std::thread other(act);
+            const std::jthread other(act);
             act();
-            other.join();
         }
     });
 }
