@@ -174,7 +174,8 @@ TEST(File, IsChosenWhereOneWasLastOpenedAndOverwrittenOnlyWhenTheUserAgrees) {
     MessageAnswer answer = Cancel;
     std::string dialogs;
     setDialogAnswers({[&](const MessageRequest& request) {
-                          dialogs += request.text + (request.parented ? "|" : "");
+                          EXPECT_TRUE(request.kind == MessageKind::Ask && request.parented);
+                          dialogs += request.text + "|";
                           return std::exchange(answer, Cancel);
                       },
                       [&](const FileRequest& request) {

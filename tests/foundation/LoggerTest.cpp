@@ -28,7 +28,7 @@ TEST(Logger, KeepsWhatReachesTheThresholdWithTheTimeSinceItsStart) {
     for (int frames : {512, 512})
         logger.watch(LogMachine, "host blocksize", frames);
     logger.setThreshold(LogDetail);
-    logger.log(LogDetail, std::string_view("100 % whole"));
+    logger.log(LogDetail, std::string_view("100 % whole, cut", 11));
     folder.close();
     platform::setHighResolutionClock(nullptr);
     EXPECT_THAT(folder.lines(true),
