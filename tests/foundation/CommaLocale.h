@@ -2,6 +2,10 @@
 // such a locale built in, also in the C library.
 #pragma once
 
+#include "platform/FileSystem.h"
+
+#include <gtest/gtest.h>
+
 #include <clocale>
 #include <locale>
 
@@ -9,7 +13,11 @@ namespace tarn {
 
 class CommaLocale {
 public:
-    CommaLocale() { std::setlocale(LC_NUMERIC, "German"); }  // NOLINT(concurrency-mt-unsafe)
+    CommaLocale() {
+        const char* const set =
+            std::setlocale(LC_NUMERIC, "German");  // NOLINT(concurrency-mt-unsafe)
+        EXPECT_TRUE(set != nullptr || platform::PathSeparator == '/');
+    }
     ~CommaLocale() {
         std::locale::global(before_);
         std::setlocale(LC_NUMERIC, "C");  // NOLINT(concurrency-mt-unsafe)
