@@ -80,12 +80,17 @@ TEST(System, SetsTheHeapAndTheCallingThreadsFloatingPointUp) {
     _mm_setcsr(before);
 }
 
-TEST(System, TellsWindowsVersionsApart) {
+TEST(System, MapsVersionsAndCursorsFromTheirNumbers) {
     const std::tuple<unsigned, unsigned, int> versions[] = {{4, 2, 0}, {5, 0, 1}, {5, 1, 2},
                                                             {5, 2, 3}, {6, 2, 4}, {10, 0, 2}};
     for (const auto& [major, minor, level] : versions)
         EXPECT_EQ(System::getOSLevel(platform::WindowsVersion{major, minor}), level) << major;
     EXPECT_EQ(System::getOSLevel(std::nullopt), 2);
+    using enum platform::CursorShape;
+    int kind = 0;
+    for (const auto shape : {Arrow, Move, LeftRight, UpDown, LeftRight, LeftRight, UpDown, UpDown,
+                             Arrow, Hand, Wait, Arrow})
+        EXPECT_EQ(System::getCursorShape(kind++), shape) << kind;
 }
 
 TEST(CPUAssembly, TellsProcessorsOldAndNewFromTheirBits) {
