@@ -17,8 +17,6 @@
 namespace tarn::platform {
 namespace {
 
-constexpr std::uint32_t TickMs = 10;  // of the moments that the system tells
-
 std::uint32_t msSinceTheMachineStarted() {
     timespec now{};
     ::clock_gettime(CLOCK_BOOTTIME, &now);
@@ -28,12 +26,11 @@ std::uint32_t msSinceTheMachineStarted() {
 // Faults: a slot that stays taken for as long as a killed host's parent forgets it; a moment that
 // two processes of the same id could share.
 TEST(LinuxProcess, AZombieIsGone) {
-    const std::uint32_t before = msSinceTheMachineStarted() - TickMs;
-    std::FILE* const peer = ::popen("exec '" PROGRAM_process_peer "' name", "r");
+    const std::uint32_t before = msSinceTheMachineStarted() - 10;  // moments are told in ticks
+    std::FILE* const peer = ::popen("exec '" PROGRAM_process_peer "' 0", "r");
     ProcessName name = 0;
     ASSERT_EQ(std::fscanf(peer, "%" SCNu64, &name), 1);
-    const auto start = static_cast<std::uint32_t>(name >> 32);
-    EXPECT_LE(start - before, msSinceTheMachineStarted() - before);
+    EXPECT_LE((name >> 32) - before, msSinceTheMachineStarted() - before);
     siginfo_t info;
     ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(name), &info, WEXITED | WNOWAIT), 0);
     EXPECT_EQ(lifeOf(name, processSpace()), ProcessLife::Gone);
@@ -41,31 +38,26 @@ TEST(LinuxProcess, AZombieIsGone) {
     EXPECT_EQ(lifeOf(name, processSpace()), ProcessLife::Gone);
 }
 
-bool looksLikeAZombie(pid_t process) {
-    std::string line;
-    std::getline(std::ifstream("/proc/" + std::to_string(process) + "/stat"), line);
-    return line.find(") Z ") != std::string::npos;
-}
-
 // Faults: a program whose name looks like what follows it; one whose first thread has ended, so
-// that it looks like a zombie.
+// that it looks like a zombie; a file that stays open.
 TEST(LinuxProcess, OddProgramsRun) {
-    const ProcessName here = currentProcess();
     EXPECT_EQ(std::filesystem::read_symlink("/proc/self/ns/pid"),
               "pid:[" + std::to_string(processSpace()) + "]");
+    const ProcessName here = currentProcess();
     const int nextFile = ::dup(STDIN_FILENO);
     ::close(nextFile);
     ::pthread_setname_np(::pthread_self(), "a) Z 1 (b) S");
     EXPECT_EQ(lifeOf(here, processSpace()), ProcessLife::Running);
-    EXPECT_EQ(::dup(STDIN_FILENO), nextFile) << "a file stays open";
+    EXPECT_EQ(::dup(STDIN_FILENO), nextFile);
 
     const pid_t child = ::fork();
     if (child == 0) {
         std::thread([] { ::pause(); }).detach();
         ::syscall(SYS_exit, 0);  // of this thread alone
     }
-    while (!looksLikeAZombie(child))
-        std::this_thread::yield();
+    const std::string status = "/proc/" + std::to_string(child) + "/stat";
+    for (std::string line; line.find(") Z ") == std::string::npos; std::this_thread::yield())
+        std::getline(std::ifstream(status), line);
     const auto withoutItsStart = static_cast<ProcessName>(child);
     EXPECT_EQ(lifeOf(withoutItsStart, processSpace()), ProcessLife::Unknown);
     ::kill(child, SIGKILL);
