@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <iterator>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,14 +24,6 @@ namespace {
 
 double now = 0.0;
 
-// The next number of the input, of zeros after its end.
-template <typename Number>
-Number take(FuzzedDataProvider& input) {
-    Number number{};
-    input.ConsumeData(&number, sizeof number);
-    return number;
-}
-
 // The places that anything is read from, but for the ring.
 constexpr std::size_t BlockFields[] = {0x00,    0x04,    0x24,    0x28,    0x30,   0x34,
                                        0x20038, 0x2003C, 0x20040, 0x20044, 0x20054};
@@ -39,19 +31,16 @@ constexpr std::size_t BlockFields[] = {0x00,    0x04,    0x24,    0x28,    0x30,
 void look(receive::Receiver& receiver) {
     const receive::Delivery delivery = receiver.look();
     require(delivery.samples.size() <= ConnectionRingSamples);
-    if (!delivery.samples.empty())
-        fuzz::touch(delivery.samples.data(), static_cast<long long>(delivery.samples.size()));
+    fuzz::touch(delivery.samples);
     require(delivery.rate >= 0.0 && delivery.rate <= ConnectionHighestRate);
-    if (delivery.isComplete)
-        require(receiver.isComplete());
+    require(!delivery.isComplete || receiver.isComplete());
 }
 
 void list() {
     for (const ConnectionInfo& info : presentConnections()) {
         require(info.name.size() <= ConnectionNameBytes && info.level >= 0.0f);
-        if (info.sender)
-            require(info.sender->host.size() < ConnectionStateTextBytes &&
-                    info.sender->listeners <= static_cast<int>(ConnectionListeners));
+        require(!info.sender || (info.sender->host.size() < ConnectionStateTextBytes &&
+                                 info.sender->listeners <= static_cast<int>(ConnectionListeners)));
     }
 }
 
@@ -73,40 +62,37 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::memset(state, 0, ConnectionStateSize);
 
     FuzzedDataProvider input(data, size);
+    const auto takeByte = [&input] {
+        std::uint8_t byte = 0;
+        input.ConsumeData(&byte, 1);
+        return byte;
+    };
     receive::Receiver byNumber({0, {}}, 48000.0), byName({{}, ""}, 48000.0), any({}, 48000.0);
-    std::unique_ptr<IOBridge<float>> sender;
-    std::vector<float> samples(1000);
+    std::string name;
+    std::optional<IOBridge<float>> sender;
+    const std::vector<float> samples(1000);
     while (input.remaining_bytes() > 0) {
-        const auto action = take<std::uint8_t>(input);
+        const std::uint8_t action = takeByte();
         switch (action % 8) {
             case 0:
-            case 1: {
-                const std::size_t field =
-                    BlockFields[take<std::uint8_t>(input) % std::size(BlockFields)];
-                const auto value = take<std::uint32_t>(input);
-                std::memcpy(block + field, &value, sizeof value);
+            case 1:
+                input.ConsumeData(block + BlockFields[takeByte() % std::size(BlockFields)], 4);
                 break;
-            }
             case 2:
-            case 3: {
-                const std::size_t field = take<std::uint8_t>(input) % 0x60 * 8;  // up to the places
-                const auto value = take<std::uint64_t>(input);
-                std::memcpy(state + field, &value, sizeof value);
+            case 3:
+                input.ConsumeData(state + takeByte() % 0x60 * 8, 8);  // up to the places
                 break;
-            }
             case 4:
                 look(action & 0x80 ? byName : action & 0x40 ? any : byNumber);
                 break;
             case 5:
                 list();
                 break;
-            case 6: {
-                std::string name = "*";
+            case 6:
                 sender.reset();
                 if (action & 0x80)
-                    sender = std::make_unique<IOBridge<float>>(name);
+                    sender.emplace(name = "*");
                 break;
-            }
             default:
                 now += action / 16.0;
                 if (sender)
