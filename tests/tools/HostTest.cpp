@@ -100,17 +100,18 @@ TEST(Host, LeadsAPluginThroughItsLifeInOrder) {
                       "--save-chunk", fixture / "chunk"});
     EXPECT_EQ(result.exitStatus, 0) << result.errors;
     EXPECT_EQ(fixture.read("chunk"),
-              "open\nrate 1000\nblock size 64\nchannels 2 2\nset 0.25\nresume\nstart\n"
+              "open 0\nrate 1000\nblock size 64\nchannels 2 2\nset 0.25\nmains 1\nstart 0\n"
               "50 frames at 0, level 4, latency 77\nset 1.00\n"
               "100 frames at 50, level 4, latency 77\n"
-              "100 frames at 150, level 4, latency 77\nstop\nsuspend\n");
+              "100 frames at 150, level 4, latency 77\nstop 0\nmains 0\n");
 
     // And a second life that begins where the first one's chunk ended.
     fixture.play({"--frames", "3", "--load-chunk", fixture / "chunk", "--save-chunk",
                   fixture / "second", "--in-place", "--realtime"});
     EXPECT_EQ(fixture.read("second"),
               fixture.read("chunk") +
-                  "resume\nstart\n3 frames at 0, level 2, latency 0, in place\nstop\nsuspend\n");
+                  "mains 1\nstart 0\n3 frames at 0, level 2, latency 0, in place\n"
+                  "stop 0\nmains 0\n");
 }
 
 // Texts of plug-ins come in any encoding; JSON has one, and consoles obey control characters.
@@ -130,12 +131,13 @@ TEST(Host, ReportsWhatAPluginSaysOfItself) {
                       HasSubstr("\n  0:\n    name: Gain\n    value: 1.0\n")));
 }
 
-// Faults: samples that the product changes, a parameter set at another frame, a block lost.
+// Faults: samples that the product changes, a parameter set at another frame, a block lost, one
+// instance too many for the connections there are, a text of the product's that overruns.
 TEST(HostWithBrimtide, PassesItsInputOnSampleForSample) {
     const ToolFolder folder;
     const std::string sent = folder / "sent.wav", out = folder / "out.wav";
     for (const char* channels : {"--channels=1", "--channels=2", "--channels=1:2"})
-        for (const char* other : {"--seed=9", "--in-place", "--instances=3"}) {
+        for (const char* other : {"--seed=9", "--in-place", "--instances=40"}) {
             SCOPED_TRACE(std::string(channels) + other);
             const ToolResult result =
                 runHost({"play", PROGRAM_Brimtide, "--signal=noise", "--rate=8000", "--seconds=3",
@@ -154,19 +156,7 @@ TEST(HostWithBrimtide, PassesItsInputOnSampleForSample) {
     for (std::vector<float>& channel : longer)
         channel.push_back(0.0f);
     EXPECT_EQ(audioIn(out), longer);
-}
-
-// Its texts are also seen to fit their buffers, by the host.
-TEST(HostWithBrimtide, IsWhatHostsKnow) {
-    const ToolResult report = runHost({"info", PROGRAM_Brimtide, "--json"});
-    EXPECT_THAT(report, FieldsAre(0, _, "", _));
-    const auto facts = nlohmann::json::parse(report.output);
-    using nlohmann::json;
-    EXPECT_EQ(json({facts["name"], facts["vendor"], facts["product"], facts["uniqueID"]}),
-              json({"Brimtide", "Quorl", "Brimtide", "QrlA"}));
-    EXPECT_EQ(json({facts["version"], facts["inputs"], facts["outputs"]}), json({1200, 2, 2}));
-    const json& mute = facts["parameters"][0];
-    EXPECT_EQ(json({mute["name"], mute["display"], mute["label"]}), json({"MuteOut", "Off", ""}));
+    EXPECT_THAT(runHost({"info", PROGRAM_Brimtide}), FieldsAre(0, HasSubstr("QrlA"), "", _));
 }
 
 }  // namespace

@@ -77,8 +77,10 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
     Instance instance;
     AEffect& record = *instance.record;
     EXPECT_EQ(std::tuple(record.magic, record.numPrograms, record.numParams, record.numInputs,
-                         record.numOutputs, record.flags, record.ioRatio, record.version),
-              std::tuple(kEffectMagic, 0, 1, 2, 2, effFlagsCanReplacing, 1.0f, 1200));
+                         record.numOutputs, record.flags, record.ioRatio, record.version,
+                         record.uniqueID),
+              std::tuple(kEffectMagic, 0, 1, 2, 2, effFlagsCanReplacing, 1.0f, 1200,
+                         fourCharacters("QrlA")));
     std::map<int, VstIntPtr> answers{{effIdentify, fourCharacters("NvEf")},
                                      {effGetVendorVersion, 1200},
                                      {effGetVstVersion, 2400},
@@ -128,6 +130,7 @@ TEST(VSTPlugin, TellsReceiversWhatTheHostTells) {
     const auto sender = [] { return *inspectConnection(0)->sender; };
     Instance instance;
     EXPECT_EQ(sender().host, std::string(63, 'x'));
+    EXPECT_EQ(inspectConnection(0)->name, "Connection #1");
     EXPECT_FALSE(sender().isOffline);
     instance.resume();
     EXPECT_TRUE(sender().isOffline);
