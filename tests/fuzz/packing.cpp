@@ -26,11 +26,6 @@ std::string base64(std::string_view bytes) {
     return text;
 }
 
-void unpackOld(std::string_view text, std::size_t size) {
-    if (isOldPacking(text))
-        require(unpackOldData(text, size).size == size);
-}
-
 // No failure is allowed here.
 void packAndUnpack(std::string_view bytes) noexcept {
     const std::string text = packData(bytes.data(), bytes.size());
@@ -50,10 +45,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const int way = data[0] % 4;
     if (way < 2)
         require(unpackData(way == 0 ? std::string(rest) : base64(rest)).size <= MaxDataBytes);
-    else if (way == 2)
-        unpackOld(rest, rest.size() * (data[0] / 4U) / 50);
-    else
+    else if (const std::size_t old = rest.size() * (data[0] / 4U) / 50; way == 3)
         packAndUnpack(rest);
+    else if (isOldPacking(rest))
+        require(unpackOldData(rest, old).size == old);
     return 0;
 } catch (const std::exception&) {
     return 0;
