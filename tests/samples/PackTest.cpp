@@ -52,9 +52,7 @@ TEST(Pack, HoldsTheFilesThatLoad) {
     EXPECT_TRUE(readPack(File(folder.path("none.pack")), nullptr).empty());
 
     const std::size_t first = 16 + 4 + wave('a').size();
-    for (std::size_t size = 0; size <= whole.size(); ++size)
-        EXPECT_EQ(namesIn(whole.substr(0, size)).size(),
-                  (size >= first) + (size + 1 >= whole.size()));
+    EXPECT_EQ(namesIn(whole.substr(0, whole.size() - 2)), Names{"kick"});
     EXPECT_EQ(namesIn(std::string(whole).replace(10, 1, "x")), Names({"kick", "snare"}));
     EXPECT_EQ(namesIn(std::string(whole).replace(9, 1, "x")), Names());
     const std::string lying = std::string("no body\0\xff\xff\xff\xff", 12);
