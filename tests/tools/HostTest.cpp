@@ -156,7 +156,8 @@ TEST(HostWithBrimtide, PassesItsInputOnSampleForSample) {
     for (std::vector<float>& channel : longer)
         channel.push_back(0.0f);
     EXPECT_EQ(audioIn(out), longer);
-    EXPECT_THAT(runHost({"info", PROGRAM_Brimtide}), FieldsAre(0, HasSubstr("QrlA"), "", _));
+    EXPECT_THAT(runHost({"info", PROGRAM_Brimtide}),
+                FieldsAre(0, HasSubstr("plugAsSend: yes"), "", _));
 }
 
 }  // namespace
