@@ -45,7 +45,10 @@ using Buffers = std::array<float*, 2>;
 // An instance as a host has it: the record alone.
 class Instance {
 public:
-    ~Instance() { EXPECT_EQ(call(effClose), 1); }
+    ~Instance() {
+        EXPECT_EQ(call(effClose), 1);
+        EXPECT_FALSE(inspectConnection(0)) << "it keeps its connection";
+    }
 
     VstIntPtr call(VstInt32 opcode, VstInt32 index = 0, VstIntPtr value = 0, void* ptr = nullptr,
                    float opt = 0.0f) {
