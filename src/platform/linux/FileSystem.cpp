@@ -69,13 +69,13 @@ std::string linkTarget(std::string path) {
     return {};
 }
 
-// Also for root, whom permissions don't stop.
 // A folder, a device, a pipe or a socket.
 bool isNoRegularFile(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
 }
 
+// Also for root, whom permissions don't stop.
 bool isWriteProtected(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 &&
