@@ -1,5 +1,7 @@
 #include "foundation/Message.h"
 
+#include "foundation/MessageSlot.h"
+
 namespace tarn {
 
 namespace {
@@ -51,6 +53,10 @@ std::unique_ptr<Message> ControlMessage::clone() const {
     return copyOf(*this);
 }
 
+void ControlMessage::copyInto(MessageSlot& slot) const noexcept {
+    slot.make<ControlMessage>(sender, code, position, payload).extent = extent;
+}
+
 MidiMessage::MidiMessage(Radio* from, std::int32_t what, const void* data,
                          std::int32_t second) noexcept
     : Message(from, MessageType::Midi, what, pointerPayload(data, second)), companion(second) {
@@ -58,8 +64,27 @@ MidiMessage::MidiMessage(Radio* from, std::int32_t what, const void* data,
         std::memcpy(&event, data, sizeof event);
 }
 
+MidiMessage::MidiMessage(Radio* from, std::int32_t what, const void* data, const NoteEvent& values,
+                         std::int32_t second) noexcept
+    : MidiMessage(from, what, data, second) {
+    note = values;
+}
+
 std::unique_ptr<Message> MidiMessage::clone() const {
-    return copyOf(*this);
+    auto copy = copyOf(*this);
+    copy->payload = payloadOfCopy();
+    return copy;
+}
+
+void MidiMessage::copyInto(MessageSlot& slot) const noexcept {
+    auto& copy = slot.make<MidiMessage>(sender, code, nullptr, note, companion);
+    copy.event = event;
+    copy.payload = payloadOfCopy();
+}
+
+// A note's pointer stays behind.
+std::uint64_t MidiMessage::payloadOfCopy() const noexcept {
+    return code == NoteOn || code == OtherNote ? pointerPayload(nullptr, companion) : payload;
 }
 
 const void* MidiMessage::data() const noexcept {
@@ -75,8 +100,28 @@ ParameterMessage::ParameterMessage(Radio* from, std::int32_t what, const Message
       cloneNumber(number),
       mode(source) {}
 
+ParameterMessage::ParameterMessage(Radio* from, std::int32_t what, const MessageText& name,
+                                   std::int32_t number, const std::string& newText,
+                                   std::int32_t source) noexcept
+    : ParameterMessage(from, what, name, number, toPayload(newText.c_str()), 0.0F, source) {
+    text = newText;
+    hasText = true;
+}
+
 std::unique_ptr<Message> ParameterMessage::clone() const {
-    return copyOf(*this);
+    auto copy = std::make_unique<ParameterMessage>(*this);
+    if (hasText)
+        copy->payload = toPayload(copy->text.view().data());
+    return copy;
+}
+
+void ParameterMessage::copyInto(MessageSlot& slot) const noexcept {
+    auto& copy = slot.make<ParameterMessage>(sender, code, slot.keepId(parameterName), cloneNumber,
+                                             payload, value, mode);
+    copy.text = slot.keepText(text);
+    copy.hasText = hasText;
+    if (hasText)
+        copy.payload = toPayload(copy.text.view().data());
 }
 
 PluginMessage::PluginMessage(Radio* from, std::int32_t what, std::uint64_t value) noexcept
@@ -86,12 +131,20 @@ std::unique_ptr<Message> PluginMessage::clone() const {
     return copyOf(*this);
 }
 
+void PluginMessage::copyInto(MessageSlot& slot) const noexcept {
+    slot.make<PluginMessage>(sender, code, payload).text = slot.keepText(text);
+}
+
 ResourceMessage::ResourceMessage(Radio* from, std::int32_t what, const MessageText& name,
                                  std::uint64_t value) noexcept
     : Message(from, MessageType::Resource, what, value), resourceName(name.view()) {}
 
 std::unique_ptr<Message> ResourceMessage::clone() const {
     return copyOf(*this);
+}
+
+void ResourceMessage::copyInto(MessageSlot& slot) const noexcept {
+    slot.make<ResourceMessage>(sender, code, slot.keepId(resourceName), payload);
 }
 
 WindowMessage::WindowMessage(Radio* from, std::int32_t what, void* window) noexcept
@@ -123,6 +176,17 @@ std::unique_ptr<Message> WindowMessage::clone() const {
     return copyOf(*this);
 }
 
+void WindowMessage::copyInto(MessageSlot& slot) const noexcept {
+    auto& copy =
+        slot.make<WindowMessage>(sender, code, target, WindowPosition{position, keyCode}, payload);
+    copy.previousPosition = previousPosition;
+    copy.rectangle = rectangle;
+    copy.text = slot.keepText(text);
+    copy.regionStart = regionStart;
+    copy.regionEnd = regionEnd;
+    copy.button = button;
+}
+
 TimerMessage::TimerMessage(Radio* from, std::int32_t what, std::uint32_t id,
                            std::uint64_t value) noexcept
     : Message(from, MessageType::Timer, what, value), timerId(id) {}
@@ -131,11 +195,22 @@ std::unique_ptr<Message> TimerMessage::clone() const {
     return copyOf(*this);
 }
 
+void TimerMessage::copyInto(MessageSlot& slot) const noexcept {
+    auto& copy = slot.make<TimerMessage>(sender, code, timerId, payload);
+    copy.intervalMs = intervalMs;
+    copy.elapsed = elapsed;
+    copy.sinceLastTick = sinceLastTick;
+}
+
 SystemMessage::SystemMessage(Radio* from, std::int32_t what, std::uint64_t value) noexcept
     : Message(from, MessageType::System, what, value) {}
 
 std::unique_ptr<Message> SystemMessage::clone() const {
     return copyOf(*this);
+}
+
+void SystemMessage::copyInto(MessageSlot& slot) const noexcept {
+    slot.make<SystemMessage>(sender, code, payload);
 }
 
 }  // namespace tarn

@@ -2,12 +2,19 @@
 //
 // Making and transmitting a message allocates nothing. Therefore a message doesn't own its texts:
 // it refers to characters of the function that transmits it. A listener that wants to keep a
-// message after `receive` calls `clone`. The clone has its own copies of the texts.
+// message after `receive` calls `clone`. The clone has its own copies of the texts. A MessageQueue
+// keeps messages too, in MessageSlots, which allocate nothing.
+//
+// Some payloads are pointers to what only the transmitter knows to be there. In a copy they must
+// not be followed: the control of HoverBegin, the target of SetPaintTarget, the data of a
+// MidiMessage, and the characters behind a ParameterMessage that was made without its text. Notes
+// and texts travel as values beside the pointer, and in a copy these values count.
 #pragma once
 
 #include "foundation/Point.h"
 #include "foundation/Rect.h"
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -17,6 +24,7 @@
 
 namespace tarn {
 
+class MessageSlot;
 class Radio;
 
 /// A text in a message. Made from characters, it refers to them, and they must outlive it; a
@@ -82,8 +90,7 @@ T fromPayload(std::uint64_t payload) noexcept {
     return value;
 }
 
-/// Base of all messages; each family is a class. For one thread at a time. In some families
-/// `payload` is a pointer, which may lead nowhere once `transmit` has returned, in clones too.
+/// Base of all messages; each family is a class. For one thread at a time.
 class Message {
 public:
     virtual std::unique_ptr<Message> clone() const = 0;
@@ -99,6 +106,12 @@ protected:
         : sender(from), type(family), code(what), payload(value) {}
     Message(const Message&) = default;
     Message& operator=(const Message&) = delete;
+
+private:
+    friend class MessageSlot;
+
+    // Makes a copy with all fields in the empty slot, which has room for it. No allocation.
+    virtual void copyInto(MessageSlot& slot) const noexcept = 0;
 };
 
 /// Between the editor and its controls.
@@ -123,6 +136,9 @@ public:
 
     Point position;
     Point extent;  // a second point or a size
+
+private:
+    void copyInto(MessageSlot& slot) const noexcept override;
 };
 
 /// A controller or program event.
@@ -132,26 +148,48 @@ struct MidiEvent {
     std::int32_t extra = 0;
 };
 
+/// A note as a value; class Note says what the fields mean.
+struct NoteEvent {
+    std::int32_t type = 0;  // a Note::Type
+    std::int16_t channel = 0;
+    std::int16_t key = 0;
+    std::int16_t velocity = 0;
+    std::int16_t extra = 0;
+    std::array<std::uint32_t, 2> data{};
+    std::int16_t forcedVoice = -1;  // negative for any
+
+    bool operator==(const NoteEvent&) const = default;
+};
+
 class MidiMessage : public Message {
 public:
     enum Code : std::int32_t {
-        NoteOn = 0,
-        OtherNote = 1,
-        Event = 2,  // `event` holds a copy of what `data` points to
+        NoteOn = 0,     // `note` holds the note's values
+        OtherNote = 1,  // the same
+        Event = 2,      // `event` holds a copy of what `data` points to
         TuningChanged = 3,
     };
 
     /// `data` must point to a MidiEvent when `code` is Event, or be null.
     MidiMessage(Radio* from, std::int32_t what, const void* data, std::int32_t second) noexcept;
+
+    /// Of a note: `values` are those of the Note that `data` points to.
+    MidiMessage(Radio* from, std::int32_t what, const void* data, const NoteEvent& values,
+                std::int32_t second) noexcept;
     std::unique_ptr<Message> clone() const override;
 
-    /// What the transmitter pointed to, such as a note. Not to be used once `transmit` has
-    /// returned, which a clone can't know.
+    /// What the transmitter pointed to. Not to be used once `transmit` has returned. Null in the
+    /// copy of a note.
     const void* data() const noexcept;
 
     MidiEvent event;
+    NoteEvent note;
     std::int32_t
         companion;  // with the pointer; on systems of 32 bits also the payload's upper half
+
+private:
+    void copyInto(MessageSlot& slot) const noexcept override;
+    std::uint64_t payloadOfCopy() const noexcept;
 };
 
 class ParameterMessage : public Message {
@@ -162,15 +200,27 @@ public:
         StoreSecondary = 2002,
     };
 
-    /// `plain` is the value's bytes. For a text it is a pointer, which clones must not follow.
+    /// `plain` is the value's bytes.
     ParameterMessage(Radio* from, std::int32_t what, const MessageText& name, std::int32_t number,
                      std::uint64_t plain, float normalised, std::int32_t source) noexcept;
+
+    /// Of a text parameter. The payload points to the text's zero-terminated characters, in a copy
+    /// to the copy's own. A temporary string doesn't compile.
+    ParameterMessage(Radio* from, std::int32_t what, const MessageText& name, std::int32_t number,
+                     const std::string& newText, std::int32_t source) noexcept;
+    ParameterMessage(Radio* from, std::int32_t what, const MessageText& name, std::int32_t number,
+                     std::string&& newText, std::int32_t source) = delete;
     std::unique_ptr<Message> clone() const override;
 
     MessageText parameterName;
-    float value;  // normalised, 0.0 to 1.0
+    MessageText text;      // the value of a text parameter,
+    bool hasText = false;  // if this is true
+    float value;           // normalised, 0.0 to 1.0; 0.0 of a text
     std::int32_t cloneNumber;
     std::int32_t mode;  // the change's source
+
+private:
+    void copyInto(MessageSlot& slot) const noexcept override;
 };
 
 class PluginMessage : public Message {
@@ -187,6 +237,9 @@ public:
     std::unique_ptr<Message> clone() const override;
 
     MessageText text;
+
+private:
+    void copyInto(MessageSlot& slot) const noexcept override;
 };
 
 class ResourceMessage : public Message {
@@ -198,6 +251,9 @@ public:
     std::unique_ptr<Message> clone() const override;
 
     MessageText resourceName;
+
+private:
+    void copyInto(MessageSlot& slot) const noexcept override;
 };
 
 /// Where something happened, and with which key.
@@ -264,6 +320,9 @@ public:
     std::int32_t regionStart = 0;  // of a dropped sample, in frames
     std::int32_t regionEnd = 0;
     std::int32_t button;  // what `code` tells, a Button
+
+private:
+    void copyInto(MessageSlot& slot) const noexcept override;
 };
 
 class TimerMessage : public Message {
@@ -279,6 +338,9 @@ public:
     double intervalMs = 0.0;
     double elapsed = 0.0;        // seconds since the start
     double sinceLastTick = 0.0;  // seconds
+
+private:
+    void copyInto(MessageSlot& slot) const noexcept override;
 };
 
 class SystemMessage : public Message {
@@ -293,6 +355,9 @@ public:
 
     SystemMessage(Radio* from, std::int32_t what, std::uint64_t value) noexcept;
     std::unique_ptr<Message> clone() const override;
+
+private:
+    void copyInto(MessageSlot& slot) const noexcept override;
 };
 
 /// A four-character code, as timers are identified by: the first character in the highest byte.

@@ -35,7 +35,9 @@ bool BrimtideEngine::receive(Message& message) {
         return Radio::receive(message);
     const auto& change = static_cast<const ParameterMessage&>(message);
     if (change.parameterName == BrimtideIDName) {
-        if (const char* name = fromPayload<const char*>(change.payload))
+        if (change.hasText)
+            bridge_.setName(change.text);
+        else if (const char* name = fromPayload<const char*>(change.payload))
             bridge_.setName(name);
         return true;
     }

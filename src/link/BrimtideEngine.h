@@ -41,9 +41,9 @@ public:
     /// channel's level. Does nothing without a pin on each side. Audio thread.
     void process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept;
 
-    /// Takes the new value of "BrimtideID", the connection's name (the payload points to its
-    /// zero-terminated text, or is null), and of "MuteOutput" (the payload's low byte). Any thread;
-    /// muting allocates nothing.
+    /// Takes the new value of "BrimtideID", the connection's name (the message's text; without one
+    /// the payload points to the zero-terminated name, or is null), and of "MuteOutput" (the
+    /// payload's low byte). Any thread; muting allocates nothing.
     bool receive(Message& message) override;
 
     /// Whether the plug-in's own output is silent; the connection goes on. Any thread.

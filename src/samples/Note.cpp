@@ -13,24 +13,28 @@ std::int16_t keyWithin(std::int16_t key) noexcept {
 
 }  // namespace
 
+Note::Note(Radio* owner, const NoteEvent& values) noexcept : values_(values), owner_(owner) {
+    values_.key = keyWithin(values.key);
+}
+
 void Note::setMidi(std::int32_t status, std::int16_t channel, std::int16_t key,
                    std::int16_t velocity, std::int16_t extra, std::uint32_t data0,
                    std::uint32_t data1) noexcept {
     if (status == NoteOnStatus)
-        type_ = NoteOn;
+        values_.type = NoteOn;
     else if (status == NoteOffStatus)
-        type_ = NoteOff;
-    channel_ = channel;
-    key_ = keyWithin(key);
-    velocity_ = velocity;
-    extra_ = extra;
-    data_ = {data0, data1};
+        values_.type = NoteOff;
+    values_.channel = channel;
+    values_.key = keyWithin(key);
+    values_.velocity = velocity;
+    values_.extra = extra;
+    values_.data = {data0, data1};
     hasChanged_ = true;
 }
 
 void Note::setKey(std::int16_t key) noexcept {
-    hasChanged_ = hasChanged_ || keyWithin(key) != key_;
-    key_ = keyWithin(key);
+    hasChanged_ = hasChanged_ || keyWithin(key) != values_.key;
+    values_.key = keyWithin(key);
 }
 
 }  // namespace tarn

@@ -27,6 +27,9 @@ public:
     /// With a copy of the event, which alone makes no note of it.
     Note(Radio* owner, const MidiEvent& event) : event_(event), owner_(owner) {}
 
+    /// With the values that a message brought.
+    Note(Radio* owner, const NoteEvent& values) noexcept;
+
     Note(const Note&) = default;
     Note& operator=(const Note&) = default;
     virtual ~Note() = default;
@@ -40,18 +43,21 @@ public:
     void setKey(std::int16_t key) noexcept;
 
     /// The voice that is to play the note, by its number; negative for any.
-    void setForcedVoice(std::int16_t voice) noexcept { forcedVoice_ = voice; }
+    void setForcedVoice(std::int16_t voice) noexcept { values_.forcedVoice = voice; }
 
     void setUnchanged() noexcept { hasChanged_ = false; }
 
-    std::int32_t getType() const noexcept { return type_; }
+    /// What a message takes along.
+    NoteEvent toEvent() const noexcept { return values_; }
+
+    std::int32_t getType() const noexcept { return values_.type; }
     const MidiEvent& getEvent() const noexcept { return event_; }
-    std::int16_t getChannel() const noexcept { return channel_; }
-    std::int16_t getKey() const noexcept { return key_; }
-    std::int16_t getVelocity() const noexcept { return velocity_; }  // 0 to 127 in MIDI
-    std::int16_t getExtra() const noexcept { return extra_; }
-    const std::array<std::uint32_t, 2>& getData() const noexcept { return data_; }
-    std::int16_t getForcedVoice() const noexcept { return forcedVoice_; }
+    std::int16_t getChannel() const noexcept { return values_.channel; }
+    std::int16_t getKey() const noexcept { return values_.key; }
+    std::int16_t getVelocity() const noexcept { return values_.velocity; }  // 0 to 127 in MIDI
+    std::int16_t getExtra() const noexcept { return values_.extra; }
+    const std::array<std::uint32_t, 2>& getData() const noexcept { return values_.data; }
+    std::int16_t getForcedVoice() const noexcept { return values_.forcedVoice; }
     Radio* getOwner() const noexcept { return owner_; }
 
     /// Since it was made, or since `setUnchanged`: true for a new note.
@@ -63,14 +69,8 @@ public:
     std::uint32_t sequence = 0;
 
 private:
-    std::int32_t type_ = None;
+    NoteEvent values_;
     MidiEvent event_{0, 0.0f, 0};
-    std::int16_t channel_ = 0;
-    std::int16_t key_ = 0;
-    std::int16_t velocity_ = 0;
-    std::int16_t extra_ = 0;
-    std::array<std::uint32_t, 2> data_{};
-    std::int16_t forcedVoice_ = -1;
     Radio* owner_;
     bool hasChanged_ = true;
 };

@@ -1,68 +1,133 @@
-#include "foundation/Message.h"
+#include "foundation/MessageSlot.h"
 #include "foundation/Radio.h"
 #include "support/AllocationCount.h"
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 using namespace tarn;
 
 namespace {
 
-const std::string longText(5000, 'x');
+const std::string text = "longer than a string keeps inside itself";
+
+// In a clone's clone and in a slot's copy; the slot allocates nothing.
+template <typename Family, typename Fields>
+void expectKept(const Family& message, Fields fields) {
+    const auto clone = message.clone()->clone();
+    MessageSlot slot;
+    const long before = test::allocationsOfThisThread();
+    EXPECT_TRUE(slot.store(PluginMessage(nullptr, 0, 0)) && slot.store(message));
+    EXPECT_EQ(test::allocationsOfThisThread(), before);
+    for (Message* copy : {clone.get(), slot.message()}) {
+        EXPECT_TRUE(copy->sender == message.sender && copy->code == message.code);
+        EXPECT_EQ(fields(dynamic_cast<Family&>(*copy)), fields(message));
+    }
+}
 
 }  // namespace
 
-// Fault: an allocation on the audio thread, for those messages that hold a text.
-TEST(Message, MakingAndTransmittingAllocatesNothing) {
+// Faults: an allocation on the audio thread, which sends these in every block; a field that is left
+// out of a copy, or taken for another one; a note that is read where it was before.
+TEST(Message, SendingAllocatesNothingAndCopiesKeepEveryField) {
     Radio station(nullptr);
     Radio listener(nullptr);
     listener.tuneIn(&station);
+    const MidiEvent event{7, 0.5F, 9};
+    const NoteEvent values{1, 2, 3, 4, 5, {6, 7}, 8};
     const long before = test::allocationsOfThisThread();
-    ParameterMessage parameter(&station, ParameterMessage::ValueChanged, longText, 0, 0, 0.5F, 0);
-    PluginMessage plugin(&station, PluginMessage::ProgramChanged, 3);
-    plugin.text = longText;
-    ResourceMessage resource(&station, ResourceMessage::ResourceLoaded, longText, 0);
-    WindowMessage window(&station, WindowMessage::DropFile, Point{1, 2}, DroppedText{longText});
-    for (Message* message :
-         std::initializer_list<Message*>{&parameter, &plugin, &resource, &window})
+    ControlMessage control(&station, 1, {1, 2}, 3);
+    control.extent = {4, 5};
+    MidiMessage midi(&station, MidiMessage::Event, &event, -1);
+    MidiMessage note(&station, MidiMessage::NoteOn, &values, values, 9);
+    ParameterMessage number(&station, 1, text, 1, 2, 0.5F, 3);
+    ParameterMessage name(&station, 1, "Name", 4, text, 5);
+    PluginMessage plugin(&station, 1, 2);
+    plugin.text = text;
+    ResourceMessage resource(&station, 1, text, 2);
+    WindowMessage window(&station, WindowMessage::DropSample, {1, 2}, {text, 11, 12});
+    window.target = &control;
+    window.keyCode = 3;
+    window.payload = 4;
+    window.previousPosition = {5, 6};
+    window.rectangle = {7, 8, 9, 10};
+    window.button = WindowMessage::RightButton;
+    TimerMessage timer(&station, 1, 2, 3);
+    timer.intervalMs = 3.5;
+    timer.elapsed = 4.5;
+    timer.sinceLastTick = 5.5;
+    SystemMessage system(&station, 1, 2);
+    for (Message* message : std::initializer_list<Message*>{
+             &control, &midi, &note, &number, &name, &plugin, &resource, &window, &timer, &system})
         station.transmit(*message);
     EXPECT_EQ(test::allocationsOfThisThread(), before);
     listener.disconnect();
+
+    expectKept(control, [](auto& m) { return std::tuple(m.payload, m.position, m.extent); });
+    expectKept(midi, [](auto& m) {
+        return std::tuple(m.data(), m.event.controller, m.event.value, m.event.extra, m.companion);
+    });
+    for (const std::int32_t code : {MidiMessage::NoteOn, MidiMessage::OtherNote}) {
+        note.code = code;
+        expectKept(note, [&](auto& m) {
+            return std::tuple(m.note, m.companion, m.data() == (&m == &note ? &values : nullptr));
+        });
+    }
+    for (const ParameterMessage* parameter : {&number, &name})
+        expectKept(*parameter, [](auto& m) {
+            return std::tuple(m.parameterName.str(), m.text.str(), m.cloneNumber, m.value, m.mode,
+                              m.hasText ? fromPayload<const char*>(m.payload) : std::string(),
+                              m.hasText ? 0 : m.payload);
+        });
+    expectKept(plugin, [](auto& m) { return std::tuple(m.payload, m.text.str()); });
+    expectKept(resource, [](auto& m) { return std::tuple(m.payload, m.resourceName.str()); });
+    expectKept(window, [](auto& m) {
+        return std::tuple(m.payload, m.target, m.position, m.keyCode, m.previousPosition,
+                          m.rectangle, m.text.str(), m.regionStart, m.regionEnd, m.button);
+    });
+    expectKept(timer, [](auto& m) {
+        return std::tuple(m.payload, m.timerId, m.intervalMs, m.elapsed, m.sinceLastTick);
+    });
+    expectKept(system, [](auto& m) { return m.payload; });
 }
 
-// Fault: a queued message that reads a text, an event or a type of a stack that is gone, or that
-// confuses its fields.
-TEST(Message, ACopyOutlivesWhatItWasMadeFrom) {
-    const auto copyOf = [](const Message& message) { return message.clone()->clone(); };
-    const auto changed = copyOf(ParameterMessage(nullptr, ParameterMessage::ValueChanged,
-                                                 std::string_view(std::string(longText)), 4,
-                                                 toPayload(true), 0.25F, 2));
-    const auto& parameter = dynamic_cast<ParameterMessage&>(*changed);
-    EXPECT_TRUE(parameter.parameterName == longText && fromPayload<bool>(parameter.payload));
-    EXPECT_TRUE(parameter.cloneNumber == 4 && parameter.value == 0.25F && parameter.mode == 2);
+// Faults: an event read from what is none, or from null; a button, or a payload, of other codes.
+TEST(Message, HoldsWhatItsCodeTells) {
+    for (const auto& [code, data] :
+         {std::pair(MidiMessage::Event, static_cast<const void*>(nullptr)),
+          {MidiMessage::NoteOn, text.data()}})
+        EXPECT_EQ(MidiMessage(nullptr, code, data, 0).event.controller, -1);
 
-    const auto drop = copyOf(WindowMessage(nullptr, WindowMessage::DropSample, Point{3, 4},
-                                           DroppedText{std::string(longText), 100, 2000}));
-    const auto& dropped = dynamic_cast<WindowMessage&>(*drop);
-    EXPECT_TRUE(dropped.text == longText && dropped.position == (Point{3, 4}));
-    EXPECT_TRUE(dropped.regionStart == 100 && dropped.regionEnd == 2000);
-
-    auto event = std::make_unique<MidiEvent>(MidiEvent{7, 0.5F, 9});
-    const void* const source = event.get();
-    const auto turned = copyOf(MidiMessage(nullptr, MidiMessage::Event, source, -3));
-    event.reset();
-    const auto& controller = dynamic_cast<MidiMessage&>(*turned);
-    EXPECT_TRUE(controller.event.controller == 7 && controller.companion == -3);
-    EXPECT_EQ(controller.data(), source);
-    EXPECT_EQ(MidiMessage(nullptr, MidiMessage::NoteOn, longText.data(), 0).event.controller, -1);
-    EXPECT_EQ(MidiMessage(nullptr, MidiMessage::Event, nullptr, 0).event.controller, -1);
+    for (std::int32_t code = WindowMessage::LeftDown; code <= WindowMessage::SetPaintTarget;
+         ++code) {
+        const WindowMessage window(nullptr, code, nullptr);
+        EXPECT_EQ(window.button, code < 3003 ? 1 : code < 3006 ? 4 : 0) << code;
+        EXPECT_EQ(window.payload, 0U);
+    }
+    EXPECT_EQ(ControlMessage(nullptr, ControlMessage::HelpHide).payload, 0U);
 }
 
-// Fault: a click of the left button that acts as one of the right.
-TEST(Message, TellsTheButtonOfTheWindowsEvents) {
-    for (std::int32_t code = WindowMessage::LeftDown; code <= WindowMessage::MouseMove; ++code)
-        EXPECT_EQ(WindowMessage(nullptr, code, nullptr).button,
-                  code < 3003   ? WindowMessage::LeftButton
-                  : code < 3006 ? WindowMessage::RightButton
-                                : WindowMessage::NoButton);
+// Faults: a text that is read where it was before, half a character, a byte beyond the room, a name
+// that stands for another one.
+TEST(MessageSlot, CutsLongTextsBetweenCharactersAndRefusesLongIds) {
+    const auto x = [](std::size_t count) { return std::string(count, 'x'); };
+    const auto named = [](std::string_view id) { return ResourceMessage(nullptr, 0, id, 0); };
+    MessageSlot slot;
+    for (const auto& [given, kept] : {
+             std::pair(x(255), x(255)),
+             {x(256), x(252) + "\u2026"},
+             {x(250) + "\u00eb" + x(4), x(250) + "\u00eb\u2026"},  // ends at the edge
+             {x(249) + "\U0001F3B8" + x(3), x(249) + "\u2026"},    // stands across it
+             {std::string(300, '\x80'), std::string("\u2026")},    // isn't UTF-8
+         }) {
+        const auto source = std::make_unique<std::string>(given);
+        slot.store(ParameterMessage(nullptr, 0, std::string_view(x(255)), 0, *source, 0));
+        source->clear();
+        EXPECT_EQ(fromPayload<const char*>(slot.message()->payload), kept);
+        EXPECT_EQ(static_cast<ParameterMessage*>(slot.message())->parameterName, x(255));
+    }
+    EXPECT_FALSE(slot.store(named(x(256))) || slot.message() != nullptr);
+    EXPECT_TRUE(slot.store(named(x(255))));
+    EXPECT_FALSE(slot.store(ParameterMessage(nullptr, 0, std::string_view(x(256)), 0, 0, 0.0F, 0)));
 }

@@ -54,6 +54,10 @@ TEST_F(BrimtideEngineTest, HearsOfItsNameAndOfMuting) {
     parameter.change("BrimtideID", 0);
     parameter.change("brimtideid", toPayload("other"));
     EXPECT_EQ(inspectConnection(0)->name, "Zo\u00eb's guitar");
+    const std::string name = "Her bass";
+    ParameterMessage renamed(&parameter, ParameterMessage::ValueChanged, "BrimtideID", 0, name, 2);
+    parameter.transmit(renamed);
+    EXPECT_EQ(inspectConnection(0)->name, name);
 
     parameter.change("MuteOutput", toPayload(true));
     EXPECT_TRUE(engine.isMuted() && inspectConnection(0)->sender->isMuted);
