@@ -1,6 +1,7 @@
-// The bus and the log, each beside what it can't do without.
+// The bus, the queue and the log, each beside what it can't do without.
 #include "Ratios.h"
 #include "foundation/Logger.h"
+#include "foundation/MessageQueue.h"
 #include "foundation/Mutex.h"
 #include "foundation/ProductIdentity.h"
 #include "foundation/Radio.h"
@@ -65,6 +66,79 @@ void sixteenVirtualCallsUnderALock(benchmark::State& state) {
     }
 }
 
+constexpr int Queued = 1024;
+
+ParameterMessage changeOf(Radio* station) {
+    return {station, ParameterMessage::ValueChanged, "OutputLevel", 0, 1, 0.5F, 3};
+}
+
+// A burst of so many messages, then the deliveries: of one message, and of a full queue.
+template <int Burst>
+void pushAndDeliver(benchmark::State& state) {
+    Hearer hearer;
+    MessageQueue queue(Queued);
+    const ParameterMessage message = changeOf(&hearer);
+    for ([[maybe_unused]] auto _ : state) {
+        for (int i = 0; i < Burst; ++i)
+            benchmark::DoNotOptimize(queue.push(message, &hearer));
+        queue.deliver(nullptr);
+    }
+}
+
+// A ring of the same slots, behind a plain mutex that is held for each copy, but not during
+// `receive`. It can't purge, nor wait for a delivery.
+class GuardedRing {
+public:
+    void push(const Message& message, Radio* target) {
+        const std::lock_guard hold(lock_);
+        Cell& cell = cells_[pushed_ % Queued];
+        if (pushed_++ - taken_ == Queued)
+            ++taken_;
+        cell.slot.store(message);
+        cell.target = target;
+    }
+
+    void deliver(Radio* sender) {
+        MessageSlot slot;
+        while (Radio* target = take(slot)) {
+            slot.message()->sender = sender;
+            target->receive(*slot.message());
+        }
+    }
+
+private:
+    struct Cell {
+        MessageSlot slot;
+        Radio* target = nullptr;
+    };
+
+    Radio* take(MessageSlot& slot) {
+        const std::lock_guard hold(lock_);
+        if (taken_ == pushed_)
+            return nullptr;
+        Cell& cell = cells_[taken_++ % Queued];
+        slot.store(*cell.slot.message());
+        return cell.target;
+    }
+
+    std::mutex lock_;
+    std::vector<Cell> cells_{Queued};
+    std::uint32_t pushed_ = 0;
+    std::uint32_t taken_ = 0;
+};
+
+template <int Burst>
+void pushAndDeliverUnderALock(benchmark::State& state) {
+    Hearer hearer;
+    GuardedRing ring;
+    const ParameterMessage message = changeOf(&hearer);
+    for ([[maybe_unused]] auto _ : state) {
+        for (int i = 0; i < Burst; ++i)
+            ring.push(message, &hearer);
+        ring.deliver(nullptr);
+    }
+}
+
 void logALine(benchmark::State& state) {
     Logger logger(LogProgress);
     int frames = 0;
@@ -94,6 +168,9 @@ void printAndFlushALine(benchmark::State& state) {
 const bool registered = [] {
     bench::compare("transmit to 16 listeners", 2.0, transmitTo16Listeners,
                    sixteenVirtualCallsUnderALock);
+    bench::compare("push and deliver 1", 1.5, pushAndDeliver<1>, pushAndDeliverUnderALock<1>);
+    bench::compare("push and deliver 1,024", 1.5, pushAndDeliver<Queued>,
+                   pushAndDeliverUnderALock<Queued>);
     bench::compare("log a line", 1.5, logALine, printAndFlushALine);
     return true;
 }();
