@@ -68,15 +68,11 @@ TEST(MessageQueue, PurgesByTargetAndBySender) {
     const std::pair<Target*, Target*> queued[] = {{&a, &b}, {&b, &a}, {&b, &b}, {&b, nullptr}};
     for (int code = 0; const auto& [target, sender] : queued)
         push(queue, code++, target, sender);
-    queue.purge(nullptr);
     queue.purge(&a);
     push(queue, 4, &a);
     push(queue, 5, &b, &a);
     push(queue, 6, &b);
-    b.answer = [&](Message& message) {
-        if (message.code == 5)
-            queue.purge(&b);
-    };
+    b.answer = [&](Message& message) { queue.purge(message.code == 5 ? &b : nullptr); };
     queue.deliver(&a);
     EXPECT_THAT(b.heard, ElementsAre(2, 3, 5));
     EXPECT_THAT(a.heard, ElementsAre(4));
@@ -132,19 +128,18 @@ TEST(MessageQueue, WithstandsTwoProducersWhileTheConsumerPurges) {
     const auto produce = [&](int producer) {
         for (int i = 1; i <= Messages; ++i) {
             const std::string text = std::to_string(i * (producer + 1));
-            const ParameterMessage change(&target, i, "Name", producer, text, 0);
+            const ParameterMessage change(nullptr, i, "Name", producer, text, 0);
             while (!queue.push(change, i % 4 == 1 ? &going : &target))
                 std::this_thread::yield();
         }
         --running;
     };
     std::thread first(produce, 0), second(produce, 1);
-    do {
+    for (bool isOver = false; !isOver; queue.purge(&going)) {
+        isOver = running == 0;
         queue.deliver(nullptr);
-        queue.purge(&going);
-    } while (running > 0);
+    }
     first.join();
     second.join();
-    queue.deliver(nullptr);
     EXPECT_EQ(std::max(newest[0], newest[1]), Messages);
 }
