@@ -272,6 +272,9 @@ TEST(Note, TakesAMidiMessage) {
     expect(true, Note::NoteOn, 0);
     note.setMidi(0x80, 0, 0, 0, 0, 0, 0);
     expect(true, Note::NoteOff, 0);
+    const NoteEvent values{Note::NoteOn, 1, 60, 3, 4, {5, 6}, 7};
+    EXPECT_EQ(Note(nullptr, values).toEvent(), values);
+    EXPECT_EQ(Note(nullptr, NoteEvent{Note::NoteOn, 0, -1}).getKey(), 0);
 }
 
 TEST(SampleManager, TheFirstNameWhoseRangesHoldTheNoteWins) {
