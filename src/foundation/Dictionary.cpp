@@ -222,15 +222,6 @@ bool print(const TiXmlNode& node, std::string& text) {
     return printer.fits();
 }
 
-// At most so many bytes, and no half of a character.
-std::string_view beginningOf(std::string_view text, std::size_t bytes) {
-    if (text.size() <= bytes)
-        return text;
-    while (bytes > 0 && (static_cast<unsigned char>(text[bytes]) & 0xc0U) == 0x80U)
-        --bytes;
-    return text.substr(0, bytes);
-}
-
 }  // namespace
 
 Dictionary::Dictionary()
@@ -311,6 +302,10 @@ bool Dictionary::load(const File& file) {
 bool Dictionary::save(const File& file) const {
     std::string text;
     return print(document_->xml(), text) && file.save(text);
+}
+
+bool Dictionary::isElement() const {
+    return element_->ToElement() != nullptr;
 }
 
 bool Dictionary::toString(std::string& text) const {

@@ -79,6 +79,9 @@ public:
     bool toString(std::string& text) const;
 
     bool isValid() const noexcept { return element_ != nullptr; }
+
+    /// False on a comment, a text or the document itself.
+    bool isElement() const;
     bool isLegacy() const noexcept { return legacy_; }
 
     // Scalars. True if a value was found, and only then is `out` written. A value is looked for in

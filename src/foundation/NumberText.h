@@ -16,6 +16,9 @@ std::string toText(std::int32_t value);
 std::string toText(float value);
 std::string toText(double value);
 
+/// Fixed notation with so many decimals, 0 to 16, rounded to the nearest.
+std::string toFixedText(double value, int decimals);
+
 /// "true" or "false".
 std::string toText(bool value);
 
@@ -24,6 +27,11 @@ std::string toText(bool value);
 std::int32_t integerFromText(std::string_view text) noexcept;
 float floatFromText(std::string_view text) noexcept;
 double doubleFromText(std::string_view text) noexcept;
+
+/// The same, but a text that begins with no number, or with one out of range, gives false and
+/// leaves `out`.
+bool readNumber(std::string_view text, std::int32_t& out) noexcept;
+bool readNumber(std::string_view text, float& out) noexcept;
 
 /// Only "true", behind white space at most, is true.
 bool boolFromText(std::string_view text) noexcept;

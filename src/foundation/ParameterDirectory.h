@@ -7,6 +7,7 @@
 namespace tarn {
 
 class Radio;
+class Settings;
 
 /// Implemented by the parameter tree of a module.
 class ParameterDirectory {
@@ -19,6 +20,9 @@ public:
 
     /// Whether a parameter that was found here belongs to its module, and not to the whole plug-in.
     virtual bool hasModuleScope(const Radio& parameter) const = 0;
+
+    /// The parameter tree that this is; null for any other implementation.
+    virtual Settings* asSettings() noexcept { return nullptr; }
 };
 
 }  // namespace tarn

@@ -74,4 +74,12 @@ bool isXmlName(std::string_view text) noexcept {
            std::all_of(text.begin() + 1, text.end(), isNamePart);
 }
 
+std::string_view beginningOf(std::string_view text, std::size_t bytes) noexcept {
+    if (text.size() <= bytes)
+        return text;
+    while (bytes > 0 && (static_cast<unsigned char>(text[bytes]) & 0xc0U) == 0x80U)
+        --bytes;
+    return text.substr(0, bytes);
+}
+
 }  // namespace tarn

@@ -1,6 +1,7 @@
-// What TinyXML makes of the bytes of a text.
+// What the bytes of a text are, to TinyXML above all.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 namespace tarn {
@@ -14,5 +15,8 @@ bool isAscii(std::string_view text) noexcept;
 
 /// Whether the text is a name of an element or an attribute that TinyXML reads back as a whole.
 bool isXmlName(std::string_view text) noexcept;
+
+/// At most so many bytes of a text, and no half of a UTF-8 character.
+std::string_view beginningOf(std::string_view text, std::size_t bytes) noexcept;
 
 }  // namespace tarn
