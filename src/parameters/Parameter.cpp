@@ -30,10 +30,9 @@ struct NamedNumber {
     std::int32_t value;
 };
 
-constexpr std::array Scopes{NamedNumber{"plugin", Parameter::PluginScope},
-                            NamedNumber{"program", Parameter::ProgramScope},
-                            NamedNumber{"module", Parameter::ModuleScope},
-                            NamedNumber{"zone", Parameter::ZoneScope}};
+constexpr std::array Scopes{
+    NamedNumber{"plugin", Parameter::PluginScope}, NamedNumber{"program", Parameter::ProgramScope},
+    NamedNumber{"module", Parameter::ModuleScope}, NamedNumber{"zone", Parameter::ZoneScope}};
 constexpr std::array Broadcasts{NamedNumber{"never", Parameter::NeverBroadcast},
                                 NamedNumber{"editor", Parameter::BroadcastInEditor},
                                 NamedNumber{"internal", Parameter::BroadcastInternally},
@@ -122,8 +121,9 @@ void Parameter::read(const Dictionary& dictionary) {
     if (dictionary.getString("scope", text) && text != "none") {
         const NamedNumber* const scope = findNumber(Scopes, text);
         if (scope == nullptr)
-            throw GeneralError("void __thiscall tarn::Parameter::read(const class tarn::Dictionary &)",
-                               "unknown scope!");
+            throw GeneralError(
+                "void __thiscall tarn::Parameter::read(const class tarn::Dictionary &)",
+                "unknown scope!");
         scope_ = static_cast<std::uint32_t>(scope->value);
     }
     if (dictionary.getString("broadcast", text))

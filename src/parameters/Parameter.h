@@ -61,7 +61,14 @@ public:
         BroadcastChange = 3,
         AlwaysBroadcast = 4,
     };
-    enum Type : std::int32_t { Bool = 0, Enum = 1, Integer = 2, Float = 3, String = 4, KeyRanges = 5 };
+    enum Type : std::int32_t {
+        Bool = 0,
+        Enum = 1,
+        Integer = 2,
+        Float = 3,
+        String = 4,
+        KeyRanges = 5
+    };
 
     /// `id` is the identifier: what settings, messages and saved states know the parameter by.
     /// `name` is for people. The parent may be null.

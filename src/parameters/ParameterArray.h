@@ -51,7 +51,8 @@ protected:
     void refill(Announcement& /*announcement*/) const override {}  // it tells of its own entry
     void announceEntry(std::int32_t index, std::int32_t source);
 
-    // These two under the lock: where a new entry goes, and what a change of one does to the others.
+    // These two under the lock: where a new entry goes, and what a change of one does to the
+    // others.
     virtual std::size_t placeOf(const T& /*entry*/) const { return entries_.size(); }
     virtual void arrange(std::size_t /*changed*/) {}
 

@@ -154,8 +154,7 @@ void ParameterEnum<T>::write(Dictionary& dictionary) const {
 
 template <typename T>
 bool ParameterEnum<T>::receive(Message& message) {
-    if (message.type == MessageType::Parameter &&
-        message.code == ParameterMessage::ValueChanged) {
+    if (message.type == MessageType::Parameter && message.code == ParameterMessage::ValueChanged) {
         const auto index = static_cast<std::int32_t>(message.payload & 0xFFFFFFFFU);
         if (index != 0)
             setIndex(index, static_cast<ParameterMessage&>(message).mode);

@@ -1,6 +1,6 @@
 // A choice from a list.
-// Everything rests on one rule: the value is the entry's index. Entries are added and replaced while
-// the parameter is loaded, and don't change after that, but for their display texts.
+// Everything rests on one rule: the value is the entry's index. Entries are added and replaced
+// while the parameter is loaded, and don't change after that, but for their display texts.
 #pragma once
 
 #include "parameters/Parameter.h"

@@ -33,8 +33,8 @@ Created createFloat(const Dictionary& definition, const std::string& id, const s
     definition.getFloat("minval", minimum);
     definition.getFloat("defval", defaultValue);
     definition.getFloat("maxval", maximum);
-    auto made = std::make_unique<ParameterValue<float>>(nullptr, id, name, minimum, maximum,
-                                                        defaultValue);
+    auto made =
+        std::make_unique<ParameterValue<float>>(nullptr, id, name, minimum, maximum, defaultValue);
     if (float value = 0.0f; definition.getFloat("value", value))
         made->setValue(value, FromLoad);
     return made;

@@ -142,9 +142,9 @@ void ParameterValue<T>::setNormalised(float normalised, std::int32_t source) {
     if constexpr (std::same_as<T, float>)
         setValue(span() * normalised + getMinimum(), source);
     else
-        setValue(toPlain((static_cast<double>(getMaximum()) - getMinimum()) * normalised +
-                         getMinimum()),
-                 source);
+        setValue(
+            toPlain((static_cast<double>(getMaximum()) - getMinimum()) * normalised + getMinimum()),
+            source);
 }
 
 template <ParameterNumber T>
@@ -342,8 +342,8 @@ void ParameterValue<T>::setDisplayValue(float displayValue, std::int32_t source)
     double normalised = 0.0;
     switch (displayScaling_) {
         case Logarithmic:
-            normalised = (std::log(shown) / std::log(low) - 1.0) /
-                         (std::log(high) / std::log(low) - 1.0);
+            normalised =
+                (std::log(shown) / std::log(low) - 1.0) / (std::log(high) / std::log(low) - 1.0);
             break;
         case Exponential: {
             const double base = displayBase_;

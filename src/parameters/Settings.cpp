@@ -252,8 +252,8 @@ void Settings::write(Dictionary& state, std::uint32_t scopeMask, bool all) const
 bool Settings::hasAny(std::uint32_t scopeMask, bool all) const {
     return std::ranges::any_of(parameters_,
                                [&](const auto& p) { return isSaved(*p, scopeMask, all); }) ||
-           std::ranges::any_of(
-               sections_, [&](const Section& s) { return s.child->hasAny(scopeMask, false); });
+           std::ranges::any_of(sections_,
+                               [&](const Section& s) { return s.child->hasAny(scopeMask, false); });
 }
 
 void Settings::scheduleValue(std::string_view id, std::int32_t position, float value) {
@@ -273,8 +273,7 @@ void Settings::collectIds(std::vector<std::string>& ids) const {
         section.child->collectIds(ids);
 }
 
-void Settings::setParameterText(std::string_view id, const std::string& text,
-                                std::int32_t source) {
+void Settings::setParameterText(std::string_view id, const std::string& text, std::int32_t source) {
     if (auto* const parameter = dynamic_cast<TextParameter*>(find(id, 0)))
         parameter->setText(text, source);
 }

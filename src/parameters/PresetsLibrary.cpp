@@ -1,0 +1,278 @@
+#include "parameters/PresetsLibrary.h"
+
+#include "diagnostics/System.h"
+#include "foundation/Dictionary.h"
+#include "foundation/File.h"
+#include "foundation/Logger.h"
+#include "foundation/NumberText.h"
+#include "foundation/ProductIdentity.h"
+#include "parameters/Parameter.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace tarn {
+
+namespace {
+
+constexpr const char* ProgramsKey = "programs";
+constexpr const char* FavoritesKey = "favorites";
+constexpr const char* IndexKey = "index";
+constexpr std::int32_t MostPresets = 4096;
+constexpr std::int32_t MostSlots = 1024;
+
+// With what `canLoad` asks of it.
+Dictionary makeFileTree() {
+    const ProductIdentity& product = ProductIdentity::get();
+    Dictionary tree;
+    tree.setInfo(product.getProductName(), product.getVersionText());
+    tree.setString("file-format", product.getFileFormatText());
+    return tree;
+}
+
+bool saveTree(const Dictionary& tree, const File& file, std::string& message) {
+    const bool isSaved = tree.save(file);
+    if (!isSaved)
+        message = "The presets could not be written to " + file.getPath() + ".";
+    return isSaved;
+}
+
+}  // namespace
+
+PresetsLibrary::~PresetsLibrary() = default;
+
+void PresetsLibrary::init(ModuleDirectory* modules) {
+    logLine(LogDetail, "initializing preset library");
+    modules_ = modules;
+    const std::int32_t count = getProgramCount();
+    presets_.clear();
+    append({});
+    for (std::int32_t i = 1; i < std::min(count, MostPresets); ++i)
+        append("init " + toText(i + 1));
+    current_ = presets_.begin();
+    makeAllPrograms();
+    (*current_)->activate(Parameter::PluginRealm);
+}
+
+void PresetsLibrary::append(const std::string& name) {
+    presets_.push_back(std::make_unique<Preset>(this));
+    presets_.back()->setName(name);
+}
+
+void PresetsLibrary::makeAllPrograms() {
+    for (const auto& preset : presets_)
+        preset->makePrograms();
+    refreshNames();
+}
+
+void PresetsLibrary::refreshNames() {
+    bankNames_.clear();
+    presetNames_.clear();
+    for (const auto& preset : presets_) {
+        bankNames_.insert(preset->getName(Preset::BankName));
+        presetNames_.insert(preset->getName(Preset::BankName | Preset::OwnName));
+    }
+}
+
+void PresetsLibrary::setModified(bool isModified) {
+    if (isModified)
+        return;
+    for (const auto& preset : presets_)
+        preset->clearModified();
+}
+
+std::int32_t PresetsLibrary::getProgramCount() const {
+    return static_cast<std::int32_t>(presets_.size());
+}
+
+void PresetsLibrary::selectProgram(std::int32_t index) {
+    Preset* const chosen = getPreset(index);
+    Preset* const left = getCurrent();
+    if (chosen == nullptr || chosen == left)
+        return;
+    if (left != nullptr && left->isModified())
+        left->store();
+    chosen->activate(Parameter::PluginRealm);
+    current_ = std::next(presets_.begin(), index);
+}
+
+std::int32_t PresetsLibrary::selectFirstUsed() {
+    const Preset* const current = getCurrent();
+    if (current != nullptr && !current->hasPrograms()) {
+        const auto used = std::ranges::find_if(presets_, &Preset::hasPrograms,
+                                               [](const auto& p) -> Preset& { return *p; });
+        if (used != presets_.end())
+            setProgram(static_cast<std::int32_t>(std::distance(presets_.begin(), used)));
+    }
+    return getCurrentIndex();
+}
+
+std::string PresetsLibrary::getCurrentName() const {
+    const Preset* const current = getCurrent();
+    return current != nullptr ? current->getName(Preset::OwnName) : std::string();
+}
+
+void PresetsLibrary::setCurrentName(const std::string& text) {
+    if (Preset* const current = getCurrent())
+        current->setName(text);
+    refreshNames();
+}
+
+std::int32_t PresetsLibrary::getCurrentIndex() const {
+    const auto current = std::ranges::find(presets_, getCurrent(), &std::unique_ptr<Preset>::get);
+    return current != presets_.end()
+               ? static_cast<std::int32_t>(std::distance(presets_.begin(), current))
+               : 0;
+}
+
+Preset* PresetsLibrary::getCurrent() const {
+    return current_ != presets_.end() ? current_->get() : nullptr;
+}
+
+Preset* PresetsLibrary::getPreset(std::int32_t index) const {
+    const bool isThere = index >= 0 && static_cast<std::size_t>(index) < presets_.size();
+    return isThere ? std::next(presets_.begin(), index)->get() : nullptr;
+}
+
+std::string PresetsLibrary::getProgramName(std::int32_t index) const {
+    const Preset* const preset = getPreset(index);
+    if (preset == nullptr)
+        return {};
+    const std::string name = preset->getName(Preset::OwnName);
+    return name.empty() ? "init " + toText(index + 1) : name;
+}
+
+void PresetsLibrary::loadProgram(const Dictionary& tree, std::int32_t index) {
+    resourcesLoading(true);
+    const auto entry = tree.getArrayEntry(ProgramsKey, index);
+    Preset* const current = getCurrent();
+    if (entry && current != nullptr) {
+        if (const auto resources = entry->find("resources"))
+            readResources(*resources);
+        current->read(*entry);
+        current->activate(Parameter::PluginRealm);
+    }
+    resourcesLoading(false);
+    refreshNames();
+    setModified(true);
+}
+
+void PresetsLibrary::writeCurrent(Dictionary& tree) {
+    Preset* const current = getCurrent();
+    if (current == nullptr)
+        return;
+    current->store();
+    if (const auto program = tree.addArray(ProgramsKey)->addDict("program"))
+        current->write(*program);
+}
+
+void PresetsLibrary::writeAll(Dictionary& tree) {
+    if (Preset* const current = getCurrent())
+        current->store();
+    const auto programs = tree.addArray(ProgramsKey);
+    for (const auto& preset : presets_)
+        if (const auto program = programs->addDict("program"))
+            preset->write(*program);
+}
+
+void PresetsLibrary::readAll(const Dictionary& tree) {
+    const auto programs = tree.getArray(ProgramsKey);
+    if (!programs)
+        return;
+    auto preset = presets_.begin();
+    const std::int32_t count = programs->count("");
+    for (std::int32_t i = 0, read = 0; i < count && read < MostPresets; ++i) {
+        const auto entry = programs->getEntry(i);
+        if (!entry->isElement())
+            continue;
+        ++read;
+        if (preset == presets_.end()) {
+            append({});
+            presets_.back()->makeEmptyPrograms();
+            preset = std::prev(presets_.end());
+        }
+        if (const auto resources = entry->find("resources"))
+            readResources(*resources);
+        (*preset)->read(*entry);
+        ++preset;
+    }
+    if (current_ == presets_.end())
+        current_ = presets_.begin();
+    if (Preset* const current = getCurrent())
+        current->activate(Parameter::PluginRealm);
+    refreshNames();
+    presetsChanged();
+}
+
+void PresetsLibrary::readFavorites(const Dictionary& tree) {
+    if (const auto favorites = tree.getArray(FavoritesKey))
+        for (std::int32_t i = 0; i < favorites->count(IndexKey); ++i) {
+            const auto entry = favorites->getEntry(i, IndexKey);
+            const std::string clone = entry->getAttribute("clone");
+            const std::int32_t slot = clone.empty() ? i : integerFromText(clone);
+            std::int32_t index = -1;
+            if (slot >= 0 && slot < MostSlots && entry->getInteger("value", index))
+                favorites_[slot] = index;
+        }
+    refreshNames();
+}
+
+void PresetsLibrary::writeFavorites(Dictionary& tree) const {
+    const auto favorites = tree.addArray(FavoritesKey);
+    for (std::int32_t slot = 0; slot < static_cast<std::int32_t>(favorites_.size()); ++slot)
+        favorites->setInteger(IndexKey, getFavorite(slot), slot);
+}
+
+std::int32_t PresetsLibrary::getFavorite(std::int32_t slot) const {
+    const auto found = favorites_.find(slot);
+    return found != favorites_.end() ? found->second : -1;
+}
+
+std::int32_t PresetsLibrary::getFavoriteSlot(std::int32_t index) const {
+    const auto found =
+        std::ranges::find(favorites_, index, &std::pair<const std::int32_t, std::int32_t>::second);
+    return found != favorites_.end() ? found->first : -1;
+}
+
+void PresetsLibrary::storeFavorite(std::int32_t slot) {
+    favorites_[slot] = getCurrentIndex();
+}
+
+void PresetsLibrary::recallFavorite(std::int32_t slot) {
+    if (favorites_.contains(slot))
+        setProgram(getFavorite(slot));
+}
+
+File PresetsLibrary::getFactoryFile() {
+    return File(System::getFolderLocation(System::Resources), "Factory Presets.xml");
+}
+
+bool PresetsLibrary::loadFile(const File& file, std::string& message) {
+    Dictionary tree;
+    if (!tree.load(file)) {
+        message = "The presets in " + file.getPath() + " could not be read.";
+        return false;
+    }
+    if (!tree.canLoad(message))
+        return false;
+    resourcesLoading(true);
+    readAll(tree);
+    resourcesLoading(false);
+    readFavorites(tree);
+    return true;
+}
+
+bool PresetsLibrary::saveCurrent(const File& file, std::string& message) {
+    Dictionary tree = makeFileTree();
+    writeCurrent(tree);
+    return saveTree(tree, file, message);
+}
+
+bool PresetsLibrary::saveAll(const File& file, std::string& message) {
+    Dictionary tree = makeFileTree();
+    writeAll(tree);
+    writeFavorites(tree);
+    return saveTree(tree, file, message);
+}
+
+}  // namespace tarn

@@ -1,0 +1,130 @@
+// The presets of a plug-in instance: the host's programs, banks of them in files, and favourites.
+//
+// Everything rests on one rule: the live parameters are the current preset. A preset gets their
+// values when it is left with edits, or written.
+#pragma once
+
+#include "parameters/Preset.h"
+
+#include <cstdint>
+#include <list>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+
+namespace tarn {
+
+class Dictionary;
+class File;
+class ModuleDirectory;
+
+/// A plug-in instance derives from it. Trees are of the keyed form of Dictionary, with the children
+/// "programs" and "favorites". One thread at a time, the host's main thread or the interface's; not
+/// the audio thread.
+class PresetsLibrary {
+public:
+    PresetsLibrary() = default;
+    PresetsLibrary(const PresetsLibrary&) = delete;
+    PresetsLibrary& operator=(const PresetsLibrary&) = delete;
+    virtual ~PresetsLibrary();
+
+    /// Makes presets of the live values, as many as `getProgramCount` says, one at least; the first
+    /// is current. `modules` must outlive the library or be replaced.
+    virtual void init(ModuleDirectory* modules);
+
+    /// New programs, with the live values, in every preset.
+    virtual void makeAllPrograms();
+
+    /// For a product: after all presets were read.
+    virtual void presetsChanged() {}
+
+    /// Tells that there are edits, or, with false, that there are none in any preset.
+    virtual void setModified(bool isModified);
+
+    /// How many presets there are, or, before `init`, are to be.
+    virtual std::int32_t getProgramCount() const;
+
+    /// The host's way to choose a preset.
+    virtual void setProgram(std::int32_t index) { selectProgram(index); }
+
+    /// Makes a preset current. Edits stay in the one that is left. An index that isn't there, or is
+    /// the current one, does nothing.
+    void selectProgram(std::int32_t index);
+
+    /// If the current preset has no programs, the first one that has some becomes current. Returns
+    /// the current index.
+    std::int32_t selectFirstUsed();
+
+    /// Of the current preset, without its bank; empty if there is none.
+    std::string getCurrentName() const;
+    void setCurrentName(const std::string& text);
+
+    /// 0 if there is none.
+    std::int32_t getCurrentIndex() const;
+    Preset* getCurrent() const;
+
+    /// Null for an index that isn't there.
+    Preset* getPreset(std::int32_t index) const;
+
+    /// "init 3" for the third one if it has no name; empty for an index that isn't there.
+    std::string getProgramName(std::int32_t index) const;
+
+    // Of all presets, as a menu shows them: in the order of characters, each once.
+    const std::set<std::string>& getBankNames() const { return bankNames_; }
+    const std::set<std::string>& getPresetNames() const { return presetNames_; }
+
+    /// The current preset becomes entry `index` of the tree's programs, and counts as modified, for
+    /// the host has not stored it. Without such an entry its values stay.
+    void loadProgram(const Dictionary& tree, std::int32_t index);
+
+    /// The current preset alone, or all, as the tree's "programs". Live values aren't changed.
+    void writeCurrent(Dictionary& tree);
+    void writeAll(Dictionary& tree);
+
+    /// The presets of a tree in place of the first ones here; what the tree has more of is
+    /// appended, up to 4,096 presets in all. The live values become the current preset's. Without
+    /// "programs" nothing changes.
+    void readAll(const Dictionary& tree);
+
+    // The favourites' slots: each holds a preset's index, or -1. Reading makes the slots that the
+    // tree names, of numbers below 1,024, and leaves the others.
+    void readFavorites(const Dictionary& tree);
+    void writeFavorites(Dictionary& tree) const;
+    std::int32_t getFavorite(std::int32_t slot) const;
+
+    /// -1 if none holds the index.
+    std::int32_t getFavoriteSlot(std::int32_t index) const;
+    void setFavorite(std::int32_t slot, std::int32_t index) { favorites_[slot] = index; }
+    void storeFavorite(std::int32_t slot);
+    void recallFavorite(std::int32_t slot);
+
+    /// "Factory Presets.xml" in the folder of the product's resources.
+    static File getFactoryFile();
+
+    /// From and to a file: false, with the reason for the user in `message`, if it can't be used or
+    /// written. A failed read changes no preset, a failed write leaves the former file.
+    bool loadFile(const File& file, std::string& message);
+    bool saveCurrent(const File& file, std::string& message);
+    bool saveAll(const File& file, std::string& message);
+
+protected:
+    /// For the owner of the resources: a preset is about to be read, brings resources, was read.
+    virtual void resourcesLoading(bool /*isBeginning*/) {}
+    virtual void readResources(const Dictionary& /*resources*/) {}
+
+private:
+    friend class Preset;  // it asks for the modules
+
+    void append(const std::string& name);
+    void refreshNames();
+
+    ModuleDirectory* modules_ = nullptr;
+    std::list<std::unique_ptr<Preset>> presets_;
+    std::list<std::unique_ptr<Preset>>::iterator current_ = presets_.end();
+    std::set<std::string> bankNames_;
+    std::set<std::string> presetNames_;
+    std::map<std::int32_t, std::int32_t> favorites_;
+};
+
+}  // namespace tarn

@@ -1,0 +1,60 @@
+#include "parameters/Program.h"
+
+#include "parameters/PresetsLibrary.h"
+#include "parameters/Settings.h"
+
+#include <utility>
+
+namespace tarn {
+
+namespace {
+
+constexpr const char* SnapshotKey = "parameters";
+
+}  // namespace
+
+Program::Program(Radio* module, PresetsLibrary* library) : Radio(module), library_(library) {}
+
+void Program::store() {
+    Dictionary taken;
+    const auto values = taken.addDict(SnapshotKey);
+    if (const Settings* const settings = settingsOf(*this))
+        settings->write(*values, Parameter::ModuleScope, false);
+    state_ = std::move(taken);
+}
+
+void Program::activate(std::uint32_t realmMask) {
+    Settings* const settings = settingsOf(*this);
+    const auto values = state_.find(SnapshotKey);
+    if (settings != nullptr && values)
+        settings->read(*values, Parameter::ModuleScope, realmMask, false);
+}
+
+void Program::read(const Dictionary& tree) {
+    state_ = Dictionary();
+    if (const auto values = tree.find(SnapshotKey))
+        state_.addChild(*values);
+}
+
+void Program::write(Dictionary& tree) const {
+    if (const auto values = state_.find(SnapshotKey))
+        tree.addChild(*values);
+}
+
+bool Program::receive(Message& message) {
+    if (message.type != MessageType::Parameter)
+        return Radio::receive(message);
+    const auto& change = static_cast<ParameterMessage&>(message);
+    const Settings* const settings = settingsOf(*this);
+    const Parameter* const parameter =
+        settings != nullptr ? settings->find(change.parameterName, change.cloneNumber) : nullptr;
+    if (parameter != nullptr && parameter->hasFlag(Parameter::Export) &&
+        parameter->inRealm(Parameter::PluginRealm) && change.mode != FromLoad) {
+        modified_ = true;
+        if (library_ != nullptr)
+            library_->setModified(true);
+    }
+    return true;
+}
+
+}  // namespace tarn
