@@ -19,7 +19,7 @@ constexpr double NoStep = std::numeric_limits<double>::epsilon();
 constexpr double SmallestStep = std::numeric_limits<float>::epsilon();
 constexpr double MostShownSteps = 8888.0;  // a display value of more isn't put on a step
 constexpr float LogarithmicBase = 32.0f;
-constexpr double EndOfRatio = 0.99;  // from there on it is shown as infinite
+constexpr float EndOfRatio = 0.99f;  // from there on it is shown as infinite
 constexpr int MostDecimals = 16;
 
 constexpr std::int32_t LowestInteger = std::numeric_limits<std::int32_t>::lowest();
@@ -371,7 +371,7 @@ int ParameterValue<T>::placesFor(double shown) const {
 
 template <ParameterNumber T>
 std::string ParameterValue<T>::getText() const {
-    const double normalised = getNormalised();
+    const float normalised = getNormalised();
     double shown = getDisplayValue();
     const int places = placesFor(shown);
     const double leastShown = std::pow(0.1, places);
@@ -386,7 +386,8 @@ std::string ParameterValue<T>::getText() const {
         case Ratio:
             if (normalised > EndOfRatio)
                 return "oo:1";
-            return toFixedText(1.0 / (1.0 - normalised), placesFor(1.0 / normalised)) + ":1";
+            return toFixedText(1.0 / (1.0 - normalised), placesFor(1.0 / double{normalised})) +
+                   ":1";
         default:
             if (std::isinf(shown))
                 return shown > 0.0 ? "oo" : "-oo";
