@@ -34,6 +34,8 @@ void Program::read(const Dictionary& tree) {
     state_ = Dictionary();
     if (const auto values = tree.find(SnapshotKey))
         state_.addChild(*values);
+    else
+        state_.addDict(SnapshotKey);
 }
 
 void Program::write(Dictionary& tree) const {

@@ -26,7 +26,8 @@ public:
     /// default; nothing changes where there is no snapshot.
     void activate(std::uint32_t realmMask);
 
-    /// From and into a tree, whose child "parameters" is the snapshot. The live values stay.
+    /// From and into a tree, whose child "parameters" is the snapshot; without one, all values are
+    /// the defaults. The live values stay.
     void read(const Dictionary& tree);
     void write(Dictionary& tree) const;
 

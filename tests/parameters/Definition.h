@@ -56,6 +56,7 @@ private:
 inline std::string stateOf(const Settings& settings, std::uint32_t scopes = Parameter::AllScopes,
                            bool all = false) {
     Dictionary state;
+    state.setString("file-format", "0.7");
     settings.write(state, scopes, all);
     std::string text;
     state.toString(text);

@@ -317,13 +317,10 @@ TEST(ParameterText, IsToldAndSaved) {
     for (const char* const id : {"T", "C"})
         for (const std::int32_t clone : {0, 1})
             settings.get(id, clone).setText("other", FromUser);
-    settings.read(Dictionary(saved.substr(0, 6) + "<file-format value='0.7'/>" + saved.substr(6)),
-                  Parameter::AllScopes, 1, false);
+    settings.read(Dictionary(saved), Parameter::AllScopes, 1, false);
     EXPECT_EQ(text.getValue() + custom.getText(), "<&\"'ä>three");
     EXPECT_EQ(settings.get("T", 1).getText() + settings.get("C", 1).getText(), "essc");
-    settings.read(
-        Dictionary(without.substr(0, 6) + "<file-format value='0.7'/>" + without.substr(6)),
-        Parameter::AllScopes, 1, false);
+    settings.read(Dictionary(without), Parameter::AllScopes, 1, false);
     EXPECT_EQ(settings.get("T", 1).getText(), "");
 }
 
