@@ -1,7 +1,8 @@
-// Settings from the text of a definition, and a listener that notes what it hears.
+// Settings from the text of a definition; what parameters do and tell, as texts.
 #pragma once
 
 #include "foundation/File.h"
+#include "foundation/NumberText.h"
 #include "parameters/ParameterManager.h"
 #include "parameters/ParameterValue.h"
 #include "parameters/Settings.h"
@@ -10,10 +11,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <memory>
+#include <sstream>
+#include <stdexcept>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace tarn {
 
@@ -34,9 +35,9 @@ public:
         return load(File(scratch_.path("Settings.xml")));
     }
 
-    /// The parameter of a class; a test fails where there is none.
+    /// A parameter of that class.
     template <typename Class = Parameter>
-    Class& get(std::string_view id, std::int32_t clone = 0) const {
+    Class& get(std::string_view id = "P", std::int32_t clone = 0) const {
         auto* const found = dynamic_cast<Class*>(find(id, clone));
         if (found == nullptr)
             throw std::invalid_argument("no such parameter: " + std::string(id));
@@ -52,7 +53,7 @@ private:
     test::ScratchFolder scratch_;
 };
 
-/// The state that a settings' values make.
+/// The state that settings make.
 inline std::string stateOf(const Settings& settings, std::uint32_t scopes = Parameter::AllScopes,
                            bool all = false) {
     Dictionary state;
@@ -68,32 +69,69 @@ inline Dictionary savedState(const std::string& values) {
     return Dictionary("<dict><file-format value='0.7'/>" + values + "</dict>");
 }
 
+/// Takes steps with a parameter, as in "n 0.3; = 0.25; : 0.25". They set the normalised (n), plain
+/// (v), shown (d) or typed (t) value, or expect the plain (=), normalised (%) or shown (~) value or
+/// the text (:), numbers within a millionth.
+inline void take(Parameter& parameter, const std::string& steps) {
+    std::istringstream stream(steps);
+    for (std::string step; std::getline(stream >> std::ws, step, ';');) {
+        const std::string text = step.substr(std::min<std::size_t>(step.size(), 2));
+        const float number = std::strtof(text.c_str(), nullptr);  // infinities and NaN too
+        auto* const shown = dynamic_cast<ParameterValue<float>*>(&parameter);
+        const auto expectNear = [&](float value) {
+            EXPECT_NEAR(value, number, 1e-6 * std::max(1.0f, std::abs(number))) << step;
+        };
+        switch (step[0]) {
+            case 'n':
+                parameter.setNormalised(number, FromUser);
+                break;
+            case 'v':
+                parameter.setFloat(number, FromUser);
+                break;
+            case 'd':
+                shown->setDisplayValue(number, FromUser);
+                break;
+            case 't':
+                parameter.setText(text, FromUser);
+                break;
+            case '=':
+                expectNear(parameter.getFloat());
+                break;
+            case '%':
+                expectNear(parameter.getNormalised());
+                break;
+            case '~':
+                expectNear(shown->getDisplayValue());
+                break;
+            default:
+                EXPECT_EQ(parameter.getText(), text) << step;
+        }
+    }
+}
+
+/// Hears parameters.
 class Ears : public Radio {
 public:
-    struct Heard {
-        std::string name;
-        float value;
-        std::int32_t payload;  // as far as it is a word
-        std::int32_t clone;
-        std::int32_t mode;
-        bool operator==(const Heard&) const = default;
-    };
-
-    explicit Ears(Radio& station) : Radio(nullptr) { tuneIn(&station); }
+    Ears() : Radio(nullptr) { text_.reserve(1000); }
+    explicit Ears(Parameter& station) : Ears() { tuneIn(&station); }
 
     bool receive(Message& message) override {
-        const auto* const change = dynamic_cast<ParameterMessage*>(&message);
-        if (change != nullptr)
-            heard.push_back({change->parameterName.str(), change->value,
-                             fromPayload<std::int32_t>(change->payload), change->cloneNumber,
-                             change->mode});
+        const auto& change = dynamic_cast<ParameterMessage&>(message);
+        const bool isFloat = dynamic_cast<Parameter&>(*change.sender).getType() == Parameter::Float;
+        std::ostringstream text;
+        text << change.parameterName.view() << change.cloneNumber << ' ' << change.value << ' '
+             << (isFloat ? fromPayload<float>(change.payload)
+                         : static_cast<float>(fromPayload<std::int32_t>(change.payload)))
+             << " from " << change.mode << "; ";
+        text_ += text.str();
         return false;
     }
 
-    /// Forgets what came so far.
-    std::vector<Heard> take() { return std::exchange(heard, {}); }
+    /// What came since the last call: id, clone number, normalised value, payload and source.
+    std::string heard() { return std::exchange(text_, {}); }
 
-    std::vector<Heard> heard;
+private:
+    std::string text_;
 };
 
 }  // namespace tarn
