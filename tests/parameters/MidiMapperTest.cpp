@@ -10,16 +10,15 @@
 namespace tarn {
 namespace {
 
-class Mapper : public MidiMapper<Parameter*> {
-public:
-    explicit Mapper(double learningMs = 1e7) : MidiMapper(nullptr, learningMs) {}
+using Mapper = MidiMapper<Parameter*>;
 
-    void turn(std::int32_t controller) {
-        const MidiEvent event{controller, 0.5f, 0};
-        MidiMessage message(nullptr, MidiMessage::Event, &event, 0);
-        receive(message);
-    }
-};
+constexpr double Never = 1e7;  // ms
+
+void turn(Mapper& mapper, std::int32_t controller) {
+    const MidiEvent event{controller, 0.5f, 0};
+    MidiMessage message(nullptr, MidiMessage::Event, &event, 0);
+    mapper.receive(message);
+}
 
 // Faults: a tie that isn't made, goes to another controller, or stays when it is forgotten.
 TEST(MidiMapper, LearnsTheNextController) {
@@ -35,12 +34,12 @@ TEST(MidiMapper, LearnsTheNextController) {
         }
         int notified = 0;
     } editor(nullptr);
-    Mapper mapper;
+    Mapper mapper(nullptr, Never);
     editor.tuneIn(&mapper);
-    mapper.turn(7);
+    turn(mapper, 7);
     mapper.startLearning(a);
     for (const std::int32_t controller : {-1, 130, 0xC0, 129, 8})
-        mapper.turn(controller);
+        turn(mapper, controller);
     EXPECT_EQ(mapper.getController(a), 129);
     EXPECT_EQ(mapper.getTarget(8), nullptr);
     EXPECT_EQ(editor.notified, 1);
@@ -56,7 +55,7 @@ TEST(MidiMapper, LearnsTheNextController) {
     EXPECT_EQ(mapper.getTarget(3), b);
     EXPECT_EQ(mapper.getLearning(), b);
     mapper.forget(b);
-    mapper.turn(5);
+    turn(mapper, 5);
     mapper.bind(-1, a);
     mapper.setInverted(130, true);
     mapper.setRange(5, 7);
@@ -76,11 +75,11 @@ TEST(MidiMapper, LearnsTheNextController) {
 // Faults: learning that never ends, or that another timer ends.
 TEST(MidiMapper, LearningRunsOut) {
     const Defined settings("<A class='ParameterText'/>");
-    Mapper brief(1.0);
+    Mapper brief(nullptr, 1.0);
     brief.startLearning(&settings.get("A"));
     while (brief.getLearning() != nullptr)
         std::this_thread::yield();
-    Mapper lasting;
+    Mapper lasting(nullptr, Never);
     lasting.startLearning(&settings.get("A"));
     TimerMessage other(nullptr, TimerMessage::Tick, fourCharacterCode("othr"), 0);
     lasting.receive(other);
@@ -105,7 +104,7 @@ TEST(MidiMapper, ValuesInAHalfOfARange) {
                            {"Uneven", midi::Negative, 0.25f, 0.0f, 0.0f, 0.25f},
                            {"Above", midi::Positive, 0.0f, 1.0f, 1.0f, 0.0f},
                            {"On", midi::Negative, 0.0f, 1.0f, 1.0f, 0.0f}}) {
-        Mapper mapper;
+        Mapper mapper(nullptr, Never);
         mapper.setRange(9, row.range);
         const auto at = [&](float value) {
             return toNormalised(mapper, 9, settings.get(row.id), value);
@@ -127,7 +126,7 @@ TEST(MidiMapper, AControllerReachesAllModules) {
     Settings second(first, true);
     modules.getModule(0)->setSettings(&first);
     modules.getModule(1)->setSettings(&second);
-    Mapper mapper;
+    Mapper mapper(nullptr, Never);
     mapper.bind(1, &first.get(id, 1));
     Radio listener(nullptr);
     listener.tuneIn(&first.get(id, 1));
@@ -165,7 +164,7 @@ TEST(MidiMapper, ItsStateComesBack) {
     const auto find = [&](const std::string& id, std::int32_t clone) {
         return settings.find(id, clone);
     };
-    Mapper mapper, other;
+    Mapper mapper(nullptr, Never), other(nullptr, Never);
     mapper.bind(1, &settings.get("A", 1));
     mapper.bind(128, &settings.get("A"));
     mapper.setInverted(1, true);
@@ -184,7 +183,7 @@ TEST(MidiMapper, ItsStateComesBack) {
                           "<controller><target value='A'/></controller>"
                           "<controller><number value='4'/><range value='-1'/></controller>"),
                find);
-    EXPECT_EQ(textOf(other), textOf(Mapper()));
+    EXPECT_EQ(textOf(other), textOf(Mapper(nullptr, Never)));
 }
 
 }  // namespace
