@@ -41,6 +41,8 @@ void TextParameter::read(const Dictionary& dictionary) {
 void TextParameter::fill(Announcement& announcement) const {
     // Those that listeners were shown before stay, since they may still look at them.
     const std::string& text = announcement.texts.emplace_front(text_.get());
+    announcement.message.text = text;
+    announcement.message.hasText = true;
     announcement.message.payload = toPayload(text.c_str());
 }
 

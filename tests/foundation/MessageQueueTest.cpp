@@ -83,13 +83,13 @@ TEST(MessageQueue, PurgesByTargetAndBySender) {
 TEST(MessageQueue, PurgingWaitsForTheDeliveryToThatTargetAlone) {
     MessageQueue queue(4);
     Target outer, inner, station, listener;
-    Meeting inside;
-    Signal purging;
+    Signal receiving, transmitting, purging;
     std::atomic<bool> isPurged{false};
     SystemMessage first(nullptr, 1, 0), second(nullptr, 2, 0);
     outer.answer = [&](Message&) { queue.deliver(nullptr); };
     inner.answer = [&](Message&) {
-        inside.arrive(0);
+        receiving.raise();
+        transmitting.wait();
         purging.wait();
         yieldOften();
         EXPECT_FALSE(isPurged);
@@ -99,7 +99,8 @@ TEST(MessageQueue, PurgingWaitsForTheDeliveryToThatTargetAlone) {
     listener.answer = [&](Message& message) {
         if (message.code == 2)
             return;
-        inside.arrive(1);
+        transmitting.raise();
+        receiving.wait();
         queue.purge(&station);
         purging.raise();
         queue.purge(&outer);

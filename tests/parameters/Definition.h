@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <charconv>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -76,7 +77,8 @@ inline void take(Parameter& parameter, const std::string& steps) {
     std::istringstream stream(steps);
     for (std::string step; std::getline(stream >> std::ws, step, ';');) {
         const std::string text = step.substr(std::min<std::size_t>(step.size(), 2));
-        const float number = std::strtof(text.c_str(), nullptr);  // infinities and NaN too
+        float number = 0.0f;
+        std::from_chars(text.data(), text.data() + text.size(), number);  // infinities and NaN too
         auto* const shown = dynamic_cast<ParameterValue<float>*>(&parameter);
         const auto expectNear = [&](float value) {
             EXPECT_NEAR(value, number, 1e-6 * std::max(1.0f, std::abs(number))) << step;

@@ -123,7 +123,7 @@ TEST(Parameter, TheLastMessageThatEachListenerGetsIsTrue) {
             fromUser += message.mode == FromUser;
         }));
         listeners.push_back(std::make_unique<Meddler>(text, [&, i](ParameterMessage& message) {
-            toldText[i] = fromPayload<const char*>(message.payload);
+            toldText[i] = message.text.str();
             const std::string_view seen = fromPayload<const char*>(message.payload);
             if (i == 4 && message.mode == FromUser) {
                 text.setValue("a longer text, on the heap, than the first", FromInternal);

@@ -1,4 +1,5 @@
 // Numbers: the way from the host's 0.0 to 1.0 to the value, to what is shown, and back.
+#include "foundation/CommaLocale.h"
 #include "parameters/Definition.h"
 #include "parameters/DisplayMapper.h"
 
@@ -139,6 +140,9 @@ TEST(ParameterValue, ValuesStepByStep) {
         SCOPED_TRACE(parameter);
         take(Defined(parameter).get(), steps);
     }
+    const CommaLocale comma;  // a host's
+    take(Defined(wide).get(), "v 1.23456; : 1.235; t 2.5; : 2.500");
+    EXPECT_THAT(stateOf(Defined(wide)), testing::HasSubstr("\"0.5000000000000000\""));
     EXPECT_FALSE(Defined(wide).get().setText("1e999", FromUser));
     EXPECT_TRUE(Defined(mix).get().setText("50/50", FromUser));
 }
