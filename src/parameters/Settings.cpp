@@ -21,6 +21,15 @@ constexpr const char* Load =
     "class tarn::Error __thiscall tarn::Settings::load(class tarn::File &)";
 constexpr int FirstBlockFrames = 1024;  // until the host tells
 
+// A state may come from anywhere: what is wrong with one value spoils no other.
+void readValue(Parameter& parameter, const Dictionary& value) {
+    try {
+        parameter.read(value);
+    } catch (const Error& error) {
+        logError(LogError, error);
+    }
+}
+
 }  // namespace
 
 std::size_t Settings::KeyHash::operator()(const Key& key) const noexcept {
@@ -222,7 +231,7 @@ void Settings::read(const Dictionary& state, std::uint32_t scopeMask, std::uint3
         if (!isSaved(*parameter, scopeMask, all) || !parameter->inRealm(realmMask))
             continue;
         if (const auto value = state.find(stateKey(parameter->getId()), parameter->getClone()))
-            parameter->read(*value);
+            readValue(*parameter, *value);
         else
             parameter->resetToDefault(FromLoad);
     }

@@ -79,8 +79,8 @@ public:
     /// Takes values from a saved state. Parameters outside the masks, and unless `all`, those that
     /// aren't exported, keep theirs; those that the state doesn't tell get their defaults, as from
     /// `FromLoad`. In sections `all` doesn't hold. A section is read from its own element if that
-    /// has children, else from this one. Throws `GeneralError` at an unknown scope, with what came
-    /// before it taken.
+    /// has children, else from this one. A parameter whose element is wrong keeps its value, which
+    /// is logged.
     void read(const Dictionary& state, std::uint32_t scopeMask, std::uint32_t realmMask, bool all);
 
     /// Adds values to a state, chosen in the same way. Sections of a clone number above 0 are left

@@ -168,9 +168,11 @@ TEST(Settings, StatesComeBackAsTheyWere) {
     expectAfter(savedState("<M value='0.25'/>"), Parameter::ModuleScope, false, "14442242");
     expectAfter(savedState("<M value='0.75'/><Q value='0'/><Not value='0'/>"),
                 Parameter::ModuleScope, true, "34402040");  // a flat one; all of the top alone
+    expectAfter(savedState("<M scope='x' value='0'/><Z value='0'/>"), Parameter::AllScopes, false,
+                "40242242");
     Ears ears(*all[0]);
     settings.read(savedState("<M value='0.5'/>"), Parameter::AllScopes, 3, true);
-    EXPECT_EQ(ears.heard(), "M0 0.75 0.75 from 3; M0 0.5 0.5 from 1; ");
+    EXPECT_EQ(ears.heard(), "M0 1 1 from 3; M0 0.5 0.5 from 1; ");
 
     all[0]->setId("-.-x y");
     EXPECT_THAT(stateOf(settings), HasSubstr("<xy value="));
