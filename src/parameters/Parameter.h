@@ -82,8 +82,8 @@ public:
 
     virtual const std::string& getId() const { return id_; }
 
-    /// While no other thread looks the parameter up. Look-ups by id are slower from then on, until
-    /// the settings are loaded or started again.
+    /// While no other thread looks the parameter up. Look-ups by id are slower from then on, in all
+    /// settings that were loaded before.
     virtual void setId(const std::string& id);
     virtual std::string getName() const;
     virtual void setName(const std::string& name);

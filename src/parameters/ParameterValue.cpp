@@ -50,14 +50,15 @@ std::string wholeNumber(double value) {
     return toFixedText(std::round(value) + 0.0, 0);  // never "-0"
 }
 
-template <typename T>
-bool getTyped(const Dictionary& dictionary, std::string_view key, T& out) {
+// From a Dictionary or from Preferences.
+template <typename Store, typename T>
+bool getTyped(const Store& store, const std::string& key, T& out) {
     if constexpr (std::same_as<T, bool>)
-        return dictionary.getBool(key, out);
+        return store.getBool(key, out);
     else if constexpr (std::same_as<T, float>)
-        return dictionary.getFloat(key, out);
+        return store.getFloat(key, out);
     else
-        return dictionary.getInteger(key, out);
+        return store.getInteger(key, out);
 }
 
 template <typename T>
@@ -96,17 +97,7 @@ ParameterValue<T>::ParameterValue(const ParameterValue& other) = default;
 template <ParameterNumber T>
 void ParameterValue<T>::start() {
     const auto preferences = openPreferences(Preferences::Read);
-    T value{};
-    if (!preferences)
-        return;
-    bool isThere = false;
-    if constexpr (std::same_as<T, bool>)
-        isThere = preferences->getBool(getId(), value);
-    else if constexpr (std::same_as<T, float>)
-        isThere = preferences->getFloat(getId(), value);
-    else
-        isThere = preferences->getInteger(getId(), value);
-    if (isThere)
+    if (T value{}; preferences && getTyped(*preferences, getId(), value))
         setValue(value, FromInternal);
 }
 

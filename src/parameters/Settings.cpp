@@ -308,8 +308,6 @@ void Settings::setParent(Radio* newParent) {
 
 void Settings::start() {
     Radio::start();
-    if (parentSettings_ == nullptr && idChanges_ != Parameter::idChanges())
-        finish();
     for (const auto& parameter : parameters_) {
         // One that is shared belongs to the module that had it first.
         if (parameter->getSettings() == this || parameter->getParent() == nullptr)

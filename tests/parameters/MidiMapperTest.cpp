@@ -165,18 +165,18 @@ TEST(MidiMapper, ItsStateComesBack) {
         return settings.find(id, clone);
     };
     Mapper mapper(nullptr, Never), other(nullptr, Never);
-    mapper.bind(1, &settings.get("A", 1));
+    mapper.bind(0, &settings.get("A", 1));
     mapper.bind(128, &settings.get("A"));
-    mapper.setInverted(1, true);
+    mapper.setInverted(0, true);
     mapper.setRange(129, midi::Positive);
     mapper.setInverted(130, true);
     other.bind(5, &settings.get("A"));
     other.read(Dictionary(textOf(mapper)), find);
     EXPECT_EQ(textOf(other), textOf(mapper));
-    EXPECT_EQ(other.getTarget(1), &settings.get("A", 1));
+    EXPECT_EQ(other.getTarget(0), &settings.get("A", 1));
     EXPECT_EQ(other.getTarget(5), nullptr);
     EXPECT_EQ(other.getRange(129), midi::Positive);
-    EXPECT_TRUE(other.isInverted(1));
+    EXPECT_TRUE(other.isInverted(0));
 
     other.read(savedState("<controller><number value='3'/><target value='None'/></controller>"
                           "<controller><number value='999'/><target value='A'/></controller>"

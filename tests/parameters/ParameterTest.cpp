@@ -155,10 +155,11 @@ TEST(ParameterEnum, ChoosesAmongItsEntries) {
     Ears ears(choice);
     take(choice,
          "n 0.5; : Beta; n 1; : Gamma; n 0.34; : Beta; n 0; : Alpha; n 7; : Gamma; "
-         "n -1; : Alpha; n nan; : Alpha; v 3; v -1; v 1.6; = 7.5; t Third; : Third");
+         "n -1; : Alpha; n nan; : Alpha; v 3; v -1; v 1.6; = 7.5; v 0; : Alpha; v 2; t Third; : "
+         "Third");
     EXPECT_EQ(ears.heard(),
               "P0 0.5 1 from 3; P0 1 2 from 2; P0 0.5 1 from 2; P0 0 0 from 2; "
-              "P0 1 2 from 2; P0 0 0 from 2; P0 1 2 from 2; ");
+              "P0 1 2 from 2; P0 0 0 from 2; P0 1 2 from 2; P0 0 0 from 2; P0 1 2 from 2; ");
     ParameterMessage select(nullptr, ParameterMessage::ValueChanged, "", 0, 1, 0.0f, FromHost);
     EXPECT_FALSE(choice.receive(select));
     select.payload = std::uint64_t{1} << 32;
@@ -193,14 +194,14 @@ TEST(ParameterArray, KeyRangesGiveWayToOneAnother) {
              {2, {0, 40}, "0:29|30:60|61:96"},
              {0, {40, 45}, "30:60|40:45|61:96"},  // within another: nothing to trim
              {2, {30, 60}, "30:60|40:45|60:60"},  // all covered: a key is left
-             {9, {1, 2}, "30:60|40:45|60:60"},
+             {3, {1, 2}, "30:60|40:45|60:60"},
          }) {
         keys.setEntry(edit.index, edit.keys, FromMidi);
         EXPECT_EQ(keys.getText(), edit.result);
     }
     EXPECT_EQ(ears.heard(),
               "P0 0 1 from 3; P0 0 2 from 2; P0 0 0 from 4; P0 0 1 from 4; "
-              "P0 0 2 from 4; P0 0 0 from 4; P0 0 2 from 4; P0 0 9 from 4; ");
+              "P0 0 2 from 4; P0 0 0 from 4; P0 0 2 from 4; P0 0 3 from 4; ");
     keys.removeEntry(1);
     keys.removeEntry(7);
     EXPECT_EQ(keys.getText(), "30:60|60:60");

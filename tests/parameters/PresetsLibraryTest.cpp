@@ -83,14 +83,15 @@ TEST(PresetsLibrary, EditsStayInThePresetThatIsLeft) {
     instance.expectValues("0.5", "0.5");
     instance.first.get("Host").setFloat(0.25f, FromUser);
     instance.first.get("All").setFloat(0.25f, FromUser);
+    instance.first.get("Not").setFloat(0.25f, FromUser);
     instance.edit(0.75f);
     instance.selectProgram(1);
     instance.selectProgram(7);
     instance.expectValues("0.75", "0.5");
     instance.selectProgram(0);
     instance.expectValues("0.5", "0.5");
-    take(instance.first.get("Host"), "= 0.25");
-    take(instance.first.get("All"), "= 0.25");
+    for (const char* const kept : {"Host", "All", "Not"})
+        take(instance.first.get(kept), "= 0.25");
     instance.edit(0.875f, FromLoad);
     for (const char* const other : {"Not", "Host", "None"})
         instance.edit(0.0f, FromUser, other);
@@ -104,6 +105,9 @@ TEST(PresetsLibrary, EditsStayInThePresetThatIsLeft) {
     instance.setModified(false);
     EXPECT_EQ(instance.names(), ",init 2,init 3,");
 
+    Program alone(nullptr, nullptr);
+    alone.start();
+    alone.activate(1);
     PresetsLibrary empty;
     Dictionary tree;
     empty.setCurrentName("x");
