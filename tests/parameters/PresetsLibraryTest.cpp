@@ -104,6 +104,8 @@ TEST(PresetsLibrary, EditsStayInThePresetThatIsLeft) {
     EXPECT_EQ(instance.getCurrentIndex() * 10 + instance.selectFirstUsed(), 11);
     instance.setModified(false);
     EXPECT_EQ(instance.names(), ",init 2,init 3,");
+    instance.makeAllPrograms();
+    EXPECT_EQ(instance.getCurrent()->getProgram(2), nullptr);
 
     Program alone(nullptr, nullptr);
     alone.start();
