@@ -17,4 +17,9 @@ void compareAtLeast(const std::string& name, double timesAsFast,
                     std::function<void(benchmark::State&)> ours,
                     std::function<void(benchmark::State&)> rival);
 
+/// The same of functions that tell the time by `SetIterationTime`, once in a repetition.
+void compareOwnTimesAtLeast(const std::string& name, double timesAsFast,
+                            std::function<void(benchmark::State&)> ours,
+                            std::function<void(benchmark::State&)> rival);
+
 }  // namespace tarn::bench
