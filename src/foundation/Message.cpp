@@ -92,15 +92,6 @@ const void* MidiMessage::data() const noexcept {
 }
 
 ParameterMessage::ParameterMessage(Radio* from, std::int32_t what, const MessageText& name,
-                                   std::int32_t number, std::uint64_t plain, float normalised,
-                                   std::int32_t source) noexcept
-    : Message(from, MessageType::Parameter, what, plain),
-      parameterName(name.view()),
-      value(normalised),
-      cloneNumber(number),
-      mode(source) {}
-
-ParameterMessage::ParameterMessage(Radio* from, std::int32_t what, const MessageText& name,
                                    std::int32_t number, const std::string& newText,
                                    std::int32_t source) noexcept
     : ParameterMessage(from, what, name, number, toPayload(newText.c_str()), 0.0F, source) {

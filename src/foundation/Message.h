@@ -202,7 +202,12 @@ public:
 
     /// `plain` is the value's bytes.
     ParameterMessage(Radio* from, std::int32_t what, const MessageText& name, std::int32_t number,
-                     std::uint64_t plain, float normalised, std::int32_t source) noexcept;
+                     std::uint64_t plain, float normalised, std::int32_t source) noexcept
+        : Message(from, MessageType::Parameter, what, plain),
+          parameterName(name.view()),
+          value(normalised),
+          cloneNumber(number),
+          mode(source) {}
 
     /// Of a text parameter. The payload points to the text's zero-terminated characters, in a copy
     /// to the copy's own. A temporary string doesn't compile.

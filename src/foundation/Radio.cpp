@@ -195,6 +195,11 @@ bool Radio::receive(Message& message) {
 
 Error Radio::transmit(Message& message) {
     const RadioLock::Hold hold(*lock_);
+    deliver(message);
+    return NoError();
+}
+
+void Radio::deliver(Message& message) {
     const Delivery delivery(deliveries_);
     std::uint32_t seenChanges = changes_;
     for (std::size_t next = 0; next < listeners_.size();) {
@@ -209,7 +214,6 @@ Error Radio::transmit(Message& message) {
         next = static_cast<std::size_t>(behind - listeners_.begin());
         seenChanges = changes_;
     }
-    return NoError();
 }
 
 void Radio::disconnect() {

@@ -114,6 +114,9 @@ protected:
     /// before it transmits it holds this lock for both.
     RadioLock& deliveryLock() const noexcept { return *lock_; }
 
+    /// What `transmit` does under that lock, which the caller holds.
+    void deliver(Message& message);
+
 private:
     // Shared, because threads may still wait for the lock when the radio is gone. Where two locks
     // are needed, the station's is taken before the listener's.

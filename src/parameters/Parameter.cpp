@@ -60,6 +60,7 @@ Parameter::Parameter(const Parameter& other)
     : Allocator(),
       Radio(other),
       id_(other.id_),
+      ownSettings_(other.ownSettings_),
       name_(other.getName()),
       aliases_(other.getAliases()),
       unit_(other.getUnit()),
@@ -143,6 +144,16 @@ void Parameter::listenerAdded(Radio* listener) {
     listener->receive(now.message);
 }
 
+void Parameter::setSettings(ParameterDirectory* settings) {
+    Radio::setSettings(settings);
+    ownSettings_ = settings != nullptr ? settings->asSettings() : nullptr;
+}
+
+Settings* Parameter::settings() const noexcept {
+    Settings* const own = ownSettings_;
+    return own != nullptr ? own : settingsOf(*this);
+}
+
 ParameterMessage Parameter::makeMessage(std::int32_t source) {
     return {this, ParameterMessage::ValueChanged, getId(), getClone(), 0, 0.0f, source};
 }
@@ -164,7 +175,7 @@ void Parameter::announce(std::int32_t source) {
         }
     };
     const Delivering delivering{*this, std::exchange(delivering_, &now)};
-    transmit(now.message);
+    deliver(now.message);
 }
 
 bool Parameter::takes(bool differs) const noexcept {
@@ -178,8 +189,8 @@ std::unique_ptr<Preferences> Parameter::openPreferences(std::uint32_t access) co
 }
 
 std::int32_t Parameter::getClone() const {
-    const Settings* const settings = settingsOf(*this);
-    return settings != nullptr ? settings->getClone() : 0;
+    const Settings* const section = settings();
+    return section != nullptr ? section->getClone() : 0;
 }
 
 std::string_view Parameter::getTypeName() const {

@@ -21,6 +21,7 @@ namespace tarn {
 
 class Dictionary;
 class Preferences;
+class Settings;
 
 /// Where a change came from. Every setter takes one of these, and the message carries it as `mode`.
 enum ChangeSource : std::int32_t {
@@ -119,6 +120,8 @@ public:
     /// Sends the present value to the new listener alone.
     void listenerAdded(Radio* listener) override;
 
+    void setSettings(ParameterDirectory* settings) override;
+
     bool hasFlag(std::uint32_t mask) const noexcept { return (flags_ & mask) != 0; }
     bool inRealm(std::uint32_t mask) const noexcept { return (realm_ & mask) != 0; }
     bool inScope(std::uint32_t mask) const noexcept { return (scope_ & mask) != 0; }
@@ -164,6 +167,9 @@ protected:
     /// Transmits the present value.
     void announce(std::int32_t source);
 
+    /// What `settingsOf` gives; at once where the parameter has settings of its own.
+    Settings* settings() const noexcept;
+
     /// Whether a value that differs from the present one, or doesn't, takes effect.
     bool takes(bool differs) const noexcept;
 
@@ -175,6 +181,7 @@ private:
     ParameterMessage makeMessage(std::int32_t source);
 
     std::string id_;
+    Word<Settings*> ownSettings_{nullptr};
     mutable Mutex namesLock_;  // guards the next three
     std::string name_;
     std::set<std::string> aliases_;

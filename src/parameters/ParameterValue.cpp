@@ -121,8 +121,9 @@ float ParameterValue<T>::span() const {
 
 template <ParameterNumber T>
 float ParameterValue<T>::getNormalised() const {
-    const float range = span();
-    const float above = static_cast<float>(getValue()) - static_cast<float>(getMinimum());
+    const auto minimum = static_cast<float>(getMinimum());
+    const float range = static_cast<float>(getMaximum()) - minimum;
+    const float above = static_cast<float>(getValue()) - minimum;
     return range != 0.0f ? above / range : 0.0f;
 }
 
@@ -130,12 +131,12 @@ template <ParameterNumber T>
 void ParameterValue<T>::setNormalised(float normalised, std::int32_t source) {
     if (!std::isfinite(normalised))
         return;
+    const T minimum = getMinimum();
     if constexpr (std::same_as<T, float>)
-        setValue(span() * normalised + getMinimum(), source);
+        setValue((getMaximum() - minimum) * normalised + minimum, source);
     else
-        setValue(
-            toPlain((static_cast<double>(getMaximum()) - getMinimum()) * normalised + getMinimum()),
-            source);
+        setValue(toPlain((static_cast<double>(getMaximum()) - minimum) * normalised + minimum),
+                 source);
 }
 
 template <ParameterNumber T>
@@ -180,6 +181,9 @@ T ParameterValue<T>::onStep(T value) const {
         return value;
     } else {
         const double step = getStep();
+        // Every integer is on a step of 1, and on the steps that integers have by themselves.
+        if (std::same_as<T, std::int32_t> && (step == 1.0 || step_ == 0.0f))
+            return value;
         if (!(step > SmallestStep) || std::isinf(step))
             return std::isinf(step) ? getMinimum() : value;
         const double minimum = getMinimum();
@@ -196,8 +200,8 @@ template <ParameterNumber T>
 bool ParameterValue<T>::isStepped() const {
     if (stepsAlways_)
         return true;
-    const Settings* const settings = settingsOf(*this);
-    return settings != nullptr && settings->usesSteps();
+    const Settings* const section = settings();
+    return section != nullptr && section->usesSteps();
 }
 
 template <ParameterNumber T>
