@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <functional>
 #include <iterator>
 #include <mutex>
@@ -22,8 +21,6 @@ namespace {
 
 constexpr const char* PreferencesSection = "Preferences";
 constexpr int ShortField = 16;  // below that, a host's field has no room for brackets
-
-std::atomic<std::uint32_t> idChangeCount{0};
 
 struct NamedNumber {
     std::string_view name;
@@ -72,11 +69,7 @@ Parameter::Parameter(const Parameter& other)
 
 void Parameter::setId(const std::string& id) {
     id_ = id;
-    idChangeCount.fetch_add(1, std::memory_order_release);
-}
-
-std::uint32_t Parameter::idChanges() noexcept {
-    return idChangeCount.load(std::memory_order_acquire);
+    idChanges_.fetch_add(1, std::memory_order_release);
 }
 
 std::string Parameter::getName() const {

@@ -10,6 +10,7 @@
 #include "foundation/Radio.h"
 #include "foundation/Word.h"
 
+#include <atomic>
 #include <cstdint>
 #include <forward_list>
 #include <memory>
@@ -148,7 +149,7 @@ public:
     std::string getHostName(int maxLength) const;
 
     /// Of all parameters: how often ids were changed after their creation.
-    static std::uint32_t idChanges() noexcept;
+    static std::uint32_t idChanges() noexcept { return idChanges_.load(std::memory_order_acquire); }
 
 protected:
     /// A message on its way to the listeners, and the texts that it refers to.
@@ -179,6 +180,8 @@ protected:
 
 private:
     ParameterMessage makeMessage(std::int32_t source);
+
+    inline static std::atomic<std::uint32_t> idChanges_{0};
 
     std::string id_;
     Word<Settings*> ownSettings_{nullptr};

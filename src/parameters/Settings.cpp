@@ -32,11 +32,6 @@ void readValue(Parameter& parameter, const Dictionary& value) {
 
 }  // namespace
 
-std::size_t Settings::KeyHash::operator()(const Key& key) const noexcept {
-    constexpr std::size_t Spread = 0x9E3779B1;
-    return std::hash<std::string_view>()(key.id) ^ static_cast<std::size_t>(key.clone) * Spread;
-}
-
 Settings* settingsOf(const Radio& radio) noexcept {
     ParameterDirectory* const directory = radio.getSettings();
     return directory != nullptr ? directory->asSettings() : nullptr;
@@ -169,9 +164,9 @@ void Settings::collectAutomatable(std::vector<Parameter*>& list) const {
 // The order is that of `walk`, whose first match counts.
 void Settings::indexIds(const Settings& section) {
     for (const auto& parameter : section.parameters_) {
-        ids_.try_emplace(Key{parameter->getId(), 0}, parameter.get());
+        ids_.add(parameter->getId(), 0, parameter.get());
         if (section.clone_ != 0)
-            ids_.try_emplace(Key{parameter->getId(), section.clone_}, parameter.get());
+            ids_.add(parameter->getId(), section.clone_, parameter.get());
     }
     for (const Section& below : section.sections_)
         indexIds(*below.child);
@@ -180,8 +175,7 @@ void Settings::indexIds(const Settings& section) {
 Parameter* Settings::find(std::string_view id, std::int32_t clone) const {
     if (parentSettings_ != nullptr || idChanges_ != Parameter::idChanges())
         return walk(id, clone);
-    const auto found = ids_.find(Key{id, clone});
-    return found != ids_.end() ? found->second : nullptr;
+    return ids_.find(id, clone);
 }
 
 Parameter* Settings::walk(std::string_view id, std::int32_t clone) const {

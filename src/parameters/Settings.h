@@ -10,12 +10,12 @@
 #include "foundation/Radio.h"
 #include "foundation/SharedObject.h"
 #include "parameters/Parameter.h"
+#include "parameters/ParameterIndex.h"
 
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace tarn {
@@ -121,15 +121,6 @@ public:
     Settings* asSettings() noexcept override { return this; }
 
 private:
-    struct Key {
-        std::string_view id;
-        std::int32_t clone;
-        bool operator==(const Key&) const = default;
-    };
-    struct KeyHash {
-        std::size_t operator()(const Key& key) const noexcept;
-    };
-
     Settings(Settings& parent, std::string name, std::int32_t clone);
 
     void readLevel(const Dictionary& level);
@@ -154,7 +145,7 @@ private:
     bool useSteps_ = true;
 
     // At the root: what `find` answers, while no id was changed.
-    std::unordered_map<Key, Parameter*, KeyHash> ids_;
+    ParameterIndex ids_;
     std::uint32_t idChanges_ = 0;
 };
 
