@@ -128,6 +128,7 @@ template <typename T>
 void MidiMapper<T>::forget(T target) {
     if (learning_ == target)
         startLearning(nullptr);
+    const RadioLock::Hold hold(deliveryLock());  // a tie that is being made is there afterwards
     for (Entry& entry : entries_)
         if (entry.target == target)
             entry.target = nullptr;
@@ -171,6 +172,7 @@ bool MidiMapper<T>::receive(Message& message) {
         const std::int32_t controller = static_cast<MidiMessage&>(message).event.controller;
         if (learning_ == nullptr || !isController(controller))
             return false;
+        const RadioLock::Hold hold(deliveryLock());
         if (T const target = learning_.exchange(nullptr)) {
             bind(controller, target);
             tellEnd();  // the timer, which a system call would stop, runs out by itself
