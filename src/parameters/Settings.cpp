@@ -85,8 +85,11 @@ Settings::Settings(const Settings& other, bool flag)
 
 Settings::~Settings() {
     for (const auto& parameter : parameters_) {
-        if (parameter->getSettings() == this)
+        if (parameter->getSettings() == this) {
+            // A copy may keep it for longer than the module lives, and adopts it when it starts.
+            parameter->setParent(nullptr);
             parameter->setSettings(nullptr);
+        }
         if (parameter.use_count() == 1)
             logLine(LogWarning, "Settings::0x%" PRIxPTR " : deleting Parameter 0x%" PRIxPTR " (%s)",
                     reinterpret_cast<std::uintptr_t>(this),
@@ -135,6 +138,9 @@ void Settings::takeTree(Settings& loaded) {
     automatable_.clear();
     parameters_.swap(loaded.parameters_);
     sections_.swap(loaded.sections_);
+    for (const auto& former : loaded.parameters_)
+        if (former->getSettings() == this)
+            former->setSettings(&loaded);
     for (const auto& parameter : parameters_) {
         parameter->setSettings(this);
         if (module_ != nullptr)
@@ -303,7 +309,9 @@ void Settings::setParent(Radio* newParent) {
 void Settings::start() {
     Radio::start();
     for (const auto& parameter : parameters_) {
-        // One that is shared belongs to the module that had it first.
+        // One that is shared belongs to the module that had it first, while that is there.
+        if (parameter->getSettings() == nullptr)
+            parameter->setSettings(this);
         if (parameter->getSettings() == this || parameter->getParent() == nullptr)
             parameter->setParent(module_);
         parameter->start();

@@ -39,7 +39,8 @@ public:
     Settings(Radio* module, const ParameterManager& manager, int schedulerDivisor = 32);
 
     /// Of parameters of a zone's or a module's scope it has copies, the others it shares: whoever
-    /// of all copies lives longest deletes them. The flag is without effect.
+    /// of all copies lives longest deletes them. One whose first settings go has neither parent nor
+    /// settings, until another copy starts and adopts it. The flag is without effect.
     Settings(const Settings& other, bool flag);
     Settings& operator=(const Settings&) = delete;
     ~Settings() override;

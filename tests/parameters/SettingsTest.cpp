@@ -217,9 +217,14 @@ TEST(Settings, CopiesShareWhatIsNoModules) {
     Parameter* const shared = copy.find("P2", 0);
     EXPECT_EQ(copy.find("Es", 1)->getParent(), &second);
     EXPECT_EQ(shared->getParent(), &first);
+    original->loadText(definition(value("P")));
     original.reset();
-    take(*shared, "= 0.5");
-    EXPECT_EQ(shared->getSettings(), nullptr);
+    for (Parameter* const left : {copy.find("P", 0), shared}) {
+        EXPECT_TRUE(left->getParent() == nullptr && left->getSettings() == nullptr);
+        take(*left, "v 0.25; = 0.25");
+    }
+    copy.start();
+    EXPECT_EQ(settingsOf(*shared), copy.getSections()[0].child.get());
 
     struct Unknown : Parameter {
         Unknown() : Parameter(nullptr, "", "") {}
