@@ -145,9 +145,9 @@ private:
     Settings* parentSettings_ = nullptr;
     bool useSteps_ = true;
 
-    // At the root: what `find` answers, while no id was changed.
+    // At the root: what `find` answers, while no id was changed. Not made yet at first.
     ParameterIndex ids_;
-    std::uint32_t idChanges_ = 0;
+    std::uint32_t idChanges_ = ~std::uint32_t{0};
 };
 
 /// The parameter tree that a radio finds its parameters in: its own, or its parent's; null if there

@@ -209,6 +209,7 @@ TEST(Settings, CopiesShareWhatIsNoModules) {
     EXPECT_EQ(stateOf(copy), stateOf(*original));
     EXPECT_EQ(copy.find("Es", 1)->getText() + copy.find("C", 1)->getName(), "OneName");
     EXPECT_EQ(copy.getSections()[1].child->getPath(), "S.2");
+    EXPECT_NE(Settings(*copy.getSections()[1].child, true).find("T", 1), nullptr);
     EXPECT_EQ(copy.getAutomatable().size(), 12u);
     original->get("M").setFloat(0.0f, FromUser);
     take(*copy.find("M", 0), "= 0.75");
