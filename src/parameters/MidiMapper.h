@@ -40,8 +40,9 @@ std::string getControllerText(std::int32_t controller);
 
 }  // namespace midi
 
-/// `T` is a pointer to what is moved, not owned; whoever owns it forgets it here before it goes.
-/// Look-ups are for any thread, the audio thread included; the others for the interface thread.
+/// `T` is a pointer to what is moved, not owned; whoever owns it forgets it here before it goes,
+/// and lets the audio thread finish what it looked up before. Look-ups are for any thread, the
+/// audio thread included; the others for the interface thread.
 template <typename T>
 class MidiMapper : public Radio {
 public:
@@ -75,7 +76,7 @@ public:
 
     /// While learning, a MidiMessage of a controller event makes the tie and ends the learning; so
     /// does the timer, without one. Both transmit a SystemMessage of code Notification, so that the
-    /// editor shows it. Audio thread.
+    /// editor shows it. Audio thread, and the timer's.
     bool receive(Message& message) override;
 
     /// Adds a "controller" for each number that isn't as at first. `nameOf` tells a target's name

@@ -112,7 +112,7 @@ public:
     /// call this first. Not for the audio thread, like `write`.
     virtual void read(const Dictionary& dictionary);
 
-    /// Adds or replaces the value, under the parameter's id.
+    /// Adds the value, under the `stateKey` of the id. Most classes replace the one that is there.
     virtual void write(Dictionary& /*dictionary*/) const {}
 
     /// Transmits the present value, as from `FromInternal`.

@@ -22,7 +22,8 @@ public:
     float getFloat() const override { return 0.0f; }
     void setFloat(float /*value*/, std::int32_t /*source*/) override {}
 
-    /// The list as it is saved.
+    /// The list as it is saved, with "|" between the entries. So a text with a "|" comes back as
+    /// two entries, and an empty one at the end not at all.
     std::string getText() const override;
     bool setText(const std::string& text, std::int32_t source) override;
 

@@ -16,8 +16,9 @@ public:
     /// creation needs are read. Throws `ErrorNoSuchParameterType` for a class without that type.
     virtual Parameter* createFromDictionary(const Dictionary& definition) const;
 
-    /// A copy of the same class, the caller's. Throws `ErrorNoSuchParameterType` for a class of
-    /// which the manager knows nothing.
+    /// A copy of the same class, the caller's, whose parent and settings are the original's until
+    /// others are set. Throws `ErrorNoSuchParameterType` for a class of which the manager knows
+    /// nothing.
     virtual Parameter* createCopy(const Parameter* parameter) const;
 };
 

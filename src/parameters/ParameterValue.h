@@ -44,7 +44,7 @@ public:
     float getNormalised() const override;
 
     /// To integers the fraction is cut off, to switches 0.5 and more is on. What isn't finite is
-    /// ignored, here and in the other setters.
+    /// ignored, here and where the plain value or an end of the range is set.
     void setNormalised(float normalised, std::int32_t source) override;
     float getFloat() const override { return static_cast<float>(getValue()); }
     void setFloat(float value, std::int32_t source) override;
@@ -57,8 +57,9 @@ public:
     ///     ratio   "4.0:1", "oo:1" at the end
     std::string getText() const override;
 
-    /// A number for a scalar, "4:1" or "1:4" for a ratio. A text that begins with no number gives
-    /// false and changes nothing; pan and mix answer true and change nothing.
+    /// A number for a scalar: a text that begins with none gives false and changes nothing. "4:1"
+    /// or "1:4" for a ratio, where no number counts as 1. Pan and mix answer true and change
+    /// nothing.
     bool setText(const std::string& text, std::int32_t source) override;
 
     /// Around 2e-16 where values aren't stepped: see `setStep`.

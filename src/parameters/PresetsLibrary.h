@@ -88,7 +88,8 @@ public:
     void readAll(const Dictionary& tree);
 
     // The favourites' slots: each holds a preset's index, or -1. Reading makes the slots that the
-    // tree names, of numbers below 1,024, and leaves the others.
+    // tree names, of numbers below 1,024, and leaves the others. Writing takes as many slots as
+    // there are, from 0 on; so a slot behind a gap isn't written.
     void readFavorites(const Dictionary& tree);
     void writeFavorites(Dictionary& tree) const;
     std::int32_t getFavorite(std::int32_t slot) const;
