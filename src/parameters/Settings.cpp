@@ -19,7 +19,6 @@ namespace {
 
 constexpr const char* Load =
     "class tarn::Error __thiscall tarn::Settings::load(class tarn::File &)";
-constexpr int FirstBlockFrames = 1024;  // until the host tells
 
 // A state may come from anywhere: what is wrong with one value spoils no other.
 void readValue(Parameter& parameter, const Dictionary& value) {
@@ -62,7 +61,8 @@ Settings::Settings(const Settings& other, bool flag)
       scheduler_(std::make_unique<ParameterScheduler>(other.module_, other.schedulerDivisor_)),
       name_(other.name_),
       clone_(other.clone_),
-      useSteps_(other.useSteps_) {
+      useSteps_(other.useSteps_),
+      blockFrames_(other.blockFrames_) {
     for (const Section& section : other.sections_) {
         auto child = std::make_unique<Settings>(*section.child, flag);
         child->parentSettings_ = this;
@@ -156,7 +156,7 @@ void Settings::finish() {
     ids_.clear();
     idChanges_ = Parameter::idChanges();
     indexIds(*this);
-    setBlockSize(FirstBlockFrames);
+    setBlockSize(blockFrames_);
 }
 
 void Settings::collectAutomatable(std::vector<Parameter*>& list) const {
@@ -270,6 +270,7 @@ void Settings::scheduleValue(std::string_view id, std::int32_t position, float v
 }
 
 void Settings::setBlockSize(int frames) {
+    blockFrames_ = frames;
     std::vector<std::string> ids;
     collectIds(ids);
     scheduler_->reserve(ids, frames);

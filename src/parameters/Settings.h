@@ -144,6 +144,7 @@ private:
     std::vector<Section> sections_;
     Settings* parentSettings_ = nullptr;
     bool useSteps_ = true;
+    int blockFrames_ = 1024;  // until the host tells
 
     // At the root: what `find` answers, while no id was changed. Not made yet at first.
     ParameterIndex ids_;

@@ -281,7 +281,9 @@ TEST(Settings, RadiosFindTheirParameters) {
 // audio thread, memory without end.
 TEST(ParameterScheduler, RemembersValuesByPlaces) {
     Defined settings(section("S", value("A")));
-    settings.setBlockSize(512);
+    settings.setBlockSize(4096);
+    settings.get("A").setId("A");
+    settings.start();
     ParameterScheduler& scheduler = settings.getScheduler();
     float out = -1.0f;
     const auto at = [&](std::int32_t position) {
@@ -292,13 +294,13 @@ TEST(ParameterScheduler, RemembersValuesByPlaces) {
     settings.scheduleValue("A", 31, 0.25f);
     settings.scheduleValue("A", 64, 0.5f);
     settings.scheduleValue("A", 95, 0.75f);
-    settings.scheduleValue("A", 511, 1.0f);
+    settings.scheduleValue("A", 4095, 1.0f);
     EXPECT_EQ(test::allocationsOfThisThread(), before);
     EXPECT_EQ(at(-5), 0.25f);
     EXPECT_EQ(at(32), 0.0f);
     EXPECT_EQ(at(64), 0.75f);
-    EXPECT_EQ(at(511), 1.0f);
-    EXPECT_EQ(at(639), -1.0f);
+    EXPECT_EQ(at(4095), 1.0f);
+    EXPECT_EQ(at(4223), -1.0f);
     settings.scheduleValue("A", 33, 0.125f);
     EXPECT_EQ(at(159), 0.0f);
     EXPECT_EQ(at(160), -1.0f);
