@@ -1,5 +1,7 @@
 #include "parameters/Program.h"
 
+#include "foundation/Error.h"
+#include "foundation/Logger.h"
 #include "parameters/PresetsLibrary.h"
 #include "parameters/Settings.h"
 
@@ -26,8 +28,13 @@ void Program::store() {
 void Program::activate(std::uint32_t realmMask) {
     Settings* const settings = settingsOf(*this);
     const auto values = state_.find(SnapshotKey);
-    if (settings != nullptr && values)
+    if (settings == nullptr || !values)
+        return;
+    try {
         settings->read(*values, Parameter::ModuleScope, realmMask, false);
+    } catch (const Error& error) {
+        logError(LogError, error);
+    }
 }
 
 void Program::read(const Dictionary& tree) {

@@ -229,6 +229,17 @@ TEST(PresetsLibrary, WhatFilesCantDo) {
     instance.setProgram(1);  // of which the file had nothing: the defaults
     instance.expectValues("0.5", "0.5");
 
+    // Values that can't be read: those after them stay, and the next module has its own.
+    const auto module = [](const std::string& values) {
+        return "<m><parameters>" + values + "</parameters></m>";
+    };
+    instance.setProgram(0);
+    EXPECT_TRUE(loads("<programs><p/><p><modules>" + module("<A scope='x' value='1'/>") +
+                      module("<A value='0.25'/>") + "</modules></p></programs>"));
+    instance.setProgram(1);
+    EXPECT_EQ(valueOf(instance.first), 0.5f);
+    EXPECT_EQ(valueOf(instance.second), 0.25f);
+
     std::string many = "<programs>";
     for (int i = 0; i < 5000; ++i)
         many += "<p/>";
