@@ -219,7 +219,8 @@ void PresetsLibrary::readFavorites(const Dictionary& tree) {
 
 void PresetsLibrary::writeFavorites(Dictionary& tree) const {
     const auto favorites = tree.addArray(FavoritesKey);
-    for (std::int32_t slot = 0; slot < static_cast<std::int32_t>(favorites_.size()); ++slot)
+    const std::int32_t last = favorites_.empty() ? -1 : favorites_.rbegin()->first;
+    for (std::int32_t slot = 0; slot <= std::min(last, MostSlots - 1); ++slot)
         favorites->setInteger(IndexKey, getFavorite(slot), slot);
 }
 

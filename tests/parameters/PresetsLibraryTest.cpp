@@ -159,13 +159,13 @@ TEST(PresetsLibrary, FilesComeBackAsTheyWere) {
     }
     saved.storeFavorite(0);
     saved.setFavorite(1, 2);
-    saved.setFavorite(2, -1);
+    saved.setFavorite(3, 0);  // behind an empty slot
     saved.edit(1.0f, FromUser, "Not");
     ASSERT_TRUE(saved.saveAll(bank, message)) << message;
     take(saved.first.get("Not"), "= 1");
 
     Instance loaded(2);
-    loaded.setFavorite(3, 1);
+    loaded.setFavorite(4, 1);
     ASSERT_TRUE(loaded.loadFile(bank, message)) << message;
     EXPECT_EQ(loaded.log + loaded.names(), "()Bank/0,Bank/1,Bank/2,Bank/3,Bank/4,");
     EXPECT_EQ(loaded.getPreset(4)->getId(), saved.getPreset(4)->getId());
@@ -176,7 +176,7 @@ TEST(PresetsLibrary, FilesComeBackAsTheyWere) {
     for (int i = 0; i < 5; ++i)
         favorites += std::to_string(loaded.getFavorite(i)) + " in " +
                      std::to_string(loaded.getFavoriteSlot(i)) + ",";
-    EXPECT_EQ(favorites, "4 in -1,2 in 3,-1 in 1,1 in -1,-1 in 0,");
+    EXPECT_EQ(favorites, "4 in 3,2 in 4,-1 in 1,0 in -1,1 in 0,");
     for (const int slot : {0, 2, 9})
         loaded.recallFavorite(slot);
     loaded.expectValues("1", "0.5");
