@@ -321,7 +321,7 @@ float ParameterValue<T>::toDisplayValue(float normalised) const {
     }
     double shown = scaled(normalised);
     const double step = getStep();
-    if (step != 0.0 && std::abs(shown / step) < MostShownSteps) {
+    if (step != 0.0 && std::isfinite(step) && std::abs(shown / step) < MostShownSteps) {
         shown = std::round(shown / step) * step;
         if constexpr (std::same_as<T, std::int32_t>)
             shown = cutToInteger(shown, slackOf(shown));
