@@ -44,7 +44,7 @@ public:
         Export = 4,       // part of saved state
         Meta = 32,        // kept and read by nothing here
     };
-    enum Realm : std::uint32_t { PluginRealm = 1, HostRealm = 2 };
+    enum Realm : std::uint32_t { PluginRealm = 1, HostRealm = 2, AllRealms = 3 };
 
     /// What a value belongs to, and is saved with. A mask selects several.
     enum Scope : std::uint32_t {

@@ -3,6 +3,7 @@
 #include "foundation/Dictionary.h"
 #include "foundation/NumberText.h"
 #include "foundation/Preferences.h"
+#include "parameters/TypedValue.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,23 +12,6 @@
 #include <utility>
 
 namespace tarn {
-
-namespace {
-
-// The value of one of the children of "values".
-template <typename T>
-T valueOf(const Dictionary& entry) {
-    T value{};
-    if constexpr (std::is_same_v<T, std::string>)
-        entry.getString("value", value);
-    else if constexpr (std::is_same_v<T, float>)
-        entry.getFloat("value", value);
-    else
-        entry.getInteger("value", value);
-    return value;
-}
-
-}  // namespace
 
 template <typename T>
 ParameterEnum<T>::ParameterEnum(Radio* parent, std::string id, std::string name)
@@ -134,8 +118,10 @@ void ParameterEnum<T>::read(const Dictionary& dictionary) {
         defaultIndex_ = 0;
         for (std::int32_t i = 0; i < values->count(""); ++i) {
             const auto entry = values->getEntry(i);
+            T value{};
+            getTyped(*entry, "value", value);
             if (entry->isElement())
-                addEntry(valueOf<T>(*entry), entry->getAttribute("display"));
+                addEntry(value, entry->getAttribute("display"));
         }
     }
     if (std::int32_t index = 0; dictionary.getInteger("value", index))

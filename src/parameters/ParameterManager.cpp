@@ -7,6 +7,7 @@
 #include "parameters/ParameterEnum.h"
 #include "parameters/ParameterText.h"
 #include "parameters/ParameterValue.h"
+#include "parameters/TypedValue.h"
 
 #include <cinttypes>
 #include <limits>
@@ -26,31 +27,16 @@ constexpr const char* CreateCopy =
 
 using Created = std::unique_ptr<Parameter>;
 
-Created createFloat(const Dictionary& definition, const std::string& id, const std::string& name) {
-    float minimum = 0.0f;
-    float defaultValue = 0.5f;
-    float maximum = 1.0f;
-    definition.getFloat("minval", minimum);
-    definition.getFloat("defval", defaultValue);
-    definition.getFloat("maxval", maximum);
+// With the range and the default that are given, where the definition has no others.
+template <typename T>
+Created createNumber(const Dictionary& definition, const std::string& id, const std::string& name,
+                     T minimum, T defaultValue, T maximum) {
+    getTyped(definition, "minval", minimum);
+    getTyped(definition, "defval", defaultValue);
+    getTyped(definition, "maxval", maximum);
     auto made =
-        std::make_unique<ParameterValue<float>>(nullptr, id, name, minimum, maximum, defaultValue);
-    if (float value = 0.0f; definition.getFloat("value", value))
-        made->setValue(value, FromLoad);
-    return made;
-}
-
-Created createInteger(const Dictionary& definition, const std::string& id,
-                      const std::string& name) {
-    std::int32_t minimum = std::numeric_limits<std::int32_t>::lowest();
-    std::int32_t maximum = std::numeric_limits<std::int32_t>::max();
-    std::int32_t defaultValue = 0;
-    definition.getInteger("minval", minimum);
-    definition.getInteger("defval", defaultValue);
-    definition.getInteger("maxval", maximum);
-    auto made = std::make_unique<ParameterValue<std::int32_t>>(nullptr, id, name, minimum, maximum,
-                                                               defaultValue);
-    if (std::int32_t value = 0; definition.getInteger("value", value))
+        std::make_unique<ParameterValue<T>>(nullptr, id, name, minimum, maximum, defaultValue);
+    if (T value{}; getTyped(definition, "value", value))
         made->setValue(value, FromLoad);
     return made;
 }
@@ -63,9 +49,11 @@ Created createValue(const Dictionary& definition, const std::string& type, const
         return std::make_unique<ParameterValue<bool>>(nullptr, id, name, false, true, value);
     }
     if (type == "float")
-        return createFloat(definition, id, name);
+        return createNumber(definition, id, name, 0.0f, 0.5f, 1.0f);
     if (type == "integer")
-        return createInteger(definition, id, name);
+        return createNumber<std::int32_t>(definition, id, name,
+                                          std::numeric_limits<std::int32_t>::lowest(), 0,
+                                          std::numeric_limits<std::int32_t>::max());
     throw ErrorNoSuchParameterType(CreateFromDictionary, "ParameterValue", type);
 }
 

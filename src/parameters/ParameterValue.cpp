@@ -5,6 +5,7 @@
 #include "foundation/Preferences.h"
 #include "parameters/DisplayMapper.h"
 #include "parameters/Settings.h"
+#include "parameters/TypedValue.h"
 
 #include <algorithm>
 #include <cmath>
@@ -50,17 +51,6 @@ std::string wholeNumber(double value) {
     return toFixedText(std::round(value) + 0.0, 0);  // never "-0"
 }
 
-// From a Dictionary or from Preferences.
-template <typename Store, typename T>
-bool getTyped(const Store& store, const std::string& key, T& out) {
-    if constexpr (std::same_as<T, bool>)
-        return store.getBool(key, out);
-    else if constexpr (std::same_as<T, float>)
-        return store.getFloat(key, out);
-    else
-        return store.getInteger(key, out);
-}
-
 template <typename T>
 std::int32_t indexIn(std::initializer_list<std::string_view> names, const T& name) {
     const auto found = std::find(names.begin(), names.end(), name);
@@ -103,15 +93,8 @@ void ParameterValue<T>::start() {
 
 template <ParameterNumber T>
 void ParameterValue<T>::stop() {
-    const auto preferences = openPreferences(Preferences::Write);
-    if (!preferences)
-        return;
-    if constexpr (std::same_as<T, bool>)
-        preferences->setBool(getId(), getValue());
-    else if constexpr (std::same_as<T, float>)
-        preferences->setFloat(getId(), getValue());
-    else
-        preferences->setInteger(getId(), getValue());
+    if (const auto preferences = openPreferences(Preferences::Write))
+        setTyped(*preferences, getId(), getValue());
 }
 
 template <ParameterNumber T>
@@ -124,7 +107,7 @@ float ParameterValue<T>::getNormalised() const {
     const auto minimum = static_cast<float>(getMinimum());
     const float range = static_cast<float>(getMaximum()) - minimum;
     const float above = static_cast<float>(getValue()) - minimum;
-    return range != 0.0f ? above / range : 0.0f;
+    return range != 0.0f && std::isfinite(range) ? above / range : 0.0f;
 }
 
 template <ParameterNumber T>
@@ -460,13 +443,7 @@ void ParameterValue<T>::readDisplay(const Dictionary& display) {
 
 template <ParameterNumber T>
 void ParameterValue<T>::write(Dictionary& dictionary) const {
-    const std::string key = stateKey(getId());
-    if constexpr (std::same_as<T, bool>)
-        dictionary.setBool(key, getValue(), getClone());
-    else if constexpr (std::same_as<T, float>)
-        dictionary.setFloat(key, getValue(), getClone());
-    else
-        dictionary.setInteger(key, getValue(), getClone());
+    setTyped(dictionary, stateKey(getId()), getValue(), getClone());
 }
 
 template <ParameterNumber T>

@@ -93,9 +93,12 @@ void Preset::read(const Dictionary& tree) {
     tree.getString("name", name);
     setName(name);
     const auto modules = tree.getArray("modules");
-    for (std::size_t i = 0; i < programs_.size(); ++i) {
-        const auto module = modules ? modules->getEntry(static_cast<std::int32_t>(i)) : nullptr;
-        programs_[i]->read(module ? *module : Dictionary());
+    std::int32_t next = 0;
+    for (const auto& program : programs_) {
+        auto module = modules ? modules->getEntry(next++) : nullptr;
+        while (module && !module->isElement())
+            module = modules->getEntry(next++);
+        program->read(module ? *module : Dictionary());
     }
     clearModified();
 }

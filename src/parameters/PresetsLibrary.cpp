@@ -162,7 +162,8 @@ void PresetsLibrary::writeCurrent(Dictionary& tree) {
     if (current == nullptr)
         return;
     current->store();
-    if (const auto program = tree.addArray(ProgramsKey)->addDict("program"))
+    const auto programs = tree.addArray(ProgramsKey);
+    if (const auto program = programs ? programs->addDict("program") : nullptr)
         current->write(*program);
 }
 
@@ -171,7 +172,7 @@ void PresetsLibrary::writeAll(Dictionary& tree) {
         current->store();
     const auto programs = tree.addArray(ProgramsKey);
     for (const auto& preset : presets_)
-        if (const auto program = programs->addDict("program"))
+        if (const auto program = programs ? programs->addDict("program") : nullptr)
             preset->write(*program);
 }
 
@@ -220,7 +221,7 @@ void PresetsLibrary::readFavorites(const Dictionary& tree) {
 void PresetsLibrary::writeFavorites(Dictionary& tree) const {
     const auto favorites = tree.addArray(FavoritesKey);
     const std::int32_t last = favorites_.empty() ? -1 : favorites_.rbegin()->first;
-    for (std::int32_t slot = 0; slot <= std::min(last, MostSlots - 1); ++slot)
+    for (std::int32_t slot = 0; favorites && slot <= std::min(last, MostSlots - 1); ++slot)
         favorites->setInteger(IndexKey, getFavorite(slot), slot);
 }
 

@@ -1,7 +1,5 @@
 #include "parameters/Program.h"
 
-#include "foundation/Error.h"
-#include "foundation/Logger.h"
 #include "parameters/PresetsLibrary.h"
 #include "parameters/Settings.h"
 
@@ -28,21 +26,25 @@ void Program::store() {
 void Program::activate(std::uint32_t realmMask) {
     Settings* const settings = settingsOf(*this);
     const auto values = state_.find(SnapshotKey);
-    if (settings == nullptr || !values)
-        return;
-    try {
+    if (settings != nullptr && values)
         settings->read(*values, Parameter::ModuleScope, realmMask, false);
-    } catch (const Error& error) {
-        logError(LogError, error);
-    }
 }
 
 void Program::read(const Dictionary& tree) {
     state_ = Dictionary();
-    if (const auto values = tree.find(SnapshotKey))
+    const auto values = tree.find(SnapshotKey);
+    const Settings* const settings = settingsOf(*this);
+    if (values && !values->isLegacy()) {
         state_.addChild(*values);
-    else
-        state_.addDict(SnapshotKey);
+        return;
+    }
+    const auto snapshot = state_.addDict(SnapshotKey);
+    if (values && settings != nullptr) {
+        // What settings make of the older form, in the one that they write.
+        Settings reader(*settings, true);
+        reader.read(*values, Parameter::ModuleScope, Parameter::AllRealms, false);
+        reader.write(*snapshot, Parameter::ModuleScope, false);
+    }
 }
 
 void Program::write(Dictionary& tree) const {

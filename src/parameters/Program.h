@@ -23,8 +23,7 @@ public:
     void store();
 
     /// Gives the live parameters of that realm the snapshot's values. What it doesn't hold gets its
-    /// default; nothing changes where there is no snapshot. A value that can't be read is logged,
-    /// and what comes after it keeps its value.
+    /// default; nothing changes where there is no snapshot.
     void activate(std::uint32_t realmMask);
 
     /// From and into a tree, whose child "parameters" is the snapshot; without one, all values are

@@ -127,6 +127,7 @@ void Settings::readLevel(const Dictionary& level) {
         if (!parameter)
             continue;
         parameter->setSettings(this);
+        parameter->setParent(module_);
         parameter->read(*element);
         parameter->start();
         parameters_.push_back(std::move(parameter));
@@ -141,11 +142,8 @@ void Settings::takeTree(Settings& loaded) {
     for (const auto& former : loaded.parameters_)
         if (former->getSettings() == this)
             former->setSettings(&loaded);
-    for (const auto& parameter : parameters_) {
+    for (const auto& parameter : parameters_)
         parameter->setSettings(this);
-        if (module_ != nullptr)
-            parameter->setParent(module_);
-    }
     for (const Section& section : sections_)
         section.child->parentSettings_ = this;
 }
@@ -300,7 +298,8 @@ void Settings::setParent(Radio* newParent) {
     module_ = newParent;
     Radio::setParent(newParent);
     for (const auto& parameter : parameters_)
-        if (!parameter->inScope(Parameter::ModuleScope) || parameter->getParent() == nullptr)
+        if (newParent == nullptr || parameter->getParent() == nullptr ||
+            !parameter->inScope(Parameter::ModuleScope))
             parameter->setParent(newParent);
     scheduler_->setParent(newParent);
     for (const Section& section : sections_)

@@ -106,7 +106,7 @@ public:
     virtual void resetAll();
 
     // Of all parameters here and in the sections: their parent, unless they belong to a module and
-    // have one; persistent values fetched and kept.
+    // have one, but for null; persistent values fetched and kept.
     void setParent(Radio* newParent) override;
     void start() override;
     void stop() override;

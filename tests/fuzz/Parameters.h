@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <limits>
@@ -20,10 +21,10 @@
 
 namespace tarn::fuzz {
 
-/// A file in memory, for operations that take one; it goes with the object.
-class MemoryFile {
+/// A file for operations that take one; it goes with the object.
+class PassingFile {
 public:
-    ~MemoryFile() { std::remove(path_.c_str()); }
+    ~PassingFile() { std::remove(path_.c_str()); }
     File file() const { return File(path_); }
     void write(std::string_view bytes) const { std::ofstream(path_, std::ios::binary) << bytes; }
     std::string read() const {
@@ -32,7 +33,8 @@ public:
     }
 
 private:
-    const std::string path_ = "/dev/shm/brimtide-fuzz-" + std::to_string(std::random_device{}());
+    const std::string path_ = std::filesystem::temp_directory_path() /
+                              ("brimtide-fuzz-" + std::to_string(std::random_device{}()));
 };
 
 /// The input if it is a document, or else the document that it is the middle of.
@@ -47,7 +49,7 @@ inline std::string documentOf(const std::uint8_t* data, std::size_t size,
 
 /// Whether the settings took the text as their definition.
 inline bool load(Settings& settings, std::string_view text) {
-    static const MemoryFile file;
+    static const PassingFile file;
     file.write(text);
     try {
         return settings.load(file.file()).isOk();

@@ -49,7 +49,7 @@ private:
     const ParameterManager manager_;
     Settings settings_[2]{{nullptr, manager_}, {nullptr, manager_}};
     mutable Radio modules_[2]{Radio(nullptr), Radio(nullptr)};
-    MemoryFile file_;
+    PassingFile file_;
     std::string message_;
 };
 

@@ -111,7 +111,7 @@ TEST(ParameterValue, ValuesStepByStep) {
                        "v 1; v nan; v inf; n nan; n -inf; d nan; = 1; v 5; = 2; n -7; = -1; "
                        "v 1e-40; % 0.333333333; v 1.17549435e-38; : 0.00"},
              {number("float", "2", "-1"), "v 5; = 2; % 0; n 7; = -1; n 0.5; = 0.5"},
-             {number("float", "-3e38", "3e38"), "n 0.5; = 0.5"},
+             {number("float", "-3e38", "3e38"), "n 0.5; = 0.5; v 2e38; % 0"},
              {number("float", "1", "1"), "n 0.5; = 1; % 0"},
              {number("integer", "0", "7"), "n 0.5; = 3; n nan; = 3; v 6.9; = 6; v 1e20; = 7"},
              {number("integer", "-2147483648", "2147483647"),

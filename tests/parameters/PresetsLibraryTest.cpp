@@ -229,16 +229,20 @@ TEST(PresetsLibrary, WhatFilesCantDo) {
     instance.setProgram(1);  // of which the file had nothing: the defaults
     instance.expectValues("0.5", "0.5");
 
-    // Values that can't be read: those after them stay, and the next module has its own.
-    const auto module = [](const std::string& values) {
-        return "<m><parameters>" + values + "</parameters></m>";
-    };
+    // The form of old files.
+    EXPECT_TRUE(
+        loads("<string name='file-format' value='0.5'/><array name='programs'><dict>"
+              "<string name='name' value='Old'/><array name='modules'><dict>"
+              "<!-- x --><dict name='parameters'><dict name='A'><float name='value' value='0.75'/>"
+              "</dict></dict></dict>"
+              "</array></dict></array></dict>",
+              "Product", "0.5"));
     instance.setProgram(0);
-    EXPECT_TRUE(loads("<programs><p/><p><modules>" + module("<A scope='x' value='1'/>") +
-                      module("<A value='0.25'/>") + "</modules></p></programs>"));
-    instance.setProgram(1);
-    EXPECT_EQ(valueOf(instance.first), 0.5f);
-    EXPECT_EQ(valueOf(instance.second), 0.25f);
+    instance.expectValues("0.75", "0.5");
+    EXPECT_EQ(instance.getProgramName(0), "Old");
+    instance.setProgram(2);
+    instance.setProgram(0);  // from the snapshot
+    instance.expectValues("0.75", "0.5");
 
     std::string many = "<programs>";
     for (int i = 0; i < 5000; ++i)

@@ -226,6 +226,8 @@ TEST(Settings, CopiesShareWhatIsNoModules) {
     }
     copy.start();
     EXPECT_EQ(settingsOf(*shared), copy.getSections()[0].child.get());
+    copy.setParent(nullptr);
+    EXPECT_EQ(copy.find("Es", 1)->getParent(), nullptr);
 
     struct Unknown : Parameter {
         Unknown() : Parameter(nullptr, "", "") {}
@@ -255,6 +257,7 @@ TEST(Settings, RadiosFindTheirParameters) {
     second.setSettings(&copy);
     EXPECT_EQ(settingsOf(settings.get("M")), &settings);
     EXPECT_EQ(settings.getAutomatable().size(), 3u);
+    EXPECT_EQ(settings.getAutomatable()[2]->getParent(), &first);
     Ears ears;
     ears.setParent(&first);
     for (const char* const name : {"M", "P", "None"})
