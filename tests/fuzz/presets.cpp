@@ -1,12 +1,49 @@
 // A file of presets from anywhere: one that is refused changes nothing, and what is saved
 // afterwards is loaded as it was.
-#include "PresetsInstance.h"
+#include "Parameters.h"
+#include "parameters/PresetsLibrary.h"
 
 using namespace tarn;
 using fuzz::require;
 
+namespace {
+
+class Instance : public Modules, public PresetsLibrary {
+public:
+    Instance() {
+        static const Product product;
+        for (int i = 0; i < getModuleCount(); ++i) {
+            require(fuzz::load(settings_[i], definition(AllClasses)));
+            getModule(i)->setSettings(&settings_[i]);
+        }
+        init(this);
+    }
+    std::int32_t getProgramCount() const override { return 2; }
+
+    /// All presets, as a file holds them.
+    std::string saved() {
+        require(saveAll(file_, message_));
+        return folder_.read("presets");
+    }
+
+    /// Whether a file with this text was taken.
+    bool loads(const std::string& text) {
+        folder_.write("presets", text);
+        return loadFile(file_, message_);
+    }
+
+private:
+    const ParameterManager manager_;
+    Settings settings_[2]{{nullptr, manager_}, {nullptr, manager_}};
+    const test::ScratchFolder folder_;
+    const File file_{folder_.path("presets")};
+    std::string message_;
+};
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    fuzz::PresetsInstance instance;
+    Instance instance;
     const std::string former = instance.saved();
     const std::string text = fuzz::documentOf(
         data, size, "<dict file-format='0.7'><info creator='Product' version='1'/><programs>",

@@ -8,24 +8,23 @@ using fuzz::require;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const ParameterManager manager;
     Settings settings(nullptr, manager);
-    require(fuzz::load(settings,
-                       "<dict file-format='0.7'><parameters><F class='ParameterValue'"
-                       " type='float'/><section name='S'/></parameters></dict>"));
-    const std::string former = fuzz::stateOf(settings);
+    require(fuzz::load(settings, definition("<F class='ParameterText'/><section name='S'/>")));
+    const std::string former = stateOf(settings);
     const bool isLoaded = fuzz::load(settings, fuzz::documentOf(data, size));
-    require(isLoaded || (fuzz::stateOf(settings) == former && settings.find("F", 0) != nullptr));
+    require(isLoaded || (stateOf(settings) == former && settings.find("F", 0) != nullptr));
 
-    fuzz::forEachParameter(settings, [&settings](Parameter& parameter) {
+    forEachParameter(settings, [&settings](Parameter& parameter) {
         for (const int clone : {0, parameter.getClone()}) {
             const Parameter* const found = settings.find(parameter.getId(), clone);
             require(found != nullptr && found->getId() == parameter.getId());
         }
         fuzz::setEveryWay(parameter);
     });
-    const std::string state = fuzz::stateOf(settings);
+    const std::string state = stateOf(settings);
     const Settings copy(settings, true);
-    require(fuzz::stateOf(copy) == state && fuzz::read(settings, state));
-    require(fuzz::stateOf(settings) == state || !fuzz::keysDiffer(settings));
+    require(stateOf(copy) == state);
+    fuzz::read(settings, state);
+    require(stateOf(settings) == state || !fuzz::keysDiffer(settings));
     settings.resetAll();
     return 0;
 }

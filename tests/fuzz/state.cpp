@@ -8,18 +8,21 @@ using fuzz::require;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const ParameterManager manager;
     Settings settings(nullptr, manager);
-    require(fuzz::load(settings, fuzz::AllClasses));
+    require(fuzz::load(settings, definition(AllClasses)));
     fuzz::read(settings, fuzz::documentOf(data, size));
 
     // A state may change the steps, and tell no value that stands on one.
-    require(fuzz::read(settings, fuzz::stateOf(settings)));
-    const std::string settled = fuzz::stateOf(settings);
-    require(fuzz::read(settings, settled) && fuzz::stateOf(settings) == settled);
+    fuzz::read(settings, stateOf(settings));
+    const auto comesBack = [&settings] {
+        const std::string state = stateOf(settings);
+        fuzz::read(settings, state);
+        return stateOf(settings) == state;
+    };
+    require(comesBack());
 
     // What it made of the definitions still takes values and gives them back.
-    fuzz::forEachParameter(settings, fuzz::setEveryWay);
-    const std::string set = fuzz::stateOf(settings);
-    require(fuzz::read(settings, set) && fuzz::stateOf(settings) == set);
+    forEachParameter(settings, fuzz::setEveryWay);
+    require(comesBack());
     settings.resetAll();
     return 0;
 }

@@ -5,7 +5,7 @@
 #include "foundation/NumberText.h"
 #include "parameters/ParameterManager.h"
 #include "parameters/ParameterValue.h"
-#include "parameters/Settings.h"
+#include "parameters/Trees.h"
 #include "support/ScratchFolder.h"
 
 #include <gmock/gmock.h>
@@ -18,10 +18,6 @@
 #include <utility>
 
 namespace tarn {
-
-inline std::string definition(const std::string& parameters) {
-    return "<dict><file-format value='0.7'/><parameters>" + parameters + "</parameters></dict>";
-}
 
 /// Settings as a file with these elements makes them.
 class Defined : public Settings {
@@ -53,17 +49,6 @@ public:
 private:
     test::ScratchFolder scratch_;
 };
-
-/// The state that settings make.
-inline std::string stateOf(const Settings& settings, std::uint32_t scopes = Parameter::AllScopes,
-                           bool all = false) {
-    Dictionary state;
-    state.setString("file-format", "0.7");
-    settings.write(state, scopes, all);
-    std::string text;
-    state.toString(text);
-    return text;
-}
 
 /// A saved state of these elements.
 inline Dictionary savedState(const std::string& values) {

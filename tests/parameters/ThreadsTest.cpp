@@ -1,7 +1,6 @@
 // The host's automation, the interface and MIDI change the same parameters at once.
 #include "parameters/Definition.h"
 #include "parameters/MidiMapper.h"
-#include "parameters/Modules.h"
 #include "parameters/ParameterEnum.h"
 #include "parameters/ParameterText.h"
 
