@@ -1,41 +1,15 @@
-#include "diagnostics/System.h"
 #include "foundation/File.h"
 #include "platform/Dialogs.h"
-#include "platform/Folders.h"
 #include "support/ScratchFolder.h"
 
 #include <windows.h>
 
 #include <gtest/gtest.h>
-#include <shlobj.h>
 
 #include <tuple>
 
 namespace tarn {
 namespace {
-
-TEST(WindowsSystem, FoldersAreThoseOfTheShell) {
-    using enum platform::KnownFolder;
-    for (const auto& [folder, shellFolder] : {std::pair(ProgramFiles, 0x26),
-                                              {CommonApplicationData, 0x23},
-                                              {LocalApplicationData, 0x1C},
-                                              {Documents, 5}}) {
-        char path[MAX_PATH] = {};
-        ASSERT_EQ(::SHGetFolderPathA(nullptr, shellFolder, nullptr, 0, path), S_OK);
-        EXPECT_EQ(platform::knownFolderPath(folder), path);
-        EXPECT_TRUE(Folder(platform::knownFolderPath(folder, true)).exists());
-    }
-}
-
-TEST(WindowsSystem, ShowsTheSystemsCursorsAndTellsItsLastErrorOnOneLine) {
-    System::setCursor(9);
-    EXPECT_EQ(::GetCursor(), ::LoadCursorW(nullptr, IDC_HAND));
-    for (DWORD code : {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND, 0x2FFFFFFFl}) {
-        ::SetLastError(code);
-        const std::string text = System::getLastErrorText();
-        EXPECT_TRUE(text.size() > 5 && text.find_first_of("\r\n") == std::string::npos) << text;
-    }
-}
 
 std::wstring textOf(HWND window) {
     wchar_t text[256] = {};
