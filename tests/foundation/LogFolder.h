@@ -35,13 +35,13 @@ public:
         logger_.reset();
     }
 
-    /// The file's lines as they are now, behind the opening one and without their times.
-    std::vector<std::string> lines() const {
+    /// The file's lines as they are now, behind the opening one and without their times; or raw.
+    std::vector<std::string> lines(bool raw = false) const {
         std::ifstream file(path());
         std::vector<std::string> lines;
         for (std::string line; std::getline(file, line);)
-            lines.push_back(line.substr(line.find('|') + 1));
-        if (!lines.empty())
+            lines.push_back(raw ? line : line.substr(line.find('|') + 1));
+        if (!raw && !lines.empty())
             lines.erase(lines.begin());
         return lines;
     }

@@ -1,9 +1,43 @@
 #include "foundation/LogFolder.h"
+#include "platform/Clock.h"
 
 #include <gmock/gmock.h>
 
 using namespace tarn;
 using namespace testing;
+
+namespace {
+
+double clockTime = 1000.0;
+
+}  // namespace
+
+// Faults: lines below the threshold, a time that overflows after 24 days, a watch that repeats
+// itself.
+TEST(Logger, KeepsWhatReachesTheThresholdWithTheTimeSinceItsStart) {
+    LogFolder folder;
+    platform::setHighResolutionClock([]() noexcept { return clockTime; });
+    Logger& logger = folder.open(LogProgress);
+    clockTime += 3600.0 + 2 * 60.0 + 3.0 + 0.0045;
+    logger.log(LogWarning, "hidden %d", 1);
+    logger.log(LogProgress, "host sent %d frames", 64);
+    clockTime += 700.0 * 3600.0;
+    logger.logError(LogError, ErrorPrefsKeyNotFound("Preferences::get", "LogLevel"));
+    logger.watch(LogDetail, "host blocksize", 256);
+    for (int frames : {512, 512})
+        logger.watch(LogMachine, "host blocksize", frames);
+    logger.setThreshold(LogDetail);
+    logger.log(LogDetail, std::string_view("100 % whole, cut", 11));
+    folder.close();
+    platform::setHighResolutionClock(nullptr);
+    EXPECT_THAT(folder.lines(true),
+                ElementsAre("00:00:00:000 |Wellengang 1.2.0 for the test",
+                            "01:02:03:004 |host sent 64 frames",
+                            "701:02:03:004 |!! Preferences key 'LogLevel' not "
+                            "found [EPKNF] at Preferences::get",
+                            "701:02:03:004 |host blocksize is now 512",
+                            "701:02:03:004 |100 % whole", "701:02:03:004 |log closed"));
+}
 
 // Faults: a long format let through, a short one that brings a long text cut or overflowing; a
 // second process that writes over what the first one goes on to write.
