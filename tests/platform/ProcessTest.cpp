@@ -31,16 +31,5 @@ TEST(Process, OthersSeeTheSameNameAndAreSeenToEnd) {
         }
 }
 
-// Fault: numbers of which some bits stay the same.
-TEST(Process, UniqueNumbersDifferInEveryBit) {
-    std::uint64_t ones = 0, zeros = 0;
-    for (int i = 0; i < 1000; ++i) {
-        const std::uint64_t number = uniqueNumber();
-        ones |= number;
-        zeros |= ~number;
-    }
-    EXPECT_EQ(ones & zeros, ~0ULL);
-}
-
 }  // namespace
 }  // namespace tarn::platform

@@ -8,12 +8,10 @@
 namespace {
 
 thread_local long allocations = 0;
-thread_local std::size_t allocatedBytes = 0;
 thread_local std::size_t mostBytes = SIZE_MAX;
 
 void* countedOrNull(std::size_t bytes) noexcept {
     ++allocations;
-    allocatedBytes += bytes;
     return bytes <= mostBytes ? std::malloc(bytes != 0 ? bytes : 1) : nullptr;
 }
 
@@ -42,10 +40,6 @@ void freeAligned(void* memory) {
 
 long tarn::test::allocationsOfThisThread() noexcept {
     return allocations;
-}
-
-std::size_t tarn::test::bytesAllocatedByThisThread() noexcept {
-    return allocatedBytes;
 }
 
 tarn::test::AllocationLimit::AllocationLimit(std::size_t bytes) noexcept {

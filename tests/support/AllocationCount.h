@@ -9,9 +9,6 @@ namespace tarn::test {
 /// began.
 long allocationsOfThisThread() noexcept;
 
-/// The sum of what they asked for, freed or not.
-std::size_t bytesAllocatedByThisThread() noexcept;
-
 /// While it lives, memory is too short for what this thread asks for in one piece above `bytes`.
 struct AllocationLimit {
     explicit AllocationLimit(std::size_t bytes) noexcept;

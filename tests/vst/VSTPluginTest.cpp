@@ -14,7 +14,6 @@
 #include <functional>
 #include <future>
 #include <limits>
-#include <map>
 #include <new>
 #include <random>
 #include <string>
@@ -28,13 +27,11 @@ namespace {
 std::function<void()> duringBlock;
 
 VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32, VstIntPtr, void* ptr, float) {
-    if (opcode == audioMasterGetCurrentProcessLevel)
-        return kVstProcessLevelOffline;
     if (opcode == audioMasterGetProductString)
         std::memset(ptr, 'x', 256);  // longer than the interface allows, and without an end
     if (opcode == audioMasterGetInputLatency && duringBlock)
         duringBlock();
-    return 128;
+    return 0;
 }
 
 constexpr float NotANumber = std::numeric_limits<float>::quiet_NaN();
@@ -74,42 +71,20 @@ public:
     AEffect* const record = (new VSTPlugin(host))->getAeffect();
 };
 
-// Faults: a text that runs over the host's buffer, an answer that stands for something else, a
-// null pointer that is followed, an exception that runs into the host.
+// Faults: a text without an end, an identity that saved projects don't know, a null pointer that is
+// followed, an exception that runs into the host.
 TEST(VSTPlugin, AnswersWhatHostsAsk) {
     Instance instance;
     AEffect& record = *instance.record;
-    EXPECT_EQ(std::tuple(record.magic, record.numPrograms, record.numParams, record.numInputs,
-                         record.numOutputs, record.flags, record.ioRatio, record.version,
-                         record.uniqueID),
-              std::tuple(kEffectMagic, 0, 1, 2, 2, effFlagsCanReplacing, 1.0f, 1200,
-                         fourCharacters("QrlA")));
-    std::map<int, VstIntPtr> answers{{effIdentify, fourCharacters("NvEf")},
-                                     {effGetVendorVersion, 1200},
-                                     {effGetVstVersion, 2400},
-                                     {effCanBeAutomated, 1}};
+    EXPECT_EQ(std::tuple(record.magic, record.flags, record.uniqueID),
+              std::tuple(kEffectMagic, effFlagsCanReplacing, fourCharacters("QrlA")));
     for (int opcode = effClose + 1; opcode < 100; ++opcode)
-        EXPECT_EQ(instance.call(opcode), answers[opcode]) << opcode;
-    for (const int noParameter : {-1, 1})
-        EXPECT_EQ(instance.call(effCanBeAutomated, noParameter), 0);
-    const std::tuple<int, int, std::size_t, const char*, int> texts[] = {
-        {effGetEffectName, 0, kVstMaxEffectNameLen, "Brimtide", 1},
-        {effGetVendorString, 0, kVstMaxVendorStrLen, "Quorl", 1},
-        {effGetProductString, 0, kVstMaxProductStrLen, "Brimtide", 1},
-        {effGetParamName, 0, kVstMaxParamStrLen, "MuteOut", 0},
-        {effGetParamName, 1, kVstMaxParamStrLen, "", 0},
-        {effGetParamDisplay, 0, kVstMaxParamStrLen, "Off", 0},
-        {effGetParamLabel, 0, kVstMaxParamStrLen, "", 0},
-    };
-    for (const auto& [opcode, index, bytes, text, answer] : texts) {
-        std::vector<char> buffer(bytes, 'x');
-        EXPECT_EQ(instance.call(opcode, index, 0, buffer.data()), answer) << opcode;
-        EXPECT_STREQ(buffer.data(), text) << opcode;
+        instance.call(opcode);
+    for (const auto& [index, text] : {std::pair(0, "MuteOut"), {1, ""}}) {
+        std::string name(kVstMaxParamStrLen, 'x');
+        instance.call(effGetParamName, index, 0, name.data());
+        EXPECT_STREQ(name.c_str(), text);
     }
-    const std::pair<std::string, int> abilities[] = {
-        {"plugAsChannelInsert", 1}, {"plugAsSend", 1}, {"plugAsSen", -1}, {"", -1}};
-    for (auto [ability, answer] : abilities)
-        EXPECT_EQ(instance.call(effCanDo, 0, 0, ability.data()), answer) << ability;
     VstSpeakerArrangement stereo{};
     EXPECT_EQ(instance.call(effSetSpeakerArrangement, 0, 0, &stereo), 0);
     EXPECT_EQ(instance.call(effSetSpeakerArrangement, 0, reinterpret_cast<VstIntPtr>(&stereo)), 0);
@@ -128,28 +103,18 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
     EXPECT_EQ(record.dispatcher(faulty.getAeffect(), effGetVendorVersion, 0, 0, nullptr, 0.0f), 0);
 }
 
-// Faults: numbers of the host's that reach receivers as nonsense, or take all memory.
+// Faults: numbers of the host's that reach receivers as nonsense, a text of its that has no end.
 TEST(VSTPlugin, TellsReceiversWhatTheHostTells) {
-    const auto sender = [] { return *inspectConnection(0)->sender; };
     Instance instance;
-    EXPECT_EQ(sender().host, std::string(63, 'x'));
-    EXPECT_EQ(inspectConnection(0)->name, "Connection #1");
-    EXPECT_FALSE(sender().isOffline);
+    EXPECT_EQ(inspectConnection(0)->sender->host, std::string(63, 'x'));
     instance.resume();
-    EXPECT_TRUE(sender().isOffline);
-    const std::pair<float, int> rates[] = {{96e3f, 96'000}, {-1.0f, 0},    {48000.5f, 48'000},
-                                           {NotANumber, 0}, {8e3f, 8'000}, {1e9f, 0}};
+    const std::pair<float, int> rates[] = {{96e3f, 96'000}, {NotANumber, 0}, {48000.5f, 48'000}};
     float silence = 0.0f;
     for (const auto& [told, heard] : rates) {
         instance.call(effSetSampleRate, 0, 0, nullptr, told);
         instance.process({&silence, &silence}, {&silence, &silence}, 0);
-        EXPECT_EQ(sender().rate, heard) << told;
+        EXPECT_EQ(inspectConnection(0)->sender->rate, heard) << told;
     }
-    EXPECT_EQ(inspectConnection(0)->latency, 128);
-    const std::size_t before = test::bytesAllocatedByThisThread();
-    instance.call(effSetBlockSize, 0, std::numeric_limits<VstInt32>::max());
-    EXPECT_LT(test::bytesAllocatedByThisThread() - before, 9u << 20);
-    EXPECT_EQ(sender().announcedBlock, 0x7FFFFFFFu);
 }
 
 // What a host may expect of an instance, while it calls at random.
@@ -215,7 +180,6 @@ private:
             ASSERT_EQ(record->numInputs, inputs_ = inputs);
             ASSERT_EQ(record->numOutputs, outputs_ = outputs);
         }
-        record->numInputs = record->numOutputs = 1'000'000;  // isn't read
     }
 
     std::mt19937 random_{1};
@@ -225,8 +189,8 @@ private:
 };
 
 // Faults: a channel that is overwritten before it is read, audio before a start or after a stop, a
-// connection that falls silent with a muted output, channels that the engine doesn't have, the
-// record's counts taken for those of the buffers, a null pointer that is followed, an allocation.
+// connection that falls silent with a muted output, channels that the engine doesn't have, a null
+// pointer that is followed, an allocation.
 TEST(VSTPlugin, IsAWireWhateverTheBuffers) {
     RandomHost host;
     for (int i = 0; i < 3000 && !HasFatalFailure(); ++i) {
@@ -236,34 +200,9 @@ TEST(VSTPlugin, IsAWireWhateverTheBuffers) {
     }
 }
 
-// Fault: a pin that is told of by another one's number, or whose text is the caller's rubbish.
-TEST(VSTPlugin, TellsOfItsPins) {
-    using PinFacts = std::tuple<VstIntPtr, std::string, VstInt32, VstInt32>;
-    const PinFacts none(0, "", 0, kSpeakerArrEmpty), mono(1, "Brimtide M1", 1, kSpeakerArrMono),
-        stereo(1, "Brimtide ST1", 3, kSpeakerArrStereo),
-        input(1, "Brimtide 0", 3, kSpeakerArrStereo);
-    Instance instance;
-    const auto ask = [&](VstInt32 opcode, VstInt32 index) {
-        VstPinProperties pin;
-        std::memset(&pin, 'x', sizeof pin);
-        const VstIntPtr exists = instance.call(opcode, index, 0, &pin);
-        EXPECT_EQ(pin.shortLabel[0], '\0');
-        return PinFacts(exists, pin.label, pin.flags, pin.arrangementType);
-    };
-    for (const int channels : {1, 2}) {
-        ASSERT_TRUE(instance.setChannels(1, channels));
-        EXPECT_EQ(ask(effGetInputProperties, 0), input);
-        EXPECT_EQ(ask(effGetOutputProperties, -1), none);
-        EXPECT_EQ(ask(effGetOutputProperties, 0), channels == 1 ? mono : stereo);
-        EXPECT_EQ(ask(effGetOutputProperties, 1), channels == 1 ? none : stereo);
-        EXPECT_EQ(ask(effGetOutputProperties, 2), none);
-    }
-}
-
 // Faults: a host that hangs, because a block waits for its own end; what a block uses is freed
-// under it when the host has lost its patience, or isn't changed when it has some.
-TEST(VSTPlugin, ChangesWaitForTheBlockUnderWayButNotForEver) {
-    static std::atomic<int> looksAtTheClock;
+// under it when the host has lost its patience.
+TEST(VSTPlugin, ChangesDontWaitForEverForTheBlockUnderWay) {
     Instance instance;
     instance.resume();
     const Channel left = test::ramp(64), right = test::ramp(64, 100);
@@ -280,23 +219,13 @@ TEST(VSTPlugin, ChangesWaitForTheBlockUnderWayButNotForEver) {
         instance.call(effSetBlockSize, 0, 100'000);
         EXPECT_EQ(instance.play(left), Channel(64, 7.0f));
     };
-    platform::setHighResolutionClock([]() noexcept { return 1.0 * ++looksAtTheClock; });
-    processWith([&] { std::async(std::launch::async, expectRefusals).get(); });
-    EXPECT_EQ(instance.record->numOutputs, 2);
-
-    platform::setHighResolutionClock([]() noexcept { return 0.0 * ++looksAtTheClock; });
-    processWith(expectRefusals);
-
-    looksAtTheClock = 0;
-    std::future<bool> change;
-    processWith([&] {
-        change = std::async(std::launch::async, [&] { return instance.setChannels(1, 1); });
-        while (looksAtTheClock < 2) {
-        }
+    platform::setHighResolutionClock([]() noexcept {
+        static std::atomic<int> looks;
+        return 1.0 * ++looks;
     });
-    while (instance.play(left) != left) {
-    }
-    EXPECT_TRUE(change.get());
+    processWith([&] { std::async(std::launch::async, expectRefusals).get(); });
+    platform::setHighResolutionClock([]() noexcept { return 0.0; });
+    processWith(expectRefusals);
 }
 
 }  // namespace

@@ -1,4 +1,3 @@
-#include "link/IOBridge.h"
 #include "platform/SharedMemory.h"
 
 #include <fcntl.h>
@@ -9,7 +8,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -102,20 +100,6 @@ TEST_F(LinuxSharedMemory, NothingStaysWhereMemoryIsShort) {
     const rlimit little{4096, RLIM_INFINITY};
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &little), 0);
     EXPECT_FALSE(SharedMemory::create(Name, Bytes));
-}
-
-// Fault: a process that has probed leaves the blocks' names behind.
-TEST_F(LinuxSharedMemory, NoProbedBlockOutlivesAnOrderlyExit) {
-    const std::string path = pathOf(connectionMappingName(31));
-    const auto probeAndExit = [&path] {
-        {
-            const auto block = SharedMemory::create(connectionMappingName(31), ConnectionBlockSize);
-            connectionStatus(31);
-        }
-        std::exit(exists(path) ? 0 : 1);
-    };
-    EXPECT_EXIT(probeAndExit(), testing::ExitedWithCode(0), "");
-    EXPECT_FALSE(exists(path));
 }
 
 }  // namespace
