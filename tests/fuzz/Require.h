@@ -12,15 +12,9 @@ inline void require(bool condition) {
 }
 
 /// Read all values, so that one beyond its buffer is found.
-template <typename Value>
-void touch(const Value* values, long long count) {
-    for (long long i = 0; i < count; ++i)
-        static_cast<void>(*const_cast<const volatile Value*>(values + i));
-}
-
-template <typename Value>
-void touch(std::span<Value> values) {
-    touch(values.data(), static_cast<long long>(values.size()));
+inline void touch(std::span<const float> values) {
+    for (const float& value : values)
+        static_cast<void>(*const_cast<const volatile float*>(&value));
 }
 
 }  // namespace tarn::fuzz
