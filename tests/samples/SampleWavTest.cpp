@@ -1,4 +1,5 @@
 #include "foundation/File.h"
+#include "foundation/LogFolder.h"
 #include "samples/SampleWav.h"
 #include "samples/WaveBytes.h"
 #include "support/AllocationCount.h"
@@ -17,9 +18,9 @@ namespace {
 using namespace test;
 using testing::ElementsAre;
 
-bool loads(SampleWav& sample, const std::string& bytes) {
+bool loads(SampleWav& sample, const std::string& bytes, bool readData = true) {
     ByteStream stream(bytes.data(), bytes.size());
-    const Error error = sample.load(stream, true);
+    const Error error = sample.load(stream, readData);
     EXPECT_TRUE(error.isOk() || error.code == "EIFL") << error.code;
     return error.isOk();
 }
@@ -75,6 +76,7 @@ TEST(SampleWav, FilesOfAnotherProgramLoadAsItReadsThem) {
                     ASSERT_EQ(sample.getData()[i], sum) << bits << ", " << channels << ", " << i;
                 }
                 ASSERT_EQ(sample.getData()[frames], sample.getData()[0]);
+                ASSERT_EQ(sample.getStart(), 0);
             }
 }
 
@@ -85,9 +87,11 @@ TEST(SampleWav, ChunksInAnyOrderTellNoteLoopAndRegions) {
         EXPECT_TRUE(loads(sample, waveFile(chunks)));
         return playbackOf(sample);
     };
-    const std::string acid = bytesOf(1u, 0x3'003Eu, 4u, 5u, 0x7'0006u, 120.0f);
+    const std::string segments = bytesOf(1u, 1u, 2u, 3u), instrument = "\1\2\3\4\5\6\7",
+                      acid = bytesOf(1u, 0x3'003Eu, 4u, 5u, 0x7'0006u, 120.0f);
     const std::string rest = chunk("junk", "odd") + formatChunk(1, 8) + formatChunk(1, 8) +
-                             cueChunk(bytesOf(5u, 50u, 4'000'000'000u)) + chunk("acid", acid);
+                             cueChunk(bytesOf(5u, 50u, 4'000'000'000u)) + chunk("plst", segments) +
+                             chunk("acid", acid) + chunk("inst", instrument) + chunk("strc", "?");
     const std::string audio = chunk("data", std::string(101, '\xC0'));
     const std::string loop = bytesOf(1u, 0u, 10u, 90u, 0u, 0u);
     EXPECT_THAT(playback(samplerChunk(61, 0x80000000, 1, loop) + audio + rest),
@@ -95,11 +99,26 @@ TEST(SampleWav, ChunksInAnyOrderTellNoteLoopAndRegions) {
     EXPECT_EQ(sample.getDetuneCoarse(), 50);
     EXPECT_EQ(sample.getRegions(),
               (std::vector<SampleRegion>{{{}, 5, 49}, {{}, 50, 99}, {{}, 100, 100}}));
+    const auto& [cueId, length, repeats] = sample.getChunks().playlist.segments.at(0);
+    EXPECT_EQ(bytesOf(1u, cueId, length, repeats), segments);
+    const AcidChunk& a = sample.getChunks().acid;
+    EXPECT_EQ(bytesOf(a.flags, a.rootNote, a.reserved1, a.reserved2, a.beats, a.meterDenominator,
+                      a.meterNumerator, a.tempo),
+              acid);
+    const InstrumentChunk& i = sample.getChunks().instrument;
+    EXPECT_EQ(bytesOf(i.unshiftedNote, i.fineTune, i.gain, i.lowNote, i.highNote, i.lowVelocity,
+                      i.highVelocity),
+              instrument);
+
     EXPECT_THAT(playback(audio + samplerChunk(128, 9, 0, "") + rest),
                 ElementsAre(62, Sample::NoLoop, 50, 100, 100));
     const std::string beyond = bytesOf(1u, 0u, 500u, 0xFFFFFFFFu, 0u, 0u);
     EXPECT_THAT(playback(audio + samplerChunk(127, 0, 1, beyond) + formatChunk(1, 8)),
                 ElementsAre(127, Sample::ForwardLoop, 100, 100, 100));
+
+    ASSERT_TRUE(loads(sample, waveFile(rest + chunk("data", "a", 0xFFFFFFFE)), false));
+    EXPECT_TRUE(!sample.hasData() && sample.getFrames() == 0);
+    EXPECT_EQ(sample.getRegions().size(), 3u);
 }
 
 // Faults: good audio that is refused for what stands beside it, or for what its writer couldn't
@@ -109,17 +128,22 @@ TEST(SampleWav, LoadsWhateverAudioIsWhole) {
     std::vector<std::string> good = {front + samplerChunk(61, 0, 2, std::string(24, 'l')) + audio,
                                      front + audio + chunk("cue ", bytesOf(3u), 60)};
     for (const std::string& broken :
-         {chunk("acid", std::string(20, 'a')), chunk("cue ", ""), chunk("plst", bytesOf(1u)),
+         {chunk("inst", "abcdef"), chunk("acid", std::string(20, 'a')), chunk("labl", ""),
+          chunk("note", "no"), chunk("cue ", ""), chunk("ltxt", ""), chunk("plst", bytesOf(1u)),
+          cueChunk(std::string(200'000, 'c')),
           chunk("cue ", bytesOf(0xFFFFFFFFu) + std::string(48, 'c'))})
         good.push_back(front + broken + audio);
     for (const std::uint32_t unknown : {0x7FFFF000u, 0x7FFFFFFFu, 0xFFFFFFFFu})
         good.push_back(front + chunk("data", std::string(62, 'a'), unknown));
+    LogFolder log;
+    log.open(LogWarning);
     for (const std::string& chunks : good) {
         SampleWav sample;
         EXPECT_TRUE(loads(sample, waveFile(chunks))) << chunks.substr(24, 40);
         EXPECT_TRUE(sample.hasData() && sample.getFrames() == 10 && sample.getRegions().empty());
         EXPECT_EQ(sample.getRootNote(), 60);
     }
+    EXPECT_EQ(log.lines().size(), 3u);  // of lengths that weren't known
 }
 
 // A file that is none leaves a sample without audio, and all else as it was.
@@ -137,7 +161,7 @@ TEST(SampleWav, BadFilesAreRefused) {
          {std::string(), chunk("fmt ", ""), chunk("fmt ", good.substr(8, 14)),
           good + formatChunk(1, 16), formatChunk(0, 16), formatChunk(65535, 16),
           formatChunk(2, 16, 0), formatChunk(2, 16, 5), formatChunk(2, 0), formatChunk(2, 40),
-          formatChunk(2, 16, -1, 0), formatChunk(2, 16, -1, 0x80000000)})
+          formatChunk(2, 65535), formatChunk(2, 16, -1, 0), formatChunk(2, 16, -1, 0x80000000)})
         bad.push_back(waveFile(format + audio));
     const std::string before =
         waveFile(formatChunk(1, 8) + chunk("data", "abcd") + cueChunk(bytesOf(2u)));
