@@ -122,7 +122,7 @@ TEST(Parameter, TheLastMessageThatEachListenerGetsIsTrue) {
             fromUser += message.mode == FromUser;
         }));
         listeners.push_back(std::make_unique<Meddler>(text, [&, i](ParameterMessage& message) {
-            toldText[i] = message.text.str();
+            toldText[i] = message.hasText ? message.text.str() : "";
             const std::string_view seen = fromPayload<const char*>(message.payload);
             if (i == 4 && message.mode == FromUser) {
                 text.setValue("a longer text, on the heap, than the first", FromInternal);
@@ -251,7 +251,7 @@ TEST(ParameterText, IsToldAndSaved) {
     settings.get("T", 1).setText("", FromUser);
     const std::string without = stateOf(settings);
     for (const auto& [id, clone] : all)
-        settings.get(id, clone).setText("other", FromUser);
+        EXPECT_TRUE(settings.get(id, clone).setText("other", FromUser));
     settings.read(Dictionary(saved), Parameter::AllScopes, 1, false);
     EXPECT_EQ(texts(), "<&\"'ä>|<&\"'ä>|s|c|");
     settings.read(Dictionary(without), Parameter::AllScopes, 1, false);

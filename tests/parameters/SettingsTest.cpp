@@ -142,8 +142,8 @@ TEST(Settings, StatesComeBackAsTheyWere) {
     settings.read(savedState("<M value='0.5'/>"), Parameter::AllScopes, 3, true);
     EXPECT_EQ(ears.heard(), "M0 1 1 from 3; M0 0.5 0.5 from 1; ");
 
-    all[0]->setId("-.-x y");
-    EXPECT_THAT(stateOf(settings), HasSubstr("<xy value="));
+    all[0]->setId("-.-x 9");
+    EXPECT_THAT(stateOf(settings), HasSubstr("<x9 value="));
     all[0]->setId("ä");
     EXPECT_THAT(stateOf(settings), HasSubstr("<_ value="));
     settings.get("P").setFloat(1.0f, FromUser);
