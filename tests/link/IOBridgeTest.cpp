@@ -59,12 +59,9 @@ TEST(IOBridge, InstancesTakeTheFirstFreeSlotAndThe33rdIsASink) {
     Bridge sink(pattern);
     EXPECT_EQ(pattern, "*");
     EXPECT_EQ(sink.name(), "");
-    EXPECT_FALSE(sink.setName("x"));
-    EXPECT_EQ(sink.owner().listeners(), 0);
     float sample = 0.0f;
-    EXPECT_EQ(sink.write(&sample, 1) + sink.read(&sample, 1) + sink.available(), 0u);
+    EXPECT_EQ(sink.write(&sample, 1) + sink.read(&sample, 1), 0u);
     sink.resync(100);
-    sink.setInputLatency(1);
 
     // Over the same block, since this process has probed it and keeps it.
     writeRamp(*bridges[0], 10);
@@ -101,15 +98,19 @@ TEST(IOBridge, ResyncMovesTheWritersIndexByItsTwoRules) {
     EXPECT_THAT(counters(), ElementsAre(20000, 16434, 3666));
 }
 
-// Faults: a beginning that the rule doesn't name, a full ring that is taken for new samples.
+// Faults: a beginning that the rule doesn't name, a sample that is lost or comes twice, also after
+// a pause, a master that is taken for its successor.
 TEST(IOBridge, AReaderStartsByThePrerollRuleAndThenGetsEachSampleOnce) {
     setCalendar(Noon);
-    const auto master = makeSender();
+    auto master = makeSender();
     writeRamp(*master, 1000);
     Bridge slave(OpenSlot{0});
     EXPECT_EQ(take(slave, 512), Samples(512, 0.0f));  // 2 x 512 are not there yet
     EXPECT_TRUE(slave.isStarting());
     EXPECT_EQ(take(slave, 500), ramp(500));  // 2 x 500 are: it begins 1000 behind
+    setCalendar(Noon + 2);
+    EXPECT_EQ(take(slave, 600), Samples());
+    master->write(nullptr, 0);  // a sign of life
     EXPECT_EQ(take(slave, 600), ramp(500, 501));
     EXPECT_EQ(take(slave, 1), Samples());
     // With 10000 frames 16384 are needed, not 20000.
@@ -118,99 +119,17 @@ TEST(IOBridge, AReaderStartsByThePrerollRuleAndThenGetsEachSampleOnce) {
     EXPECT_EQ(take(slave, 10'000), ramp(10'000));
     EXPECT_EQ(slave.available(), 6384u);
 
-    writeRamp(*master, 100'000);
-    slave.attach();
-    take(slave, 0);
-    for (std::uint32_t next = 100'001 - 16384, sent = 100'000; sent < 200'000; sent += 512) {
+    // Right round the ring.
+    take(slave, slave.available());
+    for (std::uint32_t sent = 16384; sent < 100'000; sent += 512) {
         writeRamp(*master, 512, sent + 1);
-        ASSERT_EQ(take(slave, slave.available()), ramp(sent + 513 - next, next));
-        ASSERT_EQ(slave.available(), 0u);
-        next = sent + 513;
+        ASSERT_EQ(take(slave, slave.available()), ramp(512, sent + 1));
     }
-}
-
-// Faults: an age that is off by a second, a sample that is lost or comes twice after a pause.
-TEST(IOBridge, AWriterThatFallsSilentIsDeadAfterASecondAndFreshForTen) {
-    setCalendar(Noon);
-    const auto master = makeSender();
-    EXPECT_EQ(connectionStatus(0), ConnectionInUse);  // created: no stamp yet
-    writeRamp(*master, 1000);
-    Bridge slave(OpenSlot{0});
-    EXPECT_EQ(connectionStatus(0), ConnectionInUse | ConnectionFresh | ConnectionHasSlave);
-    setCalendar(Noon + 1);
-    EXPECT_EQ(take(slave, 2), ramp(2));
-    EXPECT_TRUE(slave.isLive());
-
-    setCalendar(Noon + 2);
-    EXPECT_FALSE(slave.isLive());
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(take(slave, 1), Samples());
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "1790000002 0 1790000000\n");
-    master->write(nullptr, 0);  // a stamp
-    EXPECT_EQ(take(slave, 1), ramp(1, 3));
-
-    const auto isFresh = [] { return (connectionStatus(0) & ConnectionFresh) != 0; };
-    setCalendar(Noon + 12);
-    EXPECT_TRUE(isFresh());
-    setCalendar(Noon + 13);
-    EXPECT_FALSE(isFresh());
-    RawBlock(0)->lastWriteTime[1] = 0xFFFFFFFF;  // the comparison is of unsigned numbers
-    EXPECT_TRUE(isFresh());
-    setCalendar((3LL << 32) + 5);  // in the 25th century
-    master->write(nullptr, 0);
-    EXPECT_EQ(RawBlock(0)->lastWriteTime[1], 3u);
-}
-
-// Faults: a master that is missed or taken for its successor, a latency that a receiver sets.
-TEST(IOBridge, ASlaveOutlivesItsMasterAndStartsAnewWithTheNext) {
-    EXPECT_FALSE(Bridge(OpenSlot{32}).hasBlock() || Bridge(OpenName{"nobody"}).hasBlock());
-    auto master = makeSender("guitar");
-    Bridge slave(OpenName{"guitar"});
-    EXPECT_TRUE(slave.isAttached() && slave.hasMaster());
-    master->setInputLatency(64);
-    slave.setInputLatency(5);
-    EXPECT_EQ(slave.inputLatency(), 64);
 
     master.reset();
     EXPECT_TRUE(slave.isAttached() && !slave.hasMaster());
-    EXPECT_EQ(connectionStatus(0), ConnectionHasSlave);
-    EXPECT_FALSE(findConnection("guitar"));
-
-    const auto next = makeSender("bass");
+    master = makeSender();
     EXPECT_TRUE(!slave.isAttached() && slave.hasMaster());
-    slave.attach();
-    writeRamp(*next, 100);
-    EXPECT_EQ(take(slave, 50), ramp(50));
-}
-
-// Faults: a look that keeps a dead master's block, a stale connection that hides a fresh one.
-TEST(IOBridge, LookingMarksNothingAndKeepsNothingButAProbeKeeps) {
-    setCalendar(Noon);
-    RawBlock foreign = RawBlock::make(31);
-    foreign->masterInUse = 1;
-    std::memcpy(foreign->name, "by hand", 8);
-    EXPECT_EQ(inspectConnection(31)->name, "by hand");
-    const auto other = makeSender("by hand");
-    foreign->lastWriteTime[0] = Noon;
-    EXPECT_EQ(findConnection("by hand"), 31u);
-    writeRamp(*other, 1);
-    EXPECT_EQ(findConnection("by hand"), 0u);
-    EXPECT_EQ(foreign->readers[0].slaveInUse, 0);
-    foreign.die();
-    EXPECT_FALSE(inspectConnection(31));
-
-    foreign = RawBlock::make(31);
-    connectionStatus(31);
-    foreign.die();
-    EXPECT_TRUE(inspectConnection(31));
-}
-
-// The fault it would catch: a slot that is no use, taken by every instance for ever.
-TEST(IOBridge, AnObstructedSlotIsSteppedOver) {
-    const auto tooShort = platform::SharedMemory::create(connectionMappingName(0), 4096);
-    ASSERT_TRUE(tooShort);
-    EXPECT_EQ(connectionStatus(0), 0u);
-    EXPECT_EQ(makeSender()->name(), "Connection #2");
 }
 
 // The fault it would catch: a word of the block that is trusted. What is read of a state block, the

@@ -5,7 +5,6 @@
 
 #include <cstdlib>
 #include <memory>
-#include <optional>
 #include <random>
 #include <string>
 #include <vector>

@@ -117,15 +117,6 @@ TEST_F(ReceiverTest, ItBeginsWithTheFirstSampleIfItWaitedElseHalfARingBehind) {
         EXPECT_FALSE(look().isBeginning);
     }
 
-    // One that pauses is joined where it is when somebody begins to wait for the first that sends.
-    pass(5.0);
-    receive({});
-    look();
-    EXPECT_EQ(state(), State::Searching);
-    send(30'000);
-    const Delivery resumed = look();
-    EXPECT_TRUE(std::ranges::equal(resumed.samples, test::ramp(30'000, 51'201)));
-
     // Waited for by name, through another session under another name.
     receive({{}, "bass"});
     look();
@@ -137,40 +128,21 @@ TEST_F(ReceiverTest, ItBeginsWithTheFirstSampleIfItWaitedElseHalfARingBehind) {
 // The fault it would catch: all that a sender ever sent, told as lost because another one of its
 // name was heard before.
 TEST_F(ReceiverTest, ASecondSenderOfANameIsJoinedWhereItIs) {
-    for (const bool isThereFirst : {true, false}) {
-        receive({{}, "guitar"});
-        auto first = test::makeSender("guitar");
-        first->write(test::ramp(10).data(), 10);
-        if (!isThereFirst)
-            look();
-        const auto second = test::makeSender("guitar");
-        second->write(test::ramp(90'000).data(), 90'000);
-        look();
-        first.reset();
-        std::size_t received = 0;
-        for (int i = 0; i < 4; ++i) {
-            const Delivery delivery = look();
-            EXPECT_EQ(delivery.missed, 0u);
-            received += delivery.samples.size();
-        }
-        EXPECT_EQ(received, 16'384u);
-        EXPECT_EQ(receiver_->slot(), 1u);
+    receive({{}, "guitar"});
+    auto first = test::makeSender("guitar");
+    first->write(test::ramp(10).data(), 10);
+    const auto second = test::makeSender("guitar");
+    second->write(test::ramp(90'000).data(), 90'000);
+    look();
+    first.reset();
+    std::size_t received = 0;
+    for (int i = 0; i < 4; ++i) {
+        const Delivery delivery = look();
+        EXPECT_EQ(delivery.missed, 0u);
+        received += delivery.samples.size();
     }
-
-    // One that pauses is passed over for one that sends, and joined when that one has gone.
-    startSender("pair");
-    send(90'000);
-    pass(5.0);
-    auto other = test::makeSender("pair");
-    other->write(nullptr, 0);
-    receive({{}, "pair"});
-    look();
+    EXPECT_EQ(received, 16'384u);
     EXPECT_EQ(receiver_->slot(), 1u);
-    other.reset();
-    look();
-    send(100);
-    EXPECT_EQ(look().samples.size(), 100u);
-    EXPECT_EQ(receiver_->slot(), 0u);
 }
 
 // Faults: a tail that is lost at a sender's end, a successor's first samples, a name that is
@@ -199,13 +171,6 @@ TEST_F(ReceiverTest, NumbersAndNamesAreFollowedToTheNextSender) {
     EXPECT_EQ(state(), State::Searching);
     startSenderAndLook("guitar");
     EXPECT_EQ(receiver_->slot(), 1u);
-    send(300);
-    EXPECT_EQ(expectContinuation(), 300u);
-    sender_.reset();
-    for (const State next : {State::Ended, State::Searching}) {
-        look();
-        EXPECT_EQ(state(), next);
-    }
 }
 
 // Faults: a listener that keeps a killed sender's slot taken, a tail that goes with it.
@@ -213,7 +178,6 @@ TEST_F(ReceiverTest, AnOrphanedConnectionIsLetGoByAllWhoListen) {
     startSenderAndLook();
     Receiver second({{}, "Connection #1"}, 48000.0);
     second.look();
-    EXPECT_EQ(inspectConnection(0)->sender->listeners, 2);
     auto block = std::make_optional<test::RawBlock>(0);
     auto state = std::make_optional<test::RawState>(0);
     send(700);
@@ -238,27 +202,8 @@ TEST_F(ReceiverTest, AnOrphanedConnectionIsLetGoByAllWhoListen) {
     EXPECT_EQ(expectContinuation(), 100u);
 }
 
-// The fault it would catch: two senders on one block, of which one's positions are believed.
-TEST_F(ReceiverTest, ASenderWithoutStateThatRunsOverAnotherEndsAllPromises) {
-    startSenderAndLook();
-    send(1000);
-    expectContinuation();
-    const test::RawBlock block(0);
-    block->audio.put(test::ramp(100).data(), 100);  // another one's block
-    EXPECT_TRUE(look().isMissedUnknown);
-    send(1000);
-    Delivery delivery = look();
-    EXPECT_FALSE(delivery.isComplete || receiver_->isComplete());
-    EXPECT_LE(delivery.samples.size(), 1000u);  // none for the second time
-    startSender();
-    send(500);
-    delivery = look();
-    EXPECT_TRUE(delivery.isMissedUnknown);  // of the one before
-    EXPECT_EQ(delivery.samples.size(), 500u);
-    EXPECT_TRUE(receiver_->isComplete());
-}
-
-// Faults: a gap that was seen and isn't told, a promise that none is missing.
+// Faults: a gap that was seen and isn't told, a number told that nobody can know, a promise that
+// none is missing.
 TEST_F(OldSenderTest, TellsTheGapsThatItSeesAndPromisesNothing) {
     startSenderAndLook();
     EXPECT_FALSE(receiver_->isComplete());
@@ -275,31 +220,17 @@ TEST_F(OldSenderTest, TellsTheGapsThatItSeesAndPromisesNothing) {
     }
     EXPECT_GT(missed_, 0u);
     EXPECT_EQ(expected_, sent_ + 1);
-}
 
-// Faults: a number told that nobody can know; a sender that runs faster than the receiver was told.
-TEST_F(OldSenderTest, AfterARingsTimeTheNumberOfMissedSamplesIsUnknown) {
-    for (const auto& [framesIn10ms, absence] : {std::pair(480u, 1.0), {1920u, 0.3}}) {
-        startSenderAndLook();
-        for (int i = 0; i < 200; ++i) {
-            send(framesIn10ms);
-            pass(0.01);
-            expectContinuation();
-        }
-        send(48'000);
-        pass(absence);
-        const Delivery delivery = look();
-        EXPECT_TRUE(delivery.isMissedUnknown);
-        ASSERT_FALSE(delivery.samples.empty());
-        EXPECT_EQ(delivery.samples.back(), static_cast<float>(sent_));
-        expected_ = sent_ + 1;
-        send(10);
-        EXPECT_EQ(expectContinuation(), 10u);
-    }
+    send(48'000);
+    pass(1.0);  // the ring's time and more
+    const Delivery delivery = look();
+    EXPECT_TRUE(delivery.isMissedUnknown);
+    ASSERT_FALSE(delivery.samples.empty());
+    EXPECT_EQ(delivery.samples.back(), static_cast<float>(sent_));
 }
 
 // Faults: an unread tail that goes with the block, a new master's first samples, another reader
-// that is taken for a new master, one that is kept from reading.
+// that is taken for a new master.
 TEST_F(OldSenderTest, NeitherItsEndNorItsSuccessorNorAnotherReaderLosesOrRepeatsSamples) {
     receive({{}, "guitar"});
     startSenderAndLook("guitar");
@@ -316,58 +247,22 @@ TEST_F(OldSenderTest, NeitherItsEndNorItsSuccessorNorAnotherReaderLosesOrRepeats
     EXPECT_TRUE(ofNew.isMissedUnknown);  // the tail of the one before
     EXPECT_TRUE(std::ranges::equal(ofNew.samples, test::ramp(480)));
     expected_ = 481;
-
-    for (int i = 0; i < 10; ++i) {
-        const IOBridge<float> intruder(OpenSlot{0});  // attaches and ends
-        send(700);
-        EXPECT_EQ(expectContinuation(), 700u);
-    }
-    Receiver second({0, {}}, 48000.0);
-    second.look();
+    const IOBridge<float> reader(OpenSlot{0});
     send(700);
-    EXPECT_EQ(second.look().samples.back(), static_cast<float>(sent_));
     EXPECT_EQ(expectContinuation(), 700u);
-    const IOBridge<float> slave(OpenSlot{0});
-    receiver_.reset();
-    EXPECT_TRUE(second.look().samples.empty());
-    EXPECT_TRUE(slave.isAttached());
 }
 
-// Faults: a receiver whose hold keeps a killed sender's slot from the next one, a pause that is
-// taken for a loss.
+// The fault it would catch: a receiver whose hold keeps a killed sender's slot from the next one.
 TEST_F(OldSenderTest, AStaleConnectionIsOnlyPeekedAt) {
-    startSenderAndLook();
-    send(15'000);
-    expectContinuation();
-    EXPECT_TRUE(inspectConnection(0)->hasSlave);
-    for (int i = 0; i < 30; ++i) {
-        pass(1.0);
-        const Delivery delivery = look();
-        EXPECT_TRUE(delivery.samples.empty());
-        EXPECT_EQ(delivery.isMissedUnknown, i == 0);  // the rest of a second may hold a lap
-    }
-    EXPECT_EQ(state(), State::Lost);
-    EXPECT_EQ(inspectConnection(0)->state, SenderState::Lost);  // nobody can know that it is gone
-    EXPECT_FALSE(inspectConnection(0)->hasSlave);
-    pass(0.5);
-    send(500);
-    const Delivery resumed = look();
-    EXPECT_TRUE(resumed.isMissedUnknown);  // it may be another sender, which was there before
-    EXPECT_TRUE(std::ranges::equal(resumed.samples, test::ramp(500, 15'001)));
-
-    sender_.reset();
-    receiver_.reset();
-    auto killed = test::RawBlock::make(1);
+    auto killed = test::RawBlock::make(0);
     killed->masterInUse = 1;
-    receive({1, {}});
     look();
     killed.die();
-    EXPECT_TRUE(inspectConnection(1));
+    EXPECT_TRUE(inspectConnection(0));
     pass(12.0);
-    look();
-    look();
-    look();
-    EXPECT_FALSE(inspectConnection(1));
+    for (int i = 0; i < 3; ++i)
+        look();
+    EXPECT_FALSE(inspectConnection(0));
 }
 
 }  // namespace

@@ -31,41 +31,19 @@ TEST(Recording, TheFileIsWholeAfterEveryAppend) {
     EXPECT_NE(Recording(folder.path("no folder/x.wav"), 44100, true).error(), "");
 }
 
-// A file of which there is the header alone.
-struct Promised {
-    std::string header;
-    sf_count_t size;
-    sf_count_t position = 0;
-};
-
 // The fault it would catch: a size that is cut to 32 bits, or RF64 where it isn't needed.
 TEST(Recording, OthersReadTheHeaderBeyondFourGigabytesAsRF64) {
-    SF_VIRTUAL_IO io{
-        [](void* file) { return static_cast<Promised*>(file)->size; },
-        [](sf_count_t offset, int whence, void* file) {
-            auto& [header, size, position] = *static_cast<Promised*>(file);
-            const sf_count_t origin = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? position : size;
-            return position = origin + offset;
-        },
-        [](void* to, sf_count_t count, void* file) {
-            auto& [header, size, position] = *static_cast<Promised*>(file);
-            const auto from = std::min(static_cast<std::size_t>(position), header.size());
-            count = static_cast<sf_count_t>(
-                header.copy(static_cast<char*>(to), static_cast<std::size_t>(count), from));
-            position += count;
-            return count;
-        },
-        nullptr,
-        [](void* file) { return static_cast<Promised*>(file)->position; },
-    };
+    const test::ScratchFolder folder("tarn ");
+    const std::string path = folder.path("long.wav");
     const std::uint64_t lastRiff = (0xFFFFFFFFull - (WavHeaderBytes - 8)) / 4;
-    for (const std::uint64_t samples :
-         {std::uint64_t{21'000}, lastRiff, lastRiff + 1, std::uint64_t{5'000'000'000}}) {
+    for (const std::uint64_t samples : {lastRiff, lastRiff + 1}) {
         const auto header = wavHeader(44100, samples);
-        Promised promised{{header.begin(), header.end()},
-                          static_cast<sf_count_t>(WavHeaderBytes + 4 * samples)};
-        EXPECT_EQ(promised.header.substr(0, 4), samples > lastRiff ? "RF64" : "RIFF");
-        SndfileHandle file(io, &promised);
+        std::ofstream stream(path, std::ios::binary);
+        stream.write(header.data(), WavHeaderBytes);
+        stream.seekp(static_cast<std::streamoff>(WavHeaderBytes + 4 * samples - 1)).put('\0');
+        stream.close();
+        EXPECT_EQ(std::string(header.data(), 4), samples > lastRiff ? "RF64" : "RIFF");
+        const SndfileHandle file(path);
         EXPECT_EQ(file.frames(), static_cast<sf_count_t>(samples));
         EXPECT_EQ(file.samplerate(), 44100);
         EXPECT_EQ(file.channels(), 1);
