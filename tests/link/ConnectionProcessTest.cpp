@@ -5,8 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -17,12 +21,12 @@ namespace {
 // Faults: a slot that its killed sender keeps, also because someone listens; samples that are taken
 // for sent though their block was never finished; a session that its successor doesn't know.
 TEST(ConnectionProcess, AKilledSenderLeavesWhatItPublishedAndItsSlot) {
-    EXPECT_EQ(test::runTool(PROGRAM_connection_peer, {"crash"}).exitStatus, 9);
+    EXPECT_EQ(test::runTool(PROGRAM_connection_peer, {"crash", "1000"}).exitStatus, 9);
     EXPECT_FALSE(inspectConnection(0));  // it vanished with its last holder
 
     const auto holder = test::RawBlock::make(0);  // as a receiving program
     const auto state = test::RawState::make(0);
-    EXPECT_EQ(test::runTool(PROGRAM_connection_peer, {"crash"}).exitStatus, 9);
+    EXPECT_EQ(test::runTool(PROGRAM_connection_peer, {"crash", "1000"}).exitStatus, 9);
     EXPECT_EQ(state->stream.claimed, 1500u);
     EXPECT_EQ(inspectConnection(0)->state, SenderState::Gone);
     ConnectionListener listener(0);
@@ -37,6 +41,16 @@ TEST(ConnectionProcess, AKilledSenderLeavesWhatItPublishedAndItsSlot) {
     EXPECT_EQ(test::makeSender("next *")->name(), "next 1");
     EXPECT_EQ(state->formerSession, facts.session);
     EXPECT_EQ(state->formerPublished, 1000u);
+}
+
+// The sender goes on as long as there is a listener.
+std::unique_ptr<ConnectionListener> listenTo(const test::RunningTool& sender) {
+    std::unique_ptr<ConnectionListener> listener;
+    do
+        listener = std::make_unique<ConnectionListener>(0);
+    while (sender.isRunning() && !(listener->hasBlock() && listener->session() != 0));
+    listener->beat();
+    return listener;
 }
 
 // Faults: samples that were torn while they were copied, a loss that isn't told.
@@ -64,12 +78,9 @@ TEST(ConnectionProcess, EverySampleOfAnotherProcessIsRightOrTold) {
         if (!std::filesystem::exists(peer))
             continue;
         test::RunningTool sending(peer, {"send"});
-        std::unique_ptr<ConnectionListener> listener;
-        do
-            listener = std::make_unique<ConnectionListener>(0);
-        while (sending.isRunning() && !(listener->hasBlock() && listener->session() != 0));
+        std::unique_ptr<ConnectionListener> listener = listenTo(sending);
         expectRightOrTold(*listener, 50'000'000, 40'009);
-        listener.reset();  // the sender goes on as long as there is one
+        listener.reset();
         EXPECT_EQ(sending.result().exitStatus, 0);
     }
 }
@@ -85,6 +96,42 @@ TEST(ConnectionThreads, EverySampleOfAnotherThreadIsRightOrTold) {
     });
     expectRightOrTold(listener, Samples, UINT64_MAX);
     sender.join();
+}
+
+// The fault it would catch: a description of the blocks by which nobody can write a receiver.
+TEST(ConnectionProcess, TheReaderOfTheManualReceivesAndTellsWhatItLost) {
+    EXPECT_EQ(test::runTool(PROGRAM_connection_reader, {"1", "1"}).exitStatus, 1);
+    // At some speed that leaves the reader something.
+    test::RunningTool sending(PROGRAM_connection_peer, {"send", "10000000"});
+    std::unique_ptr<ConnectionListener> listener = listenTo(sending);
+    test::RunningTool reading(PROGRAM_connection_reader, {"1", "5000000"});
+    while (reading.isRunning())
+        listener->beat();
+    const test::ToolResult result = reading.result();
+    EXPECT_EQ(result.exitStatus, 0) << result.errors;
+    listener.reset();
+    EXPECT_EQ(sending.result().exitStatus, 0);
+
+    // Losses are told with the position; so all others must be there, one after the other.
+    std::vector<float> sent;
+    std::istringstream lines(result.errors);
+    std::uint64_t position = 0, received = 0, lost = 0, count = 0, at = 0;
+    for (std::string line; std::getline(lines, line);) {
+        if (std::sscanf(line.c_str(), "lost %" SCNu64 " samples at %" SCNu64, &count, &at) == 2) {
+            for (; position < at; ++position)
+                sent.push_back(static_cast<float>(position % 40'009));
+            position += count;
+            lost += count;
+        } else if (std::sscanf(line.c_str(), "from %" SCNu64, &position) == 0) {
+            std::sscanf(line.c_str(), "received %" SCNu64 ", lost %" SCNu64, &received, &count);
+        }
+    }
+    for (; sent.size() < received; ++position)
+        sent.push_back(static_cast<float>(position % 40'009));
+    EXPECT_GT(received, 0u);
+    EXPECT_EQ(count, lost);
+    ASSERT_EQ(result.bytes.size(), sent.size() * sizeof(float));
+    EXPECT_EQ(std::memcmp(result.bytes.data(), sent.data(), result.bytes.size()), 0);
 }
 
 }  // namespace

@@ -132,6 +132,60 @@ TEST(IOBridge, AReaderStartsByThePrerollRuleAndThenGetsEachSampleOnce) {
     EXPECT_TRUE(!slave.isAttached() && slave.hasMaster());
 }
 
+// Faults: an age that is off by a second, a sample that is lost or comes twice after a pause.
+TEST(IOBridge, AWriterThatFallsSilentIsDeadAfterASecondAndFreshForTen) {
+    setCalendar(Noon);
+    const auto master = makeSender();
+    EXPECT_EQ(connectionStatus(0), ConnectionInUse);  // created: no stamp yet
+    writeRamp(*master, 1000);
+    Bridge slave(OpenSlot{0});
+    EXPECT_EQ(connectionStatus(0), ConnectionInUse | ConnectionFresh | ConnectionHasSlave);
+    setCalendar(Noon + 1);
+    EXPECT_EQ(take(slave, 2), ramp(2));
+    EXPECT_TRUE(slave.isLive());
+
+    setCalendar(Noon + 2);
+    EXPECT_FALSE(slave.isLive());
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(take(slave, 1), Samples());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "1790000002 0 1790000000\n");
+    master->write(nullptr, 0);  // a stamp
+    EXPECT_EQ(take(slave, 1), ramp(1, 3));
+
+    const auto isFresh = [] { return (connectionStatus(0) & ConnectionFresh) != 0; };
+    setCalendar(Noon + 12);
+    EXPECT_TRUE(isFresh());
+    setCalendar(Noon + 13);
+    EXPECT_FALSE(isFresh());
+    RawBlock(0)->lastWriteTime[1] = 0xFFFFFFFF;  // the comparison is of unsigned numbers
+    EXPECT_TRUE(isFresh());
+    setCalendar((3LL << 32) + 5);  // in the 25th century
+    master->write(nullptr, 0);
+    EXPECT_EQ(RawBlock(0)->lastWriteTime[1], 3u);
+}
+
+// Faults: a master that is missed or taken for its successor, a latency that a receiver sets.
+TEST(IOBridge, ASlaveOutlivesItsMasterAndStartsAnewWithTheNext) {
+    EXPECT_FALSE(Bridge(OpenSlot{32}).hasBlock() || Bridge(OpenName{"nobody"}).hasBlock());
+    auto master = makeSender("guitar");
+    Bridge slave(OpenName{"guitar"});
+    EXPECT_TRUE(slave.isAttached() && slave.hasMaster());
+    master->setInputLatency(64);
+    slave.setInputLatency(5);
+    EXPECT_EQ(slave.inputLatency(), 64);
+
+    master.reset();
+    EXPECT_TRUE(slave.isAttached() && !slave.hasMaster());
+    EXPECT_EQ(connectionStatus(0), ConnectionHasSlave);
+    EXPECT_FALSE(findConnection("guitar"));
+
+    const auto next = makeSender("bass");
+    EXPECT_TRUE(!slave.isAttached() && slave.hasMaster());
+    slave.attach();
+    writeRamp(*next, 100);
+    EXPECT_EQ(take(slave, 50), ramp(50));
+}
+
 // The fault it would catch: a word of the block that is trusted. What is read of a state block, the
 // fuzzer of connections shows.
 TEST(IOBridge, ABlockOfRandomBytesIsHarmless) {
