@@ -54,10 +54,10 @@ std::unique_ptr<ConnectionListener> listenTo(const test::RunningTool& sender) {
 }
 
 // Faults: samples that were torn while they were copied, a loss that isn't told.
-void expectRightOrTold(ConnectionListener& listener, std::uint64_t samples, std::uint64_t period) {
+void expectRightOrTold(ConnectionListener& listener, std::uint64_t until, std::uint64_t period) {
     std::vector<float> buffer;
     std::uint64_t position = 0, received = 0, wrong = 0;
-    while (position < samples || received == 0) {
+    while (position < until || received == 0) {
         listener.beat();
         const TakenSamples taken = listener.take(listener.session(), position, buffer);
         ASSERT_EQ(taken.result, TakenSamples::Result::Taken);
@@ -79,7 +79,8 @@ TEST(ConnectionProcess, EverySampleOfAnotherProcessIsRightOrTold) {
             continue;
         test::RunningTool sending(peer, {"send"});
         std::unique_ptr<ConnectionListener> listener = listenTo(sending);
-        expectRightOrTold(*listener, 50'000'000, 40'009);
+        // From here on, so that the sender writes while it is heard.
+        expectRightOrTold(*listener, listener->sender()->published + 50'000'000, 40'009);
         listener.reset();
         EXPECT_EQ(sending.result().exitStatus, 0);
     }
