@@ -222,7 +222,7 @@ void PresetsLibrary::writeFavorites(Dictionary& tree) const {
     const auto favorites = tree.addArray(FavoritesKey);
     const std::int32_t last = favorites_.empty() ? -1 : favorites_.rbegin()->first;
     for (std::int32_t slot = 0; favorites && slot <= std::min(last, MostSlots - 1); ++slot)
-        favorites->setInteger(IndexKey, getFavorite(slot), slot);
+        favorites->setInteger(IndexKey, getFavorite(slot), slot, false);  // the list is new
 }
 
 std::int32_t PresetsLibrary::getFavorite(std::int32_t slot) const {
