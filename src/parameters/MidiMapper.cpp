@@ -44,6 +44,12 @@ std::array<const char*, midi::ControllerCount> makeControllerNames() {
     return names;
 }
 
+// Timers keep a copy.
+const Message* learningTick() {
+    static const TimerMessage Tick(nullptr, TimerMessage::Tick, LearningTimer, 0);
+    return &Tick;
+}
+
 bool isController(std::int32_t controller) {
     return controller >= 0 && controller < midi::ControllerCount;
 }
@@ -77,14 +83,7 @@ std::string midi::getControllerText(std::int32_t controller) {
 
 template <typename T>
 MidiMapper<T>::MidiMapper(Radio* parent, double learningMs)
-    : Radio(parent),
-      timer_(
-          this,
-          [] {
-              static const TimerMessage tick(nullptr, TimerMessage::Tick, LearningTimer, 0);
-              return &tick;
-          }(),
-          learningMs, true) {
+    : Radio(parent), timer_(this, learningTick(), learningMs, true) {
     tuneIn(&timer_);
 }
 

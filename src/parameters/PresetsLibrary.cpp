@@ -99,8 +99,8 @@ void PresetsLibrary::selectProgram(std::int32_t index) {
 std::int32_t PresetsLibrary::selectFirstUsed() {
     const Preset* const current = getCurrent();
     if (current != nullptr && !current->hasPrograms()) {
-        const auto used = std::ranges::find_if(presets_, &Preset::hasPrograms,
-                                               [](const auto& p) -> Preset& { return *p; });
+        const auto used = std::ranges::find_if(
+            presets_, [](const auto& preset) { return preset->hasPrograms(); });
         if (used != presets_.end())
             setProgram(static_cast<std::int32_t>(std::distance(presets_.begin(), used)));
     }
@@ -119,10 +119,8 @@ void PresetsLibrary::setCurrentName(const std::string& text) {
 }
 
 std::int32_t PresetsLibrary::getCurrentIndex() const {
-    const auto current = std::ranges::find(presets_, getCurrent(), &std::unique_ptr<Preset>::get);
-    return current != presets_.end()
-               ? static_cast<std::int32_t>(std::distance(presets_.begin(), current))
-               : 0;
+    const bool isThere = current_ != presets_.end();
+    return isThere ? static_cast<std::int32_t>(std::distance(presets_.begin(), current_)) : 0;
 }
 
 Preset* PresetsLibrary::getCurrent() const {

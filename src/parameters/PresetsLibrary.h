@@ -122,7 +122,7 @@ private:
 
     ModuleDirectory* modules_ = nullptr;
     std::list<std::unique_ptr<Preset>> presets_;
-    std::list<std::unique_ptr<Preset>>::iterator current_ = presets_.end();
+    std::list<std::unique_ptr<Preset>>::const_iterator current_ = presets_.end();
     std::set<std::string> bankNames_;
     std::set<std::string> presetNames_;
     std::map<std::int32_t, std::int32_t> favorites_;

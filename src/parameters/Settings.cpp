@@ -29,6 +29,11 @@ void readValue(Parameter& parameter, const Dictionary& value) {
     }
 }
 
+// Allocates nothing, whatever thread this is.
+void tellUnknown(std::string_view name) {
+    std::fprintf(stderr, "UNKNOWN PARAMETER %.*s\n", static_cast<int>(name.size()), name.data());
+}
+
 }  // namespace
 
 Settings* settingsOf(const Radio& radio) noexcept {
@@ -334,7 +339,7 @@ bool Settings::receive(Message& message) {
     if (Parameter* const parameter = find(change.parameterName, change.cloneNumber))
         parameter->setNormalised(change.value, FromInternal);
     else
-        std::fprintf(stderr, "UNKNOWN PARAMETER %s\n", change.parameterName.str().c_str());
+        tellUnknown(change.parameterName);
     return true;
 }
 
