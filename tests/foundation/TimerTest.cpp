@@ -1,6 +1,7 @@
 #include "foundation/Signal.h"
 #include "foundation/TimerAnimation.h"
 #include "platform/Clock.h"
+#include "support/Hearer.h"
 
 #include <gmock/gmock.h>
 
@@ -24,19 +25,6 @@ protected:
         platform::setHighResolutionClock([]() noexcept { return clockTime; });
     }
     ~TimerTest() override { platform::setHighResolutionClock(nullptr); }
-};
-
-struct Hearer : Radio {
-    Hearer(Radio& station, std::function<void(Message&)> what)
-        : Radio(nullptr), answer(std::move(what)) {
-        tuneIn(&station);
-    }
-    ~Hearer() override { disconnect(); }
-    bool receive(Message& heard) override {
-        answer(heard);
-        return true;
-    }
-    std::function<void(Message&)> answer;
 };
 
 }  // namespace

@@ -4,9 +4,9 @@
 #include "parameters/ParameterArray.h"
 #include "parameters/ParameterEnum.h"
 #include "parameters/ParameterText.h"
+#include "support/Hearer.h"
 #include "support/ScratchStore.h"
 
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -91,20 +91,6 @@ TEST(Parameter, NamesForTheHost) {
 // Faults: listeners that are left with an older value than the parameter's, because another one
 // changed it while the first message was on its way; texts that are gone while they are looked at.
 TEST(Parameter, TheLastMessageThatEachListenerGetsIsTrue) {
-    class Meddler : public Radio {
-    public:
-        using Act = std::function<void(ParameterMessage&)>;
-        Meddler(Radio& station, Act act) : Radio(nullptr), act_(std::move(act)) {
-            tuneIn(&station);
-        }
-        bool receive(Message& message) override {
-            act_(static_cast<ParameterMessage&>(message));
-            return false;
-        }
-
-    private:
-        Act act_;
-    };
     const Defined settings(
         "<N class='ParameterValue' type='integer' minval='0' maxval='9' "
         "defval='0'/><T class='ParameterText'/>");
@@ -115,13 +101,15 @@ TEST(Parameter, TheLastMessageThatEachListenerGetsIsTrue) {
     std::string toldText[9];
     int fromUser = 0;
     for (int i = 0; i < 9; ++i) {
-        listeners.push_back(std::make_unique<Meddler>(number, [&, i](ParameterMessage& message) {
+        listeners.push_back(std::make_unique<Hearer>(number, [&, i](Message& change) {
+            const auto& message = static_cast<ParameterMessage&>(change);
             if (i == 4 && message.mode == FromUser)
                 number.setFloat(5.0f, FromInternal);
             told[i] = message.value * 9;
             fromUser += message.mode == FromUser;
         }));
-        listeners.push_back(std::make_unique<Meddler>(text, [&, i](ParameterMessage& message) {
+        listeners.push_back(std::make_unique<Hearer>(text, [&, i](Message& change) {
+            const auto& message = static_cast<ParameterMessage&>(change);
             toldText[i] = message.hasText ? message.text.str() : "";
             const std::string_view seen = fromPayload<const char*>(message.payload);
             if (i == 4 && message.mode == FromUser) {
