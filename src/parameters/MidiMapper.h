@@ -53,7 +53,7 @@ public:
     /// Null where nothing is bound.
     virtual T getTarget(std::int32_t controller) const;
 
-    /// The next controller event will be bound to the target.
+    /// The next controller event will be bound to the target; null ends the learning.
     void startLearning(T target);
 
     /// The target that waits for a controller; null when none.
@@ -69,6 +69,7 @@ public:
     /// The lowest number that the target is bound to; -1 if there is none.
     std::int32_t getController(T target) const;
 
+    /// Off and `midi::Full` until they are set; a range that is none of the three becomes Full.
     bool isInverted(std::int32_t controller) const;
     void setInverted(std::int32_t controller, bool isInverted);
     std::int32_t getRange(std::int32_t controller) const;

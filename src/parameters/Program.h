@@ -8,7 +8,6 @@
 namespace tarn {
 
 class PresetsLibrary;
-class Settings;
 
 /// The snapshot is a tree with the child "parameters", as Settings writes it for the scope of a
 /// module. Control thread, but for `receive` and the mark.
@@ -31,7 +30,8 @@ public:
     void read(const Dictionary& tree);
     void write(Dictionary& tree) const;
 
-    /// A ParameterMessage that isn't from `FromLoad`, of a parameter that is saved and the
+    /// Tunes in to nothing: the editor hands on what concerns the current program. A
+    /// ParameterMessage that isn't from `FromLoad`, of a parameter that is saved and the
     /// plug-in's own, marks the program as modified and tells the library. True for all
     /// ParameterMessages. Any thread.
     bool receive(Message& message) override;
