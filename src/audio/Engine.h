@@ -45,7 +45,8 @@ public:
     virtual void setEngineFlag(bool isSet) { engineFlag_ = isSet; }
 
     /// The largest block that the host announces, in frames, 0 at first. Of longer ones previews
-    /// fill no more than that. Throws std::bad_alloc. Control thread, while no block is processed.
+    /// may fill no more than that. Throws std::bad_alloc. Control thread, while no block is
+    /// processed.
     virtual void setBlockSize(int frames);
 
     /// In Hz, 44,100 at first. Control thread, while no block is processed.

@@ -21,7 +21,6 @@ void mixSamples(IOChannel<float>& target, const IOChannel<float>& source, Sum su
     const float* const from = source.getData();
     for (int i = 0; i < samples; ++i)
         to[i] = sum(to[i], from[i]);
-    target.setCount(std::max(target.getCount(), samples));
 }
 
 }  // namespace
@@ -64,6 +63,7 @@ void Mixer::mixChannel(IOChannel<float>& target, const IOChannel<float>& source,
             });
             break;
     }
+    target.setCount(std::max(target.getCount(), source.getCount()));
 }
 
 }  // namespace tarn
