@@ -39,3 +39,12 @@ set_target_properties(cryptopp PROPERTIES
     IMPORTED_LOCATION ${brimtide_prefix}/lib/libcryptopp.a
     INTERFACE_COMPILE_DEFINITIONS CRYPTOPP_DISABLE_ASM
     INTERFACE_INCLUDE_DIRECTORIES ${brimtide_prefix}/include)
+
+# libpng, over the system's zlib on Linux and the static one on Windows.
+set(ZLIB_USE_STATIC_LIBS ${WIN32})
+find_package(ZLIB REQUIRED)
+add_library(png STATIC IMPORTED)
+set_target_properties(png PROPERTIES
+    IMPORTED_LOCATION ${brimtide_prefix}/lib/libpng.a
+    INTERFACE_LINK_LIBRARIES ZLIB::ZLIB
+    INTERFACE_INCLUDE_DIRECTORIES ${brimtide_prefix}/include)
