@@ -1,10 +1,12 @@
 #include "diagnostics/System.h"
 
 #include "diagnostics/CPUAssembly.h"
+#include "foundation/File.h"
 #include "foundation/Logger.h"
 #include "foundation/Preferences.h"
 #include "foundation/ProductIdentity.h"
 #include "platform/Dialogs.h"
+#include "platform/DynamicLibrary.h"
 #include "platform/Folders.h"
 #include "platform/SystemError.h"
 
@@ -35,10 +37,23 @@ Folder productFolder(platform::KnownFolder place) {
     return Folder(path).join(product.getVendorName()).join(product.getProductName());
 }
 
+// What a plug-in that was copied by hand brings along.
+Folder folderBesideLibrary() {
+    const std::string library = platform::ownLibrary().path;
+    return library.empty()
+               ? Folder()
+               : File(library).getFolder().join(ProductIdentity::get().getProductName());
+}
+
 Folder installFolder() {
     const std::string path = machinePreference("InstallPath");
+    const Folder preferred(path);
+    if (!path.empty() && preferred.exists())
+        return preferred;
+    if (const Folder beside = folderBesideLibrary(); beside.exists())
+        return beside;
     if (!path.empty())
-        return Folder(path);
+        return preferred;
     logError(LogError, ErrorPrefsKeyNotFound(GetFolderLocationSignature, "InstallPath"));
     return productFolder(platform::KnownFolder::ProgramFiles);
 }

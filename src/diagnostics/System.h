@@ -19,8 +19,10 @@ enum SpecialFolder {
     UserData,    // of the product, in the user's documents
 };
 
-/// There or not. Without the preference "InstallPath", which is logged as missing, `Install` is
-/// <program files>/<vendor>/<product>. Empty if the system knows no such place.
+/// There or not. Where the folder of the preference "InstallPath" is missing, a folder of the
+/// product's name beside this library is `Install`, if there is one. Without the preference, which
+/// is logged as missing, it is else <program files>/<vendor>/<product>. Empty if the system knows
+/// no such place.
 Folder getFolderLocation(SpecialFolder folder);
 
 /// Seconds since an arbitrary moment, never running backwards. Any thread, the audio thread

@@ -1,6 +1,8 @@
-// A library that is loaded by its path while the program runs.
+// Libraries: one that is loaded by its path while the program runs, and the one that this code is
+// part of.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace tarn::platform {
@@ -32,5 +34,14 @@ private:
     void* handle_ = nullptr;
     std::string error_;
 };
+
+/// The library, or the program, that this code was linked into.
+struct OwnLibrary {
+    std::string path;         // absolute, in UTF-8; empty if the system doesn't tell
+    std::uintptr_t base = 0;  // where it was loaded
+};
+
+/// Control threads.
+OwnLibrary ownLibrary();
 
 }  // namespace tarn::platform

@@ -1,11 +1,14 @@
 #include "diagnostics/System.h"
+#include "foundation/File.h"
 #include "foundation/LogFolder.h"
 #include "platform/Dialogs.h"
+#include "platform/DynamicLibrary.h"
 #include "support/ScratchStore.h"
 
 #include <gtest/gtest.h>
 #include <xmmintrin.h>
 
+#include <filesystem>
 #include <limits>
 
 using namespace tarn;
@@ -24,6 +27,12 @@ TEST(System, FindsTheProductsFolders) {
     const test::ScratchStore store;
     Preferences machine = store.open(platform::PreferencesRoot::LocalMachine);
     Preferences::setStores(&machine, nullptr);
+    const Folder beside = File(platform::ownLibrary().path).getFolder().join("Wellengang ä");
+    ASSERT_TRUE(Folder(beside).create());
+    EXPECT_TRUE(System::getFolderLocation(System::Install).equals(beside));
+    machine.setString("InstallPath", store.path());
+    EXPECT_EQ(System::getFolderLocation(System::Install).getPath(), store.path());
+    std::filesystem::remove(std::filesystem::u8path(beside.getPath()));
     machine.setString("InstallPath", store.path("Ω"));
     const auto resources = [] { return System::getFolderLocation(System::Resources).getPath(); };
     EXPECT_EQ(resources(), store.path("Ω/Wellengang ä Resources"));

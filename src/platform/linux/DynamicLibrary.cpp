@@ -2,6 +2,9 @@
 
 #include <dlfcn.h>
 
+#include <cstdlib>
+#include <memory>
+
 namespace tarn::platform {
 
 DynamicLibrary::DynamicLibrary(const std::string& path) {
@@ -19,6 +22,15 @@ DynamicLibrary::~DynamicLibrary() {
 
 void* DynamicLibrary::address(const char* name) const noexcept {
     return handle_ != nullptr ? ::dlsym(handle_, name) : nullptr;
+}
+
+OwnLibrary ownLibrary() {
+    Dl_info info{};
+    if (::dladdr(reinterpret_cast<void*>(&ownLibrary), &info) == 0 || info.dli_fname == nullptr)
+        return {};
+    const std::unique_ptr<char, decltype(&std::free)> path(::realpath(info.dli_fname, nullptr),
+                                                           &std::free);
+    return {path ? path.get() : "", reinterpret_cast<std::uintptr_t>(info.dli_fbase)};
 }
 
 }  // namespace tarn::platform

@@ -40,4 +40,19 @@ void* DynamicLibrary::address(const char* name) const noexcept {
                : nullptr;
 }
 
+OwnLibrary ownLibrary() {
+    HMODULE module = nullptr;
+    if (!::GetModuleHandleExW(
+            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+            reinterpret_cast<const wchar_t*>(&ownLibrary), &module))
+        return {};
+    OwnLibrary own{{}, reinterpret_cast<std::uintptr_t>(module)};
+    constexpr DWORD LongestPath = 32767;  // of the system
+    std::wstring path(LongestPath, L'\0');
+    const DWORD length = ::GetModuleFileNameW(module, path.data(), LongestPath);
+    path.resize(length < LongestPath ? length : 0);
+    own.path = utf8(path);
+    return own;
+}
+
 }  // namespace tarn::platform
