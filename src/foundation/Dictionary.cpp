@@ -17,9 +17,6 @@ namespace tarn {
 
 namespace {
 
-// Room for the largest binary value; while TinyXML parses, it takes four times as much.
-constexpr std::size_t MaxTextBytes = std::size_t{128} << 20;
-
 constexpr std::string_view ByteOrderMark = "\xef\xbb\xbf";
 
 // Where the keyed form begins.
@@ -60,7 +57,7 @@ std::shared_ptr<XmlDocument> parseXml(std::string text) {
     if (text.starts_with(ByteOrderMark))
         text.erase(0, ByteOrderMark.size());
     text.resize(std::min(text.find('\0'), text.size()));
-    if (text.size() > MaxTextBytes) {
+    if (text.size() > Dictionary::MaxTextBytes) {
         logParseError("Text is too long.");
         return nullptr;
     }
@@ -74,16 +71,6 @@ std::shared_ptr<XmlDocument> parseXml(std::string text) {
         return nullptr;
     beginWithDeclaration(xml);
     return document;
-}
-
-bool readFile(File file, std::string& text) {
-    if (!file.openRead())
-        return false;
-    const std::int64_t size = file.getSize();
-    if (size <= 0 || static_cast<std::uint64_t>(size) > MaxTextBytes)
-        return false;
-    text.resize(static_cast<std::size_t>(size));
-    return file.read(text.data(), 1, text.size());
 }
 
 // Every kind of line end becomes a line feed.
@@ -203,7 +190,9 @@ public:
         return count() && TiXmlPrinter::Visit(unknown);
     }
 
-    bool fits() { return nodes_ <= TiXmlBase::TIXML_MAX_NODES && Size() <= MaxTextBytes; }
+    bool fits() {
+        return nodes_ <= TiXmlBase::TIXML_MAX_NODES && Size() <= Dictionary::MaxTextBytes;
+    }
 
 private:
     bool count() {
@@ -285,18 +274,21 @@ bool Dictionary::parse(std::string_view text) {
     return adopt(parseXml(std::string(text.substr(0, MaxTextBytes + 1))));
 }
 
+bool Dictionary::parseWhole(std::string_view text) {
+    std::string lines(text.substr(0, MaxTextBytes + 1));
+    normalizeLineEnds(lines);
+    std::shared_ptr<XmlDocument> document = parseXml(std::move(lines));
+    if (document && document->xml().Error())
+        document.reset();
+    return adopt(std::move(document));
+}
+
 bool Dictionary::load(const File& file) {
     if (!file.exists())
         return false;
     std::string text;
-    std::shared_ptr<XmlDocument> document;
-    if (readFile(file, text)) {
-        normalizeLineEnds(text);
-        document = parseXml(std::move(text));
-    }
-    if (document && document->xml().Error())
-        document.reset();
-    return adopt(std::move(document));
+    file.contents(text, MaxTextBytes);
+    return parseWhole(text);
 }
 
 bool Dictionary::save(const File& file) const {

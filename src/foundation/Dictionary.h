@@ -66,9 +66,14 @@ public:
     /// single element or the text is refused.
     bool parse(std::string_view text);
 
-    /// The same from a file, where a broken text gives false and an empty tree. False if there is
-    /// no such file; the handle is then as before.
+    /// The same for a text that must be whole: a broken one gives false and an empty tree.
+    bool parseWhole(std::string_view text);
+
+    /// The same from a file. False if there is no such file; the handle is then as before.
     bool load(const File& file);
+
+    /// Longer texts are refused.
+    static constexpr std::size_t MaxTextBytes = std::size_t{128} << 20;
 
     /// Writes the whole document, wherever the handle stands: false if it is too large to be read
     /// again or the file can't be written, which then is as before.

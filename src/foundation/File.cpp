@@ -248,6 +248,20 @@ std::int64_t File::getSize() {
     return size;
 }
 
+bool File::contents(std::string& bytes, std::size_t most) const {
+    File file(*this);
+    if (!file.openRead())
+        return false;
+    const std::int64_t size = file.getSize();
+    if (size <= 0 || static_cast<std::uint64_t>(size) > most)
+        return false;
+    std::string content(static_cast<std::size_t>(size), '\0');
+    if (!file.read(content.data(), 1, content.size()))
+        return false;
+    bytes = std::move(content);
+    return true;
+}
+
 bool File::save(std::string_view bytes) const {
     return platform::replaceFile(getPath(), bytes);
 }

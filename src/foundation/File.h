@@ -102,6 +102,10 @@ public:
     /// The file owns it.
     std::iostream* getStream() const { return isOpen() ? stream_.get() : nullptr; }
 
+    /// The content on disk, of whichever file the path leads to now; false, with `bytes` as they
+    /// were, if it can't be read, is empty, or longer than `most` bytes.
+    bool contents(std::string& bytes, std::size_t most) const;
+
     /// Replaces the content on disk by `bytes`, making the file where it is missing: whole or, on
     /// failure, not at all. The folder must exist, the file not be write-protected, and on Windows
     /// be closed.

@@ -103,10 +103,14 @@ Settings::~Settings() {
 }
 
 Error Settings::load(const File& file) {
-    Dictionary dictionary;
-    std::unique_ptr<Dictionary> level;
-    if (dictionary.load(file))
-        level = dictionary.getArray("parameters");
+    Dictionary definition;
+    if (!definition.load(file))
+        return ErrorImportFailed(Load, file.getPath());
+    return load(definition, file);
+}
+
+Error Settings::load(const Dictionary& definition, const File& file) {
+    const auto level = definition.getArray("parameters");
     if (!level)
         return ErrorImportFailed(Load, file.getPath());
     Settings loaded(module_, *manager_, schedulerDivisor_);

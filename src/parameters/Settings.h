@@ -50,6 +50,9 @@ public:
     /// definition is wrong. After any failure the former tree is in place.
     Error load(const File& file);
 
+    /// The same from the tree of a file that was parsed already; `file` is for the error.
+    Error load(const Dictionary& definition, const File& file);
+
     /// The first parameter with that identifier, exactly, in the order of the file, a section's own
     /// before those of its sections. With a clone number other than 0, only sections of that number
     /// are looked in. Null if there is none. Any thread.

@@ -4,6 +4,7 @@
 #include "foundation/LogFolder.h"
 #include "foundation/NumberText.h"
 #include "foundation/Packing.h"
+#include "foundation/ParsedFiles.h"
 #include "support/ScratchFolder.h"
 
 #include <cryptopp/base64.h>
@@ -199,6 +200,29 @@ TEST(Dictionary, BrokenTextKeepsWhatStandsBeforeTheFaultAndABrokenFileNothing) {
     scratch.write("broken", "<dict><a value='1'/>");
     EXPECT_FALSE(tree.load(File(scratch.path("broken"))));
     EXPECT_EQ(textOf(tree), "<dict />\n");
+}
+
+// Faults: one instance's changes in another's tree, a file that was replaced within the second and
+// counts as the old one, a tree that is lost over a broken file.
+TEST(ParsedFiles, EveryCallerHasATreeOfWhatTheFileHoldsNow) {
+    const test::ScratchFolder scratch;
+    const File file(scratch.path("a.xml"));
+    ParsedFiles files;
+    Dictionary tree, other;
+    EXPECT_FALSE(files.load(file, tree));
+    scratch.write("a.xml", "<dict a='1'/>");
+    EXPECT_TRUE(files.load(file, tree));
+    tree.setAttribute({}, "a", "changed");
+    EXPECT_TRUE(files.load(file, other));
+    EXPECT_EQ(other.getAttribute("a"), "1");
+    for (const char* text : {"<dict a='2'>", ""}) {
+        scratch.write("a.xml", text);
+        EXPECT_FALSE(files.load(file, other));
+    }
+    EXPECT_EQ(other.getAttribute("a"), "1");
+    scratch.write("a.xml", "<dict a='3'/>");
+    EXPECT_TRUE(files.load(file, other));
+    EXPECT_EQ(other.getAttribute("a"), "3");
 }
 
 TEST(Dictionary, DocumentLivesAsLongAsItsLastHandle) {
