@@ -7,9 +7,11 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace tarn {
 
+class Dictionary;
 class Note;
 
 /// The keys and velocities to which a sample is mapped; all of them at first.
@@ -30,6 +32,15 @@ public:
     /// Makes or replaces a name's mapping.
     virtual void setMapping(const std::string& name, std::int32_t value, Range<std::int16_t> keys,
                             Range<std::int16_t> velocities);
+
+    /// In the order of bytes, as long as the mappings stay. The first is empty if there is none.
+    std::vector<std::string> getNames() const;
+    const std::string& getFirstName() const;
+
+    /// Adds an entry for each mapping to a list, and replaces all mappings by those of a list, up
+    /// to 65,536 of them. Numbers that don't fit a range's ends are cut to them.
+    void write(Dictionary& list) const;
+    void read(const Dictionary& list);
 
     /// Null for a name that isn't mapped.
     const SampleMapping* getMapping(const std::string& name) const;

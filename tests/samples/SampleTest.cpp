@@ -291,6 +291,23 @@ TEST(SampleManager, TheFirstNameWhoseRangesHoldTheNoteWins) {
     EXPECT_EQ(manager.getVelocityRange("a").low + manager.getKeyRange("b").high, 3 + 62);
     EXPECT_EQ(soundsFor(60, 64) + soundsFor(61, 63), "b");
     EXPECT_FALSE(manager.setKeyRange("c", {0, 1}) || manager.setVelocityRange("c", {0, 1}));
+
+    Dictionary state, again;
+    manager.write(state);
+    state.getEntry(1)->setInteger("keyHigh", 1'000'000);
+    SampleManager other(nullptr);
+    other.setMapping("c", 0, {0, 1}, {0, 1});
+    other.read(state);
+    EXPECT_THAT(other.getNames(), testing::ElementsAre("a", "b"));
+    EXPECT_EQ(other.getMapping("a")->value, 8);
+    EXPECT_EQ(other.getKeyRange("b").high, 32767);
+    manager.setKeyRange("b", {61, 32767});
+    state = Dictionary();
+    manager.write(state);
+    other.write(again);
+    std::string text, readBack;
+    EXPECT_TRUE(state.toString(text) && again.toString(readBack));
+    EXPECT_EQ(readBack, text);
 }
 
 // Faults: a value that is lost or rounded on the way, factors that stay, a scale at 0 Hz.
