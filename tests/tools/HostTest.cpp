@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <fstream>
 #include <tuple>
 
 namespace tarn::test {
@@ -16,6 +17,11 @@ using testing::HasSubstr;
 
 ToolResult runHost(const std::vector<std::string>& arguments) {
     return runTool(PROGRAM_brimtide_host, arguments);
+}
+
+std::string contentOf(const std::string& path) {
+    std::ifstream file(std::filesystem::u8path(path), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 host::Channels audioIn(const std::string& path) {
@@ -62,7 +68,7 @@ TEST(HostWithBrimtide, PassesItsInputOnSampleForSample) {
             SCOPED_TRACE(std::string(channels) + other);
             const ToolResult result =
                 runHost({"play", PROGRAM_Brimtide, "--signal=noise", "--rate=8000", "--seconds=3",
-                         "--block=1:2000", "--set=0=1@1", "--set=0=0@2", channels, other,
+                         "--block=1:2000", "--set=Mute=1@1", "--set=mute=0@2", channels, other,
                          "--output", out, "--sent", sent});
             EXPECT_EQ(result.exitStatus, 0) << result.errors;
             host::Channels expected = audioIn(sent);
@@ -79,6 +85,24 @@ TEST(HostWithBrimtide, PassesItsInputOnSampleForSample) {
     EXPECT_EQ(audioIn(out), longer);
     EXPECT_THAT(runHost({"info", PROGRAM_Brimtide}),
                 FieldsAre(0, HasSubstr("plugAsSend: yes"), "", _));
+}
+
+// Faults: a name that never reaches the plug-in, a project that comes back without it.
+TEST(HostWithBrimtide, NamesAConnectionAndKeepsItInAChunk) {
+    const ToolFolder folder;
+    const std::string first = folder / "first.xml", second = folder / "second.xml";
+    EXPECT_EQ(runHost({"play", PROGRAM_Brimtide, "--frames=1", "--text=Name=Zo\u00eb",
+                       "--set=Mute=1", "--save-chunk", first})
+                  .exitStatus,
+              0);
+    EXPECT_EQ(runHost({"play", PROGRAM_Brimtide, "--frames=1", "--load-chunk", first,
+                       "--save-chunk", second})
+                  .exitStatus,
+              0);
+    EXPECT_THAT(contentOf(first), HasSubstr("Zo\u00eb"));
+    EXPECT_EQ(contentOf(second), contentOf(first));
+    for (const char* wrong : {"--text=Name", "--text==x", "--text=Nobody=x"})
+        EXPECT_EQ(runHost({"play", PROGRAM_Brimtide, "--frames=1", wrong}).exitStatus, 2);
 }
 
 }  // namespace

@@ -191,6 +191,11 @@ float Instance::parameter(VstInt32 index) {
     return value;
 }
 
+bool Instance::setParameterText(VstInt32 index, const std::string& text) {
+    std::string copy = text;  // the interface lets a plug-in write there
+    return dispatch(effString2Parameter, index, 0, copy.data()) != 0;
+}
+
 std::optional<VstInt32> Instance::findParameter(const std::string& indexOrName) {
     VstInt32 number = -1;
     const char* end = indexOrName.data() + indexOrName.size();

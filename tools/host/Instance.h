@@ -65,6 +65,9 @@ public:
     void setParameter(VstInt32 index, float value);
     float parameter(VstInt32 index);
 
+    /// By what a user would type, in UTF-8; whether the plug-in took it.
+    bool setParameterText(VstInt32 index, const std::string& text);
+
     /// The parameter of that number or name, whichever letters are large; nothing if there is none.
     std::optional<VstInt32> findParameter(const std::string& indexOrName);
 

@@ -20,7 +20,8 @@ constexpr const char* kFooter = R"(Examples:
   brimtide-host info Plugin.dll --json
   brimtide-host play Plugin.dll --input in.wav --output out.wav
   brimtide-host play Plugin.dll --signal ramp --seconds 60 --block 1:16384 --sent sent.wav
-  brimtide-host play Plugin.dll --signal noise --realtime --set 0=1@2.5 --set 0=0@3
+  brimtide-host play Plugin.dll --signal noise --realtime --set Mute=1@2.5 --set Mute=0@3
+  brimtide-host play Plugin.dll --text "Name=Lead vocal" --save-chunk state.xml
 
 Exit status: 0 all is well; 1 the plug-in broke a rule of the interface, which standard error tells;
 2 the command line is wrong, or a file can't be read or written; 3 the plug-in could not be loaded
@@ -33,6 +34,7 @@ struct CommandLine {
     std::string block = "512";
     std::string channels;
     std::vector<std::string> settings;
+    std::vector<std::string> textSettings;
 };
 
 // "1", "2" or "1:2".
@@ -123,6 +125,11 @@ void addPlay(CLI::App& app, CommandLine& line) {
                     "Sets a parameter to a value from 0 to 1, at the start or after some seconds")
         ->option_text("INDEX|NAME=VALUE[@SECONDS] ...")
         ->allow_extra_args(false);
+    command
+        .add_option("--text", line.textSettings,
+                    "Sets a parameter at the start by what a user would type, such as a name")
+        ->option_text("INDEX|NAME=TEXT ...")
+        ->allow_extra_args(false);
     command.add_option("--load-chunk", play.loadChunk,
                        "File with a saved state, which the plug-in restores at the start");
     command.add_option("--save-chunk", play.saveChunk, "File for the plug-in's state at the end");
@@ -153,6 +160,8 @@ void runPlay(CommandLine& line, Findings& findings) {
         parseChannels(line.channels, line.play);
     for (const std::string& setting : line.settings)
         line.play.settings.push_back(parseSetting(setting));
+    for (const std::string& setting : line.textSettings)
+        line.play.textSettings.push_back(parseTextSetting(setting));
     std::signal(SIGINT, stop);
     std::signal(SIGTERM, stop);
     play(line.play, findings);

@@ -96,6 +96,7 @@ private:
     void arrange(Instance& instance) const;
     void makeBuffers(Voice& voice) const;
     std::vector<ParameterChange> applySettings();
+    VstInt32 indexOf(const std::string& parameter) const;
     void openFiles();
     std::unique_ptr<AudioWriter> openOutput(const std::string& path, int channels) const;
     void playBlock(const Schedule::Block& block);
@@ -196,19 +197,31 @@ void Run::makeBuffers(Voice& voice) const {
 
 // Sets what is to be set before the start; returns what is to be set later.
 std::vector<ParameterChange> Run::applySettings() {
+    for (const TextSetting& setting : options_.textSettings) {
+        const VstInt32 index = indexOf(setting.parameter);
+        for (const auto& voice : voices_)
+            if (!voice->instance.setParameterText(index, setting.text))
+                throw Failure(ExitBadUse, "the plug-in doesn't take '" + setting.text +
+                                              "' for parameter '" + setting.parameter + "'");
+    }
     std::vector<ParameterChange> changes;
     for (const Setting& setting : options_.settings) {
-        const auto index = voices_.front()->instance.findParameter(setting.parameter);
-        if (!index)
-            throw Failure(ExitBadUse, "the plug-in has no parameter '" + setting.parameter + "'");
+        const VstInt32 index = indexOf(setting.parameter);
         if (setting.seconds >= 0.0) {
-            changes.push_back({std::llround(setting.seconds * rate_), *index, setting.value});
+            changes.push_back({std::llround(setting.seconds * rate_), index, setting.value});
             continue;
         }
         for (const auto& voice : voices_)
-            voice->instance.setParameter(*index, setting.value);
+            voice->instance.setParameter(index, setting.value);
     }
     return changes;
+}
+
+VstInt32 Run::indexOf(const std::string& parameter) const {
+    const auto index = voices_.front()->instance.findParameter(parameter);
+    if (!index)
+        throw Failure(ExitBadUse, "the plug-in has no parameter '" + parameter + "'");
+    return *index;
 }
 
 void Run::openFiles() {

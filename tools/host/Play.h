@@ -35,6 +35,7 @@ struct PlayOptions {
     double linger = 0.0;   // seconds
 
     std::vector<Setting> settings;
+    std::vector<TextSetting> textSettings;
     std::string loadChunk;  // files; empty: none
     std::string saveChunk;
 };

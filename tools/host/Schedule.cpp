@@ -57,6 +57,13 @@ Setting parseSetting(const std::string& text) {
                                   "value from 0 to 1, and @SECONDS to set it in mid-run");
 }
 
+TextSetting parseTextSetting(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos || equals == 0)
+        throw Failure(ExitBadUse, "'" + text + "' sets no parameter: give INDEX=TEXT or NAME=TEXT");
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
 Schedule::Schedule(std::int64_t frames, BlockSizes sizes, std::uint64_t seed,
                    std::vector<ParameterChange> changes)
     : frames_(frames), sizes_(sizes), seed_(seed), changes_(std::move(changes)) {

@@ -30,6 +30,14 @@ struct Setting {
 /// "NAME=0.5" or "0=1@2.5". A `Failure` if it is neither.
 Setting parseSetting(const std::string& text);
 
+/// A parameter that is to be set before the run by what a user would type, as the command line has
+/// it: "Name=Lead vocal". A `Failure` without a name before the first "=".
+struct TextSetting {
+    std::string parameter;  // number or name
+    std::string text;       // may be empty
+};
+TextSetting parseTextSetting(const std::string& text);
+
 struct ParameterChange {
     std::int64_t frame;
     VstInt32 parameter;
