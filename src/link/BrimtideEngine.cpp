@@ -1,29 +1,76 @@
 #include "link/BrimtideEngine.h"
 
+#include "audio/Module.h"
+#include "parameters/ParameterText.h"
+#include "parameters/Settings.h"
 #include "plugin/HostInterface.h"
+#include "plugin/Plugin.h"
 #include "plugin/PluginInfo.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 
 namespace tarn {
 
 namespace {
 
-// "Brimtide 1.2.0": a digit of the version number a component.
+HostInterface* hostOf(const Radio& radio) {
+    const auto* const plugin = dynamic_cast<const Plugin*>(radio.getPlugin());
+    return plugin != nullptr ? plugin->getHost() : nullptr;
+}
+
+template <typename Class>
+Class* findIn(Module* module, const char* name) {
+    return dynamic_cast<Class*>(module->settings().find(name, 0));
+}
+
+template <typename T>
+void publish(ParameterValue<T>* parameter, T value) {
+    if (parameter != nullptr)
+        parameter->setValue(value, FromInternal);
+}
+
+std::string hostName(HostInterface* host) {
+    return host != nullptr ? host->getHostName() : std::string();
+}
+
 std::string productText() {
-    std::string text = PluginInfo::get().getProductName();
-    char separator = ' ';
-    for (const char digit : std::to_string(PluginInfo::get().getVendorVersion() / 10)) {
-        text += {separator, digit};
-        separator = '.';
-    }
-    return text;
+    return PluginInfo::get().getProductName() + " " + PluginInfo::get().getVersionText();
+}
+
+// Whether a connection bears the name that it was given with its slot, whichever that was.
+bool isNameOfSlot(std::string_view name) {
+    constexpr std::string_view Beginning = "Connection #";
+    if (!name.starts_with(Beginning))
+        return false;
+    const char* const end = name.data() + name.size();
+    std::uint32_t number = 0;
+    const auto parsed = std::from_chars(name.data() + Beginning.size(), end, number);
+    return parsed.ec == std::errc() && parsed.ptr == end && number >= 1 &&
+           number <= ConnectionSlots && name[Beginning.size()] != '0';
 }
 
 }  // namespace
 
-BrimtideEngine::BrimtideEngine(HostInterface& host)
-    : Radio(nullptr), host_(host), bridge_(connectionName_, {host.getHostName(), productText()}) {
+BrimtideEngine::Published::Published(Module* module)
+    : name(findIn<ParameterText>(module, BrimtideIDName)),
+      channel(findIn<ParameterValue<std::int32_t>>(module, BrimtideChannelName)),
+      receivers(findIn<ParameterValue<std::int32_t>>(module, ReceiverCountName)),
+      latency(findIn<ParameterValue<std::int32_t>>(module, InputLatencyName)),
+      level(findIn<ParameterValue<float>>(module, OutputLevelName)),
+      peak(findIn<ParameterValue<float>>(module, InputPeakName)) {}
+
+BrimtideEngine::BrimtideEngine(Module* module)
+    : EngineEffect(module),
+      host_(hostOf(*this)),
+      published_(module),
+      bridge_(connectionName_, {hostName(host_), productText()}) {
+    if (!bridge_.hasBlock())
+        connectionName_.clear();
+    if (published_.name != nullptr)
+        published_.name->setValue(bridge_.name(), FromInternal);
+    publish(published_.channel, static_cast<std::int32_t>(bridge_.number()));
     tuneInByName(MuteOutputName);
     tuneInByName(BrimtideIDName);
     // Has a reader that attaches early start with silence instead of waiting for the ring to fill.
@@ -35,10 +82,7 @@ bool BrimtideEngine::receive(Message& message) {
         return Radio::receive(message);
     const auto& change = static_cast<const ParameterMessage&>(message);
     if (change.parameterName == BrimtideIDName) {
-        if (change.hasText)
-            bridge_.setName(change.text);
-        else if (const char* name = fromPayload<const char*>(change.payload))
-            bridge_.setName(name);
+        rename(change);
         return true;
     }
     if (change.parameterName == MuteOutputName) {
@@ -50,16 +94,43 @@ bool BrimtideEngine::receive(Message& message) {
     return Radio::receive(message);
 }
 
-void BrimtideEngine::setBlockSize(int frames) noexcept {
+void BrimtideEngine::rename(const ParameterMessage& change) {
+    const char* const pointer = fromPayload<const char*>(change.payload);
+    if (!change.hasText && pointer == nullptr)
+        return;
+    const std::string name = change.hasText ? change.text.str() : std::string(pointer);
+    const bool isSlots = name.empty() || isNameOfSlot(name);
+    if (change.mode == FromLoad && isSlots && name != connectionName_ && published_.name != nullptr)
+        published_.name->setValue(connectionName_, FromInternal);  // comes back here
+    else
+        bridge_.setName(name);
+}
+
+void BrimtideEngine::setSampleRate(int hz) {
+    EngineEffect::setSampleRate(hz);
+    bridge_.owner().setRate(hz);
+}
+
+void BrimtideEngine::setBlockSize(int frames) {
+    EngineEffect::setBlockSize(frames);
     bridge_.owner().setAnnouncedBlock(static_cast<std::uint32_t>(std::max(frames, 0)));
 }
 
-void BrimtideEngine::resume() noexcept {
+void BrimtideEngine::onReset() {
     askForOffline();
 }
 
+void BrimtideEngine::idle() {
+    countReceivers();
+}
+
 void BrimtideEngine::askForOffline() noexcept {
-    bridge_.owner().setOffline(host_.isOffline());
+    if (host_ != nullptr)
+        bridge_.owner().setOffline(host_->isOffline());
+}
+
+void BrimtideEngine::countReceivers() noexcept {
+    publish(published_.receivers, static_cast<std::int32_t>(bridge_.owner().listeners()));
 }
 
 void BrimtideEngine::process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept {
@@ -68,22 +139,42 @@ void BrimtideEngine::process(const IOPinConfig& in, IOPinConfig& out, int frames
     if (source == nullptr || target == nullptr)
         return;
     const IOChannel<float>* sent = source->getChannel(0);
-    bridge_.setInputLatency(host_.getInputLatency());
+    const std::int32_t latency = host_ != nullptr ? host_->getInputLatency() : 0;
+    bridge_.setInputLatency(latency);
+    publish(published_.latency, latency);
     bridge_.write(sent->getData(),
                   static_cast<std::uint32_t>(std::clamp(frames, 0, sent->getSize())));
-    // A host may turn to rendering without a stop; once a second it is asked, by the second that
-    // the write has stamped.
-    if (const std::int64_t second = bridge_.lastWriteTime(); second != offlineAskedAt_) {
-        offlineAskedAt_ = second;
+    // A host may turn to rendering without a stop, and receivers come and go; once a second both
+    // are looked at, by the second that the write has stamped.
+    if (const std::int64_t second = bridge_.lastWriteTime(); second != askedAt_) {
+        askedAt_ = second;
         askForOffline();
+        countReceivers();
     }
     // Before the output is written, which may be the same memory.
-    outputLevel_.store(std::min(sent->getPeak(), 1.0f), std::memory_order_relaxed);
+    const float peak = sent->getPeak();
 
     if (isMuted())
         out.clear();
     else
         target->assign(*source);
+
+    publish(published_.level, std::min(peak, 1.0f));
+    publishPeak(peak);
+}
+
+void BrimtideEngine::publishPeak(float peak) noexcept {
+    if (published_.peak == nullptr)
+        return;
+    if (published_.peak->getValue() != publishedPeak_)
+        highestPeak_ = 0.0f;  // somebody has reset it
+    if (peak <= highestPeak_)
+        return;
+    highestPeak_ = peak;
+    published_.peak->setValue(std::clamp(20.0f * std::log10(peak), published_.peak->getMinimum(),
+                                         published_.peak->getMaximum()),
+                              FromInternal);
+    publishedPeak_ = published_.peak->getValue();
 }
 
 }  // namespace tarn

@@ -1,66 +1,91 @@
 // The product's whole audio processing: a wire that also feeds a connection.
 #pragma once
 
-#include "foundation/Radio.h"
+#include "audio/EngineEffect.h"
 #include "link/IOBridge.h"
-#include "plugin/Plugin.h"
+#include "parameters/ParameterValue.h"
 
 #include <atomic>
+#include <cstdint>
 #include <string>
 
 namespace tarn {
 
 class HostInterface;
+class Module;
+class ParameterText;
 
-// Names of the product's parameters.
+// Names of the product's parameters. The user's:
 inline constexpr const char* BrimtideIDName = "BrimtideID";
 inline constexpr const char* MuteOutputName = "MuteOutput";
+
+// What the engine tells its interface; nobody else sets them:
+inline constexpr const char* OutputLevelName = "OutputLevel";
+inline constexpr const char* BrimtideChannelName = "BrimtideChannel";
+inline constexpr const char* ReceiverCountName = "ReceiverCount";
+inline constexpr const char* InputLatencyName = "InputLatency";
+inline constexpr const char* InputPeakName = "InputPeak";
 
 /// Holds one connection slot for its whole life, also while the host has the plug-in suspended.
 /// When no slot is free it is a wire and nothing else. Construction and destruction on the control
 /// thread.
-class BrimtideEngine : public Radio {
+class BrimtideEngine : public EngineEffect {
 public:
-    /// Takes the first free slot. `host` must outlive the engine.
-    explicit BrimtideEngine(HostInterface& host);
+    /// Takes the first free slot, and names the connection after it.
+    explicit BrimtideEngine(Module* module);
 
-    /// Tells receivers the sample rate in Hz, and the largest block in frames that the host
-    /// announces. Control thread.
-    void setSampleRate(int rate) noexcept { bridge_.owner().setRate(rate); }
-    void setBlockSize(int frames) noexcept;
+    /// Also told to receivers: Hz, and the largest block in frames that the host announces.
+    void setSampleRate(int hz) override;
+    void setBlockSize(int frames) override;
 
-    /// Tells receivers whether the host renders offline. Control thread.
-    void resume() noexcept;
+    /// The host starts: tells receivers whether it renders offline. Control thread.
+    void onReset() override;
 
-    /// How many receivers listen to the connection. Those that know only its block aren't counted.
-    /// Any thread but the audio thread.
-    int listeners() const noexcept { return bridge_.owner().listeners(); }
+    /// Counts the receivers. Interface thread.
+    void idle() override;
 
     /// One block: tells receivers the host's latency, writes the first input channel into the ring,
-    /// passes the first pin's valid samples on or mutes the output, and measures the first
-    /// channel's level. Does nothing without a pin on each side. Audio thread.
-    void process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept;
+    /// passes the first pin's valid samples on or mutes the output, and publishes the first
+    /// channel's level and its highest peak. Does nothing without a pin on each side. Audio thread.
+    void process(const IOPinConfig& in, IOPinConfig& out, int frames) noexcept override;
 
     /// Takes the new value of "BrimtideID", the connection's name (the message's text; without one
     /// the payload points to the zero-terminated name, or is null), and of "MuteOutput" (the
-    /// payload's low byte). Any thread; muting allocates nothing.
+    /// payload's low byte). A saved name of the kind that slots give gives way to that of this
+    /// slot, as does an empty one; any other one stays. Any thread; muting allocates nothing.
     bool receive(Message& message) override;
 
     /// Whether the plug-in's own output is silent; the connection goes on. Any thread.
     bool isMuted() const noexcept { return muted_.load(std::memory_order_relaxed); }
 
-    /// The peak of the last block's first input channel, 0.0 to 1.0. Any thread.
-    float outputLevel() const noexcept { return outputLevel_.load(std::memory_order_relaxed); }
-
 private:
-    void askForOffline() noexcept;
+    // Of the module's settings, looked up once, since their tree doesn't change. Null where the
+    // product's file has none of that name and type.
+    struct Published {
+        explicit Published(Module* module);
 
-    HostInterface& host_;
+        ParameterText* name;
+        ParameterValue<std::int32_t>* channel;
+        ParameterValue<std::int32_t>* receivers;
+        ParameterValue<std::int32_t>* latency;
+        ParameterValue<float>* level;
+        ParameterValue<float>* peak;
+    };
+
+    void rename(const ParameterMessage& change);
+    void askHost(std::int32_t latency) noexcept;
+    void askForOffline() noexcept;
+    void countReceivers() noexcept;
+    void publishPeak(float peak) noexcept;
+
+    HostInterface* host_;  // null without one
+    Published published_;
     std::string connectionName_ = "Connection #*";  // the slot's number stands in for the star
     IOBridge<float> bridge_;
-    std::int64_t offlineAskedAt_ = 0;  // calendar seconds; audio thread
+    std::int64_t askedAt_ = 0;    // calendar seconds; audio thread, as the next two
+    float highestPeak_ = 0.0f;    // linear
+    float publishedPeak_ = 0.0f;  // what of it stands in the parameter, dB
     std::atomic<bool> muted_{false};
-    std::atomic<float> outputLevel_{0.0f};
 };
 
 }  // namespace tarn

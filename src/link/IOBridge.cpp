@@ -101,6 +101,7 @@ IOBridge<Sample>::IOBridge(std::string& namePattern, const SenderNames& names) {
         owner_.hide();
         initialise(slot, namePattern);
         owner_.begin(names);
+        number_ = static_cast<int>(slot) + 1;
         return;
     }
 }

@@ -84,6 +84,10 @@ public:
     bool hasBlock() const noexcept { return block_ != nullptr; }
     bool isMaster() const noexcept { return master_; }
 
+    /// The slot's number counted from 1, as in the name that the sending end gives; 0 without a
+    /// block, and at the receiving end.
+    int number() const noexcept { return number_; }
+
     /// The connection's name up to its first zero byte; empty without a block. A name that fills
     /// its 32 bytes has no zero byte of its own, and what lies behind it follows.
     std::string name() const;
@@ -137,6 +141,7 @@ private:
     platform::SharedMemory mapping_;
     ConnectionBlock* block_ = nullptr;  // in mapping_
     bool master_ = true;
+    int number_ = 0;
     ConnectionOwner owner_;
 };
 

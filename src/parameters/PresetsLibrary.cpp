@@ -17,6 +17,7 @@ namespace {
 
 constexpr const char* ProgramsKey = "programs";
 constexpr const char* FavoritesKey = "favorites";
+constexpr const char* CurrentKey = "currentProgram";
 constexpr const char* IndexKey = "index";
 constexpr std::int32_t MostPresets = 4096;
 constexpr std::int32_t MostSlots = 1024;
@@ -182,7 +183,7 @@ void PresetsLibrary::readAll(const Dictionary& tree) {
     const std::int32_t count = programs->count("");
     for (std::int32_t i = 0, read = 0; i < count && read < MostPresets; ++i) {
         const auto entry = programs->getEntry(i);
-        if (!entry->isElement())
+        if (!entry->isElement() || entry->getName() == CurrentKey)
             continue;
         ++read;
         if (preset == presets_.end()) {
@@ -253,6 +254,10 @@ bool PresetsLibrary::loadFile(const File& file, std::string& message) {
         message = "The presets in " + file.getPath() + " could not be read.";
         return false;
     }
+    return loadBank(tree, message);
+}
+
+bool PresetsLibrary::loadBank(Dictionary& tree, std::string& message) {
     if (!tree.canLoad(message))
         return false;
     resourcesLoading(true);

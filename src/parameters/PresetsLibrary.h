@@ -110,6 +110,9 @@ public:
     bool saveAll(const File& file, std::string& message);
 
 protected:
+    /// What `loadFile` does with the file's tree.
+    bool loadBank(Dictionary& tree, std::string& message);
+
     /// For the owner of the resources: a preset is about to be read, brings resources, was read.
     virtual void resourcesLoading(bool /*isBeginning*/) {}
     virtual void readResources(const Dictionary& /*resources*/) {}

@@ -6,6 +6,8 @@
 
 namespace tarn {
 
+class Radio;
+
 /// What an instance may ask of its host. Implemented by the format's boundary, which outlives the
 /// instance's `Plugin`.
 class HostInterface {
@@ -22,6 +24,9 @@ public:
     /// Whether the host says that it renders offline at this moment, so that no more than the
     /// machine limits its speed; a call into the host. Any thread.
     virtual bool isOffline() noexcept = 0;
+
+    /// The instance's editor; null while there is none.
+    virtual Radio* getEditor() const { return nullptr; }
 };
 
 }  // namespace tarn

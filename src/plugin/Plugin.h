@@ -1,45 +1,204 @@
-// One instance of the plug-in, whatever the host's format.
+// One instance of the plug-in, whatever the host's format: its modules, its presets and its state.
+//
+// Everything rests on one rule: the parameters that the modules share, and those of the first
+// module, are the instance. The state is what they and the presets write, in one order, and read
+// back.
 #pragma once
 
 #include "audio/IOPinConfig.h"
+#include "foundation/Radio.h"
+#include "foundation/Word.h"
+#include "parameters/MidiMapper.h"
+#include "parameters/ModuleDirectory.h"
+#include "parameters/PresetsLibrary.h"
+#include "resources/MissingFileHandler.h"
+#include "samples/Tuning.h"
 
+#include <array>
 #include <cstdint>
-#include <string_view>
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace tarn {
 
-class Plugin {
+class Dictionary;
+class File;
+class HostInterface;
+class Module;
+class ParameterManager;
+class Sample;
+class SampleManager;
+class Settings;
+
+// Names of parameters that the framework looks up.
+inline constexpr const char* CurrentProgramName = "CurrentProgram";
+
+/// A MIDI message of the host's.
+struct MidiRecord {
+    std::array<std::uint8_t, 3> bytes{};  // status, data 1, data 2
+    std::int32_t deltaFrames = 0;         // from the beginning of the next block
+    std::int16_t detune = 0;              // cents
+    std::int32_t noteLength = 0;          // frames, 0 if not known
+};
+
+/// Control thread, where nothing else is said. Everything that a host does in a wrong order is
+/// harmless: before `start` and after a failed one there are no modules.
+class Plugin : public Radio,
+               public PresetsLibrary,
+               public ModuleDirectory,
+               public MissingFileHandler {
 public:
-    virtual ~Plugin() = default;
+    /// `host`, which may be null, must outlive the instance. `baseAddress` is where the library
+    /// lies; it is for the log.
+    Plugin(HostInterface* host, std::uintptr_t baseAddress);
+    ~Plugin() override;
+
+    /// Loads the specification of the parameters, "Settings.xml" in the product's folder, makes the
+    /// modules and the presets. Once. If the file can't be used, tells the user and throws its
+    /// `Error`; the instance has no modules then.
+    void start() override;
+    void stop() override;
+
+    // For Mission: whether this instance is the one that the process's resources belong to.
+    virtual void activate();
+    virtual void deactivate();
 
     /// The four-character code by which hosts recognise the effect.
     virtual std::int32_t getUniqueID() const = 0;
 
-    /// What the host tells before it starts: Hz, and the largest block in frames that it announces.
-    /// It may send longer ones all the same. Control thread.
-    virtual void setSampleRate(int rate) = 0;
-    virtual void setBlockSize(int frames) = 0;
+    // What the host tells before it starts: Hz, and the largest block in frames that it announces.
+    // It may send longer ones all the same.
+    virtual void setSampleRate(int rate);
+    virtual void setBlockSize(int frames);
 
-    /// The host starts. Control thread, while no block is processed.
-    virtual void resume() = 0;
+    /// The host stops and starts, while no block is processed.
+    virtual void suspend() {}
+    virtual void resume();
 
     /// One block: any number of frames from 0 up, in channels of at least that size. None of an
-    /// input's samples counts as valid yet: all of the block's do here. An output
-    /// channel comes with no valid sample and is written from its beginning, after those of lower
-    /// index, from the input channel of its own index or from the only one. It may lie over input
-    /// channels that no later output is written from, and be the very same memory as the one that
-    /// it is written from. Audio thread; allocates nothing and never waits.
-    virtual void process(IOPinConfig& in, IOPinConfig& out, int frames) noexcept = 0;
+    /// input's samples counts as valid yet: all of the block's do here. An output channel comes
+    /// with no valid sample and is written from its beginning, after those of lower index, from the
+    /// input channel of its own index or from the only one. It may lie over input channels that no
+    /// later output is written from, and be the very same memory as the one that it is written
+    /// from. Audio thread; allocates nothing and never waits.
+    virtual void process(IOPinConfig& in, IOPinConfig& out, int frames) noexcept;
 
-    // The automatable parameters, in the order in which hosts number them from 0. An index that is
-    // out of range is ignored, or answered with 0.0 or the empty text. Any thread.
-    virtual int getParameterCount() const noexcept = 0;
-    virtual std::string_view getParameterName(int index) const noexcept = 0;
-    virtual std::string_view getParameterDisplay(int index) const noexcept = 0;
+    /// A MIDI message for the next block, and the end of those for one block. Audio thread.
+    virtual void midiEvent(const MidiRecord& record);
+    virtual void midiEventsDone() {}
 
-    /// Normalised values, 0.0 to 1.0.
-    virtual float getParameter(int index) const noexcept = 0;
-    virtual void setParameter(int index, float value) noexcept = 0;
+    /// After a pause of the host's: clears what the engines still sound. Audio thread.
+    virtual void resetAfterGap();
+
+    /// A sample becomes the current sample, a file of presets the current presets; others are
+    /// refused with an alert.
+    virtual void importFile(const File& file);
+
+    /// Adds the whole state to an empty tree: always true. `options` means nothing so far.
+    virtual bool writeState(Dictionary& state, std::int32_t options);
+
+    /// Takes a state. One of another product, or of a newer format, changes nothing, which an alert
+    /// tells the user; the answer is then false.
+    virtual bool readState(Dictionary& state);
+
+    /// The first preset of a tree becomes the current one.
+    virtual void readProgram(const Dictionary& state) { loadProgram(state, 0); }
+
+    /// The position of the current program; 0 if there is none.
+    virtual std::int32_t getProgram() const { return getCurrentIndex(); }
+
+    /// Programs that the host is told of, at least 1: those of the factory bank.
+    std::int32_t getProgramCount() const override;
+
+    /// Also tells listeners and "CurrentProgram".
+    void setProgram(std::int32_t index) override;
+    void setModified(bool isModified) override;
+
+    /// Of the first module's engine, in samples; -1 without a module. Any thread.
+    int getLatency() const;
+
+    HostInterface* getHost() const noexcept { return host_; }
+    SampleManager& getSampleManager() noexcept { return *sampleManager_; }
+    MidiMapper<Parameter*>& getMidiMapper() noexcept { return midiMapper_; }
+    const Tuning& getTuning() const { return tunings_[currentTuning_]; }
+
+    /// Whether a listener asked the instance to shut down, or to fall silent. Any thread.
+    bool isShutDown() const noexcept { return shutDown_; }
+    bool isDisabled() const noexcept { return disabled_; }
+
+    /// Frames processed since the start, modulo 2^32. Any thread.
+    std::int32_t getSampleClock() const noexcept { return sampleClock_; }
+
+    // Radio
+    Radio* getPlugin() const override { return const_cast<Plugin*>(this); }
+    Radio* getEditor() const override;
+
+    /// Notes for the engines, program changes, changes that concern the current sample, dropped
+    /// files, requests of the system. Any thread that may send one.
+    bool receive(Message& message) override;
+
+    // ModuleDirectory
+    int getModuleCount() const override { return static_cast<int>(modules_.size()); }
+    Radio* getModule(int index) const override;
+    std::string getModuleName(const Radio& module) const override;
+
+    /// The module itself; null for an index that isn't there. Any thread.
+    Module* moduleAt(int index) const;
+
+    /// Asks the user where a sample is that could not be found. Does nothing without an editor.
+    bool reportMissingSample(File& file) override;
+
+    /// "<pack>.pack" among the product's samples.
+    bool findPackFile(const std::string& pack, File& file) override;
+
+protected:
+    void resourcesLoading(bool isBeginning) override;
+    void readResources(const Dictionary& resources) override;
+
+private:
+    void loadSettings();
+    void makeModules();
+    void tuneInToParameters();
+    void readFactoryBank();
+    void loadFirstPresets();
+    void controllerEvent(std::int32_t controller, float value, std::int32_t position);
+    void noteEvent(const MidiRecord& record);
+    bool receiveMidi(const Message& message);
+    bool receiveParameter(Message& message);
+    bool receiveSystem(Message& message);
+    void tellSample(Message& message);
+    bool importSample(const File& file, std::string& message);
+    bool importPresets(const File& file, std::string& message);
+    void writeHeader(Dictionary& state) const;
+    void writePrograms(Dictionary& state);
+    void writeSamples(Dictionary& state) const;
+    void writeTunings(Dictionary& state) const;
+    void writeMidi(Dictionary& state) const;
+    void readCurrentProgram(const Dictionary& state);
+    void readTunings(const Dictionary& state);
+    void readMidi(const Dictionary& state);
+    Settings* firstSettings() const;
+    template <typename Visit>
+    void forEachEngine(const Visit& visit) const;
+
+    HostInterface* host_;
+    std::uintptr_t baseAddress_;
+    std::unique_ptr<ParameterManager> parameterManager_;
+    std::unique_ptr<Settings> settings_;
+    std::vector<std::unique_ptr<Module>> modules_;
+    std::unique_ptr<SampleManager> sampleManager_;
+    MidiMapper<Parameter*> midiMapper_;
+    std::vector<Tuning> tunings_{1};
+    std::size_t currentTuning_ = 0;            // always one that is there
+    std::unique_ptr<Dictionary> factoryBank_;  // null without one, and after the start
+    std::int32_t factoryPrograms_ = 0;
+    int blockFrames_ = 0;
+    Word<std::int32_t> sampleClock_{0};
+    Word<bool> processing_{false};
+    Word<bool> disabled_{false};
+    Word<bool> shutDown_{false};
+    bool open_ = false;
 };
 
 }  // namespace tarn

@@ -95,6 +95,10 @@ VstIntPtr AudioEffect::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr val
             else
                 resume();
             break;
+        case effGetChunk:
+            return ptr != nullptr ? getChunk(static_cast<void**>(ptr), index != 0) : 0;
+        case effSetChunk:
+            return setChunk(ptr, static_cast<VstInt32>(value), index != 0);
         case effIdentify:
             return fourCharacters("NvEf");
         default:
@@ -108,6 +112,8 @@ VstIntPtr AudioEffectX::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr va
     switch (opcode) {
         case effCanBeAutomated:
             return canParameterBeAutomated(index) ? 1 : 0;
+        case effString2Parameter:
+            return string2parameter(index, static_cast<const char*>(ptr)) ? 1 : 0;
         case effGetInputProperties:
             return ptr != nullptr && getInputProperties(index, static_cast<VstPinProperties*>(ptr));
         case effGetOutputProperties:

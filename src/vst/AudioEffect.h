@@ -44,8 +44,17 @@ public:
     virtual void getParameterDisplay(VstInt32 /*index*/, char* text) { *text = '\0'; }
     virtual void getParameterName(VstInt32 /*index*/, char* text) { *text = '\0'; }
 
+    /// The state as bytes, the effect's own, which stay valid until the next call; returns how
+    /// many. The host hands them back to `setChunk`, of which it ignores the answer. `isPreset` is
+    /// for one program's state.
+    virtual VstInt32 getChunk(void** /*data*/, bool /*isPreset*/) { return 0; }
+    virtual VstInt32 setChunk(const void* /*data*/, VstInt32 /*size*/, bool /*isPreset*/) {
+        return 0;
+    }
+
 protected:
     void setUniqueID(VstInt32 id) noexcept { cEffect.uniqueID = id; }
+    void programsAreChunks() noexcept { cEffect.flags |= effFlagsProgramChunks; }
     void setNumInputs(VstInt32 channels) noexcept { cEffect.numInputs = channels; }
     void setNumOutputs(VstInt32 channels) noexcept { cEffect.numOutputs = channels; }
 
@@ -73,6 +82,10 @@ public:
                          float opt) override;
 
     virtual bool canParameterBeAutomated(VstInt32 /*index*/) { return false; }
+
+    /// Sets a parameter from what a user would type; whether it was understood. With a null text
+    /// and an index of -1, whether any parameter takes texts.
+    virtual bool string2parameter(VstInt32 /*index*/, const char* /*text*/) { return false; }
 
     /// False when there is no such pin.
     virtual bool getInputProperties(VstInt32 /*index*/, VstPinProperties* /*properties*/) {

@@ -1,11 +1,28 @@
 // The exported entry of the library: `VSTPluginMain`, and the same function as `main`.
+#include "link/BrimtidePluginInfo.h"
+#include "plugin/Mission.h"
 #include "vst/VSTPlugin.h"
+
+#include <memory>
 
 namespace {
 
+// Before the host's first call, and until Mission goes.
+[[maybe_unused]] const bool isProductSet = [] {
+    tarn::PluginInfo::set(std::make_unique<tarn::BrimtidePluginInfo>());
+    return true;
+}();
+
+bool hasVersion(audioMasterCallback audioMaster) {
+    return audioMaster != nullptr &&
+           audioMaster(nullptr, audioMasterVersion, 0, 0, nullptr, 0.0f) != 0;
+}
+
 AEffect* makeInstance(audioMasterCallback audioMaster) {
-    if (audioMaster == nullptr ||
-        audioMaster(nullptr, audioMasterVersion, 0, 0, nullptr, 0.0f) == 0)
+    if (!hasVersion(audioMaster))
+        return nullptr;
+    tarn::Mission::get().start();
+    if (!hasVersion(audioMaster) || !tarn::Mission::get().isReady())
         return nullptr;
     return (new tarn::VSTPlugin(audioMaster))->getAeffect();  // effClose deletes it
 }

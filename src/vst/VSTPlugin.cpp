@@ -1,6 +1,11 @@
 #include "vst/VSTPlugin.h"
 
 #include "audio/Alignment.h"
+#include "audio/Module.h"
+#include "diagnostics/System.h"
+#include "foundation/Dictionary.h"
+#include "parameters/Settings.h"
+#include "platform/DynamicLibrary.h"
 #include "plugin/PluginInfo.h"
 
 #include <algorithm>
@@ -37,8 +42,12 @@ void copyText(char* buffer, std::string_view text, std::size_t bytes) {
 }  // namespace
 
 VSTPlugin::VSTPlugin(audioMasterCallback host)
-    : AudioEffectX(host, 0, 0), plugin_(PluginInfo::get().createPlugin(*this)) {
-    numParams = cEffect.numParams = plugin_->getParameterCount();
+    : AudioEffectX(host, 0, 0),
+      plugin_(PluginInfo::get().createPlugin(this, platform::ownLibrary().base)) {
+    plugin_->start();
+    numParams = cEffect.numParams = countParameters();
+    numPrograms = cEffect.numPrograms = plugin_->getProgramCount();
+    programsAreChunks();
     cEffect.version = PluginInfo::get().getVendorVersion();
     setNumInputs(ioConfig_.getInputChannels());
     setNumOutputs(ioConfig_.getOutputChannels());
@@ -46,8 +55,13 @@ VSTPlugin::VSTPlugin(audioMasterCallback host)
     setUniqueID(plugin_->getUniqueID());
 }
 
+VSTPlugin::~VSTPlugin() {
+    plugin_->stop();
+}
+
 void VSTPlugin::suspend() {
     gate_.close();
+    plugin_->suspend();
 }
 
 void VSTPlugin::resume() {
@@ -126,24 +140,80 @@ void VSTPlugin::copyInput(int index, int frames) noexcept {
     input->attach(copy->getData(), frames);
 }
 
+Parameter* VSTPlugin::parameterAt(VstInt32 index) const noexcept {
+    for (int i = 0; i < plugin_->getModuleCount() && index >= 0; ++i) {
+        const auto& parameters = plugin_->moduleAt(i)->settings().getAutomatable();
+        if (static_cast<std::size_t>(index) < parameters.size())
+            return parameters[static_cast<std::size_t>(index)];
+        index -= static_cast<VstInt32>(parameters.size());
+    }
+    return nullptr;
+}
+
+VstInt32 VSTPlugin::countParameters() const noexcept {
+    std::size_t count = 0;
+    for (int i = 0; i < plugin_->getModuleCount(); ++i)
+        count += plugin_->moduleAt(i)->settings().getAutomatable().size();
+    return static_cast<VstInt32>(count);
+}
+
 void VSTPlugin::setParameter(VstInt32 index, float value) noexcept {
-    plugin_->setParameter(index, value);
+    if (Parameter* const parameter = parameterAt(index))
+        parameter->setNormalised(value, FromHost);
 }
 
 float VSTPlugin::getParameter(VstInt32 index) noexcept {
-    return plugin_->getParameter(index);
+    const Parameter* const parameter = parameterAt(index);
+    return parameter != nullptr ? parameter->getNormalised() : 0.0f;
+}
+
+void VSTPlugin::getParameterLabel(VstInt32 index, char* label) {
+    const Parameter* const parameter = parameterAt(index);
+    copyText(label, parameter != nullptr ? parameter->getUnit() : "", kVstMaxParamStrLen);
 }
 
 void VSTPlugin::getParameterDisplay(VstInt32 index, char* text) {
-    copyText(text, plugin_->getParameterDisplay(index), kVstMaxParamStrLen);
+    const Parameter* const parameter = parameterAt(index);
+    copyText(text, parameter != nullptr ? parameter->getText() : "", kVstMaxParamStrLen);
 }
 
 void VSTPlugin::getParameterName(VstInt32 index, char* text) {
-    copyText(text, plugin_->getParameterName(index), kVstMaxParamStrLen);
+    const Parameter* const parameter = parameterAt(index);
+    copyText(text, parameter != nullptr ? parameter->getHostName(kVstMaxParamStrLen - 1) : "",
+             kVstMaxParamStrLen);
+}
+
+VstInt32 VSTPlugin::getChunk(void** data, bool /*isPreset*/) {
+    Dictionary state;
+    plugin_->writeState(state, 0);
+    if (!state.toString(chunk_))
+        return 0;
+    *data = chunk_.data();
+    return static_cast<VstInt32>(chunk_.size() + 1);
+}
+
+VstInt32 VSTPlugin::setChunk(const void* data, VstInt32 size, bool /*isPreset*/) {
+    if (data == nullptr || size <= 0)
+        return 0;
+    const std::string_view bytes(static_cast<const char*>(data), static_cast<std::size_t>(size));
+    Dictionary state;
+    if (state.parseWhole(bytes))
+        plugin_->readState(state);
+    else
+        System::alert("The saved state is damaged and was not loaded.", true);
+    return 0;
 }
 
 bool VSTPlugin::canParameterBeAutomated(VstInt32 index) {
-    return index >= 0 && index < plugin_->getParameterCount();
+    const Parameter* const parameter = parameterAt(index);
+    return parameter != nullptr && parameter->hasFlag(Parameter::Automatable);
+}
+
+bool VSTPlugin::string2parameter(VstInt32 index, const char* text) {
+    if (text == nullptr)
+        return index == -1;
+    Parameter* const parameter = parameterAt(index);
+    return parameter != nullptr && parameter->setText(text, FromHost);
 }
 
 // A pin is known by its number here, and answered for as a stereo one whatever its type.
@@ -152,7 +222,7 @@ bool VSTPlugin::getInputProperties(VstInt32 index, VstPinProperties* properties)
         return false;
     *properties = {};
     std::snprintf(properties->label, sizeof properties->label, "%s %d",
-                  PluginInfo::get().getProductName(), static_cast<int>(index));
+                  PluginInfo::get().getProductName().c_str(), static_cast<int>(index));
     properties->flags = kVstPinIsActive | kVstPinIsStereo;
     properties->arrangementType = kSpeakerArrStereo;
     return true;
@@ -173,7 +243,7 @@ bool VSTPlugin::getOutputProperties(VstInt32 index, VstPinProperties* properties
         if (!isStereo && pin->getType() != IOPin::Type::Mono)
             return false;
         std::snprintf(properties->label, sizeof properties->label, "%s %s%d",
-                      PluginInfo::get().getProductName(), isStereo ? "ST" : "M", number);
+                      PluginInfo::get().getProductName().c_str(), isStereo ? "ST" : "M", number);
         properties->flags = kVstPinIsActive | (isStereo ? kVstPinIsStereo : 0);
         properties->arrangementType = isStereo ? kSpeakerArrStereo : kSpeakerArrMono;
         return true;

@@ -10,13 +10,18 @@
 #include "vst/AudioGate.h"
 
 #include <memory>
+#include <string>
 
 namespace tarn {
 
+class Parameter;
+
 class VSTPlugin : public AudioEffectX, public HostInterface {
 public:
-    /// A suspended instance, stereo to stereo, that has taken its connection slot.
+    /// A suspended instance, stereo to stereo, that has taken its connection slot. Mission must
+    /// have started. Throws what the instance's start throws.
     explicit VSTPlugin(audioMasterCallback host);
+    ~VSTPlugin() override;
 
     // AudioEffect
     void suspend() override;
@@ -38,11 +43,18 @@ public:
     void processReplacing(float** inputs, float** outputs, VstInt32 frames) noexcept override;
     void setParameter(VstInt32 index, float value) noexcept override;
     float getParameter(VstInt32 index) noexcept override;
+    void getParameterLabel(VstInt32 index, char* label) override;
     void getParameterDisplay(VstInt32 index, char* text) override;
     void getParameterName(VstInt32 index, char* text) override;
 
+    /// Always the whole state, as text with its zero. A state that can't be used changes nothing,
+    /// which the user is told.
+    VstInt32 getChunk(void** data, bool isPreset) override;
+    VstInt32 setChunk(const void* data, VstInt32 size, bool isPreset) override;
+
     // AudioEffectX
     bool canParameterBeAutomated(VstInt32 index) override;
+    bool string2parameter(VstInt32 index, const char* text) override;
     bool getInputProperties(VstInt32 index, VstPinProperties* properties) override;
     bool getOutputProperties(VstInt32 index, VstPinProperties* properties) override;
 
@@ -72,7 +84,12 @@ private:
     [[gnu::cold]] void processInParts(float* const* inputs, float* const* outputs,
                                       VstInt32 frames) noexcept;
 
+    // By the host's number, which counts through the modules; null if there is none.
+    Parameter* parameterAt(VstInt32 index) const noexcept;
+    VstInt32 countParameters() const noexcept;
+
     std::unique_ptr<Plugin> plugin_;
+    std::string chunk_;                                        // the last that the host was given
     IOConfig ioConfig_{IOPinConfig(2, 1), IOPinConfig(2, 1)};  // shows the host's buffers
     IOPinStereo inPlacePin_;                                   // copies of inputs, one a channel
     AudioGate gate_;

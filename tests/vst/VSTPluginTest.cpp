@@ -1,7 +1,10 @@
+#include "link/BrimtidePluginInfo.h"
 #include "link/ConnectionInfo.h"
 #include "platform/Clock.h"
+#include "plugin/Mission.h"
 #include "support/AllocationCount.h"
 #include "support/Connections.h"
+#include "support/Product.h"
 #include "vst/VSTPlugin.h"
 
 #include <gtest/gtest.h>
@@ -42,6 +45,7 @@ using Buffers = std::array<float*, 2>;
 // An instance as a host has it: the record alone.
 class Instance {
 public:
+    Instance() : record((Mission::get().start(), new VSTPlugin(host))->getAeffect()) {}
     ~Instance() {
         EXPECT_EQ(call(effClose), 1);
         EXPECT_FALSE(inspectConnection(0)) << "it keeps its connection";
@@ -68,8 +72,12 @@ public:
         return left;
     }
 
-    AEffect* const record = (new VSTPlugin(host))->getAeffect();
+    const std::unique_ptr<test::Product> product =
+        test::Product::of<BrimtidePluginInfo>(PRODUCT_FOLDER);
+    AEffect* const record;
 };
+
+enum ParameterIndex { Name, Mute };
 
 // Faults: a text without an end, an identity that saved projects don't know, a null pointer that is
 // followed, an exception that runs into the host.
@@ -77,10 +85,11 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
     Instance instance;
     AEffect& record = *instance.record;
     EXPECT_EQ(std::tuple(record.magic, record.flags, record.uniqueID),
-              std::tuple(kEffectMagic, effFlagsCanReplacing, fourCharacters("QrlA")));
+              std::tuple(kEffectMagic, effFlagsCanReplacing | effFlagsProgramChunks,
+                         fourCharacters("QrlA")));
     for (int opcode = effClose + 1; opcode < 100; ++opcode)
         instance.call(opcode);
-    for (const auto& [index, text] : {std::pair(0, "MuteOut"), {1, ""}}) {
+    for (const auto& [index, text] : {std::pair(0, "Name"), {1, "Mute"}, {2, ""}}) {
         std::string name(kVstMaxParamStrLen, 'x');
         instance.call(effGetParamName, index, 0, name.data());
         EXPECT_STREQ(name.c_str(), text);
@@ -117,6 +126,46 @@ TEST(VSTPlugin, TellsReceiversWhatTheHostTells) {
     }
 }
 
+// Faults: a name that a host can't set, a state that doesn't come back or, when it is damaged,
+// comes back by halves, a pointer or size of the host's that is believed.
+TEST(VSTPlugin, KeepsItsStateInChunks) {
+    Instance instance;
+    const auto chunk = [&] {
+        const char* data = nullptr;
+        const VstIntPtr size = instance.call(effGetChunk, 0, 0, &data);
+        EXPECT_EQ(std::strlen(data) + 1, static_cast<std::size_t>(size));
+        return std::string(data);
+    };
+    const auto restore = [&](std::string text) {
+        instance.call(effSetChunk, 0, static_cast<VstIntPtr>(text.size()), text.data());
+    };
+    char name[] = "Lead vocal";
+    EXPECT_EQ(instance.call(effString2Parameter, -1), 1);
+    EXPECT_EQ(instance.call(effString2Parameter, 2, 0, name), 0);
+    EXPECT_EQ(instance.call(effString2Parameter, Name, 0, name), 1);
+    EXPECT_EQ(inspectConnection(0)->name, name);
+    instance.record->setParameter(instance.record, Mute, 1.0f);
+    const std::string state = chunk();
+    instance.record->setParameter(instance.record, Mute, 0.0f);
+    const std::string present = chunk();
+    for (std::size_t size = 0; size < state.size() - 8; size += 13)
+        restore(state.substr(0, size));
+    instance.call(effSetChunk, 0, 100, nullptr);
+    instance.call(effSetChunk, 0, -1, name);
+    EXPECT_EQ(chunk(), present);
+    restore(state);
+    EXPECT_EQ(chunk(), state);
+    EXPECT_EQ(instance.record->getParameter(instance.record, Mute), 1.0f);
+
+    // As a host of the other width stored it.
+    restore(
+        "<dict><info creator=\"Brimtide\" version=\"1.2.0\" /><file-format value=\"1.2.0\" />"
+        "<parameters><BrimtideID><value value=\"Bass\" /></BrimtideID>"
+        "<MuteOutput value=\"false\" /></parameters></dict>\n");
+    EXPECT_EQ(inspectConnection(0)->name, "Bass");
+    EXPECT_EQ(instance.record->getParameter(instance.record, Mute), 0.0f);
+}
+
 // What a host may expect of an instance, while it calls at random.
 class RandomHost : Instance {
 public:
@@ -125,8 +174,9 @@ public:
             call(effMainsChanged, 0, isRunning_ = below(4) != 0);
         if (below(8) == 0) {
             isMuted_ = below(2) == 0;
-            record->setParameter(record, 0, isMuted_ ? 0.5f : NotANumber);
-            ASSERT_EQ(record->getParameter(record, 0), isMuted_ ? 1.0f : 0.0f);
+            record->setParameter(record, Mute, NotANumber);
+            record->setParameter(record, Mute, isMuted_ ? 0.5f : 0.49f);
+            ASSERT_EQ(record->getParameter(record, Mute), isMuted_ ? 1.0f : 0.0f);
         }
         if (below(8) == 0)
             changeChannels();
