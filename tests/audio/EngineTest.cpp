@@ -1,212 +1,213 @@
-#include "audio/EngineEffect.h"
+// Engines with their previews, and the module around one.
+#include "audio/EngineFactory.h"
 #include "audio/IOPinConfig.h"
+#include "audio/Module.h"
 #include "diagnostics/System.h"
+#include "parameters/Definition.h"
+#include "parameters/PresetsLibrary.h"
+#include "samples/Choir.h"
+#include "samples/EngineSynth.h"
 #include "samples/Note.h"
 #include "samples/Sample.h"
 #include "support/AllocationCount.h"
 #include "support/Hearer.h"
 
-#include <gmock/gmock.h>
-
-#include <limits>
+#include <climits>
 #include <thread>
 
 namespace tarn {
 namespace {
 
-using Values = std::vector<float>;
-
-constexpr std::int32_t Least = std::numeric_limits<std::int32_t>::min();
-constexpr std::int32_t Most = std::numeric_limits<std::int32_t>::max();
-
-// 1, 2, 3 and so on; played from frame 2 up to frame 9.
+// 1, 2, 3 and so on; played from frame 2 up to frame 4. Only its maker may free it.
 struct Ramp : Sample {
-    explicit Ramp(std::int32_t frames = 10, std::int32_t channels = 1) {
-        Values values(static_cast<std::size_t>(frames * channels));
-        for (std::size_t i = 0; i < values.size(); ++i)
-            values[i] = static_cast<float>(i + 1);
+    explicit Ramp(std::int32_t channels = 1) {
+        const float values[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
         Dictionary state;
         state.setInteger("channels", channels);
-        if (frames > 0)
-            state.setData("sampledata", values.data(), values.size() * sizeof(float));
-        state.setInteger("SampleStart", 2);
-        state.setInteger("SampleEnd", 9);
+        state.setData("sampledata", values, sizeof values);
         read(state);
+        start_ = 2;
+        end_ = 4;
     }
-    ~Ramp() override { EXPECT_EQ(std::this_thread::get_id(), maker_); }
-
-private:
-    std::thread::id maker_ = std::this_thread::get_id();
+    ~Ramp() override { EXPECT_EQ(std::this_thread::get_id(), maker); }
+    const std::thread::id maker = std::this_thread::get_id();
 };
 
-// An engine for blocks of 16 frames, and what its left output holds.
 struct Player {
-    Player() { engine.setBlockSize(16); }
-    Values block(int frames, float before = 0.0f) {
-        Values left(static_cast<std::size_t>(std::max(frames, 0)), before), right = left;
-        left.reserve(1);
-        right.reserve(1);
-        float* const sides[] = {left.data(), right.data()};
-        out.attach(sides, frames);
+    Player() {
+        engine.setBlockSize(16);
+        out.setSize(32);
+    }
+    // The mean of both sides, a digit a frame.
+    std::string block(int frames) {
+        out.setSize(frames);
+        out.clear();
         const long allocations = test::allocationsOfThisThread();
-        engine.process(in, out, frames);
+        engine.process(out, out, frames);
         EXPECT_EQ(test::allocationsOfThisThread(), allocations);
-        EXPECT_EQ(left, right);
-        return left;
+        const float *left = out.getChannel(0)->getData(), *right = out.getChannel(1)->getData();
+        std::string digits;
+        for (int i = 0; i < frames; ++i)
+            digits += static_cast<char>('0' + static_cast<int>(left[i] + right[i]) / 2);
+        return digits + "|";
     }
-    // The blocks of these lengths, one digit a sample, "|" between them.
-    std::string blocks(std::initializer_list<int> lengths) {
-        std::string all;
-        for (const int frames : lengths) {
-            for (const float sample : block(frames))
-                all += static_cast<char>('0' + static_cast<int>(sample));
-            all += '|';
-        }
-        return all;
-    }
-
-    EngineEffect engine{nullptr};
-    IOPinConfig in, out{2, 1};
+    Engine engine{nullptr};
+    IOPinConfig out{2, 1};
 };
 
-// Faults: a preview that replaces what is there, that skips frames between blocks, or that holds
-// its sample when it is over.
-TEST(Engine, APreviewGoesOnOverBlocksAndThenLetsGoOfItsSample) {
-    Player player;
-    const auto sample = makeShared<Ramp>();
-    player.engine.playSample(sample.get(), 0);
-    EXPECT_EQ(player.block(4, 0.5f), (Values{3.5f, 4.5f, 5.5f, 6.5f}));
-    EXPECT_EQ(player.out.getChannel(1)->getCount(), 4);
-    player.engine.idle();
-    EXPECT_TRUE(sample->isShared());
-    EXPECT_EQ(player.block(4, 0.5f), (Values{7.5f, 8.5f, 9.5f, 0.5f}));
-    EXPECT_EQ(player.out.getChannel(0)->getCount(), 3);
-    player.engine.idle();
-    EXPECT_FALSE(sample->isShared());
-
-    player.engine.playSample(sample.get(), 0);
-    player.engine.playSampleRegion(sample.get(), {"", 0, 9}, 0);
-    EXPECT_EQ(player.blocks({3, 4, 1}), "123|4567|8|");
-    player.engine.playSample(nullptr, 0);
-    EXPECT_EQ(player.blocks({4}), "0000|");
-    player.engine.idle();
-    EXPECT_FALSE(sample->isShared());
-    player.engine.playSample(makeShared<Ramp>().get(), 0);
-}
-
-// Faults: a delay that is consumed twice or not at all, a start one block too late.
-TEST(Engine, ADelayPutsTheSampleOffInEveryBlock) {
-    Player player;
-    const auto sample = makeShared<Ramp>();
-    const auto play = [&](int delay, std::initializer_list<int> lengths) {
-        player.engine.playSampleRegion(sample.get(), {"", 0, 6}, delay);
-        return player.blocks(lengths);
+// Faults: a preview that skips frames, leaves the audio or its output, or holds its sample when it
+// is over; a delay that is consumed twice or not at all.
+TEST(Engine, PlaysAPreviewOverBlocksAndThenLetsGoOfItsSample) {
+    const auto ramp = makeShared<Ramp>(), wide = makeShared<Ramp>(3);
+    const auto empty = makeShared<Sample>();
+    using Blocks = std::vector<int>;
+    const std::tuple<Sample*, int, int, int, Blocks, const char*> previews[] = {
+        {ramp.get(), 0, 6, 6, {4, 4, 4, 4, 4}, "0000|0012|0034|0000|0000|"},
+        {ramp.get(), 0, 6, 4, {4, 3, -1, 4, 4}, "0056|000||0123|0450|"},  // behind what stood there
+        {ramp.get(), 1, 8, 0, {3, 1, -1, 0, 5}, "234|5|||67800|"},
+        {ramp.get(), INT_MIN, INT_MAX, INT_MIN, {20}, "12345678900000000000|"},
+        {ramp.get(), 9, INT_MAX, 0, {4}, "0000|"},
+        {ramp.get(), INT_MAX, INT_MIN, 0, {4}, "0000|"},
+        {ramp.get(), 2, 2, 0, {4}, "0000|"},
+        {wide.get(), 0, 3, 0, {4}, "0000|"},
+        {empty.get(), 0, 3, 0, {4}, "0000|"},
     };
-    EXPECT_EQ(play(6, {4, 4, 4, 4, 4}), "0000|0012|0034|0000|0000|");
-    EXPECT_EQ(play(4, {4, 4, 3, 4}), "0056|0056|000|0123|");  // behind what stood there
-    EXPECT_EQ(play(-3, {4, 4}), "1234|5600|");
-}
-
-// The fault it would catch: frame numbers from anywhere that lead out of the audio, or that keep
-// the sample.
-TEST(Engine, ARegionIsCutToTheFramesThatExist) {
     Player player;
-    const auto sample = makeShared<Ramp>(5), stereo = makeShared<Ramp>(5, 2),
-               empty = makeShared<Ramp>(0);
-    const std::tuple<Sample*, std::int32_t, std::int32_t, const char*> regions[] = {
-        {sample.get(), -5, 3, "1230|"},       {sample.get(), Least, Most, "1234|"},
-        {sample.get(), 3, Most, "4500|"},     {sample.get(), Least, Least, "0000|"},
-        {sample.get(), 5, Most, "0000|"},     {sample.get(), Most, Most, "0000|"},
-        {sample.get(), 2, 2, "0000|"},        {sample.get(), 3, 1, "0000|"},
-        {sample.get(), Most, Least, "0000|"}, {stereo.get(), 0, 5, "0000|"},
-        {empty.get(), 0, 5, "0000|"},
-    };
-    for (const auto& [played, start, end, heard] : regions) {
-        player.engine.playSampleRegion(played, {"", start, end}, 0);
-        EXPECT_EQ(player.blocks({4}), heard) << start << " to " << end;
-        player.blocks({4});
+    for (const auto& [sample, start, end, delay, blocks, expected] : previews) {
+        player.engine.playSampleRegion(sample, {"", start, end}, delay);
+        std::string heard;
+        for (const int frames : blocks) {
+            EXPECT_TRUE(sample->isShared());
+            heard += player.block(frames);
+        }
+        EXPECT_EQ(heard, expected) << start << " to " << end;
         player.engine.idle();
-        EXPECT_FALSE(played->isShared()) << start << " to " << end;
+        EXPECT_FALSE(sample->isShared()) << start << " to " << end;
     }
-}
-
-// The fault it would catch: outputs or sizes that lead the player out of its memory.
-TEST(Engine, OutputsAndSizesOfAnyKindAreHarmless) {
-    Player player;
-    IOPinConfig none, quadro(4, 1), mono(1, 1);
-    player.engine.playSampleRegion(makeShared<Ramp>(9).get(), {"", 0, 9}, Most);
-    player.engine.process(player.in, none, Most);
-    EXPECT_EQ(player.blocks({-1, 0, 4}), "||0000|");
-    player.engine.playSampleRegion(makeShared<Ramp>(9).get(), {"", 0, 9}, Least);
-    player.engine.process(player.in, none, 4);
-    EXPECT_EQ(player.blocks({-1, 0, 2}), "||12|");
-    player.engine.setBlockSize(-1);
-    EXPECT_EQ(player.blocks({4}), "0000|");
-    player.engine.setBlockSize(1);
-    EXPECT_EQ(player.blocks({4}), "3000|");
-    player.engine.setBlockSize(4);
-    quadro.setSize(16);
-    quadro.clear();
-    player.engine.process(player.in, quadro, 16);
-    EXPECT_EQ(*quadro.getChannel(0)->getData(), 0.0f);
-    mono.setSize(16);
-    mono.clear();
-    player.engine.process(player.in, mono, 16);
-    EXPECT_NEAR(*mono.getChannel(0)->getData(), 16 * 0.5857864f, 1e-5f);
-    EXPECT_EQ(player.engine.getSampleRate() + player.engine.getLatency(), 44100);
-}
-
-// Faults: a race, a sample freed on the audio thread or never, an allocation there.
-TEST(Engine, TheInterfacePlaysSamplesWhileBlocksAreProcessed) {
-    Player player;
-    std::atomic<bool> isOver{false};
-    std::thread audio([&] {
-        for (int frames = 0; !isOver; frames = (frames + 1) % 6)
-            player.block(frames);
-    });
-    const auto kept = makeShared<Ramp>();
-    for (int i = 0; i < 300; ++i) {
-        player.engine.playSample(i % 3 != 0 ? kept.get() : makeShared<Ramp>().get(), i % 4);
-        if (i % 5 == 0)
-            player.engine.idle();
-        if (i % 7 == 0)
-            std::this_thread::yield();
+    IOPinConfig none;
+    player.engine.playSample(ramp.get(), 0);
+    for (const int frames : {-1, 2}) {
+        player.engine.setBlockSize(frames);
+        player.engine.process(none, none, 4);
+        EXPECT_EQ(player.block(4), frames < 0 ? "0000|" : "3400|");
     }
-    isOver = true;
-    audio.join();
+    player.engine.playSampleRegion(ramp.get(), {"", 0, 9}, 0);
+    EXPECT_EQ(player.block(4), "1200|");
     player.engine.playSample(nullptr, 0);
-    player.block(4);
-    player.engine.idle();
+    EXPECT_EQ(player.block(4), "0000|");
+}
+
+// Faults: a race, a sample that is freed on the audio thread, early or never.
+TEST(Engine, TheInterfacePlaysSamplesWhileBlocksAreProcessed) {
+    const auto kept = makeShared<Ramp>();
+    {
+        Player player;
+        std::atomic<bool> isOver{false};
+        std::thread audio([&] {
+            for (int frames = 0; !isOver; frames = (frames + 1) % 6)
+                player.block(frames);
+        });
+        for (int i = 0; i < 300; ++i)
+            player.engine.playSample(i % 3 != 0 ? kept.get() : makeShared<Ramp>().get(), i % 4);
+        isOver = true;
+        audio.join();
+    }
     EXPECT_FALSE(kept->isShared());
 }
 
-TEST(Engine, TellsNotesAndTheTimeBetweenBlocks) {
+// The first block's interval is the clock's time.
+TEST(Engine, SmoothsTheTimeBetweenBlocks) {
     Player player;
-    std::string heard;
-    const Hearer hearer(player.engine, [&](Message& message) {
-        const auto& midi = dynamic_cast<MidiMessage&>(message);
-        heard += std::to_string(midi.code) + " " + std::to_string(midi.note.key) + ",";
-        EXPECT_EQ(midi.sender, &player.engine);
-    });
-    Note note;
-    player.engine.noteEvent(note);
-    note.setMidi(Note::NoteOnStatus, 0, 60, 99, 0, 0, 0);
-    player.engine.noteEvent(note);
-    note.setMidi(Note::NoteOffStatus, 0, 61, 99, 0, 0, 0);
-    player.engine.noteEvent(note);
-    EXPECT_EQ(heard, "1 0,0 60,1 61,");
-
-    // The first block's interval is the clock's time.
     const double before = System::getTime();
     player.block(1);
-    const double after = System::getTime();
-    const auto smoothed = [](double from, double to) { return from + (to - from) * 0.1f; };
     const double first = player.engine.getProcessInterval();
-    EXPECT_GE(first, smoothed(0.1f, before));
-    EXPECT_LE(first, smoothed(0.1f, after));
+    EXPECT_GE(first, 0.1f + (before - 0.1f) * 0.1f);
+    EXPECT_LE(first, 0.1f + (System::getTime() - 0.1f) * 0.1f);
     player.block(1);
-    EXPECT_LT(player.engine.getProcessInterval(), smoothed(first, System::getTime() - before));
-    EXPECT_GE(player.engine.getProcessInterval(), smoothed(first, 0.0));
+    EXPECT_LT(player.engine.getProcessInterval(), first);
+}
+
+std::string story;
+
+struct Voices : Choir {
+    Voices() : Choir(nullptr) {}
+    void start() override { story += "start,"; }
+    void reset() override { story += "reset,"; }
+    void noteOn(const Note& note) override { story += "on " + std::to_string(note.getKey()) + ","; }
+    void noteOff(const Note&, bool immediate) override { story += immediate ? "end," : "off,"; }
+    int getActiveVoiceCount() const override { return 3; }
+};
+
+struct Instrument : EngineSynth {
+    using EngineSynth::EngineSynth;
+    ~Instrument() override { story += settingsOf(*this)->find("P", 0)->getText() + " ends"; }
+    int getLatency() const override { return 7; }
+    void process(const IOPinConfig&, IOPinConfig&, int frames) noexcept override {
+        story += std::to_string(frames) + ",";
+    }
+};
+
+struct Factory : EngineFactory {
+    std::unique_ptr<Engine> createEngine(Module* module) const override {
+        EXPECT_EQ(module->settings().find("P", 0)->getParent(), module);  // has started
+        return std::make_unique<Instrument>(module,
+                                            hasChoir ? std::make_unique<Voices>() : nullptr);
+    }
+    bool hasChoir = true;
+};
+
+struct Instance : Modules, PresetsLibrary {};
+
+// Faults: an engine that finds no settings in its whole life, or other ones; one that is called
+// before it is there or while it mustn't be; a listener that hears of a note before the choir; the
+// program of another module.
+TEST(Module, AnEngineLivesWithinTheModulesSettings) {
+    Radio other(nullptr);
+    const Defined prototype("<P class='ParameterValue' type='float' scope='module'/>", &other);
+    Factory factory;
+    for (const bool hasChoir : {true, false}) {
+        story.clear();
+        factory.hasChoir = hasChoir;
+        Instance instance;
+        IOPinConfig pins;
+        auto module = std::make_unique<Module>(&instance, prototype, factory);
+        for (const int latency : {0, 7}) {
+            module->process(pins, pins, 8);
+            module->resetEngine();
+            EXPECT_EQ(module->getLatency(), latency);
+            if (latency == 0)
+                module->start();
+        }
+        module->setEnabled(false);
+        module->process(pins, pins, 9);
+        auto& engine = dynamic_cast<EngineSynth&>(*module->getEngine());
+        const Hearer hearer(engine, [](Message& heard) {
+            const auto& midi = dynamic_cast<MidiMessage&>(heard);
+            story += std::to_string(midi.note.key) + " is " + std::to_string(midi.code) + ",";
+        });
+        for (const int status : {0, Note::NoteOnStatus, Note::NoteOffStatus}) {
+            Note note;
+            note.setMidi(status, 0, 60, 9, 0, 0, 0);
+            engine.noteEvent(note);
+        }
+        EXPECT_EQ(engine.getActiveVoiceCount(), hasChoir ? 3 : 0);
+        EXPECT_EQ(module->getTempBuffers().size(), 32u);
+        EXPECT_EQ(module->getTempBuffers()[31]->getSize(), 16384);
+
+        EXPECT_TRUE(!module->getCurrentProgram() && module->getCurrentProgramName().empty());
+        instance.init(&instance);
+        instance.setCurrentName("Bank/Soft");
+        module->setIndex(1);
+        EXPECT_EQ(module->getCurrentProgram(), instance.getCurrent()->getProgram(1));
+        EXPECT_EQ(module->getCurrentProgramName(), "Soft");
+        module->settings().find("P", 0)->setFloat(0.25f, FromUser);
+        module->loadDefaults();
+        prototype.get().setFloat(0.75f, FromUser);
+        module.reset();
+        EXPECT_EQ(story, hasChoir
+                             ? "reset,start,8,reset,60 is 1,on 60,60 is 0,off,60 is 1,0.50 ends"
+                             : "8,60 is 1,60 is 0,60 is 1,0.50 ends");
+    }
 }
 
 }  // namespace

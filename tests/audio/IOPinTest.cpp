@@ -1,8 +1,10 @@
 #include "audio/IOConfig.h"
+#include "audio/Mixer.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cmath>
 #include <string>
 #include <tuple>
 
@@ -74,6 +76,54 @@ TEST(IOPin, ListsShareTheirPins) {
         EXPECT_GE(product.getOutputs().getChannel(1)->getSize(), 20);
     }
     EXPECT_EQ(IOChannel<float>::liveChannels(), channels);
+}
+
+// Faults: sides exchanged, a law where it isn't due, an unknown type taken for a known one. Targets
+// have 1 and 2 in their channels, sources 8 and 64; the gain is a half.
+TEST(Mixer, PinsAreMixedAsTheirTypesAndThePanSay) {
+    constexpr float K = 0.5857864f;
+    const std::tuple<int, int, float, float, float> ways[] = {{1, 1, 0.9f, 5, 5},
+                                                              {1, 2, 0.75f, 1 + K * 34, 1 + K * 34},
+                                                              {2, 1, 0.25f, 1 + K * 4, 2 + K * 2},
+                                                              {2, 2, 0.5f, 5, 34},
+                                                              {2, 2, 0.75f, 3, 34},
+                                                              {2, 2, 0.0f, 5, 2},
+                                                              {2, 4, 0.5f, 1, 2},
+                                                              {4, 2, 0.5f, 1, 2},
+                                                              {1, 6, 0.5f, 1, 1},
+                                                              {6, 1, 0.5f, 1, 2}};
+    for (const auto& [outputs, inputs, pan, first, last] : ways) {
+        IOPinConfig out(outputs, 1), in(inputs, 1);
+        fill(*out.getPin(0), 1.0f, 2.0f, 2);
+        fill(*in.getPin(0), 8.0f, 8.0f, 3);
+        Mixer(nullptr).mix(*out.getPin(0), *in.getPin(0), 0.5f, pan);
+        EXPECT_FLOAT_EQ(out.getChannel(0)->getData()[2], first) << outputs << " from " << inputs;
+        EXPECT_FLOAT_EQ(out.getChannel(outputs > 1)->getData()[2], last) << outputs << inputs;
+        EXPECT_EQ(out.getChannel(0)->getData()[3], 1.0f);
+    }
+}
+
+// Faults: a wrong sign or factor, a NaN that spreads or is lost, samples beyond the target, a count
+// that doesn't follow or that shrinks.
+TEST(Mixer, AModeMixesEachValidSampleOfAChannel) {
+    const std::tuple<Mixer::Mode, float, float> modes[] = {{Mixer::Mode::Add, 0.0f, INFINITY},
+                                                           {Mixer::Mode::Screen, -0.375f, NAN},
+                                                           {Mixer::Mode::Duck, -0.125f, -INFINITY}};
+    for (const auto& [mode, mixed, infinite] : modes) {
+        Mixer mixer(nullptr);
+        mixer.mode = mode;
+        mixer.strength = 0.5f;
+        float to[] = {-0.5f, -0.5f, 3.0f, -0.5f}, from[] = {0.25f, NAN, INFINITY, 0.25f};
+        IOChannel<float> target(3, to), source(4, from);
+        target.setCount(1);
+        for (const int valid : {4, 0}) {
+            source.setCount(valid);
+            mixer.mixChannel(target, source, 2.0f);
+            EXPECT_EQ(target.getCount(), 3);
+            EXPECT_THAT(to, testing::Pointwise(testing::NanSensitiveFloatEq(),
+                                               {mixed, NAN, infinite, -0.5f}));
+        }
+    }
 }
 
 }  // namespace
