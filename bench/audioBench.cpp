@@ -1,8 +1,9 @@
-// Operations on one channel beside bare functions that do the same to the same memory, as good as
+// Operations on channels beside bare functions that do the same to the same memory, as good as
 // they can be had from four-float instructions, but for multiples of 32 frames alone: what a
 // channel adds is the price of taking any number of frames.
 #include "Ratios.h"
-#include "audio/IOChannel.h"
+#include "audio/IOPin.h"
+#include "audio/Mixer.h"
 
 #include <xmmintrin.h>
 
@@ -128,6 +129,26 @@ void bareMix(State& state, int frames, Layout offsets) {
     }
 }
 
+void mixStereo(State& state, int frames, Layout offsets) {
+    Pair left(frames, offsets), right(frames, offsets);
+    IOPinStereo out(&left.to, &right.to);
+    const IOPinStereo in(&left.from, &right.from);
+    const Mixer mixer(nullptr);
+    for (auto _ : state) {
+        mixer.mix(out, in, gain, 0.5f);
+        benchmark::ClobberMemory();
+    }
+}
+
+void bareMixStereo(State& state, int frames, Layout offsets) {
+    Pair left(frames, offsets), right(frames, offsets);
+    for (auto _ : state) {
+        for (Pair* const side : {&left, &right})
+            bareSum<Sum::AddWithGain>(side->to.getData(), side->from.getData(), frames, gain);
+        benchmark::ClobberMemory();
+    }
+}
+
 void assign(State& state, int frames, Layout offsets) {
     Pair pair(frames, offsets);
     for (auto _ : state) {
@@ -163,6 +184,7 @@ const bool registered = [] {
     compare("add", mix<Sum::Add>, bareMix<Sum::Add>);
     compare("add with gain", mix<Sum::AddWithGain>, bareMix<Sum::AddWithGain>);
     compare("screen", mix<Sum::Screen>, bareMix<Sum::Screen>);
+    compare("mix stereo pins", mixStereo, bareMixStereo);
     compare("assign", assign, bareCopy);
     return true;
 }();
