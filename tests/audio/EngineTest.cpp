@@ -91,7 +91,10 @@ TEST(Engine, PlaysAPreviewOverBlocksAndThenLetsGoOfItsSample) {
         player.engine.process(none, none, 4);
         EXPECT_EQ(player.block(4), frames < 0 ? "0000|" : "3400|");
     }
+    player.engine.playSample(wide.get(), 0);
     player.engine.playSampleRegion(ramp.get(), {"", 0, 9}, 0);
+    player.engine.idle();
+    EXPECT_FALSE(wide->isShared());
     EXPECT_EQ(player.block(4), "1200|");
     player.engine.playSample(nullptr, 0);
     EXPECT_EQ(player.block(4), "0000|");
