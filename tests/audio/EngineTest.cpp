@@ -67,7 +67,7 @@ TEST(Engine, PlaysAPreviewOverBlocksAndThenLetsGoOfItsSample) {
         {ramp.get(), 1, 8, 0, {3, 1, -1, 0, 5}, "234|5|||67800|"},
         {ramp.get(), INT_MIN, INT_MAX, INT_MIN, {20}, "12345678900000000000|"},
         {ramp.get(), 9, INT_MAX, 0, {4}, "0000|"},
-        {ramp.get(), INT_MAX, INT_MIN, 0, {4}, "0000|"},
+        {ramp.get(), -4, INT_MIN, 0, {4}, "0000|"},
         {ramp.get(), 2, 2, 0, {4}, "0000|"},
         {wide.get(), 0, 3, 0, {4}, "0000|"},
         {empty.get(), 0, 3, 0, {4}, "0000|"},
