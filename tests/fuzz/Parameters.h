@@ -2,11 +2,8 @@
 #pragma once
 
 #include "Require.h"
-#include "foundation/File.h"
-#include "parameters/ParameterManager.h"
 #include "parameters/ParameterValue.h"
 #include "parameters/Trees.h"
-#include "support/ScratchFolder.h"
 
 #include <algorithm>
 #include <limits>
@@ -28,10 +25,8 @@ inline std::string documentOf(const std::uint8_t* data, std::size_t size,
 
 /// Whether the settings took the text as their definition.
 inline bool load(Settings& settings, const std::string& text) {
-    static const test::ScratchFolder folder;
-    folder.write("file", text);
     try {
-        return settings.load(File(folder.path("file"))).isOk();
+        return loadText(settings, text).isOk();
     } catch (const Error&) {
         return false;
     }

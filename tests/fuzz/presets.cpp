@@ -33,8 +33,7 @@ public:
     }
 
 private:
-    const ParameterManager manager_;
-    Settings settings_[2]{{nullptr, manager_}, {nullptr, manager_}};
+    Settings settings_[2]{{nullptr, Manager}, {nullptr, Manager}};
     const test::ScratchFolder folder_;
     const File file_{folder_.path("presets")};
     std::string message_;

@@ -6,8 +6,7 @@ using namespace tarn;
 using fuzz::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const ParameterManager manager;
-    Settings settings(nullptr, manager);
+    Settings settings(nullptr, Manager);
     require(fuzz::load(settings, definition(AllClasses)));
     fuzz::read(settings, fuzz::documentOf(data, size));
 

@@ -1,19 +1,15 @@
 // Settings from the text of a definition; what parameters do and tell, as texts.
 #pragma once
 
-#include "foundation/File.h"
 #include "foundation/NumberText.h"
-#include "parameters/ParameterManager.h"
 #include "parameters/ParameterValue.h"
 #include "parameters/Trees.h"
-#include "support/ScratchFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <charconv>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -23,31 +19,15 @@ namespace tarn {
 class Defined : public Settings {
 public:
     explicit Defined(const std::string& parameters, Radio* module = nullptr)
-        : Settings(module, manager()) {
-        EXPECT_TRUE(loadText(definition(parameters)).isOk());
+        : Settings(module, Manager) {
+        EXPECT_TRUE(loadText(*this, definition(parameters)).isOk());
     }
 
-    Error loadText(const std::string& text) {
-        scratch_.write("Settings.xml", text);
-        return load(File(scratch_.path("Settings.xml")));
-    }
-
-    /// A parameter of that class.
+    /// A parameter that is there, of that class.
     template <typename Class = Parameter>
     Class& get(std::string_view id = "P", std::int32_t clone = 0) const {
-        auto* const found = dynamic_cast<Class*>(find(id, clone));
-        if (found == nullptr)
-            throw std::invalid_argument("no such parameter: " + std::string(id));
-        return *found;
+        return dynamic_cast<Class&>(*find(id, clone));
     }
-
-    static const ParameterManager& manager() {
-        static const ParameterManager Manager;
-        return Manager;
-    }
-
-private:
-    test::ScratchFolder scratch_;
 };
 
 /// A saved state of these elements.
@@ -61,64 +41,51 @@ inline Dictionary savedState(const std::string& values) {
 inline void take(Parameter& parameter, const std::string& steps) {
     std::istringstream stream(steps);
     for (std::string step; std::getline(stream >> std::ws, step, ';');) {
+        const char what = step[0];
         const std::string text = step.substr(std::min<std::size_t>(step.size(), 2));
         float number = 0.0f;
         std::from_chars(text.data(), text.data() + text.size(), number);  // infinities and NaN too
         auto* const shown = dynamic_cast<ParameterValue<float>*>(&parameter);
-        const auto expectNear = [&](float value) {
-            EXPECT_NEAR(value, number, 1e-6 * std::max(1.0f, std::abs(number))) << step;
-        };
-        switch (step[0]) {
-            case 'n':
-                parameter.setNormalised(number, FromUser);
-                break;
-            case 'v':
-                parameter.setFloat(number, FromUser);
-                break;
-            case 'd':
-                shown->setDisplayValue(number, FromUser);
-                break;
-            case 't':
-                parameter.setText(text, FromUser);
-                break;
-            case '=':
-                expectNear(parameter.getFloat());
-                break;
-            case '%':
-                expectNear(parameter.getNormalised());
-                break;
-            case '~':
-                expectNear(shown->getDisplayValue());
-                break;
-            default:
-                EXPECT_EQ(parameter.getText(), text) << step;
-        }
+        if (what == 'n')
+            parameter.setNormalised(number, FromUser);
+        else if (what == 'v')
+            parameter.setFloat(number, FromUser);
+        else if (what == 'd')
+            shown->setDisplayValue(number, FromUser);
+        else if (what == 't')
+            parameter.setText(text, FromUser);
+        else if (what == ':')
+            EXPECT_EQ(parameter.getText(), text) << step;
+        else
+            EXPECT_NEAR(what == '='   ? parameter.getFloat()
+                        : what == '%' ? parameter.getNormalised()
+                                      : shown->getDisplayValue(),
+                        number, 1e-6 * std::max(1.0f, std::abs(number)))
+                << step;
     }
 }
 
 /// Hears parameters.
 class Ears : public Radio {
 public:
-    Ears() : Radio(nullptr) { text_.reserve(1000); }
+    Ears() : Radio(nullptr) {}
     explicit Ears(Parameter& station) : Ears() { tuneIn(&station); }
 
     bool receive(Message& message) override {
         const auto& change = dynamic_cast<ParameterMessage&>(message);
         const bool isFloat = dynamic_cast<Parameter&>(*change.sender).getType() == Parameter::Float;
-        std::ostringstream text;
-        text << change.parameterName.view() << change.cloneNumber << ' ' << change.value << ' '
-             << (isFloat ? fromPayload<float>(change.payload)
-                         : static_cast<float>(fromPayload<std::int32_t>(change.payload)))
-             << " from " << change.mode << "; ";
-        text_ += text.str();
+        text_ << change.parameterName.view() << change.cloneNumber << ' ' << change.value << ' '
+              << (isFloat ? fromPayload<float>(change.payload)
+                          : static_cast<float>(fromPayload<std::int32_t>(change.payload)))
+              << " from " << change.mode << "; ";
         return false;
     }
 
     /// What came since the last call: id, clone number, normalised value, payload and source.
-    std::string heard() { return std::exchange(text_, {}); }
+    std::string heard() { return std::exchange(text_, {}).str(); }
 
 private:
-    std::string text_;
+    std::ostringstream text_;
 };
 
 }  // namespace tarn

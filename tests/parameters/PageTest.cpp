@@ -14,13 +14,11 @@ std::string contentOf(const std::string& file) {
 
 // What stands between ```xml and ``` on the page, in order.
 std::vector<std::string> examplesOf(const std::string& page) {
-    constexpr std::string_view Begin = "```xml\n", End = "```";
+    constexpr std::string_view Begin = "```xml\n";
     std::vector<std::string> examples;
-    for (std::size_t from = 0; (from = page.find(Begin, from)) != std::string::npos;) {
-        from += Begin.size();
-        const std::size_t end = page.find(End, from);
-        examples.push_back(page.substr(from, end - from));
-        from = end + End.size();
+    for (std::size_t at = 0; (at = page.find(Begin, at)) != std::string::npos;) {
+        at += Begin.size();
+        examples.push_back(page.substr(at, page.find("```", at) - at));
     }
     return examples;
 }
@@ -29,7 +27,7 @@ std::vector<std::string> examplesOf(const std::string& page) {
 // a project saves though it mustn't.
 TEST(Page, TheProductsOwnDefinition) {
     Defined settings("");
-    ASSERT_TRUE(settings.loadText(contentOf("product/Settings.xml")).isOk());
+    ASSERT_TRUE(loadText(settings, contentOf("product/Settings.xml")).isOk());
     EXPECT_EQ(settings.getAutomatable(),
               (std::vector{&settings.get("BrimtideID"), &settings.get("MuteOutput")}));
     for (const auto& parameter : settings.getParameters())
@@ -38,7 +36,6 @@ TEST(Page, TheProductsOwnDefinition) {
     take(settings.get("OutputLevel"), ": -oo; v 0.5; : -6.0");
     take(settings.get("CurrentProgram"), "v 4095; : 4095");
     take(settings.get("CurrentModule"), "v 3; : 3");
-    EXPECT_EQ(settings.get("BrimtideChannel").getStepCount(), 2);
 }
 
 // Faults: examples that don't load, and a page that promises what isn't so.
@@ -46,7 +43,7 @@ TEST(Page, WhatItsExamplesDo) {
     const std::vector<std::string> examples = examplesOf(contentOf("docs/settings.md"));
     ASSERT_EQ(examples.size(), 5u);
     Defined whole("");
-    ASSERT_TRUE(whole.loadText(examples[0]).isOk());
+    ASSERT_TRUE(loadText(whole, examples[0]).isOk());
     std::string printed;
     Dictionary(examples[4]).toString(printed);
     whole.read(Dictionary(examples[4]), Parameter::AllScopes, Parameter::PluginRealm, false);
@@ -54,7 +51,7 @@ TEST(Page, WhatItsExamplesDo) {
     take(whole.get("Gain"), "n 0.25; : -6.0; t 3; : -6.0; n 0; : -oo");
     take(whole.get("Octave"), "n 0.5; : +1");
     Defined older("");
-    ASSERT_TRUE(older.loadText(examples[1]).isOk());
+    ASSERT_TRUE(loadText(older, examples[1]).isOk());
     take(older.get("Gain"), "n 0.3; : 25");
 
     const Defined shown(examples[2] + examples[3]);

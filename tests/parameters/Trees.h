@@ -1,10 +1,13 @@
 // What tests and fuzzers of parameters share: a product, an instance's two modules, all classes of
-// parameters, and the states that settings make.
+// parameters, settings from a text, and the states that settings make.
 #pragma once
 
+#include "foundation/File.h"
 #include "foundation/ProductIdentity.h"
 #include "parameters/ModuleDirectory.h"
+#include "parameters/ParameterManager.h"
 #include "parameters/Settings.h"
+#include "support/ScratchFolder.h"
 
 #include <string>
 
@@ -39,8 +42,17 @@ private:
     mutable Radio modules_[2];
 };
 
+inline const ParameterManager Manager;
+
 inline std::string definition(const std::string& parameters) {
     return "<dict><file-format value='0.7'/><parameters>" + parameters + "</parameters></dict>";
+}
+
+/// Has the settings load a file with that text.
+inline Error loadText(Settings& settings, const std::string& text) {
+    static const test::ScratchFolder folder;
+    folder.write("Settings.xml", text);
+    return settings.load(File(folder.path("Settings.xml")));
 }
 
 /// The state that settings make.
