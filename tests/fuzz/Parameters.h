@@ -13,18 +13,12 @@
 
 namespace tarn::fuzz {
 
-/// The input if it is a document, or else the document that it is the middle of.
-inline std::string documentOf(const std::uint8_t* data, std::size_t size,
-                              std::string_view head = "<dict file-format='0.7'><parameters>",
-                              std::string_view tail = "</parameters></dict>") {
-    const std::string_view input(reinterpret_cast<const char*>(data), size);
-    if (input.starts_with("<dict") || input.starts_with("<?xml"))
-        return std::string(input);
-    return std::string(head).append(input).append(tail);
+inline std::string textOf(const std::uint8_t* data, std::size_t size) {
+    return {reinterpret_cast<const char*>(data), size};
 }
 
 /// Whether the settings took the text as their definition.
-inline bool load(Settings& settings, const std::string& text) {
+inline bool loads(Settings& settings, const std::string& text) {
     try {
         return loadText(settings, text).isOk();
     } catch (const Error&) {

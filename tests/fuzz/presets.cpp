@@ -13,7 +13,7 @@ public:
     Instance() {
         static const Product product;
         for (int i = 0; i < getModuleCount(); ++i) {
-            require(fuzz::load(settings_[i], definition(AllClasses)));
+            require(fuzz::loads(settings_[i], AllClasses));
             getModule(i)->setSettings(&settings_[i]);
         }
         init(this);
@@ -44,9 +44,10 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Instance instance;
     const std::string former = instance.saved();
-    const std::string text = fuzz::documentOf(
-        data, size, "<dict file-format='0.7'><info creator='Product' version='1'/><programs>",
-        "</programs></dict>");
+    const std::string text =
+        documentOf(fuzz::textOf(data, size),
+                   "<dict file-format='0.7'><info creator='Product' version='1'/><programs>",
+                   "</programs></dict>");
     require(instance.loads(text) || instance.saved() == former);
     instance.loadProgram(Dictionary(text), 1);
     for (int i = 0; instance.getPreset(i) != nullptr; ++i) {

@@ -7,9 +7,9 @@ using fuzz::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Settings settings(nullptr, Manager);
-    require(fuzz::load(settings, definition("<F class='ParameterText'/><section name='S'/>")));
+    require(fuzz::loads(settings, "<F class='ParameterText'/><section name='S'/>"));
     const std::string former = stateOf(settings);
-    const bool isLoaded = fuzz::load(settings, fuzz::documentOf(data, size));
+    const bool isLoaded = fuzz::loads(settings, fuzz::textOf(data, size));
     require(isLoaded || (stateOf(settings) == former && settings.find("F", 0) != nullptr));
 
     forEachParameter(settings, [&settings](Parameter& parameter) {

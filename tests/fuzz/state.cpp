@@ -7,8 +7,8 @@ using fuzz::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Settings settings(nullptr, Manager);
-    require(fuzz::load(settings, definition(AllClasses)));
-    fuzz::read(settings, fuzz::documentOf(data, size));
+    require(fuzz::loads(settings, AllClasses));
+    fuzz::read(settings, documentOf(fuzz::textOf(data, size)));
 
     // A state may change the steps, and tell no value that stands on one.
     fuzz::read(settings, stateOf(settings));

@@ -15,12 +15,12 @@
 
 namespace tarn {
 
-/// Settings as a file with these elements makes them.
+/// Settings as a file with these elements, or this document, makes them.
 class Defined : public Settings {
 public:
     explicit Defined(const std::string& parameters, Radio* module = nullptr)
         : Settings(module, Manager) {
-        EXPECT_TRUE(loadText(*this, definition(parameters)).isOk());
+        EXPECT_TRUE(loadText(*this, parameters).isOk());
     }
 
     /// A parameter that is there, of that class.

@@ -7,13 +7,10 @@
 namespace tarn {
 namespace {
 
-std::string contentOf(const std::string& file) {
-    std::ifstream stream(PROJECT_FOLDER "/" + file);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 // What stands between ```xml and ``` on the page, in order.
-std::vector<std::string> examplesOf(const std::string& page) {
+std::vector<std::string> examplesOf(const std::string& file) {
+    std::ifstream stream(file);
+    const std::string page(std::istreambuf_iterator<char>(stream), {});
     constexpr std::string_view Begin = "```xml\n";
     std::vector<std::string> examples;
     for (std::size_t at = 0; (at = page.find(Begin, at)) != std::string::npos;) {
@@ -27,7 +24,7 @@ std::vector<std::string> examplesOf(const std::string& page) {
 // a project saves though it mustn't.
 TEST(Page, TheProductsOwnDefinition) {
     Defined settings("");
-    ASSERT_TRUE(loadText(settings, contentOf("product/Settings.xml")).isOk());
+    ASSERT_TRUE(settings.load(File(PROJECT_FOLDER "/product/Settings.xml")).isOk());
     EXPECT_EQ(settings.getAutomatable(),
               (std::vector{&settings.get("BrimtideID"), &settings.get("MuteOutput")}));
     for (const auto& parameter : settings.getParameters())
@@ -40,19 +37,16 @@ TEST(Page, TheProductsOwnDefinition) {
 
 // Faults: examples that don't load, and a page that promises what isn't so.
 TEST(Page, WhatItsExamplesDo) {
-    const std::vector<std::string> examples = examplesOf(contentOf("docs/settings.md"));
+    const std::vector<std::string> examples = examplesOf(PROJECT_FOLDER "/docs/settings.md");
     ASSERT_EQ(examples.size(), 5u);
-    Defined whole("");
-    ASSERT_TRUE(loadText(whole, examples[0]).isOk());
+    Defined whole(examples[0]);
     std::string printed;
     Dictionary(examples[4]).toString(printed);
     whole.read(Dictionary(examples[4]), Parameter::AllScopes, Parameter::PluginRealm, false);
     EXPECT_EQ(stateOf(whole), printed);
     take(whole.get("Gain"), "n 0.25; : -6.0; t 3; : -6.0; n 0; : -oo");
     take(whole.get("Octave"), "n 0.5; : +1");
-    Defined older("");
-    ASSERT_TRUE(loadText(older, examples[1]).isOk());
-    take(older.get("Gain"), "n 0.3; : 25");
+    take(Defined(examples[1]).get("Gain"), "n 0.3; : 25");
 
     const Defined shown(examples[2] + examples[3]);
     for (const auto& [id, steps] : {std::pair{"Blend", ": 75/25"},

@@ -118,8 +118,8 @@ TEST(ParameterValue, ValuesStepByStep) {
     EXPECT_TRUE(Defined(mix).get().setText("50/50", FromUser));
 }
 
-// Faults: a converter that isn't asked, a curve with the wrong base.
-TEST(ParameterValue, TheProductsOwnScales) {
+// Faults: a converter that isn't asked, or asked though there is none.
+TEST(ParameterValue, TheProductsOwnScale) {
     struct Double : DisplayMapper {
         float toNormalised(const Parameter*, float shown) override { return shown / 2; }
         float toDisplay(const Parameter*, float n) override { return n * 2; }
@@ -128,13 +128,6 @@ TEST(ParameterValue, TheProductsOwnScales) {
     take(fed.get(), "d 1; % 0; n 0.5; ~ 0");
     fed.get<Float>().setFeedback(&mapper);
     take(fed.get(), "d 1.5; % 0.75; ~ 1.5");
-
-    Float curved(nullptr, "P", "", 1.0f, 5.0f, 3.0f);
-    const float curves[] = {3.0f, (27.0f - 1) * 4 / 2 + 1, std::log(7.0f) * 4 / std::log(3.0f) + 1};
-    for (std::int32_t curve = 0; curve < 3; ++curve) {
-        curved.setCurve(curve, 3.0f);
-        EXPECT_FLOAT_EQ(curved.getCurved(), curves[curve]);
-    }
 }
 
 // Faults: steps that nobody asked for; ends that are no numbers, or leave a value outside.
@@ -177,10 +170,6 @@ TEST(ParameterValue, ChangesAreToldByTheBroadcastRule) {
     parameter.receive(change);
     change.code = ParameterMessage::ResetToDefault;
     parameter.receive(change);
-    change.code = ParameterMessage::StoreSecondary;
-    change.payload = toPayload(0.125f);
-    parameter.receive(change);
-    EXPECT_EQ(parameter.getSecondary(), 0.125f);
     EXPECT_EQ(ears.heard(),
               "P0 0.25 1 from 3; P0 0.5 2 from 4; P0 0.5 2 from 3; P0 0.75 3 from 2; "
               "P0 0.25 1 from 2; ");

@@ -4,7 +4,6 @@
 #include "parameters/MidiMapper.h"
 #include "support/Hearer.h"
 
-#include <functional>
 #include <list>
 #include <thread>
 #include <vector>
@@ -74,27 +73,28 @@ TEST(Parameter, ThreeThreadsChangeIt) {
         for (int i = 0; i < 9; ++i)
             listeners.emplace_back(*all[i % 3]);
         std::vector<std::thread> threads;
-        for (const std::function<void(float, int)>&change :
-             {std::function([&](float value, int) {
-                  number.setNormalised(value, FromHost);
-                  all[1]->setNormalised(value, FromHost);
-              }),
-              std::function([&](float value, int i) {
-                  number.setDisplayValue(value, FromUser);
-                  all[2]->setText(std::string(30 + i, 'u'), FromUser);
-              }),
-              std::function([&](float value, int i) {
-                  mapper.bind(i % 2, all[i % 2]);
-                  applyController(mapper, modules, i % 2, value, i, 512);
-              }),
-              std::function([&](float, int i) {
-                  const Last passing(*all[i % 3]);
-                  all[2]->setText(std::string(30 + i, 'x'), FromInternal);
-              })})
-            threads.emplace_back([=] {
+        const auto start = [&](auto change) {
+            threads.emplace_back([change, round] {
                 for (int i = 0; i < 100; ++i)
                     change(static_cast<float>((i * 37 + round) % 101) / 101.0f, i);
             });
+        };
+        start([&](float value, int) {
+            number.setNormalised(value, FromHost);
+            all[1]->setNormalised(value, FromHost);
+        });
+        start([&](float value, int i) {
+            number.setDisplayValue(value, FromUser);
+            all[2]->setText(std::string(30 + i, 'u'), FromUser);
+        });
+        start([&](float value, int i) {
+            mapper.bind(i % 2, all[i % 2]);
+            applyController(mapper, modules, i % 2, value, i, 512);
+        });
+        start([&](float, int i) {
+            const Last passing(*all[i % 3]);
+            all[2]->setText(std::string(30 + i, 'x'), FromInternal);
+        });
         for (std::thread& thread : threads)
             thread.join();
         for (const Last& listener : listeners)

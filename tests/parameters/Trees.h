@@ -44,14 +44,17 @@ private:
 
 inline const ParameterManager Manager;
 
-inline std::string definition(const std::string& parameters) {
-    return "<dict><file-format value='0.7'/><parameters>" + parameters + "</parameters></dict>";
+/// The text if it is a document, or else the document that it is the middle of.
+inline std::string documentOf(const std::string& text,
+                              const std::string& head = "<dict file-format='0.7'><parameters>",
+                              const std::string& tail = "</parameters></dict>") {
+    return text.starts_with("<dict") || text.starts_with("<?xml") ? text : head + text + tail;
 }
 
-/// Has the settings load a file with that text.
-inline Error loadText(Settings& settings, const std::string& text) {
+/// Has the settings load a file with these parameters.
+inline Error loadText(Settings& settings, const std::string& definition) {
     static const test::ScratchFolder folder;
-    folder.write("Settings.xml", text);
+    folder.write("Settings.xml", documentOf(definition));
     return settings.load(File(folder.path("Settings.xml")));
 }
 
