@@ -5,6 +5,7 @@
 #include "support/AllocationCount.h"
 
 #include <thread>
+#include <tuple>
 
 namespace tarn {
 namespace {
@@ -58,23 +59,19 @@ TEST(MidiMapper, ValuesInAHalfOfARange) {
         "<Both class='ParameterValue' type='float' minval='-1' maxval='1'/>"
         "<Uneven class='ParameterValue' type='integer' minval='-1' maxval='3'/>"
         "<Above class='ParameterValue' type='float'/><On class='ParameterValue' type='bool'/>");
-    struct Row {
-        const char* id;
-        std::int32_t range;
-        float low, high;  // at the controller's 0.0 and 1.0; inverted it is the other way round
-    };
-    for (const Row& row : {Row{"Both", midi::Full, 0.0f, 1.0f},
-                           {"Uneven", midi::Positive, 0.25f, 1.0f},
-                           {"Uneven", midi::Negative, 0.25f, 0.0f},
-                           {"Above", midi::Positive, 0.0f, 1.0f},
-                           {"On", midi::Negative, 0.0f, 1.0f}})
+    // Its ends stand at the controller's 0.0 and 1.0; inverted it is the other way round.
+    for (const auto& [id, range, low, high] : {std::tuple{"Both", midi::Full, 0.0f, 1.0f},
+                                               {"Uneven", midi::Positive, 0.25f, 1.0f},
+                                               {"Uneven", midi::Negative, 0.25f, 0.0f},
+                                               {"Above", midi::Positive, 0.0f, 1.0f},
+                                               {"On", midi::Negative, 0.0f, 1.0f}})
         for (const bool isInverted : {false, true}) {
             Mapper mapper(nullptr, Never);
-            mapper.setRange(9, row.range);
+            mapper.setRange(9, range);
             mapper.setInverted(9, isInverted);
-            const Parameter& parameter = settings.get(row.id);
-            EXPECT_EQ(toNormalised(mapper, 9, parameter, isInverted ? 1.0f : 0.0f), row.low);
-            EXPECT_EQ(toNormalised(mapper, 9, parameter, isInverted ? 0.0f : 1.0f), row.high);
+            const Parameter& parameter = settings.get(id);
+            EXPECT_EQ(toNormalised(mapper, 9, parameter, isInverted ? 1.0f : 0.0f), low);
+            EXPECT_EQ(toNormalised(mapper, 9, parameter, isInverted ? 0.0f : 1.0f), high);
         }
 }
 

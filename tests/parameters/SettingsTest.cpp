@@ -142,7 +142,8 @@ TEST(Settings, StatesComeBackAsTheyWere) {
     }
 }
 
-// Faults: copies that share what is a module's own, or have two of what belongs to all.
+// Faults: copies that share what is a module's own, or have two of what belongs to all; a list for
+// the host that leaves sections out; a radio that hears the parameter of another module.
 TEST(Settings, CopiesShareWhatIsNoModules) {
     Radio first(nullptr), second(nullptr);
     auto original =
@@ -157,9 +158,27 @@ TEST(Settings, CopiesShareWhatIsNoModules) {
         EXPECT_EQ(*next++ == &parameter, parameter.getScope() > Parameter::ModuleScope);
     });
     EXPECT_EQ(stateOf(copy), stateOf(*original));
+    EXPECT_EQ(copy.getAutomatable().size(), copies.size());
     EXPECT_EQ(copy.getSections()[1].child->getPath(), "Band.2");
+
+    first.setSettings(original.get());
+    second.setSettings(&copy);
+    Ears ears;
+    ears.setParent(&first);
+    for (const char* const name : {"M", "P", "None"})
+        ears.tuneInByName(name);
+    ears.setParent(&second);
     original->get("M").setFloat(0.0f, FromUser);
-    take(*copy.find("M", 0), "= 0.75");
+    copy.find("M", 0)->setFloat(0.25f, FromUser);
+    original->get("P").setFloat(1.0f, FromUser);
+    EXPECT_EQ(ears.heard(),
+              "M0 0.75 0.75 from 3; P0 0.5 0.5 from 3; M0 0.75 0.75 from 3; "
+              "M0 0.25 0.25 from 2; P0 1 1 from 2; ");
+    ParameterMessage change(nullptr, ParameterMessage::ValueChanged, "M", 0, 0, 0.5f, FromUser);
+    EXPECT_TRUE(copy.receive(change));
+    take(*copy.find("M", 0), "= 0.5");
+    change.cloneNumber = 9;
+    EXPECT_TRUE(copy.receive(change));
 
     // What is shared is the first one's while that is there, then the other's.
     original->start();
@@ -176,36 +195,6 @@ TEST(Settings, CopiesShareWhatIsNoModules) {
     EXPECT_EQ(settingsOf(*shared), copy.getSections()[2].child.get());
     copy.setParent(nullptr);
     EXPECT_EQ(copy.find("Wave", 1)->getParent(), nullptr);
-}
-
-// Faults: radios that tune in to the wrong parameter or to none, when they have moved too; a list
-// for the host with what it mustn't see.
-TEST(Settings, RadiosFindTheirParameters) {
-    Radio first(nullptr), second(nullptr);
-    Defined settings(
-        value("M") + value("P", "") + value("Not", "export='false'") +
-            section("S", value("M", "scope='module' export='false' automatable='true'")),
-        &first);
-    Settings copy(settings, true);
-    first.setSettings(&settings);
-    second.setSettings(&copy);
-    EXPECT_EQ(settings.getAutomatable().size(), 3u);
-    Ears ears;
-    ears.setParent(&first);
-    for (const char* const name : {"M", "P", "None"})
-        ears.tuneInByName(name);
-    EXPECT_EQ(ears.heard(), "M0 0.5 0.5 from 3; P0 0.5 0.5 from 3; ");
-    ears.setParent(&second);
-    settings.get("M").setFloat(1.0f, FromUser);
-    copy.find("M", 0)->setFloat(0.25f, FromUser);
-    settings.get("P").setFloat(1.0f, FromUser);
-    EXPECT_EQ(ears.heard(), "M0 0.5 0.5 from 3; M0 0.25 0.25 from 2; P0 1 1 from 2; ");
-
-    ParameterMessage change(nullptr, ParameterMessage::ValueChanged, "M", 0, 0, 0.75f, FromUser);
-    EXPECT_TRUE(settings.receive(change));
-    take(settings.get("M"), "= 0.75");
-    change.cloneNumber = 9;
-    EXPECT_TRUE(settings.receive(change));
 }
 
 // Faults: a value at the wrong place of a block, one that isn't forgotten, an allocation on the
