@@ -1,7 +1,6 @@
 // Settings from the text of a definition; what parameters do and tell, as texts.
 #pragma once
 
-#include "foundation/NumberText.h"
 #include "parameters/ParameterValue.h"
 #include "parameters/Trees.h"
 

@@ -80,15 +80,16 @@ TEST(MidiMapper, AControllerReachesAllModules) {
     Modules modules;
     modules.count = 3;
     const std::string id = "LongerThanAStringKeepsInsideItself";
-    Defined first("<" + id + " class='ParameterValue' type='float' scope='module'/>",
+    const std::string element = "<" + id + " class='ParameterValue' type='float' scope='module'/>";
+    Defined first(element + "<section name='S'/><section name='S'>" + element + "</section>",
                   modules.getModule(0));
     Settings second(first, true);
     modules.getModule(0)->setSettings(&first);
     modules.getModule(1)->setSettings(&second);
     Mapper mapper(nullptr, Never);
-    mapper.bind(1, &first.get(id));
+    mapper.bind(1, &first.get(id, 1));
     Radio listener(nullptr);
-    listener.tuneIn(&first.get(id));
+    listener.tuneIn(&first.get(id, 1));
     for (const auto& [position, place] : {std::pair{100, 100}, {-7, 0}, {9999, 255}}) {
         const long before = test::allocationsOfThisThread();
         EXPECT_TRUE(applyController(mapper, modules, 1, 0.75f, position, 256));
@@ -97,12 +98,13 @@ TEST(MidiMapper, AControllerReachesAllModules) {
         EXPECT_TRUE(second.getScheduler().getScheduled(id, place, &at) && at == 0.75f);
         EXPECT_FALSE(second.getScheduler().getScheduled(id, place + 128, &at));
         second.getScheduler().clear();
-        first.get(id).setFloat(0.0f, FromUser);
+        first.get(id, 1).setFloat(0.0f, FromUser);
     }
     EXPECT_TRUE(applyController(mapper, modules, 1, 0.25f, 5, 0));
     EXPECT_FALSE(applyController(mapper, modules, 2, 0.0f, 0, 256));
-    take(first.get(id), "= 0.25");
-    take(*second.find(id, 0), "= 0.25");
+    take(first.get(id, 1), "= 0.25");
+    take(*second.find(id, 1), "= 0.25");
+    take(*second.find(id, 0), "= 0.5");
 }
 
 // Faults: a binding that a state loses, or one that leads to nothing.

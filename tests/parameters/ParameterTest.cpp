@@ -12,21 +12,15 @@ namespace {
 
 using Keys = Range<std::int16_t>;
 
-std::string named(const std::string& id, const std::string& more) {
-    return "<" + id + " class='ParameterText' name='Output Level' " + more + "</" + id + ">";
-}
-
 // Faults: names that are too long for the host's field, or the same for two parameters.
 TEST(Parameter, NamesForTheHost) {
     Modules modules;
-    const Defined settings(named("Long", ">") +
-                               named("Short",
-                                     "><info><alias value='Out Lev'/><alias value='OL'/>"
-                                     "<alias value='Output'/></info>") +
-                               "<section name='EQ'>" + named("Gain", ">") + "</section>",
-                           modules.getModule(0));
+    const Defined settings(
+        "<Long class='ParameterText' name='Output Level'/><Short class='ParameterText'><info>"
+        "<alias value='Out Lev'/><alias value='OL'/><alias value='Output'/></info></Short>"
+        "<section name='EQ'><Gain class='ParameterText' name='Gain'/></section>",
+        modules.getModule(0));
     settings.get("Gain").setParent(modules.getModule(1));
-    settings.get("Gain").setName("Gain");
     const auto expect = [&](const char* id, int length, const char* name) {
         EXPECT_EQ(settings.get(id).getHostName(length), name);
     };

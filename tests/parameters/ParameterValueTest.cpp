@@ -21,11 +21,16 @@ std::string number(const std::string& type, const std::string& low, const std::s
            "' " + more + "</P>";
 }
 
+std::string shown(const std::string& display, const std::string& low = "0",
+                  const std::string& high = "1") {
+    return number("float", low, high, "><display " + display + "/>");
+}
+
 // Faults: a scale with a wrong formula, or a way back that isn't its inverse.
 TEST(ParameterValue, EachScaleShowsByItsFormulaAndComesBack) {
     struct Scale {
         std::string low, high, display;
-        double (*shown)(double n);
+        double (*formula)(double n);
     };
     std::mt19937 random(1);
     for (const Scale& scale : {
@@ -36,16 +41,15 @@ TEST(ParameterValue, EachScaleShowsByItsFormulaAndComesBack) {
              {"0", "1", "scaling='exponential' min='0' max='10'",
               [](double n) { return std::log(31 * n + 1) * 10 / std::log(32.0); }},
          }) {
-        const Defined settings(
-            number("float", scale.low, scale.high, "><display " + scale.display + "/>"));
+        const Defined settings(shown(scale.display, scale.low, scale.high));
         auto& parameter = settings.get<Float>();
         const float span = parameter.getDisplayMaximum() - parameter.getDisplayMinimum();
         for (int i = 0; i <= 1000; ++i) {
             const float n = i < 2 ? static_cast<float>(i) : static_cast<float>(random()) * 0x1p-32f;
-            const float shown = parameter.toDisplayValue(n);
-            ASSERT_NEAR(shown, scale.shown(n), 1e-6 * std::max(1.0f, std::abs(shown)));
-            parameter.setDisplayValue(shown, FromUser);
-            ASSERT_NEAR(parameter.getDisplayValue(), shown, std::abs(span) * 0x1p-22f);
+            const float value = parameter.toDisplayValue(n);
+            ASSERT_NEAR(value, scale.formula(n), 1e-6 * std::max(1.0f, std::abs(value)));
+            parameter.setDisplayValue(value, FromUser);
+            ASSERT_NEAR(parameter.getDisplayValue(), value, std::abs(span) * 0x1p-22f);
             parameter.setNormalised(n, FromHost);
             ASSERT_NEAR(parameter.getNormalised(), n, 0x1p-22f);
         }
@@ -70,11 +74,8 @@ TEST(ParameterValue, WholeNumbersComeBackFromTheHost) {
 // Faults: values beyond the range, non-numbers and denormals that reach an engine; steps that are
 // left, or that lead out of the range; what is shown and typed at the edges.
 TEST(ParameterValue, ValuesStepByStep) {
-    const std::string display = "><display ";
-    const std::string wide =
-        number("float", "-200", "200", display + "precision='3' nrdigits='4'/>");
-    const std::string mix =
-        number("float", "0", "1", display + "type='mix' min='-100' max='100'/>");
+    const std::string wide = shown("precision='3' nrdigits='4'", "-200", "200");
+    const std::string mix = shown("type='mix' min='-100' max='100'");
     for (const auto& [parameter, steps] : {
              std::pair{number("float", "-1", "2"),
                        "v 1; v nan; v inf; n nan; n -inf; d nan; = 1; v 5; = 2; n -7; = -1; "
@@ -88,24 +89,20 @@ TEST(ParameterValue, ValuesStepByStep) {
              {number("bool", "0", "0"), "n 0.4; = 0; n 0.5; = 1; t 0; = 0; t 1.0; = 1"},
              {number("integer", "-10", "10", "steps='9'>"), "v 4; = 5; v 3; = 2; : 2.0"},
              // Texts, shown and typed.
-             {number("float", "-1", "1", display + "type='pan'/>"),
-              "v 0.004; : center; v 0.02; : R 2%"},
+             {shown("type='pan'", "-1", "1"), "v 0.004; : center; v 0.02; : R 2%"},
              {mix, "n 0; : 100/0; n 1; : 0/100; t 50/50; = 1"},
-             {number("float", "0", "1", display + "type='ratio'/>"),
+             {shown("type='ratio'"),
               "n 0; : 1:1; n 0.99; : 100.0:1; n 0.991; : oo:1; t 2; = 0.5; t 1:0; = 0.5; t x; = 0"},
              {wide,
               "v 0; : 0.000; v -0.0004; : 0.000; v -0.002; : -0.002; v 1.23456; : 1.235; "
               "v 123.456; : 123.5; v 10; : 10.00; t  +2.5 dB; : 2.500; t dB; : 2.500; t ; : 2.500"},
-             {number("float", "0", "1", display + "scaling='dB'/>"), "n 0; : -oo; n 1; : 0.00"},
-             {number("float", "0", "1", display + "precision='99' nrdigits='99'/>"),
-              "n 0.5; : 0.5000000000000000"},
-             {number("integer", "0", "9", display + "precision='0'/>"), "t 7.9; = 7; : 7"},
+             {shown("scaling='dB'"), "n 0; : -oo; n 1; : 0.00"},
+             {shown("precision='99' nrdigits='99'"), "n 0.5; : 0.5000000000000000"},
+             {number("integer", "0", "9", "><display precision='0'/>"), "t 7.9; = 7; : 7"},
              // Scales on which what is typed doesn't come back as it is shown.
-             {number("float", "0", "1", display + "scaling='exponential' min='5' max='15'/>"),
-              "n 0; ~ 5; d 10; % 1"},
-             {number("float", "0.1", "1", display + "scaling='dB'/>"),
-              "n 0; ~ -20; v 0.5; ~ -6.0206; d -10; % 0.5"},
-             {number("float", "0", "1", display + "scaling='logarithmic' min='1' max='10'/>"),
+             {shown("scaling='exponential' min='5' max='15'"), "n 0; ~ 5; d 10; % 1"},
+             {shown("scaling='dB'", "0.1", "1"), "n 0; ~ -20; v 0.5; ~ -6.0206; d -10; % 0.5"},
+             {shown("scaling='logarithmic' min='1' max='10'"),
               "v 0.25; d 5; = 0.25; : 1.0"},  // a division by 0
          }) {
         SCOPED_TRACE(parameter);
@@ -121,10 +118,10 @@ TEST(ParameterValue, ValuesStepByStep) {
 // Faults: a converter that isn't asked, or asked though there is none.
 TEST(ParameterValue, TheProductsOwnScale) {
     struct Double : DisplayMapper {
-        float toNormalised(const Parameter*, float shown) override { return shown / 2; }
+        float toNormalised(const Parameter*, float value) override { return value / 2; }
         float toDisplay(const Parameter*, float n) override { return n * 2; }
     } mapper;
-    const Defined fed(number("float", "0", "1", "><display scaling='feedback'/>"));
+    const Defined fed(shown("scaling='feedback'"));
     take(fed.get(), "d 1; % 0; n 0.5; ~ 0");
     fed.get<Float>().setFeedback(&mapper);
     take(fed.get(), "d 1.5; % 0.75; ~ 1.5");

@@ -13,7 +13,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 std::string value(const std::string& id, const std::string& more = "scope='module'") {
-    return "<" + id + " class='ParameterValue' type='float' defval='0.5' " + more + "/>";
+    return "<" + id + " class='ParameterValue' type='float' " + more + "/>";
 }
 
 std::string section(const std::string& name, const std::string& content) {
