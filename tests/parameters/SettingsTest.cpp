@@ -103,6 +103,7 @@ TEST(Settings, StatesComeBackAsTheyWere) {
     const auto setAll = [&](float number) {
         forEachParameter(settings, [&](Parameter& p) { p.setFloat(number, FromUser); });
     };
+    EXPECT_FALSE(settings.get("M").hasFlag(Parameter::Automatable | Parameter::Persistent));
     setAll(0.25f);
     const std::string saved = stateOf(settings);
     for (const char* const there :
