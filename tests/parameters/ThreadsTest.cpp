@@ -20,8 +20,9 @@ struct Last {
     bool isTrue() const {
         const auto& change = static_cast<const ParameterMessage&>(*heard);
         const auto& station = static_cast<const Parameter&>(*change.sender);
-        return change.value == station.getNormalised() &&
-               (!change.hasText || change.text.str() == station.getText());
+        const std::string text = station.getType() == Parameter::String ? station.getText() : "";
+        return change.value == station.getNormalised() && change.text.str() == text &&
+               change.hasText == !text.empty();
     }
 
     std::unique_ptr<Message> heard;
