@@ -14,6 +14,7 @@ namespace tarn {
 namespace {
 
 constexpr int SignatureBytes = 4;  // that are tested here; libpng tests all 8
+constexpr std::array<png_byte, 10> GammaChunks = {'g', 'A', 'M', 'A', 0, 's', 'R', 'G', 'B', 0};
 constexpr double DefaultFileGamma = 0.45455;
 constexpr double ScreenGamma = 2.2;
 
@@ -78,6 +79,9 @@ private:
     void header() {
         png_set_sig_bytes(png_, SignatureBytes);
         png_set_user_limits(png_, MostPngPixelsASide, MostPngPixelsASide);
+        // All other chunks beside the pixels are passed over, which takes no memory.
+        png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
+        png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_AS_DEFAULT, GammaChunks.data(), 2);
         png_set_crc_action(png_, PNG_CRC_ERROR_QUIT, PNG_CRC_ERROR_QUIT);
         png_read_info(png_, info_);
     }

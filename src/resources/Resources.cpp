@@ -513,7 +513,7 @@ std::shared_ptr<Bitmap> Resources::getBitmap(const std::string& id) {
     keys->getString("filename", fileName);
     const File image = resolveImage(File(fileName), getSkin(currentSkin_));
     log(LogDetail, "  filename: ", image.getPath());
-    const auto bitmap = std::make_shared<Bitmap>();
+    auto bitmap = std::make_shared<Bitmap>();
     bitmap->loadFile(image);
     if (!bitmap->isValid()) {
         log(LogWarning, "  failed to load bitmap ", id);

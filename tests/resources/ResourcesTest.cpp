@@ -399,7 +399,7 @@ TEST_F(ResourcesTest, SamplesGoWhenNobodyHoldsThem) {
             else if (step % 4 == 2)
                 resources->removeSample("x");
             else
-                resources->addSample(i % 2 == 0 ? "x" : "y", sampleOf(0.5f).get());
+                resources->addSample(i % 2 == 0 ? "x" : "y", makeShared<Sample>().get());
         }
     }
     played = resources->getSample("y");
@@ -481,14 +481,15 @@ TEST_F(ResourcesTest, AStateBringsItsSamples) {
 TEST_F(ResourcesTest, SamplesAreLookedUpOnTwoThreads) {
     Resources resources;
     std::string id;
-    resources.readSample(id, entryOf("x", "", sampleOf(0.5f).get()));
+    const Dictionary entry = entryOf("x", "", sampleOf(0.5f).get());
+    resources.readSample(id, entry);
     std::thread other([&resources] {
         for (int i = 0; i < 300; ++i)
             EXPECT_TRUE(levelOf(resources, "x") == 0.5f || levelOf(resources, "x") == 0.0f);
     });
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 30; ++i) {
         resources.retainAllSamples();
-        resources.readSample(id, entryOf("x", "", sampleOf(0.5f).get()));
+        resources.readSample(id, entry);
         resources.removeSample("x");
         resources.releaseAllSamples();
     }

@@ -1,0 +1,53 @@
+// A product's list from anywhere: its images and samples are loaded, and it is read as a state and
+// written too. One that is refused leaves the former list.
+#include "resources/Resources.h"
+
+#include "Product.h"
+#include "Require.h"
+
+#include <cstdint>
+
+using namespace tarn;
+using fuzz::require;
+
+namespace {
+
+void requireInside(const Bitmap& bitmap) {
+    const Rect whole = bitmap.getRect();
+    const std::int32_t frames = bitmap.getFrameCount();
+    require(frames >= 1 && frames <= whole.right * whole.bottom);
+    for (std::int32_t i = 0; i < frames; ++i) {
+        const Rect frame = bitmap.getFrameRect(i);
+        require(!frame.isEmpty() && frame.unitedWith(whole) == whole);
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const fuzz::Product product;
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    const auto load = [](Resources& resources, const std::string& list) {
+        product.store.write("list", list);
+        return resources.load(File(product.store.path("list"))).isOk();
+    };
+    Resources resources;
+    require(load(resources,
+                 "<dict><info creator='tarn' version=''/><file-format value='0.7'/>"
+                 "<bitmaps><former filename='a.png'/></bitmaps></dict>"));
+    const bool isLoaded = load(resources, text);
+    require(isLoaded || resources.getBitmap("former") != nullptr);
+    Dictionary list(text);
+    for (const char* key : {"bitmaps", "samples"}) {
+        const auto entries = list.getArray(key);
+        for (std::int32_t i = 0; entries && i < entries->count(""); ++i)
+            if (const auto bitmap = resources.getBitmap(entries->getEntry(i)->getName()))
+                requireInside(*bitmap);
+    }
+    resources.retainAllSamples();
+    resources.readSamples(list);
+    resources.writeSamples(list);
+    resources.releaseAllSamples();
+    resources.setCurrentSkin("none");
+    return 0;
+}
