@@ -11,6 +11,9 @@ export CCACHE_BASEDIR CCACHE_NOHASHDIR=1
 say() { printf '%s\n' "$*" >&2; }
 die() { say "error: $*"; exit 1; }
 
+# Whether the machine's kernel runs 32-bit programs; some virtual machines' don't.
+runs_32_bit() { /lib/ld-linux.so.2 --version >/dev/null 2>&1; }
+
 # The targets named, in their fixed order; all when none is named.
 expand_targets() {
     [ $# -gt 0 ] || { printf '%s' "$all_targets"; return; }
