@@ -22,7 +22,7 @@ endfunction()
 # The tests of a room: all *.cpp of the folder, and of its subfolder for the system, linux or windows, in one executable;
 # every case runs in a process of its own.
 #   tarn_tests(link NEEDS link LOCKS connections)
-# LOCKS names what the cases share with the whole machine (connection slots, the registry): such cases never run at
+# LOCKS names what the cases share with the whole machine (connection slots): such cases never run at
 # the same time. PROGRAMS names targets that the cases start; test code finds each one's path in a macro named after it,
 # as in PROGRAM_host.
 function(tarn_tests name)

@@ -19,7 +19,7 @@ public:
     template <typename Info>
     static std::unique_ptr<Product> of(const std::string& folder) {
         struct Tested : Info {
-            std::string getRegistryKey() const override { return ScratchStore::Key; }
+            std::string getRegistryKey() const override { return ScratchStore::key(); }
             std::string getLogFolder() const override { return "tarn-test"; }
         };
         auto product = std::make_unique<Product>();

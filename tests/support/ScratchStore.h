@@ -12,13 +12,13 @@ public:
     ScratchStore();
     ~ScratchStore();
 
-    /// Of the tests, below either root.
-    static constexpr char Key[] = "Software\\Tarn tests\\Scratch";
+    /// Of this process, below either root, so that tests may run at once.
+    static std::string key();
 
     static constexpr std::uint32_t ReadWrite = Preferences::Read | Preferences::Write;
 
     Preferences open(platform::PreferencesRoot root, std::uint32_t flags = ReadWrite) const {
-        return Preferences(root, Key, flags);
+        return Preferences(root, key(), flags);
     }
     Preferences openUser(std::uint32_t flags = ReadWrite) const {
         return open(platform::PreferencesRoot::CurrentUser, flags);

@@ -16,7 +16,7 @@ TEST(WindowsPreferences, SurviveWhatOthersWroteAndWriteWhatOthersRead) {
     const ScratchStore store;
     Preferences user = store.openUser();
     HKEY key = nullptr;
-    ::RegOpenKeyExA(HKEY_CURRENT_USER, ScratchStore::Key, 0, KEY_READ | KEY_WRITE, &key);
+    ::RegOpenKeyExA(HKEY_CURRENT_USER, ScratchStore::key().c_str(), 0, KEY_READ | KEY_WRITE, &key);
     // Name, type and bytes, and the text that they are for us.
     const std::tuple<std::string, DWORD, std::string, std::string> theirs[] = {
         {"unterminated", REG_SZ, "a\0b\0"s, "ab"},

@@ -11,4 +11,8 @@ ScratchStore::ScratchStore() {
 
 ScratchStore::~ScratchStore() = default;
 
+std::string ScratchStore::key() {
+    return "Software\\Tarn tests";
+}
+
 }  // namespace tarn::test

@@ -2,16 +2,29 @@
 
 #include <windows.h>
 
+#include <string>
+
 namespace tarn::test {
 
-ScratchStore::ScratchStore() {
+namespace {
+
+void deleteKeys() {
     for (HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE})
-        ::RegDeleteTreeA(root, "Software\\Tarn tests");
+        ::RegDeleteTreeA(root, ScratchStore::key().c_str());
+}
+
+}  // namespace
+
+ScratchStore::ScratchStore() {
+    deleteKeys();
 }
 
 ScratchStore::~ScratchStore() {
-    for (HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE})
-        ::RegDeleteTreeA(root, "Software\\Tarn tests");
+    deleteKeys();
+}
+
+std::string ScratchStore::key() {
+    return "Software\\Tarn tests\\" + std::to_string(::GetCurrentProcessId());
 }
 
 }  // namespace tarn::test
