@@ -434,7 +434,10 @@ void Resources::writeSamplesTo(Dictionary& dictionary, bool withData) const {
 
 void Resources::addSearchFolder(const Folder& folder) {
     const auto isSame = [&folder](const Folder& known) { return known.equals(folder); };
-    if (!folder.exists() || std::any_of(searchFolders_.begin(), searchFolders_.end(), isSame))
+    if (!folder.exists())
+        return;
+    const std::lock_guard hold(lock_);
+    if (std::any_of(searchFolders_.begin(), searchFolders_.end(), isSame))
         return;
     log(LogProgress, "adding ", folder.getPath() + " to resources");
     searchFolders_.push_back(folder);
@@ -458,7 +461,10 @@ bool Resources::findFile(File& file) {
 
 bool Resources::search(File& file) {
     std::vector<Folder> roots = {samplesPath_, Folder::current()};
-    roots.insert(roots.end(), searchFolders_.begin(), searchFolders_.end());
+    {
+        const std::lock_guard hold(lock_);
+        roots.insert(roots.end(), searchFolders_.begin(), searchFolders_.end());
+    }
     std::set<std::string> tried;
     for (Folder level : roots) {
         for (int up = 0; up < LevelsUp && !level.isEmpty(); ++up) {

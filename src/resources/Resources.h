@@ -25,9 +25,10 @@
 namespace tarn {
 
 /// One a process, shared by all instances. Its parent is the instance that is asked about missing
-/// files, a MissingFileHandler; it may be null.
+/// files, a MissingFileHandler; it may be null, and doesn't go while a search is under way.
 ///
-/// Samples are looked up, added and removed on any thread; everything else is for the interface
+/// Samples are looked up, added and removed, files searched and search folders added on any thread,
+/// since hosts may load the states of two instances at once; everything else is for the interface
 /// thread. The audio thread uses nothing here: it holds its samples by their counts.
 class Resources : public Radio {
 public:
@@ -133,7 +134,7 @@ private:
     std::vector<Folder> searchFolders_;
     SampleMap samples_;
     Folder samplesPath_;
-    mutable Mutex lock_;  // guards samples_
+    mutable Mutex lock_;  // guards samples_ and searchFolders_
     std::map<std::string, BitmapEntry> bitmaps_;
     std::vector<Skin> skins_;  // never empty; the first one is the default skin
     std::string currentSkin_;  // may name a skin that is gone

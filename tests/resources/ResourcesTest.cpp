@@ -477,17 +477,24 @@ TEST_F(ResourcesTest, AStateBringsItsSamples) {
     EXPECT_THAT(fileName, EndsWith("drums.pack"));
 }
 
-// Fault: a look-up on one thread while another one changes the list. ThreadSanitizer sees it.
-TEST_F(ResourcesTest, SamplesAreLookedUpOnTwoThreads) {
+// Fault: a look-up on one thread while another one changes what it walks. ThreadSanitizer sees it.
+TEST_F(ResourcesTest, SamplesAndFilesAreLookedUpOnTwoThreads) {
     Resources resources;
     std::string id;
     const Dictionary entry = entryOf("x", "", sampleOf(0.5f).get());
     resources.readSample(id, entry);
     std::thread other([&resources] {
+        for (int i = 0; i < 30; ++i) {
+            File missing("missing.wav");
+            EXPECT_FALSE(resources.findFile(missing));
+        }
         for (int i = 0; i < 300; ++i)
             EXPECT_TRUE(levelOf(resources, "x") == 0.5f || levelOf(resources, "x") == 0.0f);
     });
     for (int i = 0; i < 30; ++i) {
+        const std::string folder = product.store.path("d" + std::to_string(i));
+        std::filesystem::create_directory(folder);
+        resources.addSearchFolder(Folder(folder));
         resources.retainAllSamples();
         resources.readSample(id, entry);
         resources.removeSample("x");
