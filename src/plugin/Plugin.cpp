@@ -426,9 +426,19 @@ bool Plugin::importSample(const File& file, std::string& message) {
     const SampleMapping all;
     sampleManager_->setMapping(path, all.value, {all.keyLow, all.keyHigh},
                                {all.velocityLow, all.velocityHigh});
+    holdSamples();
     ResourceMessage loaded(this, ResourceMessage::ResourceLoaded, path, 0);
     transmit(loaded);
     return true;
+}
+
+// When an instance has loaded, resources drop the samples that nobody holds.
+void Plugin::holdSamples() {
+    samples_.clear();
+    if (const Resources* const resources = Mission::get().getResources())
+        for (const std::string& name : sampleManager_->getNames())
+            if (SharedObjectPtr<Sample> sample = resources->getSample(name))
+                samples_.push_back(std::move(sample));
 }
 
 // A single preset replaces the current one, several all of them.
@@ -523,6 +533,7 @@ bool Plugin::readState(Dictionary& state) {
     readMidi(state);
     if (const auto mappings = state.getArray(SamplesKey))
         sampleManager_->read(*mappings);
+    holdSamples();
     resourcesLoading(false);
     if (auto* const parameter = currentProgramOf(firstSettings()))
         parameter->sendValue();

@@ -7,6 +7,7 @@
 
 #include "audio/IOPinConfig.h"
 #include "foundation/Radio.h"
+#include "foundation/SharedObject.h"
 #include "foundation/Word.h"
 #include "parameters/MidiMapper.h"
 #include "parameters/ModuleDirectory.h"
@@ -168,6 +169,7 @@ private:
     bool receiveParameter(Message& message);
     bool receiveSystem(Message& message);
     void tellSample(Message& message);
+    void holdSamples();
     bool importSample(const File& file, std::string& message);
     bool importPresets(const File& file, std::string& message);
     void writeHeader(Dictionary& state) const;
@@ -188,6 +190,7 @@ private:
     std::unique_ptr<Settings> settings_;
     std::vector<std::unique_ptr<Module>> modules_;
     std::unique_ptr<SampleManager> sampleManager_;
+    std::vector<SharedObjectPtr<Sample>> samples_;  // mapped ones: they stay while others load
     MidiMapper<Parameter*> midiMapper_;
     std::vector<Tuning> tunings_{1};
     std::size_t currentTuning_ = 0;            // always one that is there

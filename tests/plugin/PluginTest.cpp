@@ -1,8 +1,10 @@
 #include "foundation/Dictionary.h"
+#include "foundation/File.h"
 #include "parameters/Settings.h"
 #include "plugin/Plugin.h"
 #include "plugin/Sampler.h"
 #include "samples/SampleManager.h"
+#include "samples/WaveBytes.h"
 #include "support/AllocationCount.h"
 #include "support/Hearer.h"
 
@@ -79,6 +81,8 @@ TEST(Plugin, WithoutItsDefinitionAnInstanceFailsAndTellsItOnce) {
 // part spoil another.
 TEST(Plugin, TheStateBringsBackAnInstance) {
     const test::SamplerProduct sampler(test::SettingsText, bankOf({"Soft", "Loud", "Third"}));
+    sampler.files.write("hit.wav",
+                        test::waveFile(test::formatChunk(1, 8) + test::chunk("data", "12345678")));
     const std::string names[] = {"", "Zo\u00eb <&\"' \u5c71\u7530 \U0001F3B8", std::string(31, 'a'),
                                  std::string(32, 'b'), std::string(100, 'c')};
     std::mt19937 random(1);
@@ -104,10 +108,13 @@ TEST(Plugin, TheStateBringsBackAnInstance) {
                                             &plugin.parameter("Volume"));
             if (random() % 4 == 0)
                 plugin.getSampleManager().setMapping(names[2], 1, {1, 2}, {3, 4});
+            if (random() % 8 == 0)
+                plugin.importFile(File(sampler.files.path("hit.wav")));
         }
         const std::string state = stateOf(plugin);
         ASSERT_TRUE(restore(fresh, state));
         ASSERT_EQ(stateOf(fresh), state);
+        ASSERT_EQ(stateOf(plugin), state);
         EXPECT_EQ(fresh.getProgram(), plugin.getProgram());
         EXPECT_EQ(fresh.parameter("CurrentProgram").getFloat(),
                   static_cast<float>(plugin.getProgram()));
