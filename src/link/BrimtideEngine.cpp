@@ -121,6 +121,7 @@ void BrimtideEngine::onReset() {
 }
 
 void BrimtideEngine::idle() {
+    EngineEffect::idle();
     countReceivers();
 }
 

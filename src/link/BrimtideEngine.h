@@ -73,7 +73,6 @@ private:
     };
 
     void rename(const ParameterMessage& change);
-    void askHost(std::int32_t latency) noexcept;
     void askForOffline() noexcept;
     void countReceivers() noexcept;
     void publishPeak(float peak) noexcept;

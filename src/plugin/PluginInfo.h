@@ -67,6 +67,7 @@ public:
     virtual std::string getCredits() const = 0;
 
     /// "Brimtide 1.2.0 skin: " and the present skin's name and author, as far as one is loaded.
+    /// Interface thread.
     virtual std::string getAboutText() const;
     virtual std::int32_t getProductCode() const = 0;
     virtual std::string getVendorRegistryKey() const { return "Software\\" + getVendorName(); }
