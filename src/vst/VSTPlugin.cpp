@@ -20,7 +20,7 @@ namespace tarn {
 namespace {
 
 // Frames of an input that can be copied at a time: at least so many, more where a host announces
-// longer blocks, but no more than a million.
+// longer blocks. Beyond a million frames no announcement is believed.
 constexpr VstInt32 InPlaceFrames = 8192;
 constexpr VstInt32 MaxInPlaceFrames = 1 << 20;
 
@@ -75,11 +75,12 @@ void VSTPlugin::setSampleRate(float rate) {
 }
 
 void VSTPlugin::setBlockSize(VstInt32 frames) {
+    frames = std::clamp(frames, VstInt32{0}, MaxInPlaceFrames);
     AudioEffectX::setBlockSize(frames);
     plugin_->setBlockSize(frames);
     const AudioGate::Change change(gate_);
     if (change.isInside())
-        inPlacePin_.setSize(std::clamp(frames, InPlaceFrames, MaxInPlaceFrames));
+        inPlacePin_.setSize(std::max(frames, InPlaceFrames));
 }
 
 void VSTPlugin::process(float* const* inputs, float* const* outputs, VstInt32 frames) noexcept {

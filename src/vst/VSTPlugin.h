@@ -31,7 +31,7 @@ public:
     void setSampleRate(float rate) override;
 
     /// Makes room for the copies that a block of so many frames may need, unless a block under way
-    /// doesn't end.
+    /// doesn't end. Beyond 0 to a million the nearest counts.
     void setBlockSize(VstInt32 frames) override;
 
     /// Any number of frames, whatever the announced block size. Does nothing while suspended, when

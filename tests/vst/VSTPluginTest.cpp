@@ -124,6 +124,11 @@ TEST(VSTPlugin, TellsReceiversWhatTheHostTells) {
         instance.process({&silence, &silence}, {&silence, &silence}, 0);
         EXPECT_EQ(inspectConnection(0)->sender->rate, heard) << told;
     }
+    for (const auto& [told, heard] : {std::pair(0x7FFFFFFF, 1u << 20), {-1, 0u}}) {
+        instance.call(effSetBlockSize, 0, told);
+        instance.process({&silence, &silence}, {&silence, &silence}, 0);
+        EXPECT_EQ(inspectConnection(0)->sender->announcedBlock, heard) << told;
+    }
 }
 
 // Faults: a name that a host can't set, a state that doesn't come back or, when it is damaged,
