@@ -22,6 +22,11 @@ std::vector<Pair>& pairs() {
     return all;
 }
 
+std::vector<std::function<void()>>& prints() {
+    static std::vector<std::function<void()>> all;
+    return all;
+}
+
 void registerOne(const Pair& pair, const char* side, std::function<void(benchmark::State&)> run) {
     auto* const one = benchmark::RegisterBenchmark((pair.name + side).c_str(), std::move(run));
     if (pair.ownTimes)
@@ -85,6 +90,10 @@ void compareOwnTimesAtLeast(const std::string& name, double timesAsFast,
     registerPair({name, timesAsFast, true, true}, std::move(ours), std::move(rival));
 }
 
+void printAtTheEnd(std::function<void()> print) {
+    prints().push_back(std::move(print));
+}
+
 namespace {
 
 int run(int argc, char** argv) {
@@ -105,6 +114,8 @@ int run(int argc, char** argv) {
     for (const Pair& pair : pairs())
         print(pair, collector.fastest(pair.name + "/ours"),
               collector.fastest(pair.name + "/rival"));
+    for (const auto& one : prints())
+        one();
     return 0;
 }
 

@@ -22,4 +22,7 @@ void compareOwnTimesAtLeast(const std::string& name, double timesAsFast,
                             std::function<void(benchmark::State&)> ours,
                             std::function<void(benchmark::State&)> rival);
 
+/// Runs after the table, for what is a figure and no ratio.
+void printAtTheEnd(std::function<void()> print);
+
 }  // namespace tarn::bench

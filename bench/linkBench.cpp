@@ -1,63 +1,24 @@
-// The way from the host's buffer to the receiver's. Every rival includes the clock calls that the
-// format asks for.
+// A connection's two ends. Every rival includes the clock calls that the format asks for.
+#include "Blocks.h"
 #include "Ratios.h"
 #include "link/IOBridge.h"
 #include "platform/Clock.h"
 #include "support/SampleBySample.h"
-#include "vst/VSTPlugin.h"
-
-#include <xmmintrin.h>
 
 #include <boost/lockfree/spsc_queue.hpp>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 namespace {
 
 using namespace tarn;
+using bench::AsInBlock;
+using bench::Audio;
+using bench::audio;
+using bench::RivalRing;
 using benchmark::State;
 
-// Memory at a distance from a page's start: where bytes land is part of what their copy costs.
-template <typename T, std::size_t Offset>
-struct FromPage {
-    using value_type = T;
-    template <typename Other>
-    struct rebind {
-        using other = FromPage<Other, Offset>;
-    };
-
-    FromPage() = default;
-    template <typename Other>
-    FromPage(const FromPage<Other, Offset>&) {}
-
-    T* allocate(std::size_t count) {
-        char* pages = static_cast<char*>(operator new(Offset + count * sizeof(T), Page));
-        return reinterpret_cast<T*>(pages + Offset);
-    }
-    void deallocate(T* memory, std::size_t) {
-        operator delete(reinterpret_cast<char*>(memory) - Offset, Page);
-    }
-
-    static constexpr std::align_val_t Page{4096};
-};
-
-// A rival's ring lies where the format puts ours, which isn't ours to choose.
-template <typename T>
-using AsInBlock = FromPage<T, offsetof(ConnectionBlock, audio)>;
-using RivalRing = std::vector<float, AsInBlock<float>>;
 using RingAsInBlock = std::vector<ConnectionRing, AsInBlock<ConnectionRing>>;
-
-// Blocks of audio lie a quarter of a page away, so that no copy waits by chance for stores to the
-// same place in another page.
-using Audio = std::vector<float, FromPage<float, 1024>>;
-
-Audio audio(std::uint32_t frames) {
-    Audio samples(frames);
-    for (std::uint32_t i = 0; i < frames; ++i)
-        samples[i] = static_cast<float>(i % 255) / 256.0f - 0.5f;
-    return samples;
-}
 
 struct Master : IOBridge<float> {
     explicit Master(std::string pattern = "bench *") : IOBridge(pattern) {}
@@ -141,53 +102,6 @@ void sampleBySample(State& state, std::uint32_t frames) {
     }
 }
 
-VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32, VstIntPtr, void*, float) {
-    return opcode == audioMasterVersion ? kVstVersion : 0;
-}
-
-struct Stereo {
-    explicit Stereo(std::uint32_t frames)
-        : left(audio(frames)), right(left), out0(frames), out1(frames) {}
-    Audio left, right, out0, out1;
-    float* inputs[2] = {left.data(), right.data()};
-    float* outputs[2] = {out0.data(), out1.data()};
-};
-
-void processReplacing(State& state, std::uint32_t frames) {
-    AEffect* effect = (new VSTPlugin(host))->getAeffect();
-    effect->dispatcher(effect, effMainsChanged, 0, 1, nullptr, 0.0f);
-    Stereo stereo(frames);
-    for (auto _ : state) {
-        effect->processReplacing(effect, stereo.inputs, stereo.outputs,
-                                 static_cast<VstInt32>(frames));
-        benchmark::ClobberMemory();
-    }
-    effect->dispatcher(effect, effClose, 0, 0, nullptr, 0.0f);
-}
-
-// The same work with nothing around it.
-void copiesPeakAndClock(State& state, std::uint32_t frames) {
-    RivalRing ring(ConnectionRingSamples);
-    Stereo stereo(frames);
-    std::uint32_t position = 0;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(platform::systemCalendarSeconds());
-        std::memcpy(ring.data() + position, stereo.left.data(), frames * sizeof(float));
-        position = (position + frames) & ConnectionRingMask;
-        __m128 peak = _mm_setzero_ps();
-        __m128 other = _mm_setzero_ps();
-        const __m128 sign = _mm_set1_ps(-0.0f);
-        for (std::uint32_t i = 0; i < frames; i += 8) {
-            peak = _mm_max_ps(_mm_andnot_ps(sign, _mm_loadu_ps(stereo.inputs[0] + i)), peak);
-            other = _mm_max_ps(_mm_andnot_ps(sign, _mm_loadu_ps(stereo.inputs[0] + i + 4)), other);
-        }
-        benchmark::DoNotOptimize(peak = _mm_max_ps(peak, other));
-        std::memcpy(stereo.outputs[0], stereo.inputs[0], frames * sizeof(float));
-        std::memcpy(stereo.outputs[1], stereo.inputs[1], frames * sizeof(float));
-        benchmark::ClobberMemory();
-    }
-}
-
 using Work = void (*)(State&, std::uint32_t);
 
 void pair(const char* name, std::uint32_t frames, double goal, Work ours, Work rival) {
@@ -206,8 +120,6 @@ const bool registered = [] {
     bench::compareAtLeast(
         "put and get, loop 512", 8.0, [](State& state) { putAndGet(state, 512); },
         [](State& state) { sampleBySample(state, 512); });
-    pair("processReplacing", 64, 2.5, processReplacing, copiesPeakAndClock);
-    pair("processReplacing", 512, 1.5, processReplacing, copiesPeakAndClock);
     return true;
 }();
 
