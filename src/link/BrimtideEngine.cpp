@@ -25,9 +25,10 @@ Class* findIn(Module* module, const char* name) {
     return dynamic_cast<Class*>(module->settings().find(name, 0));
 }
 
+// Most blocks bring nothing new, and a look is quicker than to fit the value into its range.
 template <typename T>
 void publish(ParameterValue<T>* parameter, T value) {
-    if (parameter != nullptr)
+    if (parameter != nullptr && parameter->getValue() != value)
         parameter->setValue(value, FromInternal);
 }
 

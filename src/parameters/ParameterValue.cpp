@@ -163,9 +163,11 @@ T ParameterValue<T>::onStep(T value) const {
     if constexpr (std::same_as<T, bool>) {
         return value;
     } else {
+        // Every integer is on the steps that integers have by themselves, and on a step of 1.
+        if (std::same_as<T, std::int32_t> && step_ == 0.0f)
+            return value;
         const double step = getStep();
-        // Every integer is on a step of 1, and on the steps that integers have by themselves.
-        if (std::same_as<T, std::int32_t> && (step == 1.0 || step_ == 0.0f))
+        if (std::same_as<T, std::int32_t> && step == 1.0)
             return value;
         if (!(step > SmallestStep) || std::isinf(step))
             return std::isinf(step) ? getMinimum() : value;
