@@ -5,6 +5,7 @@
 #include "support/AllocationCount.h"
 #include "support/Connections.h"
 #include "support/Product.h"
+#include "vst/OpenHandles.h"
 #include "vst/VSTPlugin.h"
 
 #include <gtest/gtest.h>
@@ -281,6 +282,61 @@ TEST(VSTPlugin, ChangesDontWaitForEverForTheBlockUnderWay) {
     processWith([&] { std::async(std::launch::async, expectRefusals).get(); });
     platform::setHighResolutionClock([]() noexcept { return 0.0; });
     processWith(expectRefusals);
+}
+
+// The product without an instance of its own, and how its instances come and go.
+class ComingAndGoing : public testing::Test {
+protected:
+    ComingAndGoing() { Mission::get().start(); }
+
+    static AEffect* come() {
+        AEffect* const record = (new VSTPlugin(host))->getAeffect();
+        record->dispatcher(record, effMainsChanged, 0, 1, nullptr, 0.0f);
+        return record;
+    }
+    static void play(AEffect* record) {
+        Channel in = test::ramp(64), left(64), right(64);
+        Buffers inputs{in.data(), in.data()}, outputs{left.data(), right.data()};
+        record->processReplacing(record, inputs.data(), outputs.data(), 64);
+        EXPECT_EQ(left, in);
+        EXPECT_EQ(right, in);
+    }
+    static void go(AEffect* record) {
+        EXPECT_EQ(record->dispatcher(record, effClose, 0, 0, nullptr, 0.0f), 1);
+    }
+
+    const std::unique_ptr<test::Product> product_ =
+        test::Product::of<BrimtidePluginInfo>(PRODUCT_FOLDER);
+};
+
+// Faults: a file, a timer or a view that each instance leaves open, until the host can open no
+// more. The block of a slot that an instance found taken stays open, one a slot.
+TEST_F(ComingAndGoing, LeavesNothingOpen) {
+    AEffect* const first = come();
+    go(come());
+    const int before = test::openHandles();
+    for (int i = 0; i < INSTANCES; ++i)
+        go(come());
+    EXPECT_LE(test::openHandles(), before);
+    go(first);
+}
+
+// Faults: instances that get in each other's way while they begin and end, a slot that is never
+// given back.
+TEST_F(ComingAndGoing, OnTwoThreadsAtOnce) {
+    const auto comeAndGo = [] {
+        for (int i = 0; i < 50; ++i) {
+            AEffect* const record = come();
+            play(record);
+            go(record);
+        }
+    };
+    auto other = std::async(std::launch::async, comeAndGo);
+    comeAndGo();
+    other.get();
+    EXPECT_EQ(Mission::get().getCurrentPlugin(), nullptr);
+    for (std::uint32_t slot = 0; slot < ConnectionSlots; ++slot)
+        EXPECT_EQ(connectionStatus(slot) & ConnectionInUse, 0u) << slot;
 }
 
 }  // namespace
