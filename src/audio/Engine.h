@@ -38,7 +38,8 @@ public:
     /// All notes are to be cleared, as after a gap between blocks. Control thread.
     virtual void reset() { onReset(); }
 
-    /// The host starts, or a state was read. Control thread.
+    /// The host starts, or a state was read; the latter also while blocks are processed. Control
+    /// thread.
     virtual void onReset() {}
 
     /// For a product's own use. Control thread.

@@ -535,6 +535,7 @@ bool Plugin::readState(Dictionary& state) {
         sampleManager_->read(*mappings);
     holdSamples();
     resourcesLoading(false);
+    forEachEngine([](Engine& engine) { engine.onReset(); });
     if (auto* const parameter = currentProgramOf(firstSettings()))
         parameter->sendValue();
     WindowMessage redraw(this, WindowMessage::Repaint, nullptr);

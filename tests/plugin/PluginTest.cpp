@@ -148,6 +148,7 @@ TEST(Plugin, AStateThatIsNotOursChangesNothing) {
     EXPECT_EQ(plugin.getTuning().getDescription(), "Equal Temperament");
     EXPECT_TRUE(restore(plugin, state));
     EXPECT_EQ(stateOf(plugin), state);
+    EXPECT_EQ(plugin.engine(1).resets, 2);
 }
 
 // Faults: presets of the user's choice that are overlooked, a factory bank that isn't ours.
