@@ -19,7 +19,6 @@ constexpr const char* ProgramsKey = "programs";
 constexpr const char* FavoritesKey = "favorites";
 constexpr const char* CurrentKey = "currentProgram";
 constexpr const char* IndexKey = "index";
-constexpr std::int32_t MostPresets = 4096;
 constexpr std::int32_t MostSlots = 1024;
 
 // With what `canLoad` asks of it.

@@ -109,6 +109,9 @@ public:
     bool saveCurrent(const File& file, std::string& message);
     bool saveAll(const File& file, std::string& message);
 
+    /// More of them are not kept.
+    static constexpr std::int32_t MostPresets = 4096;
+
 protected:
     /// What `loadFile` does with the file's tree.
     bool loadBank(Dictionary& tree, std::string& message);

@@ -153,7 +153,7 @@ void Plugin::readFactoryBank() {
         logLine(LogError, message);
         return;
     }
-    factoryPrograms_ = bank->getArraySize(ProgramsKey);
+    factoryPrograms_ = std::min(bank->getArraySize(ProgramsKey), MostPresets);
     factoryBank_ = std::move(bank);
 }
 
@@ -586,7 +586,7 @@ void Plugin::resourcesLoading(bool isBeginning) {
 
 void Plugin::readResources(const Dictionary& list) {
     if (Resources* const resources = Mission::get().getResources())
-        resources->readSamples(list);
+        resources->readSamples(list, this);
 }
 
 bool Plugin::reportMissingSample(File& file) {

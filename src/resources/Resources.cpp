@@ -324,7 +324,7 @@ bool Resources::loadListedSample(const Dictionary& entry) {
             loadPack(name.substr(0, name.size() - PackSuffix.size()), file, 1);
         return true;
     }
-    if (hasSample(name) || loadSampleFile(name, file, 1))
+    if (hasSample(name) || loadSampleFile(name, file, 1, nullptr))
         return true;
     const auto sample = makeShared<Sample>();
     if (!succeeds([&] { sample->read(entry); }))
@@ -334,8 +334,9 @@ bool Resources::loadListedSample(const Dictionary& entry) {
     return sample->hasData() || !fileName.empty();
 }
 
-bool Resources::loadSampleFile(const std::string& id, File file, std::int32_t holds) {
-    if (!findFile(file))
+bool Resources::loadSampleFile(const std::string& id, File file, std::int32_t holds,
+                               MissingFileHandler* asker) {
+    if (!findFile(file, asker))
         return false;
     SharedObjectPtr<Sample> sample;
     succeeds([&] { sample = Sample::create(file, true); });
@@ -356,17 +357,18 @@ void Resources::loadPack(const std::string& pack, const File& file, std::int32_t
 
 // Samples of states.
 
-void Resources::readSamples(const Dictionary& dictionary) {
+void Resources::readSamples(const Dictionary& dictionary, MissingFileHandler* asker) {
     const auto list = dictionary.getArray(SamplesKey);
     for (std::int32_t i = 0; list && i < list->count(""); ++i) {
         const auto entry = list->getEntry(i);
         std::string id;
         if (entry->isElement())
-            readSample(id, *entry);
+            readSample(id, *entry, asker);
     }
 }
 
-void Resources::readSample(std::string& id, const Dictionary& dictionary) {
+void Resources::readSample(std::string& id, const Dictionary& dictionary,
+                           MissingFileHandler* asker) {
     std::string fileName;
     dictionary.getString("id", id);
     dictionary.getString("filename", fileName);
@@ -381,19 +383,19 @@ void Resources::readSample(std::string& id, const Dictionary& dictionary) {
         sample.reset();
         removeSample(id);
         if (id.find(':') != std::string::npos && Folder(id).isRelative())
-            findInPack(id);
+            findInPack(id, asker);
         else
-            loadSampleFile(id, File(fileName), 0);
+            loadSampleFile(id, File(fileName), 0, asker);
     }
     ResourceMessage message(this, ResourceMessage::ResourceLoaded, id, 0);
     transmit(message);
 }
 
-void Resources::findInPack(const std::string& id) {
+void Resources::findInPack(const std::string& id, MissingFileHandler* asker) {
     const std::size_t colon = id.find(':');
     const std::string pack = id.substr(0, colon);
     const std::string entryId = pack + "/" + id.substr(colon + 1);
-    auto* const handler = dynamic_cast<MissingFileHandler*>(getPlugin());
+    MissingFileHandler* const handler = handlerOr(asker);
     File file;
     if (!hasPack(pack) && handler != nullptr && handler->findPackFile(pack, file))
         loadPack(pack, file, 0);
@@ -443,7 +445,11 @@ void Resources::addSearchFolder(const Folder& folder) {
     searchFolders_.push_back(folder);
 }
 
-bool Resources::findFile(File& file) {
+MissingFileHandler* Resources::handlerOr(MissingFileHandler* asker) const {
+    return asker != nullptr ? asker : dynamic_cast<MissingFileHandler*>(getPlugin());
+}
+
+bool Resources::findFile(File& file, MissingFileHandler* asker) {
     if (file.exists())
         return true;
     if (file.getName().empty())
@@ -451,7 +457,7 @@ bool Resources::findFile(File& file) {
     if (file.getPath().size() <= LongestPath && search(file))
         return true;
     log(LogError, "Unable to locate sample file ", file.getName());
-    auto* const handler = dynamic_cast<MissingFileHandler*>(getPlugin());
+    MissingFileHandler* const handler = handlerOr(asker);
     File chosen = file;
     if (handler == nullptr || !handler->reportMissingSample(chosen) || !chosen.exists())
         return false;

@@ -24,8 +24,12 @@
 
 namespace tarn {
 
-/// One a process, shared by all instances. Its parent is the instance that is asked about missing
-/// files, a MissingFileHandler; it may be null, and doesn't go while a search is under way.
+class MissingFileHandler;
+
+/// One a process, shared by all instances. An operation that may miss a file asks `asker` about it,
+/// which lives as long as the call: an instance that loads its state names itself. Without one the
+/// parent is asked, if its instance is a MissingFileHandler; it may be null, and doesn't go while a
+/// search is under way.
 ///
 /// Samples are looked up, added and removed, files searched and search folders added on any thread,
 /// since hosts may load the states of two instances at once; everything else is for the interface
@@ -44,7 +48,7 @@ public:
     virtual void retainAllSamples();
 
     /// Calls `readSample` for each entry of the list "samples".
-    virtual void readSamples(const Dictionary& dictionary);
+    virtual void readSamples(const Dictionary& dictionary, MissingFileHandler* asker = nullptr);
 
     /// Holds each sample once less, and drops those that nobody holds, neither this nor others.
     virtual void releaseAllSamples();
@@ -75,7 +79,7 @@ public:
     /// above it, with the path's folders or without the first one or two; an absolute path's root
     /// counts as one of them. Where it is found joins the search folders. Else the missing file is
     /// reported. True if `file` names an existing one then.
-    bool findFile(File& file);
+    bool findFile(File& file, MissingFileHandler* asker = nullptr);
 
     /// The first skin of that uid. If there is none, the default skin, which becomes the current
     /// one.
@@ -95,7 +99,8 @@ public:
     /// `Sample::read` takes. Without audio in the entry, the sample comes from the file, or, for an
     /// id of the form "pack:entry", from the pack. If there is none, the sample of that id goes.
     /// Transmits `ResourceMessage::ResourceLoaded` with the id.
-    void readSample(std::string& id, const Dictionary& dictionary);
+    void readSample(std::string& id, const Dictionary& dictionary,
+                    MissingFileHandler* asker = nullptr);
 
     /// Completes the entries of the list "samples", which are found by their "id": with "filename"
     /// and the sample's description, and `withData` with its audio. Ids without a sample stay as
@@ -116,9 +121,10 @@ private:
     using SampleMap = std::map<std::string, SampleEntry>;
 
     bool loadListedSample(const Dictionary& entry);
-    bool loadSampleFile(const std::string& id, File file, std::int32_t holds);
+    bool loadSampleFile(const std::string& id, File file, std::int32_t holds,
+                        MissingFileHandler* asker);
     void loadPack(const std::string& pack, const File& file, std::int32_t holds);
-    void findInPack(const std::string& id);
+    void findInPack(const std::string& id, MissingFileHandler* asker);
     bool hasPack(const std::string& pack) const;
     bool hasSample(const std::string& id) const;
     void storeSample(const std::string& id, const std::string& fileName, Sample& sample,
@@ -126,6 +132,7 @@ private:
     SampleMap takeUnheld(const Sample* candidate);
 
     bool search(File& file);
+    MissingFileHandler* handlerOr(MissingFileHandler* asker) const;
     std::unique_ptr<Dictionary> describe(const std::string& bitmapId) const;
     const Skin* findSkin(const std::string& uid) const;
     File resolveImage(const File& name, const Skin& skin) const;

@@ -493,7 +493,7 @@ TEST_F(ResourcesTest, SamplesAndFilesAreLookedUpOnTwoThreads) {
     });
     for (int i = 0; i < 30; ++i) {
         const std::string folder = product.store.path("d" + std::to_string(i));
-        std::filesystem::create_directory(folder);
+        EXPECT_TRUE(Folder(folder).create());
         resources.addSearchFolder(Folder(folder));
         resources.retainAllSamples();
         resources.readSample(id, entry);
