@@ -1,6 +1,5 @@
 #include "link/BrimtidePlugin.h"
 
-#include "audio/Module.h"
 #include "plugin/Mission.h"
 
 namespace tarn::Brimtide {
@@ -23,8 +22,7 @@ void Plugin::process(IOPinConfig& in, IOPinConfig& out, int frames) noexcept {
         return;
     for (int i = 0; i < in.getActivePinCount(); ++i)
         in.getPin(i)->setCount(frames);
-    for (int i = 0; i < getModuleCount(); ++i)
-        moduleAt(i)->process(in, out, frames);
+    processModules(in, out, frames);
 }
 
 }  // namespace tarn::Brimtide

@@ -244,11 +244,14 @@ int Plugin::getLatency() const {
 void Plugin::process(IOPinConfig& in, IOPinConfig& out, int frames) noexcept {
     if (disabled_)
         return;
-    processing_ = true;
-    for (const auto& module : modules_)
-        module->process(in, out, frames);
+    processModules(in, out, frames);
     sampleClock_ = static_cast<std::int32_t>(static_cast<std::uint32_t>(sampleClock_.get()) +
                                              static_cast<std::uint32_t>(frames));
+}
+
+void Plugin::processModules(IOPinConfig& in, IOPinConfig& out, int frames) noexcept {
+    for (const auto& module : modules_)
+        module->process(in, out, frames);
 }
 
 void Plugin::resetAfterGap() {

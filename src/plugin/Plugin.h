@@ -154,6 +154,9 @@ public:
     bool findPackFile(const std::string& pack, File& file) override;
 
 protected:
+    /// Has each module process the block, in order. Audio thread.
+    void processModules(IOPinConfig& in, IOPinConfig& out, int frames) noexcept;
+
     void resourcesLoading(bool isBeginning) override;
     void readResources(const Dictionary& resources) override;
 
@@ -198,7 +201,6 @@ private:
     std::int32_t factoryPrograms_ = 0;
     int blockFrames_ = 0;
     Word<std::int32_t> sampleClock_{0};
-    Word<bool> processing_{false};
     Word<bool> disabled_{false};
     Word<bool> shutDown_{false};
     bool open_ = false;

@@ -303,10 +303,6 @@ TEST_F(ResourcesTest, AFileIsFoundWhereItsFolderWasMoved) {
     File beside("kick.wav");  // where an earlier file was found
     EXPECT_TRUE(resources.findFile(beside));
     EXPECT_THAT(instance.asked, ElementsAre("tom.wav", "snare.wav", "tom.wav"));
-    Texts candidates;
-    for (const std::string& line : product.log.lines())
-        if (line.starts_with("candidate: "))
-            candidates.push_back(line);
     EXPECT_THAT(product.log.lines(), Contains("Unable to locate sample file snare.wav"));
     EXPECT_THAT(product.log.lines(), Contains(HasSubstr("adding " + above)).Times(2));
 
