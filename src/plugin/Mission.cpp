@@ -77,11 +77,12 @@ std::string Mission::startServices() {
         logError(LogError, ErrorPrefsKeyNotFound(StartSignature, "InstallPath"));
         return product.getTexts().supportFilesMissing;
     }
-    resources_ = std::make_unique<Resources>();
-    if (const Error error = resources_->load(File(install, "Resources.xml")); !error.isOk()) {
+    auto resources = std::make_unique<Resources>();
+    if (const Error error = resources->load(File(install, "Resources.xml")); !error.isOk()) {
         logError(LogError, error);
         return product.getTexts().resourcesFailed;
     }
+    resources_ = std::move(resources);
     return {};
 }
 
