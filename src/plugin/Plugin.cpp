@@ -164,10 +164,8 @@ void Plugin::loadFirstPresets() {
     if (Preferences::user() != nullptr && Preferences::user()->getString("DefaultPresets", name)) {
         Dictionary chosen;
         const File file(System::getFolderLocation(System::Resources), name);
-        if (Mission::get().getParsedFiles().load(file, chosen)) {
-            readState(chosen);
+        if (Mission::get().getParsedFiles().load(file, chosen) && readState(chosen))
             return;
-        }
     }
     if (factoryBank) {
         std::string message;

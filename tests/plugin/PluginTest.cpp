@@ -166,6 +166,10 @@ TEST(Plugin, NewInstancesBeginWithTheChosenPresetsOrTheFactorys) {
     sampler.files.write("Sampler Resources/mine.xml", bankOf({"Mine"}));
     sampler.product->store.openUser().setString("DefaultPresets", "mine.xml");
     EXPECT_EQ(nameOfFirst(), std::pair(std::string("Mine"), 2));
+    sampler.files.write("Sampler Resources/foreign.xml",
+                        "<dict><info creator='X' version='1'/></dict>");
+    sampler.product->store.openUser().setString("DefaultPresets", "foreign.xml");
+    EXPECT_EQ(nameOfFirst(), std::pair(std::string("Soft"), 2));
     sampler.product->store.openUser().setString("DefaultPresets", "absent.xml");
     EXPECT_EQ(nameOfFirst(), std::pair(std::string("Soft"), 2));
 }
