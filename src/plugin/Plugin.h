@@ -55,7 +55,7 @@ public:
     Plugin(HostInterface* host, std::uintptr_t baseAddress);
     ~Plugin() override;
 
-    /// Loads the specification of the parameters, "Settings.xml" in the product's folder, makes the
+    /// Loads the definitions of the parameters, "Settings.xml" in the product's folder, makes the
     /// modules and the presets. Once. If the file can't be used, tells the user and throws its
     /// `Error`; the instance has no modules then.
     void start() override;
@@ -136,7 +136,8 @@ public:
     Radio* getEditor() const override;
 
     /// Notes for the engines, program changes, changes that concern the current sample, dropped
-    /// files, requests of the system. Any thread that may send one.
+    /// files, requests of the system. Any thread, but for what chooses a program or brings a file:
+    /// those are for one thread at a time, as PresetsLibrary is.
     bool receive(Message& message) override;
 
     // ModuleDirectory
