@@ -9,7 +9,7 @@ namespace tarn {
 
 namespace {
 
-constexpr int TempBufferCount = 32;
+constexpr std::size_t TempBufferCount = 32;
 constexpr int TempBufferSamples = 16384;
 
 }  // namespace
@@ -26,12 +26,16 @@ Module::Module(Radio* plugin, const Settings& settings, const EngineFactory& fac
 Module::~Module() = default;
 
 void Module::start() {
-    for (int i = 0; i < TempBufferCount; ++i)
-        tempBuffers_.push_back(makeShared<IOChannel<float>>(TempBufferSamples));
     settings_->start();
     engine_ = factory_->createEngine(this);
     if (engine_)
         engine_->start();
+}
+
+const std::vector<Module::TempBuffer>& Module::getTempBuffers() {
+    while (tempBuffers_.size() < TempBufferCount)
+        tempBuffers_.push_back(makeShared<IOChannel<float>>(TempBufferSamples));
+    return tempBuffers_;
 }
 
 void Module::resetEngine() {

@@ -37,8 +37,8 @@ public:
     Module& operator=(const Module&) = delete;
     ~Module() override;
 
-    /// Makes the scratch channels, starts the settings, makes the engine and starts it. Once;
-    /// throws std::bad_alloc, and what the settings and the factory throw.
+    /// Starts the settings, makes the engine and starts it. Once; throws what the settings and the
+    /// factory throw.
     void start() override;
 
     /// Gives the module's parameters their defaults.
@@ -76,8 +76,9 @@ public:
     void setName(const std::string& name) { name_ = name; }
     const std::string& getName() const { return name_; }
 
-    /// 32 of 16,384 samples each from `start` on, for an engine to take copies of.
-    const std::vector<TempBuffer>& getTempBuffers() const { return tempBuffers_; }
+    /// 32 of 16,384 samples each, for an engine to take copies of as it starts: 2 MiB, and so made
+    /// when first asked for. Throws std::bad_alloc.
+    const std::vector<TempBuffer>& getTempBuffers();
 
 private:
     Radio* plugin_;
