@@ -41,14 +41,8 @@ public:
 
     int getPinCount() const noexcept { return static_cast<int>(pins_.size()); }
 
-    /// Those that have a type.
-    int getActivePinCount() const noexcept {
-        int active = 0;
-        for (const auto& pin : pins_)
-            if (pin->getType() != IOPin::Type::None)
-                ++active;
-        return active;
-    }
+    /// Those that have a type, which are all: no other pin is made.
+    int getActivePinCount() const noexcept { return getPinCount(); }
 
     int getChannelCount() const noexcept { return static_cast<int>(channels_.size()); }
 

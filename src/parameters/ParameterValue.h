@@ -75,7 +75,7 @@ public:
     /// secondary value. Always false.
     bool receive(Message& message) override;
 
-    virtual T getValue() const { return value_; }
+    T getValue() const { return value_; }
     virtual T getMinimum() const { return minimum_; }
     virtual T getMaximum() const { return maximum_; }
     virtual T getDefault() const { return default_; }
