@@ -141,16 +141,17 @@ std::string PresetsLibrary::getProgramName(std::int32_t index) const {
 }
 
 void PresetsLibrary::loadProgram(const Dictionary& tree, std::int32_t index) {
-    resourcesLoading(true);
     const auto entry = tree.getArrayEntry(ProgramsKey, index);
     Preset* const current = getCurrent();
-    if (entry && current != nullptr) {
-        if (const auto resources = entry->find("resources"))
-            readResources(*resources);
-        current->read(*entry);
-        current->activate(Parameter::PluginRealm);
+    {
+        const Loading loading(*this);
+        if (entry && current != nullptr) {
+            if (const auto resources = entry->find("resources"))
+                readResources(*resources);
+            current->read(*entry);
+            current->activate(Parameter::PluginRealm);
+        }
     }
-    resourcesLoading(false);
     refreshNames();
     setModified(true);
 }
@@ -259,9 +260,10 @@ bool PresetsLibrary::loadFile(const File& file, std::string& message) {
 bool PresetsLibrary::loadBank(Dictionary& tree, std::string& message) {
     if (!tree.canLoad(message))
         return false;
-    resourcesLoading(true);
-    readAll(tree);
-    resourcesLoading(false);
+    {
+        const Loading loading(*this);
+        readAll(tree);
+    }
     readFavorites(tree);
     return true;
 }

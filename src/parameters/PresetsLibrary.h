@@ -116,9 +116,24 @@ protected:
     /// What `loadFile` does with the file's tree.
     bool loadBank(Dictionary& tree, std::string& message);
 
-    /// For the owner of the resources: a preset is about to be read, brings resources, was read.
+    /// For the owner of the resources: presets are about to be read, one brings resources, they
+    /// were read or their reading failed.
     virtual void resourcesLoading(bool /*isBeginning*/) {}
     virtual void readResources(const Dictionary& /*resources*/) {}
+
+    /// While it lives, presets are read.
+    class Loading {
+    public:
+        explicit Loading(PresetsLibrary& library) : library_(library) {
+            library_.resourcesLoading(true);
+        }
+        Loading(const Loading&) = delete;
+        Loading& operator=(const Loading&) = delete;
+        ~Loading() { library_.resourcesLoading(false); }
+
+    private:
+        PresetsLibrary& library_;
+    };
 
 private:
     friend class Preset;  // it asks for the modules

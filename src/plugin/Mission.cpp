@@ -86,13 +86,19 @@ std::string Mission::startServices() {
     return {};
 }
 
+bool Mission::isNew(const std::string& text) {
+    const std::lock_guard guard(lock_);
+    return shownTexts_.insert(text).second;
+}
+
 void Mission::fatalOnce(const std::string& text) {
-    {
-        const std::lock_guard guard(lock_);
-        if (!shownTexts_.insert(text).second)
-            return;
-    }
-    System::fatal(text, false);
+    if (isNew(text))
+        System::fatal(text, false);
+}
+
+void Mission::alertOnce(const std::string& text) {
+    if (isNew(text))
+        System::alert(text, true);
 }
 
 void Mission::signIn(Plugin* plugin) {

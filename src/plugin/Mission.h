@@ -53,11 +53,13 @@ public:
 
     ParsedFiles& getParsedFiles() noexcept { return parsedFiles_; }
 
-    /// Shows a message of the fatal kind, unless this process has shown it before.
+    /// Shows a message of the fatal kind, or any other, unless this process has shown it before.
     void fatalOnce(const std::string& text);
+    void alertOnce(const std::string& text);
 
 private:
     std::string startServices();
+    bool isNew(const std::string& text);
 
     mutable Mutex lock_;  // guards what follows, but what is atomic or locks itself
     bool started_ = false;

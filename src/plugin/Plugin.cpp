@@ -161,16 +161,18 @@ void Plugin::readFactoryBank() {
 void Plugin::loadFirstPresets() {
     const std::unique_ptr<Dictionary> factoryBank = std::move(factoryBank_);
     std::string name;
+    std::string message;
     if (Preferences::user() != nullptr && Preferences::user()->getString("DefaultPresets", name)) {
         Dictionary chosen;
         const File file(System::getFolderLocation(System::Resources), name);
-        if (Mission::get().getParsedFiles().load(file, chosen) && readState(chosen))
-            return;
+        if (Mission::get().getParsedFiles().load(file, chosen)) {
+            if (takeState(chosen, message))
+                return;
+            Mission::get().alertOnce(message);
+        }
     }
-    if (factoryBank) {
-        std::string message;
+    if (factoryBank)
         loadBank(*factoryBank, message);
-    }
 }
 
 void Plugin::stop() {
@@ -516,11 +518,26 @@ void Plugin::writeMidi(Dictionary& state) const {
 
 bool Plugin::readState(Dictionary& state) {
     std::string message;
-    if (!state.canLoad(message)) {
-        System::alert(message, true);
+    if (takeState(state, message))
+        return true;
+    System::alert(message, true);
+    return false;
+}
+
+bool Plugin::takeState(Dictionary& state, std::string& message) {
+    if (!state.canLoad(message))
         return false;
-    }
-    resourcesLoading(true);
+    readParts(state);
+    forEachEngine([](Engine& engine) { engine.onReset(); });
+    if (auto* const parameter = currentProgramOf(firstSettings()))
+        parameter->sendValue();
+    WindowMessage redraw(this, WindowMessage::Repaint, nullptr);
+    transmit(redraw);
+    return true;
+}
+
+void Plugin::readParts(const Dictionary& state) {
+    const Loading loading(*this);
     if (const auto resources = state.find(ResourcesKey))
         readResources(*resources);
     readTunings(state);
@@ -535,13 +552,6 @@ bool Plugin::readState(Dictionary& state) {
     if (const auto mappings = state.getArray(SamplesKey))
         sampleManager_->read(*mappings);
     holdSamples();
-    resourcesLoading(false);
-    forEachEngine([](Engine& engine) { engine.onReset(); });
-    if (auto* const parameter = currentProgramOf(firstSettings()))
-        parameter->sendValue();
-    WindowMessage redraw(this, WindowMessage::Repaint, nullptr);
-    transmit(redraw);
-    return true;
 }
 
 void Plugin::readCurrentProgram(const Dictionary& state) {

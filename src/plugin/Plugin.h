@@ -100,7 +100,8 @@ public:
     virtual bool writeState(Dictionary& state, std::int32_t options);
 
     /// Takes a state. One of another product, or of a newer format, changes nothing, which an alert
-    /// tells the user; the answer is then false.
+    /// tells the user; the answer is then false. Controllers, tunings and samples that a state says
+    /// nothing of stay as they are, and presets beyond its last one too.
     virtual bool readState(Dictionary& state);
 
     /// The first preset of a tree becomes the current one.
@@ -181,6 +182,8 @@ private:
     void writeSamples(Dictionary& state) const;
     void writeTunings(Dictionary& state) const;
     void writeMidi(Dictionary& state) const;
+    bool takeState(Dictionary& state, std::string& message);
+    void readParts(const Dictionary& state);
     void readCurrentProgram(const Dictionary& state);
     void readTunings(const Dictionary& state);
     void readMidi(const Dictionary& state);
