@@ -66,9 +66,13 @@ VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32, VstIntPtr, void*
     return opcode == audioMasterVersion ? kVstVersion : 0;
 }
 
+IOConfig stereo() {
+    return {IOPinConfig(2, 1), IOPinConfig(2, 1)};
+}
+
 class Instance {
 public:
-    Instance() : record((Installation::get(), new VSTPlugin(host))->getAeffect()) {}
+    Instance() : record((Installation::get(), new VSTPlugin(0, host, stereo()))->getAeffect()) {}
     Instance(const Instance&) = delete;
     Instance& operator=(const Instance&) = delete;
     ~Instance() { call(effClose); }
@@ -85,7 +89,7 @@ Installation::Installation() {
     product_ = test::Product::of<BrimtidePluginInfo>(folder_.path());
     const double begin = highResolutionSeconds();
     Mission::get().start();
-    AEffect* const first = (new VSTPlugin(host))->getAeffect();
+    AEffect* const first = (new VSTPlugin(0, host, stereo()))->getAeffect();
     secondsOfFirstStart = highResolutionSeconds() - begin;
     first->dispatcher(first, effClose, 0, 0, nullptr, 0.0f);
 }

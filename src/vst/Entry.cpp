@@ -1,5 +1,6 @@
 // The exported entry of the library: `VSTPluginMain`, and the same function as `main`.
 #include "link/BrimtidePluginInfo.h"
+#include "platform/DynamicLibrary.h"
 #include "plugin/Mission.h"
 #include "vst/VSTPlugin.h"
 
@@ -24,7 +25,10 @@ AEffect* makeInstance(audioMasterCallback audioMaster) {
     tarn::Mission::get().start();
     if (!hasVersion(audioMaster) || !tarn::Mission::get().isReady())
         return nullptr;
-    return (new tarn::VSTPlugin(audioMaster))->getAeffect();  // effClose deletes it
+    const tarn::IOConfig stereo(tarn::IOPinConfig(2, 1), tarn::IOPinConfig(2, 1));
+    auto* const instance =  // effClose deletes it
+        new tarn::VSTPlugin(tarn::platform::ownLibrary().base, audioMaster, stereo);
+    return instance->getAeffect();
 }
 
 }  // namespace

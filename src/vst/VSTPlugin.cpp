@@ -4,12 +4,20 @@
 #include "audio/Module.h"
 #include "diagnostics/System.h"
 #include "foundation/Dictionary.h"
+#include "foundation/File.h"
+#include "foundation/Logger.h"
+#include "foundation/Preferences.h"
+#include "parameters/ParameterEnum.h"
+#include "parameters/ParameterValue.h"
 #include "parameters/Settings.h"
-#include "platform/DynamicLibrary.h"
+#include "platform/Clock.h"
 #include "plugin/PluginInfo.h"
+#include "vst/DefaultProgram.h"
+#include "vst/HostText.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -32,60 +40,175 @@ constexpr std::size_t HostTextBytes = 256;
 // One pin each way, of 5.1 at most.
 constexpr std::size_t WidestPin = 6;
 
-// Cut to the buffer's size, the zero included.
-void copyText(char* buffer, std::string_view text, std::size_t bytes) {
-    const std::size_t length = std::min(text.size(), bytes - 1);
-    std::memcpy(buffer, text.data(), length);
-    buffer[length] = '\0';
+// What a host announces and corrects later.
+constexpr VstInt32 ProgramsAtFirst = 128;
+constexpr VstInt32 ParametersAtFirst = 1024;
+
+// After a pause of so many blocks, but at least a second, engines begin anew.
+constexpr double BlocksOfGap = 8.0;
+constexpr double ShortestGap = 1.0;  // seconds
+
+constexpr VstInt32 MostEvents = 1 << 16;  // in a block; a host that counts more has lost count
+
+// These opcodes belong to the blocks, and may come on the audio thread.
+bool belongsToBlocks(VstInt32 opcode) {
+    return opcode == effProcessEvents || opcode == effStartProcess || opcode == effStopProcess ||
+           opcode == effGetTailSize;
+}
+
+VstPlugCategory categoryOf(std::int32_t category) {
+    switch (category) {
+        case 0:
+        case 9:
+            return kPlugCategRoomFx;
+        case 1:
+        case 6:
+            return kPlugCategMastering;
+        case 2:
+        case 3:
+        case 4:
+        case 5:
+        case 7:
+        case 8:
+            return kPlugCategEffect;
+        case 10:
+        case 12:
+            return kPlugCategSynth;
+        default:
+            return kPlugCategUnknown;
+    }
+}
+
+void setIntegers(VstParameterProperties& properties, VstInt32 minimum, VstInt32 maximum,
+                 VstInt32 step) {
+    constexpr VstInt32 LargeSteps = 10;  // over the whole range
+    const std::int64_t range = std::int64_t{maximum} - minimum;
+    properties.flags |= kVstParameterUsesIntegerMinMax | kVstParameterUsesIntStep;
+    properties.minInteger = minimum;
+    properties.maxInteger = maximum;
+    properties.stepInteger = std::max(step, 1);
+    properties.largeStepInteger =
+        std::max(properties.stepInteger, static_cast<VstInt32>(range / LargeSteps));
 }
 
 }  // namespace
 
-VSTPlugin::VSTPlugin(audioMasterCallback host)
-    : AudioEffectX(host, 0, 0),
-      plugin_(PluginInfo::get().createPlugin(this, platform::ownLibrary().base)) {
+VSTPlugin::VSTPlugin(std::uintptr_t baseAddress, audioMasterCallback host, const IOConfig& ioConfig)
+    : AudioEffectX(host, ProgramsAtFirst, ParametersAtFirst),
+      plugin_(PluginInfo::get().createPlugin(this, baseAddress)) {
+    PluginInfo::get().initialise();
+    HostInterface::setIOConfig(ioConfig);
     plugin_->start();
+    setInitialDelay(getLatency());
+    logLine(LogProgress, "initializing with latency in=%d, out=%d",
+            static_cast<int>(getInputLatency()), static_cast<int>(getLatency()));
     numParams = cEffect.numParams = countParameters();
     numPrograms = cEffect.numPrograms = plugin_->getProgramCount();
-    programsAreChunks();
-    cEffect.version = PluginInfo::get().getVendorVersion();
-    setNumInputs(ioConfig_.getInputChannels());
-    setNumOutputs(ioConfig_.getOutputChannels());
-    inPlacePin_.setSize(InPlaceFrames);
+    logLine(LogProgress, "VST Interface: %d parameters, %d programs", static_cast<int>(numParams),
+            static_cast<int>(numPrograms));
+    tellHostOfChannels();
+    logLine(LogProgress, "VST plugin running in " + getHostTypeName());
+    finish();
+}
+
+void VSTPlugin::finish() {
+    isSynth(PluginInfo::get().isSynth());
     setUniqueID(plugin_->getUniqueID());
+    programsAreChunks();
+    canProcessReplacing();
+    // What it holds is for a product that wants it.
+    readDefaultProgram(File(System::getFolderLocation(System::Install), "default.fxp"));
+    inPlacePin_.setSize(InPlaceFrames);
+    visitModules([this](const std::vector<Parameter*>& parameters) {
+        for (Parameter* const parameter : parameters)
+            radio().tuneIn(parameter);
+        return true;
+    });
+    suspend();
 }
 
 VSTPlugin::~VSTPlugin() {
+    suspend();
     plugin_->stop();
+}
+
+void VSTPlugin::tellHostOfChannels() noexcept {
+    setNumInputs(getIOConfig().getInputChannels());
+    setNumOutputs(getIOConfig().getOutputChannels());
+}
+
+VstIntPtr VSTPlugin::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
+                                float opt) {
+    if (longestBlock_ != 0 && !belongsToBlocks(opcode))
+        makeRoomForRaise();
+    return AudioEffectX::dispatcher(opcode, index, value, ptr, opt);
 }
 
 void VSTPlugin::suspend() {
     gate_.close();
+    const AudioGate::Change change(gate_);
     plugin_->suspend();
 }
 
 void VSTPlugin::resume() {
-    plugin_->resume();
+    {
+        const AudioGate::Change change(gate_);
+        setInitialDelay(getLatency());
+        wantEvents();
+        plugin_->resume();
+    }
     gate_.open();
 }
 
 void VSTPlugin::setSampleRate(float rate) {
+    const std::int32_t hz = rate > 0.0f && rate < HighestRate ? static_cast<std::int32_t>(rate) : 0;
+    if (hz == rate_)
+        return;
+    const AudioGate::Change change(gate_);
+    if (!change.isInside())
+        return;
+    rate_ = hz;
+    logLine(LogWarning, "host sample rate: %d", static_cast<int>(hz));
     AudioEffectX::setSampleRate(rate);
-    plugin_->setSampleRate(rate > 0.0f && rate < HighestRate ? static_cast<int>(rate) : 0);
+    HostInterface::setSampleRate(hz);
+    plugin_->setSampleRate(hz);
 }
 
 void VSTPlugin::setBlockSize(VstInt32 frames) {
     frames = std::clamp(frames, VstInt32{0}, MaxInPlaceFrames);
-    AudioEffectX::setBlockSize(frames);
-    plugin_->setBlockSize(frames);
+    logLine(LogWarning, "host blocksize: %d", static_cast<int>(frames));
     const AudioGate::Change change(gate_);
-    if (change.isInside())
-        inPlacePin_.setSize(std::max(frames, InPlaceFrames));
+    if (!change.isInside())
+        return;
+    inPlacePin_.setSize(std::max(frames, InPlaceFrames));
+    plugin_->setBlockSize(frames);
+    AudioEffectX::setBlockSize(frames);
+    HostInterface::setBlockSize(frames);
 }
 
-void VSTPlugin::process(float* const* inputs, float* const* outputs, VstInt32 frames) noexcept {
-    IOPinConfig& in = ioConfig_.getInputs();
-    IOPinConfig& out = ioConfig_.getOutputs();
+void VSTPlugin::raiseBlockSize(VstInt32 frames) noexcept {
+    const auto longest = static_cast<unsigned>(std::min(frames, MaxInPlaceFrames));
+    HostInterface::setBlockSize(static_cast<VstInt32>(std::bit_ceil(longest)));
+    longestBlock_ = frames;
+}
+
+// What the audio thread left to do.
+void VSTPlugin::makeRoomForRaise() {
+    const VstInt32 frames = longestBlock_.exchange(0);
+    logLine(LogWarning, "host sent %d frames for processing, bumping blocksize to %d",
+            static_cast<int>(frames), static_cast<int>(HostInterface::getBlockSize()));
+    setBlockSize(HostInterface::getBlockSize());
+}
+
+void VSTPlugin::resetAfterGap() {
+    if (getHostType() != HostType::Live)
+        plugin_->resetAfterGap();
+}
+
+void VSTPlugin::processBlock(float* const* inputs, float* const* outputs,
+                             VstInt32 frames) noexcept {
+    IOPinConfig& in = getIOConfig().getInputs();
+    IOPinConfig& out = getIOConfig().getOutputs();
     if (!in.attach(inputs, frames) || !out.attach(outputs, frames))
         return;
     // Outputs are written in their order, each with its own input or with the only one.
@@ -111,8 +234,17 @@ void VSTPlugin::processReplacing(float** inputs, float** outputs, VstInt32 frame
     if (frames < 0 || inputs == nullptr || outputs == nullptr)
         return;
     const AudioGate::Block block(gate_);
-    if (block.isInside())
-        process(inputs, outputs, frames);
+    if (!block.isInside())
+        return;
+    const std::int32_t blockSize = HostInterface::getBlockSize();
+    if (frames > blockSize && blockSize < MaxInPlaceFrames) [[unlikely]]
+        raiseBlockSize(frames);
+    const double gap = platform::highResolutionSeconds() - lastProcessEnd_;
+    if (gap >= ShortestGap &&
+        gap * HostInterface::getSampleRate() >= BlocksOfGap * HostInterface::getBlockSize())
+        resetAfterGap();
+    processBlock(inputs, outputs, frames);
+    lastProcessEnd_ = platform::highResolutionSeconds();
 }
 
 void VSTPlugin::processInParts(float* const* inputs, float* const* outputs,
@@ -124,9 +256,9 @@ void VSTPlugin::processInParts(float* const* inputs, float* const* outputs,
                        [begin](float* buffer) { return buffer + begin; });
     };
     for (VstInt32 begin = 0; begin < frames; begin += inPlacePin_.getSize()) {
-        from(inputs, ioConfig_.getInputChannels(), begin, in.data());
-        from(outputs, ioConfig_.getOutputChannels(), begin, out.data());
-        process(in.data(), out.data(), std::min(frames - begin, inPlacePin_.getSize()));
+        from(inputs, getIOConfig().getInputChannels(), begin, in.data());
+        from(outputs, getIOConfig().getOutputChannels(), begin, out.data());
+        processBlock(in.data(), out.data(), std::min(frames - begin, inPlacePin_.getSize()));
     }
 }
 
@@ -135,26 +267,51 @@ void VSTPlugin::copyInput(int index, int frames) noexcept {
     IOChannel<float>* copy = inPlacePin_.getChannel(index);
     if (copy == nullptr)
         return;
-    IOChannel<float>* input = ioConfig_.getInputs().getChannel(index);
+    IOChannel<float>* input = getIOConfig().getInputs().getChannel(index);
     input->setCount(frames);
     copy->assign(*input);
     input->attach(copy->getData(), frames);
 }
 
+template <typename Visit>
+void VSTPlugin::visitModules(const Visit& visit) const {
+    for (int i = 0; i < plugin_->getModuleCount(); ++i)
+        if (!visit(plugin_->moduleAt(i)->settings().getAutomatable()))
+            return;
+}
+
 Parameter* VSTPlugin::parameterAt(VstInt32 index) const noexcept {
-    for (int i = 0; i < plugin_->getModuleCount() && index >= 0; ++i) {
-        const auto& parameters = plugin_->moduleAt(i)->settings().getAutomatable();
-        if (static_cast<std::size_t>(index) < parameters.size())
-            return parameters[static_cast<std::size_t>(index)];
-        index -= static_cast<VstInt32>(parameters.size());
-    }
-    return nullptr;
+    auto rest = static_cast<std::uint32_t>(index);
+    Parameter* found = nullptr;
+    visitModules([&](const std::vector<Parameter*>& parameters) {
+        const auto count = static_cast<std::uint32_t>(parameters.size());
+        if (rest < count)
+            found = parameters[rest];
+        rest -= count;
+        return found == nullptr;
+    });
+    return found;
+}
+
+std::int32_t VSTPlugin::indexOf(const Parameter* parameter) const noexcept {
+    std::int32_t before = 0;
+    std::int32_t found = -1;
+    visitModules([&](const std::vector<Parameter*>& parameters) {
+        const auto at = std::ranges::find(parameters, parameter);
+        if (at != parameters.end())
+            found = before + static_cast<std::int32_t>(at - parameters.begin());
+        before += static_cast<std::int32_t>(parameters.size());
+        return found < 0;
+    });
+    return found;
 }
 
 VstInt32 VSTPlugin::countParameters() const noexcept {
     std::size_t count = 0;
-    for (int i = 0; i < plugin_->getModuleCount(); ++i)
-        count += plugin_->moduleAt(i)->settings().getAutomatable().size();
+    visitModules([&](const std::vector<Parameter*>& parameters) {
+        count += parameters.size();
+        return true;
+    });
     return static_cast<VstInt32>(count);
 }
 
@@ -166,6 +323,29 @@ void VSTPlugin::setParameter(VstInt32 index, float value) noexcept {
 float VSTPlugin::getParameter(VstInt32 index) noexcept {
     const Parameter* const parameter = parameterAt(index);
     return parameter != nullptr ? parameter->getNormalised() : 0.0f;
+}
+
+VstInt32 VSTPlugin::getProgram() {
+    return plugin_->getProgram();
+}
+
+void VSTPlugin::setProgram(VstInt32 program) {
+    plugin_->setProgram(program);
+}
+
+void VSTPlugin::setProgramName(const char* name) {
+    const char* const end = std::find(name, name + kVstMaxProgNameLen, '\0');
+    if (plugin_->getCurrent() != nullptr)
+        plugin_->setCurrentName(std::string(name, end));
+}
+
+void VSTPlugin::getProgramName(char* name) {
+    copyText(name, plugin_->getProgramName(plugin_->getProgram()), kVstMaxProgNameLen);
+}
+
+bool VSTPlugin::getProgramNameIndexed(VstInt32 /*category*/, VstInt32 index, char* name) {
+    copyText(name, plugin_->getProgramName(index), kVstMaxProgNameLen);
+    return plugin_->getPreset(index) != nullptr;
 }
 
 void VSTPlugin::getParameterLabel(VstInt32 index, char* label) {
@@ -196,9 +376,13 @@ VstInt32 VSTPlugin::getChunk(void** data, bool /*isPreset*/) {
 VstInt32 VSTPlugin::setChunk(const void* data, VstInt32 size, bool /*isPreset*/) {
     if (data == nullptr || size <= 0)
         return 0;
-    const std::string_view bytes(static_cast<const char*>(data), static_cast<std::size_t>(size));
+    // Hosts have been seen that pass the size of an older, longer state.
+    const auto* const bytes = static_cast<const char*>(data);
+    const auto* const zero =
+        static_cast<const char*>(std::memchr(bytes, '\0', static_cast<std::size_t>(size)));
+    const std::string_view text(bytes, zero != nullptr ? zero : bytes + size);
     Dictionary state;
-    if (state.parseWhole(bytes))
+    if (state.parseWhole(text))
         plugin_->readState(state);
     else
         System::alert("The saved state is damaged and was not loaded.", true);
@@ -217,9 +401,35 @@ bool VSTPlugin::string2parameter(VstInt32 index, const char* text) {
     return parameter != nullptr && parameter->setText(text, FromHost);
 }
 
+bool VSTPlugin::getParameterProperties(VstInt32 index, VstParameterProperties* properties) {
+    *properties = {};
+    const Parameter* const parameter = parameterAt(index);
+    if (parameter == nullptr)
+        return false;
+    copyText(properties->label, parameter->getName(), kVstMaxLabelLen);
+    copyText(properties->shortLabel, parameter->getHostName(kVstMaxShortLabelLen - 1),
+             kVstMaxShortLabelLen);
+    if (dynamic_cast<const ParameterValue<bool>*>(parameter) != nullptr) {
+        properties->flags |= kVstParameterIsSwitch;
+    } else if (const auto* const integer =
+                   dynamic_cast<const ParameterValue<std::int32_t>*>(parameter)) {
+        setIntegers(*properties, integer->getMinimum(), integer->getMaximum(),
+                    static_cast<VstInt32>(integer->getStep()));
+    } else if (const std::int32_t positions = parameter->getStepCount(); positions > 1) {
+        if (dynamic_cast<const ParameterValue<float>*>(parameter) == nullptr) {
+            setIntegers(*properties, 0, positions - 1, 1);
+        } else {
+            properties->flags |= kVstParameterUsesFloatStep;
+            properties->stepFloat = properties->smallStepFloat = properties->largeStepFloat =
+                1.0f / static_cast<float>(positions - 1);
+        }
+    }
+    return true;
+}
+
 // A pin is known by its number here, and answered for as a stereo one whatever its type.
 bool VSTPlugin::getInputProperties(VstInt32 index, VstPinProperties* properties) {
-    if (ioConfig_.getInputs().getPin(index) == nullptr)
+    if (getIOConfig().getInputs().getPin(index) == nullptr)
         return false;
     *properties = {};
     std::snprintf(properties->label, sizeof properties->label, "%s %d",
@@ -235,7 +445,7 @@ bool VSTPlugin::getOutputProperties(VstInt32 index, VstPinProperties* properties
     properties->arrangementType = kSpeakerArrEmpty;
     if (index < 0)
         return false;
-    for (int number = 1, end = 0; const IOPin *pin = ioConfig_.getOutputs().getPin(number - 1);
+    for (int number = 1, end = 0; const IOPin *pin = getIOConfig().getOutputs().getPin(number - 1);
          ++number) {
         end += pin->getChannelCount();
         if (index >= end)
@@ -255,16 +465,33 @@ bool VSTPlugin::getOutputProperties(VstInt32 index, VstPinProperties* properties
 bool VSTPlugin::setSpeakerArrangement(const VstSpeakerArrangement* input,
                                       const VstSpeakerArrangement* output) {
     const IOConfig wanted(IOPinConfig(input->numChannels, 1), IOPinConfig(output->numChannels, 1));
-    if (!PluginInfo::get().isIOConfigSupported(wanted))
-        return false;
     const AudioGate::Change change(gate_);
-    if (!change.isInside())
+    if (!change.isInside() || !setIOConfig(wanted))
         return false;
-    ioConfig_.setInputs(wanted.getInputs());
-    ioConfig_.setOutputs(wanted.getOutputs());
-    setNumInputs(ioConfig_.getInputChannels());
-    setNumOutputs(ioConfig_.getOutputChannels());
+    tellHostOfChannels();
     return true;
+}
+
+VstInt32 VSTPlugin::processEvents(const VstEvents* events) {
+    const AudioGate::Block block(gate_);
+    if (!block.isInside() || events->numEvents > MostEvents)
+        return 1;
+    // In front of the first block that comes in parts, no event lies behind the announced length.
+    const VstInt32 last = std::max(HostInterface::getBlockSize() - 1, 0);
+    for (VstInt32 i = 0; i < events->numEvents; ++i) {
+        if (events->events[i] == nullptr || events->events[i]->type != kVstMidiType)
+            continue;
+        VstMidiEvent event;
+        std::memcpy(&event, events->events[i], sizeof event);
+        MidiRecord record;
+        std::memcpy(record.bytes.data(), event.midiData, record.bytes.size());
+        record.deltaFrames = std::clamp(event.deltaFrames, VstInt32{0}, last);
+        record.detune = event.detune;  // NOLINT(bugprone-signed-char-misuse): it is a number
+        record.noteLength = event.noteLength;
+        plugin_->midiEvent(record);
+    }
+    plugin_->midiEventsDone();
+    return 1;
 }
 
 bool VSTPlugin::getEffectName(char* name) {
@@ -287,18 +514,67 @@ VstInt32 VSTPlugin::getVendorVersion() {
 }
 
 VstInt32 VSTPlugin::canDo(const char* text) {
-    static constexpr std::string_view abilities[] = {"plugAsChannelInsert", "plugAsSend"};
-    return std::find(std::begin(abilities), std::end(abilities), text) != std::end(abilities) ? 1
-                                                                                              : -1;
+    static constexpr std::string_view abilities[] = {
+        "plugAsChannelInsert",     "plugAsSend", "receiveVstEvents",
+        "reportConnectionChanges", "sizeWindow",
+    };
+    if (std::string_view(text) == "receiveVstMidiEvent")
+        return PluginInfo::get().wantsMidi(1) ? 1 : -1;
+    return std::ranges::find(abilities, text) != std::end(abilities) ? 1 : -1;
+}
+
+VstPlugCategory VSTPlugin::getPlugCategory() {
+    return categoryOf(PluginInfo::get().getCategory());
+}
+
+void VSTPlugin::beginEdit(std::int32_t index) {
+    if (index >= 0)
+        tellBeginEdit(index);
+}
+
+void VSTPlugin::endEdit(std::int32_t index) {
+    if (index >= 0)
+        tellEndEdit(index);
+}
+
+void VSTPlugin::parameterChanged(Parameter* parameter, float value) {
+    const bool isHosts = parameter != nullptr && parameter->hasFlag(Parameter::Automatable);
+    if (const std::int32_t index = isHosts ? indexOf(parameter) : -1; index >= 0)
+        setParameterAutomated(index, value);
 }
 
 std::int32_t VSTPlugin::getInputLatency() noexcept {
-    return static_cast<std::int32_t>(callHost(audioMasterGetInputLatency));
+    return getMasterInputLatency();
+}
+
+std::int32_t VSTPlugin::getLatency() const {
+    return std::max(plugin_->getLatency(), 0);
+}
+
+void VSTPlugin::setLatency(std::int32_t samples) {
+    setInitialDelay(samples);
+    ioChanged();
+}
+
+double VSTPlugin::getTempo() noexcept {
+    constexpr double Usual = 120.0;
+    const VstTimeInfo* const time = getTimeInfo(kVstTempoValid);
+    return time != nullptr ? time->tempo : Usual;
+}
+
+double VSTPlugin::getBeatPosition() noexcept {
+    const VstTimeInfo* const time = getTimeInfo(kVstPpqPosValid | kVstTempoValid | kVstBarsValid);
+    return time != nullptr ? time->ppqPos - time->barStartPos : 0.0;
+}
+
+bool VSTPlugin::isPlaying() noexcept {
+    const VstTimeInfo* const time = getTimeInfo(kVstTransportChanged | kVstTransportPlaying);
+    return time != nullptr && (time->flags & kVstTransportPlaying) != 0;
 }
 
 std::string VSTPlugin::getHostName() {
     char name[HostTextBytes]{};
-    callHost(audioMasterGetProductString, 0, 0, name);
+    getHostProductString(name);
     return std::string(name, std::find(name, std::end(name), '\0'));
 }
 

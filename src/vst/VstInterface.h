@@ -268,6 +268,7 @@ struct VstSpeakerArrangement {
     VstInt32 numChannels;
     VstSpeakerProperties speakers[8];
 };
+static_assert(sizeof(VstSpeakerArrangement) == 8 + 8 * 112);
 
 /// What `audioMasterGetTime` leads to; a field counts when its flag is set, the first two always.
 struct VstTimeInfo {
@@ -291,11 +292,18 @@ static_assert(sizeof(VstTimeInfo) == 88);
 enum VstTimeInfoFlags : VstInt32 {
     kVstTransportChanged = 1 << 0,
     kVstTransportPlaying = 1 << 1,
+    kVstTransportCycleActive = 1 << 2,
+    kVstTransportRecording = 1 << 3,
+    kVstAutomationWriting = 1 << 6,
+    kVstAutomationReading = 1 << 7,
     kVstNanosValid = 1 << 8,
     kVstPpqPosValid = 1 << 9,
     kVstTempoValid = 1 << 10,
     kVstBarsValid = 1 << 11,
+    kVstCyclePosValid = 1 << 12,
     kVstTimeSigValid = 1 << 13,
+    kVstSmpteValid = 1 << 14,
+    kVstClockValid = 1 << 15,
 };
 
 /// What `audioMasterGetCurrentProcessLevel` answers: who calls the plug-in at this moment.
@@ -327,9 +335,74 @@ struct VstParameterProperties {
 };
 static_assert(sizeof(VstParameterProperties) == 152);
 
+enum VstParameterFlags : VstInt32 {
+    kVstParameterIsSwitch = 1 << 0,
+    kVstParameterUsesIntegerMinMax = 1 << 1,
+    kVstParameterUsesFloatStep = 1 << 2,
+    kVstParameterUsesIntStep = 1 << 3,
+    kVstParameterSupportsDisplayIndex = 1 << 4,
+    kVstParameterSupportsDisplayCategory = 1 << 5,
+    kVstParameterCanRamp = 1 << 6,
+};
+
+enum VstEventTypes : VstInt32 {
+    kVstMidiType = 1,
+    kVstSysExType = 6,
+};
+
+/// What all events begin with.
+struct VstEvent {
+    VstInt32 type;  // VstEventTypes
+    VstInt32 byteSize;
+    VstInt32 deltaFrames;  // from the beginning of the next block
+    VstInt32 flags;
+    char data[16];
+};
+static_assert(sizeof(VstEvent) == 32);
+
+struct VstMidiEvent {
+    VstInt32 type;  // kVstMidiType
+    VstInt32 byteSize;
+    VstInt32 deltaFrames;
+    VstInt32 flags;       // 1: played at this moment, not from a sequence
+    VstInt32 noteLength;  // frames, 0 if it isn't known
+    VstInt32 noteOffset;  // frames
+    char midiData[4];     // up to 3 bytes, and a zero
+    signed char detune;   // cents, -64 to 63
+    unsigned char noteOffVelocity;
+    char reserved1;
+    char reserved2;
+};
+static_assert(sizeof(VstMidiEvent) == 32);
+
+/// What `effProcessEvents` leads to: as many pointers as are counted, though two are declared.
+struct VstEvents {
+    VstInt32 numEvents;
+    VstIntPtr reserved;
+    VstEvent* events[2];
+};
+static_assert(offsetof(VstEvents, events) == vstOffset(8, 16));
+
+struct VstKeyCode {
+    VstInt32 character;
+    unsigned char virt;
+    unsigned char modifier;  // 1 shift, 2 alternate, 4 command, 8 control
+};
+static_assert(sizeof(VstKeyCode) == 8);
+
+/// Only passed on here.
+struct VstAudioFile;
+struct VstOfflineTask;
+struct VstVariableIo;
+struct VstPatchChunkInfo;
+struct MidiProgramName;
+struct MidiProgramCategory;
+struct MidiKeyName;
+
 struct ERect {
     std::int16_t top;
     std::int16_t left;
     std::int16_t bottom;
     std::int16_t right;
 };
+static_assert(sizeof(ERect) == 8);

@@ -25,6 +25,12 @@ namespace {
 struct Host : HostInterface {
     std::int32_t getInputLatency() noexcept override { return latency; }
     std::string getHostName() override { return "A host"; }
+    Radio* getPlugin() const override { return nullptr; }
+    std::int32_t getLatency() const override { return 0; }
+    void setLatency(std::int32_t) override {}
+    double getTempo() noexcept override { return 120.0; }
+    double getBeatPosition() noexcept override { return 0.0; }
+    bool isPlaying() noexcept override { return false; }
     bool isOffline() noexcept override { return false; }
 
     std::int32_t latency = 7;

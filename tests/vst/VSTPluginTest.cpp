@@ -38,6 +38,10 @@ VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32, VstIntPtr, void*
     return 0;
 }
 
+IOConfig stereo() {
+    return {IOPinConfig(2, 1), IOPinConfig(2, 1)};
+}
+
 constexpr float NotANumber = std::numeric_limits<float>::quiet_NaN();
 
 using Channel = std::vector<float>;
@@ -46,7 +50,7 @@ using Buffers = std::array<float*, 2>;
 // An instance as a host has it: the record alone.
 class Instance {
 public:
-    Instance() : record((Mission::get().start(), new VSTPlugin(host))->getAeffect()) {}
+    Instance() : record((Mission::get().start(), new VSTPlugin(0, host, stereo()))->getAeffect()) {}
     ~Instance() {
         EXPECT_EQ(call(effClose), 1);
         EXPECT_FALSE(inspectConnection(0)) << "it keeps its connection";
@@ -290,7 +294,7 @@ protected:
     ComingAndGoing() { Mission::get().start(); }
 
     static AEffect* come() {
-        AEffect* const record = (new VSTPlugin(host))->getAeffect();
+        AEffect* const record = (new VSTPlugin(0, host, stereo()))->getAeffect();
         record->dispatcher(record, effMainsChanged, 0, 1, nullptr, 0.0f);
         return record;
     }
