@@ -79,6 +79,20 @@ VstPlugCategory categoryOf(std::int32_t category) {
     }
 }
 
+// The parameters' own text of a switch is a number.
+constexpr const char* On = "On";
+constexpr const char* Off = "Off";
+
+bool isSwitch(const Parameter& parameter) {
+    return dynamic_cast<const ParameterValue<bool>*>(&parameter) != nullptr;
+}
+
+std::string displayOf(const Parameter& parameter) {
+    if (isSwitch(parameter))
+        return parameter.getFloat() != 0.0f ? On : Off;
+    return parameter.getText();
+}
+
 void setIntegers(VstParameterProperties& properties, VstInt32 minimum, VstInt32 maximum,
                  VstInt32 step) {
     constexpr VstInt32 LargeSteps = 10;  // over the whole range
@@ -355,7 +369,7 @@ void VSTPlugin::getParameterLabel(VstInt32 index, char* label) {
 
 void VSTPlugin::getParameterDisplay(VstInt32 index, char* text) {
     const Parameter* const parameter = parameterAt(index);
-    copyText(text, parameter != nullptr ? parameter->getText() : "", kVstMaxParamStrLen);
+    copyText(text, parameter != nullptr ? displayOf(*parameter) : "", kVstMaxParamStrLen);
 }
 
 void VSTPlugin::getParameterName(VstInt32 index, char* text) {
@@ -398,7 +412,14 @@ bool VSTPlugin::string2parameter(VstInt32 index, const char* text) {
     if (text == nullptr)
         return index == -1;
     Parameter* const parameter = parameterAt(index);
-    return parameter != nullptr && parameter->setText(text, FromHost);
+    if (parameter == nullptr)
+        return false;
+    const std::string_view typed = text;
+    if (isSwitch(*parameter) && (typed == On || typed == Off)) {
+        parameter->setNormalised(typed == On ? 1.0f : 0.0f, FromHost);
+        return true;
+    }
+    return parameter->setText(text, FromHost);
 }
 
 bool VSTPlugin::getParameterProperties(VstInt32 index, VstParameterProperties* properties) {
@@ -409,7 +430,7 @@ bool VSTPlugin::getParameterProperties(VstInt32 index, VstParameterProperties* p
     copyText(properties->label, parameter->getName(), kVstMaxLabelLen);
     copyText(properties->shortLabel, parameter->getHostName(kVstMaxShortLabelLen - 1),
              kVstMaxShortLabelLen);
-    if (dynamic_cast<const ParameterValue<bool>*>(parameter) != nullptr) {
+    if (isSwitch(*parameter)) {
         properties->flags |= kVstParameterIsSwitch;
     } else if (const auto* const integer =
                    dynamic_cast<const ParameterValue<std::int32_t>*>(parameter)) {
@@ -476,13 +497,14 @@ VstInt32 VSTPlugin::processEvents(const VstEvents* events) {
     const AudioGate::Block block(gate_);
     if (!block.isInside() || events->numEvents > MostEvents)
         return 1;
+    VstEvent* const* const list = events->events;  // of more than the two that are declared
     // In front of the first block that comes in parts, no event lies behind the announced length.
     const VstInt32 last = std::max(HostInterface::getBlockSize() - 1, 0);
     for (VstInt32 i = 0; i < events->numEvents; ++i) {
-        if (events->events[i] == nullptr || events->events[i]->type != kVstMidiType)
+        if (list[i] == nullptr || list[i]->type != kVstMidiType)
             continue;
         VstMidiEvent event;
-        std::memcpy(&event, events->events[i], sizeof event);
+        std::memcpy(&event, list[i], sizeof event);
         MidiRecord record;
         std::memcpy(record.bytes.data(), event.midiData, record.bytes.size());
         record.deltaFrames = std::clamp(event.deltaFrames, VstInt32{0}, last);

@@ -1,14 +1,17 @@
+#include "audio/Module.h"
+#include "link/BrimtideEngine.h"
 #include "link/BrimtidePluginInfo.h"
 #include "link/ConnectionInfo.h"
+#include "parameters/ParameterEditor.h"
 #include "platform/Clock.h"
 #include "plugin/Mission.h"
 #include "support/AllocationCount.h"
 #include "support/Connections.h"
+#include "support/Hearer.h"
 #include "support/Product.h"
-#include "vst/OpenHandles.h"
 #include "vst/VSTPlugin.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
 #include <array>
@@ -30,7 +33,19 @@ namespace {
 // What the host does when a block asks it for its latency, on the block's thread.
 std::function<void()> duringBlock;
 
-VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32, VstIntPtr, void* ptr, float) {
+// What the host was told, with the value, or else with the parameter's number less that of Mute.
+std::vector<std::pair<VstInt32, float>> told;
+const VstTimeInfo* transport = nullptr;
+
+VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32 index, VstIntPtr, void* ptr,
+                           float opt) {
+    if (opcode == audioMasterAutomate || opcode == audioMasterBeginEdit ||
+        opcode == audioMasterEndEdit)
+        told.emplace_back(opcode, opt + static_cast<float>(index - 1));
+    if (opcode == audioMasterIOChanged)
+        told.emplace_back(opcode, 0.0f);
+    if (opcode == audioMasterGetTime)
+        return reinterpret_cast<VstIntPtr>(transport);
     if (opcode == audioMasterGetProductString)
         std::memset(ptr, 'x', 256);  // longer than the interface allows, and without an end
     if (opcode == audioMasterGetInputLatency && duringBlock)
@@ -60,6 +75,9 @@ public:
                    float opt = 0.0f) {
         return record->dispatcher(record, opcode, index, value, ptr, opt);
     }
+    VSTPlugin& effect() {
+        return *static_cast<VSTPlugin*>(static_cast<AudioEffect*>(record->object));
+    }
     void resume() { call(effMainsChanged, 0, 1); }
     bool setChannels(int inputs, int outputs) {
         VstSpeakerArrangement in{}, out{};
@@ -84,30 +102,47 @@ public:
 
 enum ParameterIndex { Name, Mute };
 
-// Faults: a text without an end, an identity that saved projects don't know, a null pointer that is
-// followed, an exception that runs into the host.
+// Faults: an identity that saved projects don't know, an exception that runs into the host, a
+// number that the host isn't told.
 TEST(VSTPlugin, AnswersWhatHostsAsk) {
     Instance instance;
     AEffect& record = *instance.record;
-    EXPECT_EQ(std::tuple(record.magic, record.flags, record.uniqueID),
+    EXPECT_EQ(std::tuple(record.magic, record.flags, record.uniqueID, record.version),
               std::tuple(kEffectMagic, effFlagsCanReplacing | effFlagsProgramChunks,
-                         fourCharacters("QrlA")));
-    for (int opcode = effClose + 1; opcode < 100; ++opcode)
-        instance.call(opcode);
-    for (const auto& [index, text] : {std::pair(0, "Name"), {1, "Mute"}, {2, ""}}) {
-        std::string name(kVstMaxParamStrLen, 'x');
-        instance.call(effGetParamName, index, 0, name.data());
-        EXPECT_STREQ(name.c_str(), text);
-    }
-    VstSpeakerArrangement stereo{};
-    EXPECT_EQ(instance.call(effSetSpeakerArrangement, 0, 0, &stereo), 0);
-    EXPECT_EQ(instance.call(effSetSpeakerArrangement, 0, reinterpret_cast<VstIntPtr>(&stereo)), 0);
-    record.process(&record, nullptr, nullptr, 8);
-    record.processDoubleReplacing(&record, nullptr, nullptr, 8);
-    instance.resume();
-    float sample = 0.0f, *buffers[] = {&sample, &sample};
-    record.processReplacing(&record, nullptr, buffers, 1);
-    record.processReplacing(&record, buffers, nullptr, 1);
+                         fourCharacters("QrlA"), 1));
+    EXPECT_EQ(std::tuple(record.numParams, record.numPrograms, record.numInputs, record.numOutputs),
+              std::tuple(2, 1, 2, 2));
+    const auto text = [&](VstInt32 opcode, VstInt32 index) {
+        char buffer[kVstMaxProductStrLen] = "";
+        instance.call(opcode, index, 0, buffer);
+        return std::string(buffer);
+    };
+    instance.record->setParameter(instance.record, Mute, 1.0f);
+    const std::tuple<VstInt32, VstInt32, const char*> texts[] = {
+        {effGetParamName, Name, "Name"},   {effGetParamName, Mute, "Mute"},
+        {effGetParamName, 2, ""},          {effGetParamDisplay, Mute, "On"},
+        {effGetProgramName, 0, "Default"}, {effGetProgramNameIndexed, 0, "Default"},
+        {effGetEffectName, 0, "Brimtide"}, {effGetProductString, 0, "Brimtide"},
+    };
+    for (const auto& [opcode, index, expected] : texts)
+        EXPECT_EQ(text(opcode, index), expected) << opcode << ", " << index;
+    const std::tuple<VstInt32, VstInt32, VstIntPtr> numbers[] = {
+        {effIdentify, 0, fourCharacters("NvEf")},
+        {effGetVstVersion, 0, 2400},
+        {effGetVendorVersion, 0, 1200},
+        {effGetPlugCategory, 0, kPlugCategUnknown},
+        {effCanBeAutomated, Mute, 1},
+        {effCanBeAutomated, 2, 0},
+    };
+    for (const auto& [opcode, index, expected] : numbers)
+        EXPECT_EQ(instance.call(opcode, index), expected) << opcode;
+    const std::pair<const char*, VstIntPtr> abilities[] = {{"plugAsSend", 1},
+                                                           {"receiveVstEvents", 1},
+                                                           {"receiveVstMidiEvent", -1},
+                                                           {"sizeWindow", 1},
+                                                           {"bypass", -1}};
+    for (const auto& [ability, answer] : abilities)
+        EXPECT_EQ(instance.call(effCanDo, 0, 0, const_cast<char*>(ability)), answer) << ability;
 
     struct Faulty : AudioEffectX {
         using AudioEffectX::AudioEffectX;
@@ -117,6 +152,94 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
     EXPECT_EQ(record.dispatcher(faulty.getAeffect(), effGetVendorVersion, 0, 0, nullptr, 0.0f), 0);
 }
 
+// Faults: an echo to the host of what it has set, a change or an edit of the user's that it isn't
+// told of or takes for another parameter's.
+TEST(VSTPlugin, TellsTheHostWhatTheUserDoes) {
+    Instance instance;
+    auto& plugin = dynamic_cast<Plugin&>(*instance.effect().getPlugin());
+    const Settings& settings = plugin.moduleAt(0)->settings();
+    Parameter& mute = *settings.find(MuteOutputName, 0);
+    struct Knob : Radio, ParameterEditor {
+        explicit Knob(Parameter* edited) : Radio(nullptr), parameter(edited) {}
+        Parameter* getParameter() const override { return parameter; }
+        Parameter* parameter;
+    } knob(&mute), meter(settings.find(OutputLevelName, 0)), none(nullptr);
+    told.clear();
+    instance.record->setParameter(instance.record, Mute, 1.0f);
+    mute.setNormalised(0.0f, FromInternal);
+    EXPECT_TRUE(told.empty());
+    mute.setNormalised(1.0f, FromUser);
+    for (Knob* const edited : {&knob, &meter, &none})
+        for (const auto code :
+             {ControlMessage::EditBegin, ControlMessage::EditEnd, ControlMessage::FocusLost}) {
+            ControlMessage message(edited, code);
+            EXPECT_EQ(instance.effect().radio().receive(message),
+                      edited == &knob && code != ControlMessage::FocusLost);
+        }
+    instance.effect().setLatency(64);
+    EXPECT_EQ(instance.record->initialDelay, 64);
+    EXPECT_THAT(told, testing::ElementsAre(std::pair(audioMasterAutomate, 1.0f),
+                                           std::pair(audioMasterBeginEdit, 0.0f),
+                                           std::pair(audioMasterEndEdit, 0.0f),
+                                           std::pair(audioMasterIOChanged, 0.0f)));
+}
+
+// Faults: a transport that is read where the host has none, flags taken for one another.
+TEST(VSTPlugin, AsksTheHostForItsTransport) {
+    Instance instance;
+    HostInterface& asked = instance.effect();
+    EXPECT_EQ(std::tuple(asked.getTempo(), asked.getBeatPosition(), asked.isPlaying()),
+              std::tuple(120.0, 0.0, false));
+    VstTimeInfo time{};
+    time.tempo = 90.0;
+    time.ppqPos = 9.5;
+    time.barStartPos = 8.0;
+    time.flags = kVstTransportPlaying;
+    transport = &time;
+    EXPECT_EQ(std::tuple(asked.getTempo(), asked.getBeatPosition(), asked.isPlaying()),
+              std::tuple(90.0, 1.5, true));
+    time.flags = kVstTransportChanged;
+    EXPECT_FALSE(asked.isPlaying());
+    transport = nullptr;
+}
+
+// Faults: a long block for which the audio thread makes room, or which nobody does; a pause after
+// which engines sound on, or a block that is taken for a pause.
+TEST(VSTPlugin, NoticesLongBlocksAndPauses) {
+    Instance instance;
+    static double seconds;
+    seconds = 100.0;
+    platform::setHighResolutionClock([]() noexcept { return seconds; });
+    int resets = 0;
+    const Hearer hearer(*instance.effect().getPlugin(), [&](Message& message) {
+        resets += message.type == MessageType::Window && message.code == WindowMessage::Repaint;
+    });
+    instance.resume();
+    const auto resetsAfter = [&](double pause, int frames) {
+        seconds += pause;
+        const int before = resets;
+        instance.play(Channel(static_cast<std::size_t>(frames)));
+        return resets - before;
+    };
+    instance.call(effSetBlockSize, 0, 512);
+    EXPECT_EQ(resetsAfter(0.0, 512), 1) << "the first block ever";
+    const std::tuple<double, int, int> blocks[] = {
+        {0.99, 512, 512}, {0.0, 513, 1024}, {0.0, 1024, 1024}, {0.0, 1025, 2048}};
+    for (const auto& [pause, frames, blockSize] : blocks) {
+        EXPECT_EQ(resetsAfter(pause, frames), 0);
+        EXPECT_EQ(instance.effect().getBlockSize(), blockSize) << frames;
+    }
+    EXPECT_EQ(inspectConnection(0)->sender->announcedBlock, 512u);
+    instance.call(effEditIdle);
+    instance.play({0.0f});
+    EXPECT_EQ(inspectConnection(0)->sender->announcedBlock, 2048u);
+    EXPECT_EQ(resetsAfter(1.0, 64), 1);
+    instance.call(effSetBlockSize, 0, 16384);
+    instance.call(effSetSampleRate, 0, 0, nullptr, 8000.0f);
+    EXPECT_EQ(resetsAfter(16.3, 64), 0);
+    EXPECT_EQ(resetsAfter(16.4, 64), 1);
+}
+
 // Faults: numbers of the host's that reach receivers as nonsense, a text of its that has no end.
 TEST(VSTPlugin, TellsReceiversWhatTheHostTells) {
     Instance instance;
@@ -124,15 +247,15 @@ TEST(VSTPlugin, TellsReceiversWhatTheHostTells) {
     instance.resume();
     const std::pair<float, int> rates[] = {{96e3f, 96'000}, {NotANumber, 0}, {48000.5f, 48'000}};
     float silence = 0.0f;
-    for (const auto& [told, heard] : rates) {
-        instance.call(effSetSampleRate, 0, 0, nullptr, told);
+    for (const auto& [announced, heard] : rates) {
+        instance.call(effSetSampleRate, 0, 0, nullptr, announced);
         instance.process({&silence, &silence}, {&silence, &silence}, 0);
-        EXPECT_EQ(inspectConnection(0)->sender->rate, heard) << told;
+        EXPECT_EQ(inspectConnection(0)->sender->rate, heard) << announced;
     }
-    for (const auto& [told, heard] : {std::pair(0x7FFFFFFF, 1u << 20), {-1, 0u}}) {
-        instance.call(effSetBlockSize, 0, told);
+    for (const auto& [announced, heard] : {std::pair(0x7FFFFFFF, 1u << 20), {-1, 0u}}) {
+        instance.call(effSetBlockSize, 0, announced);
         instance.process({&silence, &silence}, {&silence, &silence}, 0);
-        EXPECT_EQ(inspectConnection(0)->sender->announcedBlock, heard) << told;
+        EXPECT_EQ(inspectConnection(0)->sender->announcedBlock, heard) << announced;
     }
 }
 
@@ -153,8 +276,9 @@ TEST(VSTPlugin, KeepsItsStateInChunks) {
     EXPECT_EQ(instance.call(effString2Parameter, -1), 1);
     EXPECT_EQ(instance.call(effString2Parameter, 2, 0, name), 0);
     EXPECT_EQ(instance.call(effString2Parameter, Name, 0, name), 1);
+    char on[] = "On";
+    EXPECT_EQ(instance.call(effString2Parameter, Mute, 0, on), 1);
     EXPECT_EQ(inspectConnection(0)->name, name);
-    instance.record->setParameter(instance.record, Mute, 1.0f);
     const std::string state = chunk();
     instance.record->setParameter(instance.record, Mute, 0.0f);
     const std::string present = chunk();
@@ -286,61 +410,6 @@ TEST(VSTPlugin, ChangesDontWaitForEverForTheBlockUnderWay) {
     processWith([&] { std::async(std::launch::async, expectRefusals).get(); });
     platform::setHighResolutionClock([]() noexcept { return 0.0; });
     processWith(expectRefusals);
-}
-
-// The product without an instance of its own, and how its instances come and go.
-class ComingAndGoing : public testing::Test {
-protected:
-    ComingAndGoing() { Mission::get().start(); }
-
-    static AEffect* come() {
-        AEffect* const record = (new VSTPlugin(0, host, stereo()))->getAeffect();
-        record->dispatcher(record, effMainsChanged, 0, 1, nullptr, 0.0f);
-        return record;
-    }
-    static void play(AEffect* record) {
-        Channel in = test::ramp(64), left(64), right(64);
-        Buffers inputs{in.data(), in.data()}, outputs{left.data(), right.data()};
-        record->processReplacing(record, inputs.data(), outputs.data(), 64);
-        EXPECT_EQ(left, in);
-        EXPECT_EQ(right, in);
-    }
-    static void go(AEffect* record) {
-        EXPECT_EQ(record->dispatcher(record, effClose, 0, 0, nullptr, 0.0f), 1);
-    }
-
-    const std::unique_ptr<test::Product> product_ =
-        test::Product::of<BrimtidePluginInfo>(PRODUCT_FOLDER);
-};
-
-// Faults: a file, a timer or a view that each instance leaves open, until the host can open no
-// more. The block of a slot that an instance found taken stays open, one a slot.
-TEST_F(ComingAndGoing, LeavesNothingOpen) {
-    AEffect* const first = come();
-    go(come());
-    const int before = test::openHandles();
-    for (int i = 0; i < INSTANCES; ++i)
-        go(come());
-    EXPECT_LE(test::openHandles(), before);
-    go(first);
-}
-
-// Faults: instances that get in each other's way while they begin and end, a slot that is never
-// given back.
-TEST_F(ComingAndGoing, OnTwoThreadsAtOnce) {
-    const auto comeAndGo = [] {
-        for (int i = 0; i < 50; ++i) {
-            AEffect* const record = come();
-            play(record);
-            go(record);
-        }
-    };
-    auto other = std::async(std::launch::async, comeAndGo);
-    comeAndGo();
-    other.get();
-    EXPECT_EQ(Mission::get().getCurrentPlugin(), nullptr);
-    for (std::uint32_t slot = 0; slot < ConnectionSlots; ++slot)
-        EXPECT_EQ(connectionStatus(slot) & ConnectionInUse, 0u) << slot;
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "vst/OpenHandles.h"
+#include "support/OpenHandles.h"
 
 #include <filesystem>
 #include <iterator>
