@@ -1,22 +1,19 @@
 #include "drawing/Bitmap.h"
-#include "drawing/Font.h"
 #include "drawing/PngFile.h"
 #include "foundation/File.h"
-#include "foundation/LogFolder.h"
 #include "support/AllocationCount.h"
 #include "support/ScratchFolder.h"
 
 #include <gmock/gmock.h>
 
-#include <limits>
+#include <cmath>
 #include <sstream>
 
 namespace tarn {
 namespace {
 
 using namespace test;
-using testing::ElementsAre;
-using testing::HasSubstr;
+using Bytes = std::vector<int>;
 
 std::string load(Bitmap& bitmap, const std::string& png) {
     std::istringstream stream(png);
@@ -25,7 +22,7 @@ std::string load(Bitmap& bitmap, const std::string& png) {
 }
 
 // The bytes in memory.
-std::vector<int> bytesOf(const Bitmap& bitmap) {
+Bytes bytesOf(const Bitmap& bitmap) {
     const PixelsData& pixels = *bitmap.getPixels();
     const std::uint8_t* const first = pixels.row(pixels.getHeight() - 1);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(first) % 16, 0u);
@@ -35,133 +32,97 @@ std::vector<int> bytesOf(const Bitmap& bitmap) {
 // Faults: channels in the wrong order, rows upside down, colours not multiplied or with a gamma of
 // their own, a kind of file that comes out garbled.
 TEST(Bitmap, ShowsEveryKindOfFileWithAlpha) {
-    Bitmap bitmap;
-    const std::string two("\xC8\x64\x32\x80\xFF\xFF\xFF\x00", 8);  // one above the other
-    EXPECT_EQ(load(bitmap, pngFile(1, 2, two)), "");
-    EXPECT_THAT(bytesOf(bitmap), ElementsAre(0, 0, 0, 0, 25, 50, 100, 128));
-    EXPECT_EQ(bitmap.getPixel({0, 0}), Color::fromBytes(100, 50, 25, 128));
-    EXPECT_EQ(bitmap.getPixel({1, 0}), Color::fromBytes(0, 0, 0, 0));
-    for (const Point clear : {Point{0, 1}, {-1, 0}, {0, -1}, {1, 0}, {0, 2}})
-        EXPECT_FALSE(bitmap.isOpaqueAt(clear));
-    EXPECT_TRUE(bitmap.isOpaqueAt({0, 0}));
-
-    const std::string gray("\xC8\x80", 2), deep("\xC8\xC8\x64\x64\x32\x32\x80\x80", 8);
-    EXPECT_EQ(load(bitmap, pngFile(1, 1, gray, {PNG_COLOR_TYPE_GRAY_ALPHA})), "");
-    EXPECT_THAT(bytesOf(bitmap), ElementsAre(100, 100, 100, 128));
-    EXPECT_EQ(load(bitmap, pngFile(1, 1, deep, {PNG_COLOR_TYPE_RGB_ALPHA, 16})), "");
-    EXPECT_THAT(bytesOf(bitmap), ElementsAre(25, 50, 100, 128));
-    const std::string half("\x80\x80\x80\xFF", 4);
-    EXPECT_EQ(load(bitmap, pngFile(1, 1, half, {.gamma = 1.0})), "");
-    EXPECT_THAT(bytesOf(bitmap), ElementsAre(185, 185, 185, 255));  // 0.5 to the power of 1 / 2.2
-
     std::string many;
     for (int i = 0; i < 5 * 9 * 4; ++i)
         many += static_cast<char>(i % 4 == 3 ? 255 : i);
+    const std::string two("\xC8\x64\x32\x80\xFF\xFF\xFF\x00", 8);  // one above the other
+    Bitmap bitmap;
     EXPECT_EQ(load(bitmap, pngFile(5, 9, many)), "");
-    const std::vector<int> plain = bytesOf(bitmap);
-    EXPECT_EQ(load(bitmap, pngFile(5, 9, many, {.interlace = PNG_INTERLACE_ADAM7})), "");
-    EXPECT_EQ(bytesOf(bitmap), plain);
+    const std::pair<std::string, Bytes> files[] = {
+        {pngFile(5, 9, many, {.interlace = PNG_INTERLACE_ADAM7}), bytesOf(bitmap)},
+        {pngFile(1, 1, "\xC8\x80", {PNG_COLOR_TYPE_GRAY_ALPHA}), {100, 100, 100, 128}},
+        {pngFile(1, 1, "\xC8\xC8\x64\x64\x32\x32\x80\x80", {.bits = 16}), {25, 50, 100, 128}},
+        // 0.5 to the power of 1 / 2.2
+        {pngFile(1, 1, "\x80\x80\x80\xFF", {.gamma = 1.0}), {185, 185, 185, 255}},
+        {pngFile(1, 2, two), {0, 0, 0, 0, 25, 50, 100, 128}}};
+    for (const auto& [file, bytes] : files) {
+        EXPECT_EQ(load(bitmap, file), "");
+        EXPECT_EQ(bytesOf(bitmap), bytes);
+    }
+    EXPECT_EQ(bitmap.getPixel({0, 0}), Color::fromBytes(100, 50, 25, 128));
+    EXPECT_TRUE(bitmap.isOpaqueAt({0, 0}));
+    for (const Point clear : {Point{0, 1}, {-1, 0}, {0, -1}, {1, 0}, {0, 2}})
+        EXPECT_FALSE(bitmap.isOpaqueAt(clear));
+    EXPECT_EQ(bitmap.getPixel({1, 0}), Color::fromBytes(0, 0, 0, 0));
 }
 
 // Faults: half an image, an image of a file that is no such image, memory by a header's word.
 TEST(Bitmap, IsEmptyAfterAFileThatIsntWhole) {
-    Bitmap bitmap;
     const std::string good = pngFile(2, 2, "abcdefghijklmnop", {.gamma = 0.5});
+    std::vector<std::pair<std::string, std::string>> files = {
+        {"PN", "signature read error"},
+        {"RIFF", "signature mismatch"},
+        {pngFile(1, 1, "x", {PNG_COLOR_TYPE_GRAY}), "colour type without alpha"},
+        {pngFile(1, 16'385, ""), "failed to install error handler"},
+        {pngFile(16'384, 1'025, ""), "too large"},
+        {pngFile(16'384, 1'024, ""), "out of memory"}};
     for (std::size_t at = 0; at < good.size(); ++at) {
         std::string broken = good;
         broken[at] ^= 0x10;
-        for (const std::string& file : {broken, good.substr(0, at)}) {
-            EXPECT_EQ(load(bitmap, good), "");
-            EXPECT_NE(load(bitmap, file), "") << at;
-            EXPECT_EQ(bitmap.getRect(), Rect());
-            EXPECT_EQ(bitmap.getFrameRect(0), Rect());
-            EXPECT_EQ(bitmap.getPixel({0, 0}), Color::fromBytes(0, 0, 0, 0));
-        }
+        files.insert(files.end(), {{broken, ""}, {good.substr(0, at), ""}});
     }
-    EXPECT_EQ(load(bitmap, "PN"), "PNG::signature read error");
-    EXPECT_EQ(load(bitmap, "RIFF"), "PNG::signature mismatch");
-    const std::pair<std::string, std::string> refused[] = {
-        {pngFile(1, 1, "x", {PNG_COLOR_TYPE_GRAY}), "PNG::colour type without alpha"},
-        {pngFile(1, 1, "xyz", {PNG_COLOR_TYPE_RGB}), "PNG::colour type without alpha"},
-        {pngFile(1, 1, "\1", {PNG_COLOR_TYPE_PALETTE}), "PNG::colour type without alpha"},
-        {pngFile(100'000, 1, ""), "PNG::failed to install error handler"},
-        {pngFile(1, 16'385, ""), "PNG::failed to install error handler"},
-        {pngFile(16'384, 1'025, ""), "PNG::too large"},
-        {pngFile(16'384, 1'024, ""), "PNG::out of memory"}};
-    const AllocationLimit limit(1'000'000);
-    for (const auto& [file, text] : refused)
-        EXPECT_EQ(load(bitmap, file), text);
-}
-
-TEST(Bitmap, LogsAFileThatItCantLoad) {
-    LogFolder log;
-    log.open(LogDetail);
-    const ScratchFolder folder;
-    folder.write("a.PNG", plainPng(3, 2));
-    folder.write("b.png", "GIF89a");
-    folder.write("c.bmp", plainPng(3, 2));
     Bitmap bitmap;
-    for (const char* name : {"b.png", "c.bmp", "none.png"}) {
-        EXPECT_TRUE(bitmap.loadFile(File(folder.path("a.PNG"))).isOk());
-        EXPECT_EQ(bitmap.getRect(), (Rect{0, 0, 3, 2}));
-        EXPECT_FALSE(bitmap.loadFile(File(folder.path(name))).isOk());
-        EXPECT_FALSE(bitmap.isValid());
+    for (const auto& [file, error] : files) {
+        EXPECT_EQ(load(bitmap, good), "");
+        const AllocationLimit limit(1'000'000);
+        EXPECT_THAT(load(bitmap, file), testing::StartsWith("PNG::" + error));
+        EXPECT_EQ(bitmap.getRect(), Rect());
+        EXPECT_EQ(bitmap.getFrameRect(0), Rect());
     }
-    EXPECT_THAT(log.lines(), ElementsAre("!! PNG::signature mismatch [EGEN] at Bitmap::loadFile",
-                                         HasSubstr("c.bmp [EIFL]"), HasSubstr("none.png [EIFL]")));
+    const ScratchFolder folder;
+    folder.write("a.PNG", good);
+    folder.write("b.bmp", good);
+    EXPECT_TRUE(bitmap.loadFile(File(folder.path("a.PNG"))).isOk() && bitmap.isValid());
+    EXPECT_EQ(bitmap.loadFile(File(folder.path("b.bmp"))).code, "EIFL");
+    EXPECT_FALSE(bitmap.isValid());
 }
 
 // Fault: a frame that reaches beyond the pixels, whatever numbers a file tells.
 TEST(Bitmap, FramesLieInsideTheImage) {
-    constexpr std::int32_t Least = std::numeric_limits<std::int32_t>::min();
-    constexpr std::int32_t Most = std::numeric_limits<std::int32_t>::max();
-    const std::int32_t numbers[] = {Least, -1, 0, 2, 7, 10, 11, Most};
+    const std::int32_t numbers[] = {INT32_MIN, -1, 0, 2, 7, 10, 11, INT32_MAX};
     Bitmap bitmap, empty;
     ASSERT_EQ(load(bitmap, plainPng(10, 7)), "");
-    const auto check = [](const Bitmap& checked) {
+    for (int i = 0; i < 2 * 2 * 8 * 8 * 8 * 8; ++i) {
+        const std::int32_t a = numbers[i / 4 % 8], b = numbers[i / 32 % 8];
+        const std::int32_t c = numbers[i / 256 % 8], d = numbers[i / 2048];
+        Bitmap& checked = i % 2 == 0 ? bitmap : empty;
+        checked.setFrames({a, b, c, d}, b, d);
+        if (i % 4 < 2)
+            checked.setFrameCount(a);
         const Rect whole = checked.getRect();
         const std::int32_t count = checked.getFrameCount();
         ASSERT_TRUE(count >= 1 && count <= 70);
-        for (const std::int32_t i : {Least, -1, count, Most})
-            ASSERT_EQ(checked.getFrameRect(i), Rect());
-        for (std::int32_t i = 0; i < count; ++i) {
-            const Rect frame = checked.getFrameRect(i);
+        for (const std::int32_t outside : {INT32_MIN, -1, count, INT32_MAX})
+            ASSERT_EQ(checked.getFrameRect(outside), Rect());
+        for (std::int32_t index = 0; index < count; ++index) {
+            const Rect frame = checked.getFrameRect(index);
             ASSERT_EQ(frame.unitedWith(whole), whole);
             ASSERT_TRUE(whole.isEmpty() || (frame.left < frame.right && frame.top < frame.bottom));
         }
-    };
-    for (const auto a : numbers)
-        for (const auto b : numbers)
-            for (const auto c : numbers)
-                for (const auto d : numbers)
-                    for (Bitmap* each : {&bitmap, &empty}) {
-                        each->setFrames({a, b, c, d}, b, d);
-                        check(*each);
-                        each->setFrameCount(a);
-                        check(*each);
-                    }
-    bitmap.setFrames({1, 2, 4, 4}, Most, Most);
+    }
+    bitmap.setFrames({1, 2, 4, 4}, INT32_MAX, INT32_MAX);
     EXPECT_EQ(bitmap.getFrameCount(), 6);
     EXPECT_EQ(bitmap.getFrameRect(4), (Rect{4, 4, 7, 6}));
-    EXPECT_EQ(bitmap.getFrameSize(), (Point{3, 2}));
-    for (const float value : {-1.0f, 0.25f, 2.0f, std::numeric_limits<float>::quiet_NaN()}) {
-        bitmap.setTransparency(value);
-        EXPECT_EQ(bitmap.getOpacity(), value == 0.25f ? 0.25f : value == 2.0f ? 1.0f : 0.0f);
-    }
 }
 
 TEST(Color, TakesSevenCharactersAndNothingElse) {
-    Color color(-1.0f, 2.0f, std::numeric_limits<float>::quiet_NaN(), 0.5f);
-    EXPECT_EQ(color, Color(0.0f, 1.0f, 0.0f, 0.5f));
-    for (const char* text :
-         {"", "#fff", "white", "#12345", "#1234567", "x123456", "#12345g", "#-12345"})
+    Color color(-1.0f, 2.0f, NAN, 0.5f);
+    for (const char* text : {"", "#fff", "#12345", "#1234567", "x123456", "#12345g", "#-12345"})
         EXPECT_FALSE(color.parse(text)) << text;
     EXPECT_EQ(color, Color(0.0f, 1.0f, 0.0f, 0.5f));
     EXPECT_TRUE(color.parse("#01fF80"));
     EXPECT_EQ(color, Color::fromBytes(1, 255, 128, 255));
-    EXPECT_FALSE(color.isNone());
-    EXPECT_TRUE(Color::none().isNone());
-    EXPECT_EQ(Font("Verdana", 8.0f).lineHeight, 10.0f);
+    EXPECT_TRUE(Color::none().isNone() && !color.isNone());
 }
 
 }  // namespace

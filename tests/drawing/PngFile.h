@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace tarn::test {
 
@@ -16,47 +17,38 @@ struct PngKind {
 };
 
 /// Of rows from the top; with fewer bytes than the size needs the file ends where the pixels begin.
-inline std::string pngFile(png_uint_32 width, png_uint_32 height, const std::string& bytes,
+inline std::string pngFile(png_uint_32 width, png_uint_32 height, std::string bytes,
                            const PngKind& kind = {}) {
     std::string file;
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
     png_infop info = png_create_info_struct(png);
-    png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
-    png_set_write_fn(
-        png, &file,
-        [](png_structp writer, png_bytep data, png_size_t size) {
-            static_cast<std::string*>(png_get_io_ptr(writer))
-                ->append(reinterpret_cast<const char*>(data), size);
-        },
-        nullptr);
+    const auto append = [](png_structp writer, png_bytep data, png_size_t size) {
+        static_cast<std::string*>(png_get_io_ptr(writer))
+            ->append(reinterpret_cast<const char*>(data), size);
+    };
+    png_set_write_fn(png, &file, append, nullptr);
     png_set_IHDR(png, info, width, height, kind.bits, kind.colorType, kind.interlace,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    const png_color palette[2] = {};
-    if (kind.colorType == PNG_COLOR_TYPE_PALETTE)
-        png_set_PLTE(png, info, palette, 2);
     if (kind.gamma != 0.0)
         png_set_gAMA(png, info, kind.gamma);
-    png_write_info(png, info);
-    const std::size_t rowBytes = png_get_rowbytes(png, info);
-    if (bytes.size() == rowBytes * height) {
-        const int passes = png_set_interlace_handling(png);
-        for (int pass = 0; pass < passes; ++pass)
-            for (png_uint_32 y = 0; y < height; ++y)
-                png_write_row(png, reinterpret_cast<png_const_bytep>(&bytes[y * rowBytes]));
-        png_write_end(png, info);
+    if (const std::size_t rowBytes = png_get_rowbytes(png, info);
+        bytes.size() == rowBytes * height) {
+        std::vector<png_bytep> rows;
+        for (std::size_t y = 0; y < height; ++y)
+            rows.push_back(reinterpret_cast<png_bytep>(&bytes[y * rowBytes]));
+        png_set_rows(png, info, rows.data());
+        png_write_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
     } else {
+        png_write_info(png, info);
         file.append("\0\0\1\0IDAT", 8);
     }
     png_destroy_write_struct(&png, &info);
     return file;
 }
 
-/// Opaque, of one colour.
-inline std::string plainPng(png_uint_32 width, png_uint_32 height, char level = '\x80') {
-    std::string bytes(std::size_t{width} * height * 4, level);
-    for (std::size_t i = 3; i < bytes.size(); i += 4)
-        bytes[i] = '\xFF';
-    return pngFile(width, height, bytes);
+/// Of one colour and opaque.
+inline std::string plainPng(png_uint_32 width, png_uint_32 height) {
+    return pngFile(width, height, std::string(std::size_t{width} * height * 4, '\xFF'));
 }
 
 }  // namespace tarn::test
