@@ -1,6 +1,7 @@
 #include "foundation/Dictionary.h"
 #include "foundation/File.h"
 #include "parameters/Settings.h"
+#include "platform/Dialogs.h"
 #include "plugin/Plugin.h"
 #include "plugin/Sampler.h"
 #include "samples/SampleManager.h"
@@ -10,14 +11,23 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+#include <functional>
 #include <random>
 
 namespace tarn {
 namespace {
 
 using test::SamplerPlugin;
+using test::StartedPlugin;
 using testing::ElementsAre;
 using testing::HasSubstr;
+
+constexpr const char* Foreign =
+    "<dict><info creator='X' version='1'/><file-format value='1.2'/><programs/></dict>";
+constexpr const char* Newer =
+    "<dict><info creator='Sampler' version='9'/><file-format value='9'/>"
+    "<parameters><Title value='theirs'/></parameters></dict>";
 
 std::string stateOf(Plugin& plugin) {
     Dictionary state;
@@ -33,25 +43,21 @@ bool restore(Plugin& plugin, const std::string& text) {
     return plugin.readState(state);
 }
 
-std::string bankOf(std::initializer_list<const char*> names) {
+std::string bankOf(const std::vector<std::string>& names) {
     std::string text = "<dict>" + test::Header + "<programs>";
-    for (const std::string name : names)
-        text += "<program><name value='" + name +
-                "'/><modules><module><parameters><Volume value='0.25'/></parameters></module>"
-                "</modules></program>";
+    for (const std::string& name : names)
+        text += "<program><name value='" + name + "'/><modules><module/></modules></program>";
     return text + "</programs></dict>";
 }
 
 // Faults: a definition that is taken by halves, an instance that crashes its host because it has
 // none, a message an instance.
 TEST(Plugin, WithoutItsDefinitionAnInstanceFailsAndTellsItOnce) {
-    const std::string& good = test::SettingsText;
     test::SamplerProduct sampler("");
-    for (std::size_t size = 0; size < good.size(); size += 37) {
-        sampler.files.write("Settings.xml", good.substr(0, size));
+    for (std::size_t size = 0; size < test::SettingsText.size(); size += 37) {
+        sampler.files.write("Settings.xml", test::SettingsText.substr(0, size));
         SamplerPlugin plugin(nullptr, 0);
         ASSERT_THROW(plugin.start(), Error) << size;
-        float samples[4]{};
         IOPinConfig in, out;
         plugin.setBlockSize(512);
         plugin.setSampleRate(48'000);
@@ -64,121 +70,89 @@ TEST(Plugin, WithoutItsDefinitionAnInstanceFailsAndTellsItOnce) {
         EXPECT_EQ(plugin.getLatency(), -1);
         EXPECT_FALSE(restore(plugin, "<dict/>"));
         stateOf(plugin);
-        EXPECT_EQ(samples[0], 0.0f);
     }
-    const std::string another = "<dict><info creator='X' version='1'/><parameters/></dict>";
-    sampler.files.write("Settings.xml", another);
+    sampler.files.write("Settings.xml", Foreign);
     EXPECT_THROW(SamplerPlugin(nullptr, 0).start(), Error);
     EXPECT_THAT(sampler.product->messages,
                 testing::Contains(HasSubstr("Error loading settings, unable")).Times(1));
-    sampler.files.write("Settings.xml", good);
-    SamplerPlugin plugin(nullptr, 0);
-    plugin.start();
-    EXPECT_EQ(plugin.getModuleName(*plugin.getModule(1)), "B");
 }
 
 // Faults: any part of the state that is not written, not read, or read in an order that lets one
-// part spoil another.
+// part spoil another; a song that is lost because a state from elsewhere was half read.
 TEST(Plugin, TheStateBringsBackAnInstance) {
     const test::SamplerProduct sampler(test::SettingsText, bankOf({"Soft", "Loud", "Third"}));
     sampler.files.write("hit.wav",
                         test::waveFile(test::formatChunk(1, 8) + test::chunk("data", "12345678")));
+    const File hit(sampler.files.path("hit.wav"));
     const std::string names[] = {"", "Zo\u00eb <&\"' \u5c71\u7530 \U0001F3B8", std::string(31, 'a'),
                                  std::string(32, 'b'), std::string(100, 'c')};
     std::mt19937 random(1);
-    const auto part = [&] { return static_cast<float>(random() % 10'001) / 10'000.0f; };
+    const auto below = [&](unsigned end) { return static_cast<int>(random() % end); };
     for (int i = 0; i < 60; ++i) {
-        SamplerPlugin plugin(nullptr, 0), fresh(nullptr, 0);
-        plugin.start();
-        fresh.start();
-        EXPECT_EQ(plugin.getProgramCount(), 3);
-        EXPECT_EQ(plugin.getProgramName(1), "Loud");
+        StartedPlugin plugin, fresh;
+        const std::string former = stateOf(fresh);
         for (int step = 0; step < 8; ++step) {
-            plugin.setProgram(static_cast<int>(random() % 4));
-            plugin.parameter("Title").setText(names[random() % 5], FromUser);
-            for (const char* id : {"Volume", "Bend", "Voices"})
-                plugin.parameter(id, static_cast<int>(random() % 2))
-                    .setNormalised(part(), FromUser);
-            if (random() % 3 == 0)
-                plugin.setCurrentName(names[random() % 5]);
-            if (random() % 4 == 0)
-                plugin.storeFavorite(static_cast<int>(random() % 5));
-            if (random() % 4 == 0)
-                plugin.getMidiMapper().bind(static_cast<int>(random() % 130),
-                                            &plugin.parameter("Volume"));
-            if (random() % 4 == 0)
-                plugin.getSampleManager().setMapping(names[2], 1, {1, 2}, {3, 4});
-            if (random() % 8 == 0)
-                plugin.importFile(File(sampler.files.path("hit.wav")));
+            plugin.setProgram(below(4));
+            plugin.parameter("Title").setText(names[below(5)], FromUser);
+            for (const char* id : {"Volume", "Bend"})
+                plugin.parameter(id, below(2))
+                    .setNormalised(static_cast<float>(below(10'001)) / 10'000.0f, FromUser);
+            const std::function<void()> changes[] = {
+                [&] { plugin.setCurrentName(names[below(5)]); },
+                [&] { plugin.storeFavorite(below(5)); },
+                [&] { plugin.getMidiMapper().bind(below(130), &plugin.parameter("Volume")); },
+                [&] { plugin.importFile(hit); }};
+            changes[below(4)]();
         }
         const std::string state = stateOf(plugin);
         ASSERT_TRUE(restore(fresh, state));
         ASSERT_EQ(stateOf(fresh), state);
         ASSERT_EQ(stateOf(plugin), state);
-        EXPECT_EQ(fresh.getProgram(), plugin.getProgram());
         EXPECT_EQ(fresh.parameter("CurrentProgram").getFloat(),
                   static_cast<float>(plugin.getProgram()));
-        EXPECT_EQ(fresh.parameter("Volume").getNormalised(),
-                  plugin.parameter("Volume").getNormalised());
+        for (const char* other : {"<dict/>", Foreign, Newer})
+            ASSERT_FALSE(restore(fresh, other));
+        ASSERT_EQ(stateOf(fresh), state);
+        EXPECT_TRUE(restore(plugin, former) && restore(fresh, former));
+        EXPECT_FALSE(Mission::get().getResources()->getSample(hit.getPath()));
     }
-}
-
-// Fault: a song that is lost because a state from elsewhere was half read.
-TEST(Plugin, AStateThatIsNotOursChangesNothing) {
-    test::SamplerProduct sampler;
-    SamplerPlugin plugin(nullptr, 0);
-    plugin.start();
-    plugin.parameter("Title").setText("mine", FromUser);
-    const std::string state = stateOf(plugin);
-    for (const char* other :
-         {"", "<dict/>", "<dict><info creator='X' version='1'/><file-format value='1.2'/></dict>",
-          "<dict><info creator='Sampler' version='9'/><file-format value='9'/><parameters>"
-          "<Title value='theirs'/></parameters></dict>"}) {
-        const std::size_t told = sampler.product->messages.size();
-        EXPECT_FALSE(restore(plugin, other));
-        EXPECT_EQ(sampler.product->messages.size(), told + 1);
-        EXPECT_EQ(stateOf(plugin), state);
-    }
+    EXPECT_EQ(sampler.product->messages.size(), 60u * 3u);
     // Of an older version, without most parts, and with parts that say nothing.
+    StartedPlugin plugin;
     EXPECT_TRUE(
         restore(plugin, "<dict>" + test::Header +
                             "<Title value='older'/><tunings><current value='-7'/></tunings>"
                             "<programs currentProgram='99'/><midi><controller/></midi></dict>"));
     EXPECT_EQ(plugin.parameter("Title").getText(), "older");
     EXPECT_EQ(plugin.getTuning().getDescription(), "Equal Temperament");
-    EXPECT_TRUE(restore(plugin, state));
-    EXPECT_EQ(stateOf(plugin), state);
-    EXPECT_EQ(plugin.engine(1).resets, 2);
+    EXPECT_EQ(plugin.engine(1).resets, 1);
+    EXPECT_EQ(plugin.getModuleName(*plugin.getModule(1)), "B");
+    EXPECT_EQ(plugin.moduleAt(1)->getIndex(), 1);
 }
 
 // Faults: presets of the user's choice that are overlooked, a factory bank that isn't ours.
 TEST(Plugin, NewInstancesBeginWithTheChosenPresetsOrTheFactorys) {
-    test::SamplerProduct sampler(test::SettingsText,
-                                 "<dict><info creator='X' version='1'/><programs/></dict>");
-    const auto nameOfFirst = [] {
-        SamplerPlugin plugin(nullptr, 0);
-        plugin.start();
-        return std::pair(plugin.getProgramName(0), plugin.getProgramCount());
-    };
-    EXPECT_EQ(nameOfFirst(), std::pair(std::string("init 1"), 1));
-    sampler.files.write("Sampler Resources/Factory Presets.xml", bankOf({"Soft", "Loud"}));
-    EXPECT_EQ(nameOfFirst(), std::pair(std::string("Soft"), 2));
+    test::SamplerProduct sampler(test::SettingsText, Foreign);
     sampler.files.write("Sampler Resources/mine.xml", bankOf({"Mine"}));
-    sampler.product->store.openUser().setString("DefaultPresets", "mine.xml");
-    EXPECT_EQ(nameOfFirst(), std::pair(std::string("Mine"), 2));
-    sampler.files.write("Sampler Resources/foreign.xml",
-                        "<dict><info creator='X' version='1'/></dict>");
-    sampler.product->store.openUser().setString("DefaultPresets", "foreign.xml");
-    EXPECT_EQ(nameOfFirst(), std::pair(std::string("Soft"), 2));
-    sampler.product->store.openUser().setString("DefaultPresets", "absent.xml");
-    EXPECT_EQ(nameOfFirst(), std::pair(std::string("Soft"), 2));
+    sampler.files.write("Sampler Resources/foreign.xml", Foreign);
+    Preferences user = sampler.product->store.openUser();
+    const std::tuple<const char*, const char*, int> choices[] = {{"", "init 1", 1},
+                                                                 {"absent.xml", "Soft", 2},
+                                                                 {"foreign.xml", "Soft", 2},
+                                                                 {"mine.xml", "Mine", 2}};
+    for (const auto& [chosen, first, count] : choices) {
+        user.setString("DefaultPresets", chosen);
+        StartedPlugin plugin;
+        EXPECT_EQ(plugin.getProgramName(0), first) << chosen;
+        EXPECT_EQ(plugin.getProgramCount(), count) << chosen;
+        sampler.files.write("Sampler Resources/Factory Presets.xml", bankOf({"Soft", "Loud"}));
+    }
 }
 
 // Faults: a note that hangs, a controller that moves nothing or too much, an allocation.
 TEST(Plugin, MidiReachesEnginesAndParameters) {
     const test::SamplerProduct sampler;
-    SamplerPlugin plugin(nullptr, 0);
-    plugin.start();
+    StartedPlugin plugin;
     plugin.setBlockSize(64);
     plugin.midiEvent({{0x93, 60, 100}, 17, -5, 480});
     plugin.midiEvent({{0x93, 60, 0}});
@@ -193,7 +167,6 @@ TEST(Plugin, MidiReachesEnginesAndParameters) {
 
     const std::tuple<std::array<std::uint8_t, 3>, int, float> controllers[] = {
         {{0xB0, 7, 127}, 7, 1.0f},
-        {{0xB0, 7, 64}, 7, 64 * 0.007874016f},
         {{0xD0, 32, 0}, midi::Aftertouch, 32 * 0.007874016f},
         {{0xE0, 0, 0x40}, midi::PitchWheel, 0.5f},
         {{0xE0, 0x7F, 0x7F}, midi::PitchWheel, 0.99994f},
@@ -215,43 +188,74 @@ TEST(Plugin, MidiReachesEnginesAndParameters) {
 // Faults: a program that the host, the interface or a controller chooses and that isn't taken, or
 // of which nobody hears; requests that go astray.
 TEST(Plugin, ProgramsAndRequestsComeAsMessages) {
-    test::SamplerProduct sampler(test::SettingsText, bankOf({"a", "b", "c"}));
-    SamplerPlugin plugin(nullptr, 0);
-    plugin.start();
+    test::SamplerProduct sampler(test::SettingsText,
+                                 bankOf(std::vector<std::string>(128, "factory")));
+    StartedPlugin plugin;
     std::vector<std::int32_t> told;
     Hearer hearer(plugin, [&](Message& message) {
         if (message.type == MessageType::Plugin && message.code == PluginMessage::ProgramChanged)
             told.push_back(fromPayload<std::int32_t>(message.payload));
     });
     plugin.parameter("CurrentProgram").setFloat(2.0f, FromUser);
-    const MidiEvent event{0xC0, 1.0f / 127.0f, 0};
-    MidiMessage change(nullptr, MidiMessage::Event, &event, 0);
-    EXPECT_TRUE(plugin.receive(change));
-    plugin.recallFavorite(0);
-    EXPECT_THAT(told, ElementsAre(2, 1));
+    for (const float value : {1.0f, 1.01f, NAN, 1.0f / 127.0f}) {
+        const MidiEvent event{0xC0, value, 0};
+        MidiMessage change(nullptr, MidiMessage::Event, &event, 0);
+        EXPECT_TRUE(plugin.receive(change));
+    }
+    EXPECT_THAT(told, ElementsAre(2, 127, 1));
     EXPECT_EQ(plugin.parameter("CurrentProgram").getFloat(), 1.0f);
 
     sampler.files.write("one.xml", bankOf({"Dropped"}));
     sampler.files.write("bank.xml", bankOf({"x", "y"}));
-    for (const auto& [file, expected] :
-         {std::pair("one.xml", "x"), {"bank.xml", "y"}, {"absent.xml", "y"}}) {
+    for (const auto& [file, name] :
+         {std::pair("one.xml", "Dropped"), {"bank.xml", "y"}, {"absent.xml", "y"}}) {
         const std::string path = sampler.files.path(file);
         WindowMessage drop(nullptr, WindowMessage::DropFile, {}, {path});
         EXPECT_TRUE(plugin.receive(drop));
-        EXPECT_EQ(plugin.getProgramName(1), file == std::string("one.xml") ? "Dropped" : expected);
+        EXPECT_EQ(plugin.getProgramName(1), name);
     }
     EXPECT_THAT(sampler.product->messages, ElementsAre(HasSubstr("absent.xml")));
 
     IOPinConfig in, out;
     plugin.process(in, out, 5);
-    EXPECT_EQ(plugin.engine(1).blocks, 1);
     EXPECT_EQ(plugin.getSampleClock(), 5);
     for (const std::int32_t code : {3001, 3007}) {
         SystemMessage request(nullptr, code, 0);
         EXPECT_TRUE(plugin.receive(request));
     }
     plugin.process(in, out, 5);
-    EXPECT_TRUE(plugin.isShutDown() && plugin.engine(1).blocks == 1);
+    EXPECT_TRUE(plugin.isShutDown() && plugin.isDisabled() && plugin.engine(1).blocks == 1);
+}
+
+// Faults: a user without an editor who is asked, an answer that is lost.
+TEST(Plugin, TheUserFindsAMissingSample) {
+    const test::SamplerProduct sampler;
+    sampler.files.write("Kits/hit.wav", "");
+    const std::string place = sampler.files.path("Kits/hit.wav");
+    using enum platform::MessageAnswer;
+    platform::MessageAnswer answer = Yes;
+    std::string chosen = place;
+    platform::setDialogAnswers(
+        {[&](const platform::MessageRequest& request) {
+             return request.kind == platform::MessageKind::Ask && request.parented ? answer : Ok;
+         },
+         [&](const platform::FileRequest&) {
+             return platform::FileAnswer{chosen, 0};
+         }});
+    StartedPlugin plugin;
+    File missing("hit.wav");
+    EXPECT_FALSE(plugin.reportMissingSample(missing));
+    plugin.editor = &plugin;
+    for (const auto& [next, path] : {std::pair(Cancel, place), {Yes, std::string()}}) {
+        answer = next;
+        chosen = path;
+        EXPECT_FALSE(plugin.reportMissingSample(missing));
+    }
+    chosen = place;
+    EXPECT_TRUE(plugin.reportMissingSample(missing));
+    EXPECT_EQ(missing.getPath(), place);
+    File again("hit.wav");
+    EXPECT_TRUE(Mission::get().getResources()->findFile(again));  // the folder is known now
 }
 
 }  // namespace

@@ -24,8 +24,6 @@ inline const std::string SettingsText =
     "<Volume class='ParameterValue' type='float' automatable='true' scope='module'/>"
     "<Bend class='ParameterValue' type='float' minval='-1.0' maxval='1.0' defval='0.0' "
     "scope='plugin'/>"
-    "<Voices class='ParameterValue' type='integer' minval='1' maxval='64' defval='8' "
-    "scope='module'/>"
     "<CurrentProgram class='ParameterValue' type='integer' minval='0' maxval='4095' defval='0' "
     "export='false' scope='plugin'/>"
     "</parameters></dict>";
@@ -35,16 +33,16 @@ struct NotingEngine : Engine {
     using Engine::Engine;
     void noteEvent(const Note& note) override { notes.push_back(note.toEvent()); }
     void onReset() override { ++resets; }
-    void setSampleRate(int hz) override { rate = hz; }
     void process(const IOPinConfig&, IOPinConfig&, int) noexcept override { ++blocks; }
 
     std::vector<NoteEvent> notes;
-    int resets = 0, rate = 0, blocks = 0;
+    int resets = 0, blocks = 0;
 };
 
 struct SamplerPlugin : Plugin {
     using Plugin::Plugin;
     std::int32_t getUniqueID() const override { return 1; }
+    Radio* getEditor() const override { return editor; }
     void activate() override { isActive = true; }
     void deactivate() override { isActive = false; }
 
@@ -55,7 +53,12 @@ struct SamplerPlugin : Plugin {
         return *moduleAt(module)->settings().find(id, 0);
     }
 
+    Radio* editor = nullptr;
     bool isActive = false;
+};
+
+struct StartedPlugin : SamplerPlugin {
+    StartedPlugin() : SamplerPlugin(nullptr, 0) { start(); }
 };
 
 struct SamplerInfo : PluginInfo {
@@ -93,6 +96,8 @@ struct SamplerProduct {
                             const std::string& factoryBank = {}) {
         files.write("Resources.xml", ResourcesText);
         files.write("Settings.xml", settings);
+        files.write("Sampler Resources/info.xml",
+                    "<dict>" + Header + "<author value='A.'/></dict>");
         if (!factoryBank.empty())
             files.write("Sampler Resources/Factory Presets.xml", factoryBank);
         Mission::get().start();
