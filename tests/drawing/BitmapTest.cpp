@@ -113,6 +113,12 @@ TEST(Bitmap, FramesLieInsideTheImage) {
     bitmap.setFrames({1, 2, 4, 4}, INT32_MAX, INT32_MAX);
     EXPECT_EQ(bitmap.getFrameCount(), 6);
     EXPECT_EQ(bitmap.getFrameRect(4), (Rect{4, 4, 7, 6}));
+    bitmap.setFrames({1, 2, 4, 4}, 1, INT32_MAX);
+    EXPECT_EQ(bitmap.getFrameCount(), 2);
+    for (const auto& [opacity, kept] : {std::pair(NAN, 0.0f), {-1.0f, 0.0f}, {2.0f, 1.0f}}) {
+        bitmap.setTransparency(opacity);
+        EXPECT_EQ(bitmap.getOpacity(), kept);
+    }
 }
 
 TEST(Color, TakesSevenCharactersAndNothingElse) {

@@ -127,7 +127,8 @@ TEST(Plugin, TheStateBringsBackAnInstance) {
     EXPECT_EQ(plugin.getTuning().getDescription(), "Equal Temperament");
     EXPECT_EQ(plugin.engine(1).resets, 1);
     EXPECT_EQ(plugin.getModuleName(*plugin.getModule(1)), "B");
-    EXPECT_EQ(plugin.moduleAt(1)->getIndex(), 1);
+    EXPECT_EQ(plugin.moduleAt(1)->getCurrentProgram(), plugin.getCurrent()->getProgram(1));
+    EXPECT_EQ(plugin.moduleAt(1)->getCurrentProgramName(), plugin.getCurrentName());
 }
 
 // Faults: presets of the user's choice that are overlooked, a factory bank that isn't ours.
