@@ -96,6 +96,8 @@ TEST(Engine, PlaysAPreviewOverBlocksAndThenLetsGoOfItsSample) {
     EXPECT_EQ(player.block(4), "1200|");
     player.engine.playSample(nullptr, 0);
     EXPECT_EQ(player.block(4), "0000|");
+    player.engine.idle();
+    EXPECT_FALSE(ramp->isShared());
 }
 
 // Faults: a race, a sample that is freed on the audio thread, early or never.

@@ -232,6 +232,7 @@ TEST(Plugin, ProgramsAndRequestsComeAsMessages) {
 TEST(Plugin, TheUserFindsAMissingSample) {
     const test::SamplerProduct sampler;
     sampler.files.write("Kits/hit.wav", "");
+    sampler.files.write("Sampler Resources/Samples/drums.pack", "");
     const std::string place = sampler.files.path("Kits/hit.wav");
     using enum platform::MessageAnswer;
     platform::MessageAnswer answer = Yes;
@@ -255,8 +256,10 @@ TEST(Plugin, TheUserFindsAMissingSample) {
     chosen = place;
     EXPECT_TRUE(plugin.reportMissingSample(missing));
     EXPECT_EQ(missing.getPath(), place);
-    File again("hit.wav");
+    File again("hit.wav"), pack;
     EXPECT_TRUE(Mission::get().getResources()->findFile(again));  // the folder is known now
+    EXPECT_FALSE(plugin.findPackFile("none", pack));
+    EXPECT_TRUE(plugin.findPackFile("drums", pack) && pack.exists());
 }
 
 }  // namespace
