@@ -75,8 +75,9 @@ TEST(PluginInfo, WhatFollowsFromAProductsAnswers) {
     for (const std::string& text : {texts.controlsFailed, texts.ioFailedTitle, texts.ioFailed,
                                     texts.ioChangedTitle, texts.ioChanged})
         EXPECT_NE(text, "");
+    const std::string width = sizeof(void*) == 8 ? " (x86_64)" : " (i386)";
     EXPECT_THAT(info.getSystemReport(),
-                testing::MatchesRegex("Build type: Release .*\n.*\nCPU: .*\n"));
+                testing::StartsWith("Build type: (unknown)" + width + "\nOperating system: "));
 }
 
 }  // namespace

@@ -74,6 +74,7 @@ struct SamplerInfo : PluginInfo {
     std::int32_t getCategory() const override { return 10; }
     bool isSynth() const override { return true; }
     int getModuleCount() const override { return 2; }
+    std::int32_t getBuildType() const override { return 4; }  // none that there is
     std::vector<IOConfig> getIOConfigs() const override {
         return {{IOPinConfig(2, 2), IOPinConfig(1, 1)}, {IOPinConfig(), IOPinConfig(2, 3)}};
     }
