@@ -62,7 +62,7 @@ TEST(Bitmap, IsEmptyAfterAFileThatIsntWhole) {
     std::vector<std::pair<std::string, std::string>> files = {
         {"PN", "signature read error"},
         {"RIFF", "signature mismatch"},
-        {pngFile(1, 1, "x", {PNG_COLOR_TYPE_GRAY}), "colour type without alpha"},
+        {pngFile(1, 1, "xyz", {PNG_COLOR_TYPE_RGB}), "colour type without alpha"},
         {plainPng(1, 16'385), "failed to install error handler"},
         {pngFile(16'384, 1'025, ""), "too large"},
         {pngFile(16'384, 1'024, ""), "out of memory"}};
