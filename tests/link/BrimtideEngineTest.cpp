@@ -92,6 +92,7 @@ TEST_F(BrimtideEngine, ThirtyTwoInstancesHoldASlotEach) {
         instances.push_back(std::make_unique<test::Instance>());
     for (std::uint32_t slot = 0; slot < ConnectionSlots; ++slot)
         EXPECT_EQ(nameOfSlot(slot), "Connection #" + std::to_string(slot + 1));
+    EXPECT_EQ(Mission::get().getCurrentPlugin(), &instances.front()->plugin);
     test::Instance& wire = *instances.back();
     EXPECT_EQ(wire.value("BrimtideChannel"), 0.0f);
     EXPECT_EQ(wire.parameter("BrimtideID").getText(), "");
@@ -101,6 +102,7 @@ TEST_F(BrimtideEngine, ThirtyTwoInstancesHoldASlotEach) {
     EXPECT_EQ(wire.parameter("BrimtideID").getText(), "kept");
     EXPECT_EQ(play(wire, test::ramp(64)), test::ramp(64));
     instances.clear();
+    EXPECT_EQ(Mission::get().getCurrentPlugin(), nullptr);
     test::Instance fresh;
     EXPECT_EQ(nameOfSlot(0), "Connection #1");
 }
