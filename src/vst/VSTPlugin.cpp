@@ -250,8 +250,8 @@ void VSTPlugin::processReplacing(float** inputs, float** outputs, VstInt32 frame
     const AudioGate::Block block(gate_);
     if (!block.isInside())
         return;
-    const std::int32_t blockSize = HostInterface::getBlockSize();
-    if (frames > blockSize && blockSize < MaxInPlaceFrames) [[unlikely]]
+    const std::int32_t announced = HostInterface::getBlockSize();
+    if (frames > announced && announced < MaxInPlaceFrames) [[unlikely]]
         raiseBlockSize(frames);
     const double gap = platform::highResolutionSeconds() - lastProcessEnd_;
     if (gap >= ShortestGap &&
