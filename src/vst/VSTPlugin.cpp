@@ -7,7 +7,6 @@
 #include "foundation/File.h"
 #include "foundation/Logger.h"
 #include "foundation/Preferences.h"
-#include "parameters/ParameterEnum.h"
 #include "parameters/ParameterValue.h"
 #include "parameters/Settings.h"
 #include "platform/Clock.h"
@@ -18,6 +17,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cmath>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -436,14 +436,16 @@ bool VSTPlugin::getParameterProperties(VstInt32 index, VstParameterProperties* p
                    dynamic_cast<const ParameterValue<std::int32_t>*>(parameter)) {
         setIntegers(*properties, integer->getMinimum(), integer->getMaximum(),
                     static_cast<VstInt32>(integer->getStep()));
-    } else if (const std::int32_t positions = parameter->getStepCount(); positions > 1) {
-        if (dynamic_cast<const ParameterValue<float>*>(parameter) == nullptr) {
-            setIntegers(*properties, 0, positions - 1, 1);
-        } else {
+    } else if (const auto* const value = dynamic_cast<const ParameterValue<float>*>(parameter)) {
+        constexpr double SmallestStep = 1e-6;  // of the range; less is none
+        const double range = std::fabs(double{value->getMaximum()} - value->getMinimum());
+        if (const double step = value->getStep() / range; step >= SmallestStep && step <= 1.0) {
             properties->flags |= kVstParameterUsesFloatStep;
             properties->stepFloat = properties->smallStepFloat = properties->largeStepFloat =
-                1.0f / static_cast<float>(positions - 1);
+                static_cast<float>(step);
         }
+    } else if (const std::int32_t entries = parameter->getStepCount(); entries > 1) {
+        setIntegers(*properties, 0, entries - 1, 1);
     }
     return true;
 }

@@ -3,7 +3,7 @@
 #include "link/ConnectionInfo.h"
 #include "link/ConnectionListener.h"
 #include "link/Instance.h"
-#include "plugin/HostInterface.h"
+#include "link/StandInHost.h"
 #include "plugin/Mission.h"
 #include "support/AllocationCount.h"
 #include "support/Connections.h"
@@ -18,20 +18,6 @@
 
 namespace tarn {
 namespace {
-
-struct Host : HostInterface {
-    std::int32_t getInputLatency() noexcept override { return latency; }
-    std::string getHostName() override { return "A host"; }
-    Radio* getPlugin() const override { return nullptr; }
-    std::int32_t getLatency() const override { return 0; }
-    void setLatency(std::int32_t) override {}
-    double getTempo() noexcept override { return 120.0; }
-    double getBeatPosition() noexcept override { return 0.0; }
-    bool isPlaying() noexcept override { return false; }
-    bool isOffline() noexcept override { return false; }
-
-    std::int32_t latency = 0;
-};
 
 // Plays what is on both inputs; what comes out on the left.
 std::vector<float> play(test::Instance& instance, std::vector<float> samples) {
@@ -110,7 +96,7 @@ TEST_F(BrimtideEngine, ThirtyTwoInstancesHoldASlotEach) {
 // Faults: audio that is changed on its way, a meter that sticks at a NaN or stands still while
 // muted, a peak that can't be reset, a listener that costs the audio thread an allocation.
 TEST_F(BrimtideEngine, AudioPassesAndIsMeasured) {
-    Host host;
+    test::StandInHost host;
     test::Instance instance(&host);
     const test::RawBlock block(0);
     int told = 0;
@@ -154,7 +140,7 @@ TEST_F(BrimtideEngine, AudioPassesAndIsMeasured) {
 // Faults: receivers that the interface never hears of, or of whose end it doesn't, a number of the
 // host's that doesn't reach them.
 TEST_F(BrimtideEngine, BothEndsKnowOfEachOther) {
-    Host host;
+    test::StandInHost host;
     test::Instance instance(&host);
     instance.plugin.setSampleRate(96'000);
     instance.plugin.setBlockSize(256);

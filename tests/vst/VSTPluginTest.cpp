@@ -9,6 +9,8 @@
 #include "support/Connections.h"
 #include "support/Hearer.h"
 #include "support/Product.h"
+#include "support/ScratchFolder.h"
+#include "vst/DefaultProgram.h"
 #include "vst/VSTPlugin.h"
 
 #include <gmock/gmock.h>
@@ -65,7 +67,9 @@ using Buffers = std::array<float*, 2>;
 // An instance as a host has it: the record alone.
 class Instance {
 public:
-    Instance() : record((Mission::get().start(), new VSTPlugin(0, host, stereo()))->getAeffect()) {}
+    explicit Instance(const std::string& folder = PRODUCT_FOLDER)
+        : product(test::Product::of<BrimtidePluginInfo>(folder)),
+          record((Mission::get().start(), new VSTPlugin(0, host, stereo()))->getAeffect()) {}
     ~Instance() {
         EXPECT_EQ(call(effClose), 1);
         EXPECT_FALSE(inspectConnection(0)) << "it keeps its connection";
@@ -95,8 +99,7 @@ public:
         return left;
     }
 
-    const std::unique_ptr<test::Product> product =
-        test::Product::of<BrimtidePluginInfo>(PRODUCT_FOLDER);
+    const std::unique_ptr<test::Product> product;
     AEffect* const record;
 };
 
@@ -257,6 +260,64 @@ TEST(VSTPlugin, TellsReceiversWhatTheHostTells) {
         instance.process({&silence, &silence}, {&silence, &silence}, 0);
         EXPECT_EQ(inspectConnection(0)->sender->announcedBlock, heard) << announced;
     }
+}
+
+// Faults: a size that is believed, or a program of another effect.
+TEST(VSTPlugin, ReadsADefaultProgram) {
+    const test::ScratchFolder folder;
+    const std::string words(9 * 4, '\1');
+    const std::string head = "Ccnk....FPCh....QrlM" + words;
+    const auto read = [&](const std::string& bytes) {
+        folder.write("default.fxp", bytes);
+        return readDefaultProgram(File(folder.path() + "/default.fxp"));
+    };
+    const std::string whole = head + std::string("\0\0\1\2", 4) + std::string(258, 'x');
+    EXPECT_EQ(read(whole + "more"), std::string(258, 'x'));
+    for (std::size_t size = 0; size < whole.size(); ++size)
+        EXPECT_EQ(read(whole.substr(0, size)), std::nullopt) << size;
+    for (const std::size_t at : {3, 8, 16}) {
+        std::string other = whole;
+        other[at] = 'K';
+        EXPECT_EQ(read(other), std::nullopt) << at;
+    }
+}
+
+// Faults: a switch that hosts draw as a knob, steps of one parameter at another, a description that
+// leaves something of the host's memory.
+TEST(VSTPlugin, DescribesItsParameters) {
+    const test::ScratchFolder folder("tarn parameters ");
+    folder.write("Resources.xml", "<dict><info creator=\"Brimtide\" version=\"1.2.0\"/></dict>\n");
+    folder.write(
+        "Settings.xml",
+        R"(<dict><info creator="Brimtide" version="1.2.0"/><file-format value="0.7"/><parameters>
+        <Long class="ParameterValue" type="integer" name="A number of many words" minval="-5"
+            maxval="95" automatable="true" scope="plugin"><display/></Long>
+        <Steps class="ParameterValue" type="float" name="Steps" minval="0" maxval="2" automatable="true"
+            scope="plugin"><steps value="5"/><display/></Steps>
+        <Free class="ParameterValue" type="float" name="Free" minval="0" maxval="2" automatable="true"
+            scope="plugin"><display/></Free>
+        <MuteOutput class="ParameterValue" type="bool" name="Mute" automatable="true" scope="plugin">
+            <display/></MuteOutput></parameters></dict>
+)");
+    Instance instance(folder.path());
+    ASSERT_EQ(instance.record->numParams, 4);
+    std::string description;
+    for (VstInt32 index = 0; index < 5; ++index) {
+        VstParameterProperties its;
+        std::memset(&its, 'x', sizeof its);
+        description += std::to_string(instance.call(effGetParameterProperties, index, 0, &its)) +
+                       " " + its.label + " " + its.shortLabel;
+        for (const auto number : {its.flags, its.minInteger, its.maxInteger, its.stepInteger,
+                                  its.largeStepInteger, static_cast<VstInt32>(8 * its.stepFloat)})
+            description += " " + std::to_string(number);
+        description += "\n";
+    }
+    EXPECT_EQ(description,
+              "1 A number of many words A numbe 10 -5 95 1 10 0\n"
+              "1 Steps Steps 4 0 0 0 0 2\n"
+              "1 Free Free 0 0 0 0 0 0\n"
+              "1 Mute Mute 1 0 0 0 0 0\n"
+              "0   0 0 0 0 0 0\n");
 }
 
 // Faults: a name that a host can't set, a state that doesn't come back or, when it is damaged,
