@@ -135,7 +135,8 @@ void VSTPlugin::finish() {
     inPlacePin_.setSize(InPlaceFrames);
     visitModules([this](const std::vector<Parameter*>& parameters) {
         for (Parameter* const parameter : parameters)
-            radio().tuneIn(parameter);
+            if (parameter->hasFlag(Parameter::Automatable))
+                radio().tuneIn(parameter);
         return true;
     });
     suspend();
@@ -165,10 +166,10 @@ void VSTPlugin::suspend() {
 }
 
 void VSTPlugin::resume() {
+    setInitialDelay(getLatency());
+    wantEvents();
     {
         const AudioGate::Change change(gate_);
-        setInitialDelay(getLatency());
-        wantEvents();
         plugin_->resume();
     }
     gate_.open();

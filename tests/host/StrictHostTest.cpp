@@ -238,6 +238,13 @@ TEST(StrictHost, Misuses) {
              EXPECT_TRUE(instance.isWire(128'000));
          }},
         {"opened again", [](const Instance& instance) { instance.call(effOpen); }},
+        {"stopped and started by the audio thread",
+         [](const Instance& instance) {
+             std::async(std::launch::async, [&] {
+                 instance.run(false);
+                 instance.run();
+             }).get();
+         }},
     };
     for (const auto& [name, misuse] : misuses) {
         SCOPED_TRACE(name);

@@ -39,8 +39,15 @@ std::function<void()> duringBlock;
 std::vector<std::pair<VstInt32, float>> told;
 const VstTimeInfo* transport = nullptr;
 
-VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32 index, VstIntPtr, void* ptr,
+VstIntPtr VSTCALLBACK host(AEffect* effect, VstInt32 opcode, VstInt32 index, VstIntPtr, void* ptr,
                            float opt) {
+    // Many look at once, or set what they were told.
+    if (opcode == audioMasterAutomate) {
+        char text[kVstMaxParamStrLen];
+        effect->dispatcher(effect, effGetParamDisplay, index, 0, text, 0.0f);
+        effect->setParameter(effect, index, opt);
+        EXPECT_EQ(effect->getParameter(effect, index), opt);
+    }
     if (opcode == audioMasterAutomate || opcode == audioMasterBeginEdit ||
         opcode == audioMasterEndEdit)
         told.emplace_back(opcode, opt + static_cast<float>(index - 1));
