@@ -110,7 +110,6 @@ void setIntegers(VstParameterProperties& properties, VstInt32 minimum, VstInt32 
 VSTPlugin::VSTPlugin(std::uintptr_t baseAddress, audioMasterCallback host, const IOConfig& ioConfig)
     : AudioEffectX(host, ProgramsAtFirst, ParametersAtFirst),
       plugin_(PluginInfo::get().createPlugin(this, baseAddress)) {
-    PluginInfo::get().initialise();
     HostInterface::setIOConfig(ioConfig);
     plugin_->start();
     setInitialDelay(getLatency());

@@ -291,6 +291,7 @@ TEST(StrictHost, InstancesComeAndGo) {
 TEST(StrictHost, ControlCallsWhileAudioRuns) {
     const Instance instance;
     instance.run();
+    const std::string state = instance.chunk();
     std::atomic<bool> isOver{false};
     const auto untilTheEnd = [&](const auto& work) {
         return std::async(std::launch::async, [&isOver, work] {
@@ -314,7 +315,6 @@ TEST(StrictHost, ControlCallsWhileAudioRuns) {
         instance.record->getParameter(instance.record, Mute);
     });
     std::mt19937 random(1);
-    const std::string state = instance.chunk();
     for (int i = 0; i < 400; ++i) {
         const int choice = static_cast<int>(random() % 7);
         if (choice == 0)
