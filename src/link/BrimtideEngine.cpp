@@ -100,8 +100,9 @@ void BrimtideEngine::rename(const ParameterMessage& change) {
     if (!change.hasText && pointer == nullptr)
         return;
     const std::string name = change.hasText ? change.text.str() : std::string(pointer);
-    const bool isSlots = name.empty() || isNameOfSlot(name);
-    if (change.mode == FromLoad && isSlots && name != connectionName_ && published_.name != nullptr)
+    // A connection without a name would be hard to find.
+    const bool isSlots = name.empty() || (change.mode == FromLoad && isNameOfSlot(name));
+    if (isSlots && name != connectionName_ && published_.name != nullptr)
         published_.name->setValue(connectionName_, FromInternal);  // comes back here
     else
         bridge_.setName(name);

@@ -52,7 +52,8 @@ public:
     /// Takes the new value of "BrimtideID", the connection's name (the message's text; without one
     /// the payload points to the zero-terminated name, or is null), and of "MuteOutput" (the
     /// payload's low byte). A saved name of the kind that slots give gives way to that of this
-    /// slot, as does an empty one; any other one stays. Any thread; muting allocates nothing.
+    /// slot, as does an empty one from anywhere; any other one stays. Any thread; muting allocates
+    /// nothing.
     bool receive(Message& message) override;
 
     /// Whether the plug-in's own output is silent; the connection goes on. Any thread.

@@ -14,13 +14,20 @@ namespace {
 // A record or text that no opcode may write beyond, read where the host gives it.
 void dispatch(fuzz::Effect& effect, FuzzedDataProvider& host) {
     const auto opcode = host.ConsumeIntegralInRange<VstInt32>(-1, 90);
-    const auto index = host.ConsumeIntegral<VstInt32>();
-    auto value = host.ConsumeIntegral<VstInt32>();
-    std::string text = host.ConsumeRandomLengthString(600);
+    const auto number = [&] {
+        return host.ConsumeBool() ? host.ConsumeIntegralInRange<VstInt32>(-1, 6)
+                                  : host.ConsumeIntegral<VstInt32>();
+    };
+    const VstInt32 index = number();
+    VstInt32 value = number();
+    std::string text = host.ConsumeRandomLengthString(40);
     text.resize(4096);
     if (opcode == effSetChunk)
         value = std::min(value, static_cast<VstInt32>(text.size()));
     const bool isPointer = opcode == effSetSpeakerArrangement || opcode == effGetSpeakerArrangement;
+    if (isPointer)
+        std::memcpy(text.data() + offsetof(VstSpeakerArrangement, numChannels), &index,
+                    sizeof index);
     // The list of events would lead anywhere.
     if (opcode != effClose && opcode != effProcessEvents)
         effect.call(opcode, index, isPointer ? reinterpret_cast<VstIntPtr>(text.data()) : value,
@@ -31,6 +38,8 @@ void sendEvents(fuzz::Effect& effect, FuzzedDataProvider& host) {
     VstEvent event{};
     const std::string bytes = host.ConsumeBytesAsString(sizeof event);
     std::memcpy(&event, bytes.data(), bytes.size());
+    if (host.ConsumeBool())
+        event.type = kVstMidiType;
     VstEvents events{host.ConsumeIntegralInRange<VstInt32>(-3, 2), 0, {&event, nullptr}};
     require(effect.call(effProcessEvents, 0, 0, &events) == 1);
 }

@@ -360,7 +360,9 @@ TEST(VSTPlugin, KeepsItsStateInChunks) {
     const auto restore = [&](std::string text) {
         instance.call(effSetChunk, 0, static_cast<VstIntPtr>(text.size()), text.data());
     };
-    char name[] = "Lead vocal";
+    char name[] = "Lead vocal", none[] = "";
+    EXPECT_EQ(instance.call(effString2Parameter, Name, 0, none), 1);
+    EXPECT_EQ(inspectConnection(0)->name, "Connection #1");
     EXPECT_EQ(instance.call(effString2Parameter, -1), 1);
     EXPECT_EQ(instance.call(effString2Parameter, 2, 0, name), 0);
     EXPECT_EQ(instance.call(effString2Parameter, Name, 0, name), 1);
