@@ -112,6 +112,14 @@ public:
 
 enum ParameterIndex { Name, Mute };
 
+// A product with parameters of the test's choice.
+void writeProduct(const test::ScratchFolder& folder, const std::string& parameters) {
+    const std::string head = R"(<dict><info creator="Brimtide" version="1.2.0"/>)";
+    folder.write("Resources.xml", head + "</dict>\n");
+    folder.write("Settings.xml", head + R"(<file-format value="0.7"/><parameters>)" + parameters +
+                                     "</parameters></dict>\n");
+}
+
 // Faults: an identity that saved projects don't know, an exception that runs into the host, a
 // number that the host isn't told.
 TEST(VSTPlugin, AnswersWhatHostsAsk) {
@@ -293,19 +301,16 @@ TEST(VSTPlugin, ReadsADefaultProgram) {
 // leaves something of the host's memory.
 TEST(VSTPlugin, DescribesItsParameters) {
     const test::ScratchFolder folder("tarn parameters ");
-    folder.write("Resources.xml", "<dict><info creator=\"Brimtide\" version=\"1.2.0\"/></dict>\n");
-    folder.write(
-        "Settings.xml",
-        R"(<dict><info creator="Brimtide" version="1.2.0"/><file-format value="0.7"/><parameters>
-        <Long class="ParameterValue" type="integer" name="A number of many words" minval="-5"
+    writeProduct(
+        folder,
+        R"(<Long class="ParameterValue" type="integer" name="A number of many words" minval="-5"
             maxval="95" automatable="true" scope="plugin"><display/></Long>
         <Steps class="ParameterValue" type="float" name="Steps" minval="0" maxval="2" automatable="true"
             scope="plugin"><steps value="5"/><display/></Steps>
         <Free class="ParameterValue" type="float" name="Free" minval="0" maxval="2" automatable="true"
             scope="plugin"><display/></Free>
         <MuteOutput class="ParameterValue" type="bool" name="Mute" automatable="true" scope="plugin">
-            <display/></MuteOutput></parameters></dict>
-)");
+            <display/></MuteOutput>)");
     Instance instance(folder.path());
     ASSERT_EQ(instance.record->numParams, 4);
     std::string description;
@@ -325,6 +330,34 @@ TEST(VSTPlugin, DescribesItsParameters) {
               "1 Free Free 0 0 0 0 0 0\n"
               "1 Mute Mute 1 0 0 0 0 0\n"
               "0   0 0 0 0 0 0\n");
+}
+
+// Faults: a parameter of one module that is taken for another one's.
+TEST(VSTPlugin, CountsParametersThroughItsModules) {
+    struct TwoModules : BrimtidePluginInfo {
+        int getModuleCount() const override { return 2; }
+    };
+    const test::ScratchFolder folder("tarn modules ");
+    writeProduct(folder, R"(<One class="ParameterValue" type="float" name="One" automatable="true"
+            scope="module"><display/></One>
+        <Mute class="ParameterValue" type="bool" name="Mute" automatable="true" scope="module">
+            <display/></Mute>)");
+    const auto product = test::Product::of<TwoModules>(folder.path());
+    Mission::get().start();
+    VSTPlugin effect(0, host, stereo());
+    AEffect* const record = effect.getAeffect();
+    std::string names;
+    for (VstInt32 index = -1; index < 5; ++index) {
+        char name[kVstMaxParamStrLen];
+        record->dispatcher(record, effGetParamName, index, 0, name, 0.0f);
+        names += std::string(name) + ",";
+    }
+    EXPECT_EQ(std::to_string(record->numParams) + names, "4,A One,A Mute,B One,B Mute,,");
+    const auto& plugin = dynamic_cast<const Plugin&>(*effect.getPlugin());
+    for (const int module : {0, 1})
+        EXPECT_EQ(effect.indexOf(plugin.moduleAt(module)->settings().getAutomatable()[Mute]),
+                  2 * module + Mute);
+    EXPECT_EQ(effect.indexOf(nullptr), -1);
 }
 
 // Faults: a pin that is known by another number than hosts count, or has no end of the list.
