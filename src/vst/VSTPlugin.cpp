@@ -128,7 +128,6 @@ void VSTPlugin::finish() {
     isSynth(PluginInfo::get().isSynth());
     setUniqueID(plugin_->getUniqueID());
     programsAreChunks();
-    canProcessReplacing();
     // What it holds is for a product that wants it.
     readDefaultProgram(File(System::getFolderLocation(System::Install), "default.fxp"));
     inPlacePin_.setSize(InPlaceFrames);

@@ -181,7 +181,8 @@ TEST(VSTPlugin, TellsTheHostWhatTheUserDoes) {
         explicit Knob(Parameter* edited) : Radio(nullptr), parameter(edited) {}
         Parameter* getParameter() const override { return parameter; }
         Parameter* parameter;
-    } knob(&mute), meter(settings.find(OutputLevelName, 0)), none(nullptr);
+    } knob(settings.find(BrimtideIDName, 0)), meter(settings.find(OutputLevelName, 0)),
+        none(nullptr);
     told.clear();
     instance.record->setParameter(instance.record, Mute, 1.0f);
     mute.setNormalised(0.0f, FromInternal);
@@ -197,8 +198,8 @@ TEST(VSTPlugin, TellsTheHostWhatTheUserDoes) {
     instance.effect().setLatency(64);
     EXPECT_EQ(instance.record->initialDelay, 64);
     EXPECT_THAT(told, testing::ElementsAre(std::pair(audioMasterAutomate, 1.0f),
-                                           std::pair(audioMasterBeginEdit, 0.0f),
-                                           std::pair(audioMasterEndEdit, 0.0f),
+                                           std::pair(audioMasterBeginEdit, -1.0f),
+                                           std::pair(audioMasterEndEdit, -1.0f),
                                            std::pair(audioMasterIOChanged, 0.0f)));
 }
 
@@ -391,7 +392,8 @@ TEST(VSTPlugin, KeepsItsStateInChunks) {
         return std::string(data);
     };
     const auto restore = [&](std::string text) {
-        instance.call(effSetChunk, 0, static_cast<VstIntPtr>(text.size()), text.data());
+        EXPECT_EQ(instance.call(effSetChunk, 0, static_cast<VstIntPtr>(text.size()), text.data()),
+                  0);
     };
     char name[] = "Lead vocal", none[] = "";
     EXPECT_EQ(instance.call(effString2Parameter, Name, 0, none), 1);
