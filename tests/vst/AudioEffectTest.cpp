@@ -57,6 +57,44 @@ TEST(AudioEffect, HandsTheEditorItsOpcodes) {
     EXPECT_EQ(effect.getAeffect()->flags, effFlagsCanReplacing);
 }
 
+struct Recorder : Effect {
+    Recorder() { numPrograms = 2; }
+    ~Recorder() override { EXPECT_EQ(log, "open,p0,p1,bypass,none,bank,preset,arrangement,"); }
+    void open() override { log += "open,"; }
+    void setProgram(VstInt32 program) override { log += "p" + std::to_string(program) + ","; }
+    bool setBypass(bool isOn) override {
+        log += isOn ? "bypass," : "none,";
+        return isOn;
+    }
+    VstInt32 setChunk(const void*, VstInt32 size, bool isPreset) override {
+        log += isPreset ? "preset," : "bank,";
+        return size;
+    }
+    bool setSpeakerArrangement(const VstSpeakerArrangement*,
+                               const VstSpeakerArrangement*) override {
+        log += "arrangement,";
+        return true;
+    }
+    std::string log;
+};
+
+// Faults: an argument of an opcode that arrives as another, or not at all.
+TEST(AudioEffect, HandsOnWhatOpcodesCarry) {
+    Recorder effect;
+    effect.call(effOpen);
+    for (const VstIntPtr program : {-1, 0, 1, 2})
+        effect.call(effSetProgram, 0, program);
+    EXPECT_EQ(effect.call(effSetBypass, 0, 1), 1);
+    EXPECT_EQ(effect.call(effSetBypass, 0, 0), 0);
+    EXPECT_EQ(effect.call(effSetChunk, 0, 7), 7);
+    EXPECT_EQ(effect.call(effSetChunk, 1, 7), 7);
+    VstSpeakerArrangement any{};
+    const auto value = reinterpret_cast<VstIntPtr>(&any);
+    EXPECT_EQ(effect.call(effSetSpeakerArrangement, 0, value, &any), 1);
+    EXPECT_EQ(effect.call(effSetSpeakerArrangement, 0, 0, &any), 0);
+    EXPECT_EQ(effect.call(effSetSpeakerArrangement, 0, value), 0);
+}
+
 // Faults: a value that is written past its room, a level of nothing, a rate of nothing.
 TEST(AudioEffect, WritesValuesAsTexts) {
     Effect effect;
