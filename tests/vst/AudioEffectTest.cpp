@@ -9,6 +9,7 @@ namespace {
 
 struct Effect : AudioEffectX {
     Effect() : AudioEffectX(nullptr, 0, 0) {}
+    using AudioEffectX::getMasterVersion;
     void processReplacing(float**, float**, VstInt32) noexcept override {}
     VstIntPtr call(VstInt32 opcode, VstInt32 index = 0, VstIntPtr value = 0, void* ptr = nullptr,
                    float opt = 0.0f) {
@@ -59,7 +60,9 @@ TEST(AudioEffect, HandsTheEditorItsOpcodes) {
 
 struct Recorder : Effect {
     Recorder() { numPrograms = 2; }
-    ~Recorder() override { EXPECT_EQ(log, "open,p0,p1,bypass,none,bank,preset,arrangement,"); }
+    ~Recorder() override {
+        EXPECT_EQ(log, "open,p0,p1,bypass,none,bank,preset,arrangement,asked,close,");
+    }
     void open() override { log += "open,"; }
     void setProgram(VstInt32 program) override { log += "p" + std::to_string(program) + ","; }
     bool setBypass(bool isOn) override {
@@ -75,12 +78,20 @@ struct Recorder : Effect {
         log += "arrangement,";
         return true;
     }
+    bool getSpeakerArrangement(VstSpeakerArrangement**, VstSpeakerArrangement**) override {
+        log += "asked,";
+        return true;
+    }
+    void close() override { log += "close,"; }
+
     std::string log;
 };
 
 // Faults: an argument of an opcode that arrives as another, or not at all.
 TEST(AudioEffect, HandsOnWhatOpcodesCarry) {
-    Recorder effect;
+    auto& effect = *new Recorder;  // until effClose
+    EXPECT_EQ(effect.getAeffect()->numInputs + 10 * effect.getAeffect()->numOutputs, 21);
+    EXPECT_EQ(effect.getMasterVersion(), 1) << "without a host";
     effect.call(effOpen);
     for (const VstIntPtr program : {-1, 0, 1, 2})
         effect.call(effSetProgram, 0, program);
@@ -93,6 +104,9 @@ TEST(AudioEffect, HandsOnWhatOpcodesCarry) {
     EXPECT_EQ(effect.call(effSetSpeakerArrangement, 0, value, &any), 1);
     EXPECT_EQ(effect.call(effSetSpeakerArrangement, 0, 0, &any), 0);
     EXPECT_EQ(effect.call(effSetSpeakerArrangement, 0, value), 0);
+    EXPECT_EQ(effect.call(effGetSpeakerArrangement, 0, value, &any), 1);
+    EXPECT_EQ(effect.call(effGetSpeakerArrangement, 0, 0, &any), 0);
+    EXPECT_EQ(effect.call(effClose), 1);
 }
 
 // Faults: a value that is written past its room, a level of nothing, a rate of nothing.
@@ -104,7 +118,7 @@ TEST(AudioEffect, WritesValuesAsTexts) {
         EXPECT_EQ(buffer[8], 'x');
         return std::string(buffer);
     };
-    EXPECT_EQ(text([](char* to) { AudioEffect::dB2string(10.0f, to, 8); }), "20.0000");
+    EXPECT_EQ(text([](char* to) { AudioEffect::dB2string(100.0f, to, 8); }), "40.0000");
     EXPECT_EQ(text([](char* to) { AudioEffect::dB2string(0.0f, to, 8); }), "-oo");
     EXPECT_EQ(text([](char* to) { AudioEffect::int2string(-12, to, 8); }), "-12");
     EXPECT_EQ(text([&](char* to) { effect.Hz2string(441.0f, to, 8); }), "100.000");
