@@ -364,7 +364,8 @@ TEST_F(ResourcesTest, SamplesAndFilesAreLookedUpOnTwoThreads) {
         for (int i = 0; i < 300; ++i) {
             File missing("missing.wav");
             EXPECT_FALSE(i % 10 == 0 && resources.findFile(missing));
-            EXPECT_TRUE(levelOf(resources, "x") == 0.5f || levelOf(resources, "x") == 0.0f);
+            const float level = levelOf(resources, "x");
+            EXPECT_TRUE(level == 0.5f || level == 0.0f);
         }
     });
     for (int i = 0; i < 30; ++i) {
