@@ -48,3 +48,23 @@ set_target_properties(png PROPERTIES
     IMPORTED_LOCATION ${brimtide_prefix}/lib/libpng.a
     INTERFACE_LINK_LIBRARIES ZLIB::ZLIB
     INTERFACE_INCLUDE_DIRECTORIES ${brimtide_prefix}/include)
+
+# cairo over pixman, and FreeType.
+set(cairo_needs Threads::Threads)
+if(NOT WIN32)
+    list(APPEND cairo_needs m)
+endif()
+foreach(library freetype pixman cairo)
+    add_library(${library} STATIC IMPORTED)
+    set_target_properties(${library} PROPERTIES IMPORTED_LOCATION ${brimtide_prefix}/lib/lib${library}.a)
+endforeach()
+set_target_properties(freetype PROPERTIES
+    INTERFACE_COMPILE_DEFINITIONS "FT_CONFIG_OPTIONS_H=<ftoptions.h>;FT_CONFIG_MODULES_H=<ftmodule.h>"
+    INTERFACE_INCLUDE_DIRECTORIES ${brimtide_prefix}/include/freetype2)
+set_target_properties(cairo PROPERTIES
+    INTERFACE_COMPILE_DEFINITIONS CAIRO_WIN32_STATIC_BUILD
+    INTERFACE_INCLUDE_DIRECTORIES ${brimtide_prefix}/include/cairo
+    INTERFACE_LINK_LIBRARIES "pixman;freetype;${cairo_needs}")
+
+# Inter, the letters of the product's interface: a folder of files, the same for all targets.
+set(INTER_FONTS /usr/share/fonts/opentype/inter)

@@ -1,0 +1,15 @@
+// FreeType without what no font of ours needs, and without settings from the environment.
+#include <freetype/config/ftoption.h>
+
+#undef FT_CONFIG_OPTION_ENVIRONMENT_PROPERTIES
+#undef FT_CONFIG_OPTION_SUBPIXEL_RENDERING
+#undef FT_CONFIG_OPTION_USE_LZW
+#undef FT_CONFIG_OPTION_USE_ZLIB
+#undef FT_CONFIG_OPTION_MAC_FONTS
+#undef FT_CONFIG_OPTION_GUESSING_EMBEDDED_RFORK
+#undef FT_CONFIG_OPTION_INCREMENTAL
+#undef FT_CONFIG_OPTION_SVG
+#undef TT_CONFIG_OPTION_EMBEDDED_BITMAPS
+#undef TT_CONFIG_OPTION_BDF
+#undef AF_CONFIG_OPTION_CJK
+#undef AF_CONFIG_OPTION_INDIC
