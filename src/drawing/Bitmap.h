@@ -14,16 +14,23 @@
 #include <istream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tarn {
 
 class File;
 
 /// Empty until a load succeeds: no pixels, and all rectangles are empty. A copy shares the pixels.
-/// Points and rectangles are in pixels from the image's top left. Interface thread.
+/// Points and rectangles are in a skin's pixels from the image's top left. For screens that take
+/// more of their own for each of those there may be denser variants of the same image. Interface
+/// thread.
 class Bitmap {
 public:
     Bitmap() = default;
+
+    /// Transparent, of a size of at least 1 by 1 and at most 16,384 a side: `pixels`, which have
+    /// `density` of their own for each of the image's. Null pixels make an empty bitmap.
+    Bitmap(SharedObjectPtr<PixelsData> pixels, float density);
 
     /// Replaces the image by the file's, as one frame; the rest of the description stays. Of PNG
     /// files alone, by their extension: other formats end as a missing file does. An
@@ -34,10 +41,20 @@ public:
     /// The same from a stream that stands at a PNG file's beginning, without a line in the log.
     Error load(std::istream& stream);
 
-    bool isValid() const { return static_cast<bool>(pixels_); }
+    /// Adds a variant with `density` pixels for each of the image's, from the same kind of stream;
+    /// above 0 and at most 16. An empty bitmap takes its size from the first one. What `load` says
+    /// on failure, with everything as it was.
+    Error loadVariant(std::istream& stream, float density);
 
-    /// Null while empty.
-    const PixelsData* getPixels() const { return pixels_.get(); }
+    bool isValid() const { return !variants_.empty(); }
+
+    struct Variant {
+        SharedObjectPtr<PixelsData> pixels;
+        float density;
+    };
+
+    /// The least dense one that has `density`, or else the densest; null while empty.
+    const Variant* getVariant(float density) const;
 
     /// The whole image.
     Rect getRect() const;
@@ -63,8 +80,19 @@ public:
     /// Of a pixel as it is stored, its colours multiplied by alpha; all zero outside the image.
     Color getPixel(Point point) const;
 
+    /// Stores a colour as `getPixel` answers it, none of its channels above alpha; outside the
+    /// image nothing. A copy of the bitmap changes too, and denser variants are dropped.
+    void setPixel(Point point, const Color& color);
+
     /// Whether there is a pixel whose alpha isn't 0.
     bool isOpaqueAt(Point point) const;
+
+    /// Each pixel becomes the mean of those inside the image in the square around it of side 2 r +
+    /// 1, where r is `radius` / 6 rounded, and 0 for less; rounded to the nearest, half up. The
+    /// mean's colours are multiplied by `strength` and cut off at its alpha. Takes the same time
+    /// for each radius. The bitmap has pixels of its own from then on. Throws std::bad_alloc, and
+    /// is as it was then.
+    void blur(float radius, float strength);
 
     /// Whether drawing heeds the pixels' alpha; true at first.
     void setUseAlpha(bool use) { useAlpha_ = use; }
@@ -89,9 +117,11 @@ public:
 
 private:
     void setOneFrame();
-    const std::uint8_t* pixelAt(Point point) const;
+    void clear();
+    std::uint8_t* pixelAt(Point point) const;
 
-    SharedObjectPtr<PixelsData> pixels_;
+    std::vector<Variant> variants_;  // in the order of their densities
+    Point size_;
     Rect firstFrame_;
     std::int32_t columns_ = 1;  // frames in a row
     std::int32_t frameCount_ = 1;

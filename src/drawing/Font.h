@@ -12,9 +12,20 @@ namespace tarn {
 class Font {
 public:
     enum Style : std::int32_t { Plain = 0 };
-    enum Alignment : std::int32_t { Left = 1, Right = 2, CenterHorizontal = 4, CenterVertical = 8 };
 
-    /// `pixels` is the size; `weightIndex` 0 to 4 goes from light to black, and 1 is normal;
+    /// Without `CenterVertical` a text begins at the top. `CenteredLine` is one line in the middle.
+    enum Alignment : std::int32_t {
+        Left = 1,
+        Right = 2,
+        CenterHorizontal = 4,
+        CenterVertical = 8,
+        Multiline = 0x10,  // new lines at line ends
+        CenteredLine = 0x24,
+        NotAntialiased = 0x10000,
+    };
+
+    /// `pixels` is the size; `weightIndex` 0 to 4 goes from light to black, and 1 is normal,
+    /// as is any other;
     /// `alignmentBits` are an Alignment or several. A line is 2 pixels higher than the size where
     /// `height` is 0.
     explicit Font(std::string family = "Arial", float pixels = 12.0f,

@@ -23,7 +23,7 @@ std::string load(Bitmap& bitmap, const std::string& png) {
 
 // The bytes in memory.
 Bytes bytesOf(const Bitmap& bitmap) {
-    const PixelsData& pixels = *bitmap.getPixels();
+    const PixelsData& pixels = *bitmap.getVariant(1.0f)->pixels;
     const std::uint8_t* const first = pixels.row(pixels.getHeight() - 1);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(first) % 16, 0u);
     return {first, first + pixels.getWidth() * pixels.getHeight() * 4};
@@ -131,6 +131,59 @@ TEST(Color, TakesSevenCharactersAndNothingElse) {
     EXPECT_FLOAT_EQ(color.getGreen(), 254.0f / 255.0f);
     EXPECT_EQ(color, Color::fromBytes(1, 254, 128, 255));
     EXPECT_TRUE(Color::none().isNone() && !color.isNone());
+}
+
+// Faults: a mean over what lies outside, a window that slides wrongly, colours above their alpha.
+TEST(Bitmap, BlursAsTheMeanOfEachSquare) {
+    constexpr int Width = 7, Height = 5;
+    std::string rgba;
+    for (int i = 0; i < Width * Height; ++i)
+        for (const int byte : {i * 37, i * 11, i, 255})
+            rgba += static_cast<char>(byte);
+    Bitmap image;
+    for (const float radius : {0.0f, 2.9f, 3.0f, 14.0f, 1e9f, -1.0f, std::nanf("")}) {
+        EXPECT_EQ(load(image, pngFile(Width, Height, rgba)), "");
+        const Bytes before = bytesOf(image);
+        const Bitmap copy = image;
+        image.blur(radius, 1.5f);
+        EXPECT_EQ(bytesOf(copy), before);
+        const int reach =
+            radius >= 3 ? static_cast<int>(std::min(std::round(radius / 6), 9.0f)) : 0;
+        Bytes expected;
+        for (int y = 0; y < Height; ++y)
+            for (int x = 0; x < Width; ++x)
+                for (int channel = 0; channel < 4; ++channel) {
+                    int sum = 0, count = 0;
+                    for (int v = std::max(0, y - reach); v <= std::min(Height - 1, y + reach); ++v)
+                        for (int u = std::max(0, x - reach); u <= std::min(Width - 1, x + reach);
+                             ++u, ++count)
+                            sum += before[static_cast<std::size_t>((v * Width + u) * 4 + channel)];
+                    const int mean = (sum + count / 2) / count;
+                    expected.push_back(channel == 3 ? mean : std::min(255, mean * 3 / 2));
+                }
+        EXPECT_EQ(bytesOf(image), expected) << radius;
+    }
+    Bitmap().blur(6, 1);
+}
+
+// Faults: a dense variant that is drawn at its own size, or not taken; a pixel in the wrong place.
+TEST(Bitmap, HoldsVariantsOfOneSize) {
+    Bitmap image;
+    std::istringstream two(plainPng(20, 10)), plain(plainPng(10, 5)), broken("x");
+    EXPECT_EQ(image.getVariant(1), nullptr);
+    EXPECT_TRUE(image.loadVariant(two, 2).isOk());
+    EXPECT_EQ(image.getRect(), (Rect{0, 0, 10, 5}));
+    EXPECT_TRUE(image.isOpaqueAt({9, 4}) && !image.isOpaqueAt({10, 4}));
+    EXPECT_TRUE(image.loadVariant(plain, 1).isOk());
+    EXPECT_FALSE(image.loadVariant(broken, 1.5f).isOk());
+    for (const auto& [needed, density] :
+         {std::pair{0.5f, 1.0f}, {1.0f, 1.0f}, {1.1f, 2.0f}, {3.0f, 2.0f}})
+        EXPECT_EQ(image.getVariant(needed)->density, density);
+    image.setPixel({3, 2}, Color(1, 0.5f, 0, 0.5f));
+    image.setPixel({10, 2}, Color(1, 0.5f, 0, 0.5f));
+    EXPECT_EQ(image.getPixel({3, 2}), Color::fromBytes(128, 128, 0, 128));
+    EXPECT_EQ(image.getVariant(2)->density, 1.0f);
+    EXPECT_EQ(image.getPixel({4, 2}), image.getPixel({3, 3}));
 }
 
 }  // namespace

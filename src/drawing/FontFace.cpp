@@ -1,0 +1,86 @@
+#include "drawing/FontFace.h"
+
+#include "drawing/FontLibrary.h"
+
+#include <cairo-ft.h>
+#include <freetype/freetype.h>
+#include <freetype/tttables.h>
+
+#include <algorithm>
+#include <mutex>
+#include <utility>
+
+namespace tarn {
+
+namespace {
+
+constexpr FT_Long MostFaces = 64;  // of a file
+
+// Lives as long as cairo needs the face, which may be longer than the FontFace.
+struct OpenFace {
+    FT_Face face;
+    std::shared_ptr<const std::string> bytes;
+};
+
+void closeFace(void* data) {
+    const std::lock_guard<Mutex> inside(FontLibrary::get().lock());
+    const std::unique_ptr<OpenFace> open(static_cast<OpenFace*>(data));
+    FT_Done_Face(open->face);
+}
+
+constexpr cairo_user_data_key_t OpenFaceKey = {};
+
+std::int32_t weightOf(FT_Face face) {
+    if (const auto* const table = static_cast<const TT_OS2*>(FT_Get_Sfnt_Table(face, FT_SFNT_OS2));
+        table != nullptr && table->usWeightClass >= 100 && table->usWeightClass <= 900)
+        return table->usWeightClass;
+    return (face->style_flags & FT_STYLE_FLAG_BOLD) != 0 ? 700 : 400;
+}
+
+}  // namespace
+
+std::string lowerCase(std::string text) {
+    for (char& letter : text)
+        if (letter >= 'A' && letter <= 'Z')
+            letter = static_cast<char>(letter - 'A' + 'a');
+    return text;
+}
+
+std::vector<std::unique_ptr<FontFace>> FontFace::readAll(FT_Library library, std::string bytes) {
+    std::vector<std::unique_ptr<FontFace>> faces;
+    const auto shared = std::make_shared<const std::string>(std::move(bytes));
+    FT_Long count = 1;
+    for (FT_Long index = 0; index < count; ++index) {
+        FT_Face face = nullptr;
+        if (FT_New_Memory_Face(library, reinterpret_cast<const FT_Byte*>(shared->data()),
+                               static_cast<FT_Long>(shared->size()), index, &face) != 0)
+            break;
+        count = std::min(face->num_faces, MostFaces);
+        if (FT_IS_SCALABLE(face) && FT_Select_Charmap(face, FT_ENCODING_UNICODE) == 0 &&
+            face->family_name != nullptr)
+            faces.emplace_back(new FontFace(face, shared));
+        else
+            FT_Done_Face(face);
+    }
+    return faces;
+}
+
+FontFace::FontFace(FT_Face face, std::shared_ptr<const std::string> bytes)
+    : face_(face),
+      cairo_(cairo_ft_font_face_create_for_ft_face(face, 0)),
+      family_(lowerCase(face->family_name)),
+      weight_(weightOf(face)),
+      isUpright_((face->style_flags & FT_STYLE_FLAG_ITALIC) == 0) {
+    cairo_font_face_set_user_data(cairo_, &OpenFaceKey, new OpenFace{face, std::move(bytes)},
+                                  closeFace);
+}
+
+FontFace::~FontFace() {
+    cairo_font_face_destroy(cairo_);
+}
+
+std::uint32_t FontFace::getGlyph(char32_t letter) const {
+    return FT_Get_Char_Index(face_, letter);
+}
+
+}  // namespace tarn

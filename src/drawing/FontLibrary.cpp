@@ -1,0 +1,194 @@
+#include "drawing/FontLibrary.h"
+
+#include "drawing/FontFace.h"
+#include "foundation/File.h"
+#include "platform/SystemFonts.h"
+
+#include <cairo.h>
+#include <freetype/freetype.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <mutex>
+
+namespace tarn {
+
+namespace {
+
+constexpr std::size_t MostFiles = 64;
+constexpr std::size_t MostFileBytes = std::size_t{64} << 20;
+constexpr std::size_t MostInstalled = 64;  // families and weights that are kept
+constexpr std::size_t MostOthers = 4096;   // letters of other families that are known
+
+constexpr char32_t Replacement = 0xFFFD;
+
+std::int32_t weightOf(const Font& font) {
+    static constexpr std::array<std::int32_t, 5> Weights = {300, 400, 600, 700, 900};
+    return font.weight < 0 || font.weight > 4 ? Weights[1]
+                                              : Weights[static_cast<std::size_t>(font.weight)];
+}
+
+bool isFontFile(const File& file) {
+    const std::string extension = lowerCase(file.getExtension());
+    return extension == "ttf" || extension == "otf" || extension == "ttc" || extension == "otc";
+}
+
+}  // namespace
+
+struct FontLibrary::FreeType {
+    FT_Library library = nullptr;
+};
+
+FontLibrary& FontLibrary::get() {
+    static FontLibrary library;
+    return library;
+}
+
+FontLibrary::FontLibrary() : freetype_(std::make_unique<FreeType>()) {
+    // cairo's locks on Windows are made by its first plain call, which no other may precede.
+    cairo_pattern_destroy(cairo_pattern_create_rgba(0, 0, 0, 0));
+    if (FT_Init_FreeType(&freetype_->library) != 0)
+        freetype_->library = nullptr;
+}
+
+FontLibrary::~FontLibrary() {
+    others_.clear();
+    installed_.clear();
+    folderFaces_.clear();
+    cairo_debug_reset_static_data();
+    FT_Done_FreeType(freetype_->library);
+}
+
+void FontLibrary::setFolders(const std::vector<Folder>& folders) {
+    const std::lock_guard<Mutex> inside(lock_);
+    others_.clear();
+    folderFaces_.clear();
+    std::size_t count = 0;
+    for (const Folder& folder : folders) {
+        std::vector<File> files;
+        if (!folder.listFiles(files))
+            continue;
+        // In the order of their names, since that of a folder differs between machines.
+        std::sort(files.begin(), files.end(),
+                  [](const File& a, const File& b) { return a.getName() < b.getName(); });
+        for (const File& file : files)
+            if (isFontFile(file) && ++count <= MostFiles)
+                addFile(file);
+    }
+}
+
+void FontLibrary::addFile(const File& file) {
+    std::string bytes;
+    if (!freetype_->library || !file.contents(bytes, MostFileBytes))
+        return;
+    for (auto& face : FontFace::readAll(freetype_->library, std::move(bytes)))
+        folderFaces_.push_back(std::move(face));
+}
+
+const FontFace* FontLibrary::nearest(const std::vector<std::unique_ptr<FontFace>>& faces,
+                                     const std::string& family, std::int32_t weight) const {
+    const std::string name = lowerCase(family);
+    const FontFace* best = nullptr;
+    std::int32_t least = 0;
+    for (const auto& face : faces) {
+        const std::int32_t distance =
+            std::abs(face->getWeight() - weight) + (face->isUpright() ? 0 : 1000);
+        if (face->getFamily() == name && (best == nullptr || distance < least)) {
+            best = face.get();
+            least = distance;
+        }
+    }
+    return best;
+}
+
+const FontFace* FontLibrary::findInstalled(const std::string& family, std::int32_t weight) {
+    const auto [place, isNew] = installed_.try_emplace({lowerCase(family), weight});
+    platform::SystemFont font;
+    if (!isNew || !freetype_->library || !platform::loadSystemFont(family, weight, font))
+        return place->second.get();
+    auto faces = FontFace::readAll(freetype_->library, std::move(font.file));
+    std::unique_ptr<FontFace>* chosen = nullptr;
+    if (font.face >= 0 && static_cast<std::size_t>(font.face) < faces.size())
+        chosen = &faces[static_cast<std::size_t>(font.face)];
+    else if (const FontFace* const named = nearest(faces, family, weight); named != nullptr)
+        chosen = &*std::find_if(faces.begin(), faces.end(),
+                                [named](const auto& face) { return face.get() == named; });
+    if (chosen != nullptr)
+        place->second = std::move(*chosen);
+    return place->second.get();
+}
+
+const FontFace* FontLibrary::find(const std::string& family, std::int32_t weight) {
+    for (const std::string& name : {family, std::string("Arial")}) {
+        if (const FontFace* const face = nearest(folderFaces_, name, weight))
+            return face;
+        if (const FontFace* const face = findInstalled(name, weight))
+            return face;
+    }
+    return folderFaces_.empty() ? nullptr : folderFaces_.front().get();
+}
+
+const FontFace* FontLibrary::findWith(char32_t letter, std::int32_t weight) {
+    const auto [place, isNew] = others_.try_emplace({letter, weight}, nullptr);
+    if (isNew) {
+        const std::string family = platform::familyWithCharacter(letter);
+        const FontFace* const face = family.empty() ? nullptr : findInstalled(family, weight);
+        if (face != nullptr && face->getGlyph(letter) != 0)
+            place->second = face;
+    }
+    return place->second;
+}
+
+std::vector<FontLibrary::Run> FontLibrary::layOut(const Font& font, std::string_view line) {
+    if (installed_.size() > MostInstalled || others_.size() > MostOthers) {
+        others_.clear();
+        installed_.clear();
+    }
+    std::vector<Run> runs;
+    const std::int32_t weight = weightOf(font);
+    const FontFace* const own = find(font.name, weight);
+    if (own == nullptr)
+        return runs;
+    for (const char32_t letter : lettersOf(line)) {
+        const FontFace* face = own;
+        std::uint32_t glyph = own->getGlyph(letter);
+        if (glyph == 0)
+            if (const FontFace* const other = findWith(letter, weight)) {
+                face = other;
+                glyph = other->getGlyph(letter);
+            }
+        if (runs.empty() || runs.back().face != face)
+            runs.push_back({face, {}});
+        runs.back().glyphs.push_back(glyph);
+    }
+    return runs;
+}
+
+std::u32string lettersOf(std::string_view text) {
+    std::u32string letters;
+    for (std::size_t at = 0; at < text.size();) {
+        const auto first = static_cast<std::uint8_t>(text[at]);
+        std::size_t length = 1;
+        char32_t letter = first;
+        char32_t least = 0;  // what needs so many bytes
+        if (first >= 0xC0 && first < 0xF8) {
+            length = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+            letter = first & (0x7Fu >> length);
+            least = length == 2 ? 0x80 : length == 3 ? 0x800 : 0x10000;
+        }
+        bool isGood = first < 0x80 || length > 1;
+        for (std::size_t i = 1; i < length; ++i) {
+            const bool isThere = at + i < text.size();
+            const auto next = isThere ? static_cast<std::uint8_t>(text[at + i]) : std::uint8_t{0};
+            isGood = isGood && (next & 0xC0) == 0x80;
+            letter = (letter << 6) | (next & 0x3Fu);
+        }
+        isGood = isGood && letter >= least && letter <= 0x10FFFF && (letter & ~0x7FFu) != 0xD800;
+        letters.push_back(isGood ? letter : Replacement);
+        at += isGood ? length : 1;
+    }
+    return letters;
+}
+
+}  // namespace tarn

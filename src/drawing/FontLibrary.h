@@ -1,0 +1,75 @@
+// The fonts that text is drawn in: those of the skins' folders first, then those of the machine.
+// Everything rests on one rule: a font file may hold anything. One that can't be used counts as
+// missing, and a missing family or letter is replaced, not reported.
+#pragma once
+
+#include "drawing/Font.h"
+#include "foundation/Folder.h"
+#include "foundation/Mutex.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tarn {
+
+class File;
+class FontFace;
+
+/// One a process. Any thread; its users hold the lock for as long as they use what `layOut` gave.
+class FontLibrary {
+public:
+    /// Letters side by side from one face.
+    struct Run {
+        const FontFace* face;
+        std::vector<std::uint32_t> glyphs;  // numbers in the face; 0 is the box of a missing letter
+    };
+
+    static FontLibrary& get();
+    FontLibrary(const FontLibrary&) = delete;
+    FontLibrary& operator=(const FontLibrary&) = delete;
+
+    /// Takes the font files of these folders, in place of those so far: the first one that has a
+    /// family serves it. At most 64 files of at most 64 MB each; others are passed over. Texts are
+    /// the same from the next drawing on.
+    void setFolders(const std::vector<Folder>& folders);
+
+    /// Splits a line of UTF-8 text into runs: letters that the font's family doesn't have come from
+    /// another one that does. A family that isn't there is replaced by "Arial", or else by any.
+    /// Empty if there is no font at all. What isn't UTF-8 is drawn as U+FFFD. For a thread that
+    /// holds the lock, and until it lets it go.
+    std::vector<Run> layOut(const Font& font, std::string_view line);
+
+    Mutex& lock() { return lock_; }
+
+private:
+    using Key = std::pair<std::string, std::int32_t>;  // a family in lower case, its weight
+
+    struct FreeType;
+
+    FontLibrary();
+    ~FontLibrary();
+
+    const FontFace* find(const std::string& family, std::int32_t weight);
+    const FontFace* findInFolders(const std::string& family, std::int32_t weight) const;
+    const FontFace* findInstalled(const std::string& family, std::int32_t weight);
+    const FontFace* findWith(char32_t character, std::int32_t weight);
+    void addFile(const File& file);
+    const FontFace* nearest(const std::vector<std::unique_ptr<FontFace>>& faces,
+                            const std::string& family, std::int32_t weight) const;
+
+    Mutex lock_;
+    std::unique_ptr<FreeType> freetype_;
+    std::vector<std::unique_ptr<FontFace>> folderFaces_;
+    std::map<Key, std::unique_ptr<FontFace>> installed_;  // null where there is none
+    std::map<std::pair<char32_t, std::int32_t>, const FontFace*> others_;
+};
+
+/// The letters of a text, one after the other, of UTF-8; U+FFFD for each byte that fits nowhere.
+std::u32string lettersOf(std::string_view text);
+
+}  // namespace tarn

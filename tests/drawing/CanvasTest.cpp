@@ -1,0 +1,301 @@
+#include "drawing/Canvas.h"
+#include "drawing/FontLibrary.h"
+#include "drawing/Pictures.h"
+#include "support/ScratchFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <limits>
+#include <mutex>
+#include <sstream>
+
+namespace tarn {
+namespace {
+
+using namespace test;
+
+const Color White(1, 1, 1, 1), Red(1, 0, 0, 1), Blue(0, 0, 1, 1), Ink(0.1f, 0.15f, 0.2f, 1);
+
+class CanvasTest : public testing::Test {
+protected:
+    CanvasTest() { FontLibrary::get().setFolders({Folder(INTER_FONTS)}); }
+
+    static Bitmap image(std::uint32_t width, std::uint32_t height, const std::string& rgba) {
+        Bitmap bitmap;
+        std::istringstream stream(pngFile(width, height, rgba));
+        EXPECT_TRUE(bitmap.load(stream).isOk());
+        return bitmap;
+    }
+
+    // A gradient with a hole in it.
+    static Bitmap scene() {
+        std::string rgba;
+        for (int y = 0; y < 24; ++y)
+            for (int x = 0; x < 32; ++x)
+                for (const int byte : {x * 8, y * 10, 128, x > 10 && x < 20 && y > 8 ? 64 : 255})
+                    rgba += static_cast<char>(byte);
+        return image(32, 24, rgba);
+    }
+
+    static std::string at(const Canvas& canvas, Point point) {
+        const std::uint8_t* const pixel = canvas.getPixels()->row(point.y) + point.x * 4;
+        std::string text;
+        for (const int channel : {2, 1, 0, 3})
+            text += std::to_string(pixel[channel]) + " ";
+        return text;
+    }
+};
+
+Rect box(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height) {
+    return {x, y, x + width, y + height};
+}
+
+void ground(Canvas& canvas, const Rect& rect) {
+    canvas.beginFrame(rect);
+    canvas.setFillColor(White);
+    canvas.fillRect(rect);
+    canvas.setPenColor(Ink);
+    canvas.setTextColor(Ink);
+    canvas.setFillColor(Color(0.3f, 0.7f, 1, 0.5f));
+}
+
+void drawShapes(Canvas& canvas) {
+    const Rect all = box(0, 0, 120, 100);
+    ground(canvas, all);
+    canvas.fillRect(box(2, 2, 20, 12));
+    canvas.frameRect(box(2, 2, 20, 12));
+    canvas.frameRect(box(30, 2, 1, 12));
+    canvas.ellipse(box(36, 2, 30, 20));
+    canvas.arc(box(70, 2, 20, 20), 180, 300);
+    canvas.pie(box(94, 2, 20, 20), 300, 180);
+    canvas.moveTo({2, 30});
+    canvas.lineTo({20, 30});
+    canvas.lineTo({30, 45});
+    canvas.beginPath();
+    canvas.moveTo({40, 30});
+    canvas.lineTo({60, 30});
+    canvas.arc(box(52, 30, 16, 16), -90, 90);
+    canvas.lineTo({40, 46});
+    canvas.endPath();
+    canvas.strokeOrFillPath();
+    canvas.pushChild();
+    canvas.offsetOrigin({72, 30});
+    canvas.setClip(box(0, 0, 20, 10));
+    canvas.ellipse(box(0, 0, 40, 20));
+    canvas.popChild();
+    canvas.setGlobalAlpha(0.5f);
+    canvas.setGlobalAlpha(0.5f);
+    canvas.fillRect(box(2, 50, 20, 20));
+    canvas.restoreAlpha();
+    canvas.fillRect(box(24, 50, 20, 20));
+    canvas.restoreAlpha();
+    canvas.setFillColor(Color::none());
+    canvas.ellipse(box(50, 50, 20, 20));
+    canvas.setScale(0.5f, 2);
+    canvas.frameRect(box(160, 26, 60, 20));
+    canvas.setScale(0, std::numeric_limits<float>::quiet_NaN());
+    canvas.moveTo({0, 99});
+    canvas.lineTo({119, 99});
+    canvas.present();
+}
+
+void drawImages(Canvas& canvas, const Bitmap& scene) {
+    ground(canvas, box(0, 0, 130, 90));
+    canvas.drawBitmap(scene, scene.getRect(), box(2, 2, 32, 24));
+    canvas.drawBitmap(scene, box(8, 6, 16, 12), box(36, 2, 16, 12));
+    canvas.drawBitmap(scene, box(8, 6, 16, 12), box(36, 16, 60, 40));
+    canvas.drawBitmap(scene, scene.getRect(), box(2, 30, 11, 8));
+    canvas.drawBitmap(scene, box(-8, -6, 32, 24), box(98, 2, 32, 24));
+    Bitmap opaque = scene, faint = scene, letters = scene;
+    opaque.setUseAlpha(false);
+    canvas.drawBitmap(opaque, scene.getRect(), box(98, 30, 32, 24));
+    faint.setTransparency(0.5f);
+    canvas.setGlobalAlpha(0.5f);
+    canvas.drawBitmap(faint, scene.getRect(), box(2, 60, 32, 24));
+    canvas.restoreAlpha();
+    letters.setFrames(box(0, 0, 8, 12), 4, 2);
+    letters.setGlyphs("0123\xC3\xA9");
+    canvas.drawBitmapText(letters, box(40, 60, 34, 20),
+                          "1x\xC3\xA9"
+                          "0231");
+    const Rect part = box(80, 60, 40, 24);
+    Canvas child(canvas, part);
+    child.setFillColor(Red);
+    child.ellipse(part);
+    canvas.setGlobalAlpha(0.4f);
+    canvas.copyFrom(child, part, part);
+    canvas.restoreAlpha();
+    canvas.copyFrom(child, part, box(40, 76, 10, 6));
+    canvas.present();
+}
+
+void drawTexts(Canvas& canvas) {
+    ground(canvas, box(0, 0, 280, 150));
+    std::int32_t y = 0;
+    for (const float size : {10.0f, 11.5f, 14.0f, 19.0f}) {
+        canvas.selectFont(Font("Inter", size, Font::Plain, y % 5));
+        canvas.drawText("Lead vocal 44.1 kHz", box(2, y, 274, 24));
+        canvas.drawText("-6.0 dB", box(2, y, 274, 24), Font::Right | Font::CenterVertical);
+        y += 24;
+    }
+    canvas.selectFont(Font("Inter", 12, Font::Plain, 2, Font::CenterHorizontal));
+    canvas.setTextBackground(Color(1, 0.9f, 0.6f, 1));
+    canvas.drawText("Top", box(2, 98, 60, 40));
+    canvas.drawText("Middle", box(66, 98, 60, 40), Font::CenteredLine);
+    canvas.setTextBackground(Color::none());
+    canvas.drawText("Two lines,\ncut off at the edge", box(130, 98, 84, 40),
+                    Font::Multiline | Font::CenterVertical);
+    canvas.present();
+}
+
+// Faults: an outline beside its shape, a clip or an origin that stays, alphas that replace each
+// other, edges between pixels.
+TEST_F(CanvasTest, PictureOfShapes) {
+    for (const float scale : {1.0f, 1.5f, 3.0f}) {
+        Canvas canvas(box(0, 0, 120, 100), scale);
+        drawShapes(canvas);
+        expectPicture(*canvas.getPixels(),
+                      "shapes-" + std::to_string(static_cast<int>(scale * 100)));
+    }
+}
+
+// Faults: a neighbouring frame that bleeds into a stretched one, an alpha that counts twice, an
+// image that moves when it is cut.
+TEST_F(CanvasTest, PictureOfImages) {
+    Bitmap scenes = scene();
+    for (const float scale : {1.0f, 1.5f}) {
+        Canvas canvas(box(0, 0, 130, 90), scale);
+        drawImages(canvas, scenes);
+        expectPicture(*canvas.getPixels(),
+                      "images-" + std::to_string(static_cast<int>(scale * 100)));
+    }
+}
+
+// Faults: letters of another size, weight or place; text outside its rectangle.
+TEST_F(CanvasTest, PictureOfTexts) {
+    for (const float scale : {1.0f, 1.5f, 2.0f}) {
+        Canvas canvas(box(0, 0, 280, 150), scale);
+        drawTexts(canvas);
+        expectPicture(*canvas.getPixels(),
+                      "texts-" + std::to_string(static_cast<int>(scale * 100)));
+    }
+}
+
+// Faults: drawing without a frame, a part that is shown twice or not at all, a former frame's clip
+// that is lost, a clip that grows beyond its frame.
+TEST_F(CanvasTest, ShowsWhatEachFrameDrew) {
+    struct Window : CanvasTarget {
+        bool canShow() const override { return isThere; }
+        void show(const PixelsData& pixels, const Rect& part) override {
+            EXPECT_EQ(pixels.getWidth(), 20);
+            shown.push_back(part);
+        }
+        bool isThere = true;
+        std::vector<Rect> shown;
+    } window;
+    Canvas canvas(box(0, 0, 10, 10), 2);
+    canvas.setFillColor(Red);
+    canvas.fillRect(box(0, 0, 10, 10));
+    EXPECT_EQ(at(canvas, {5, 5}), "0 0 0 0 ");
+    canvas.present();
+    canvas.flush();
+    EXPECT_FALSE(canvas.attach(nullptr));
+    EXPECT_TRUE(canvas.attach(&window));
+    canvas.beginFrame(box(1, 1, 8, 8));
+    canvas.offsetOrigin({1, 1});
+    canvas.setClip(box(0, 0, 4, 4));
+    canvas.beginFrame(box(2, 2, 20, 2));
+    canvas.setClip(box(-50, -50, 100, 100));
+    EXPECT_EQ(canvas.getClip(), box(2, 2, 20, 2));
+    canvas.present();
+    EXPECT_EQ(canvas.getClip(), box(0, 0, 4, 4));
+    canvas.fillRect(box(-9, -9, 99, 99));
+    canvas.beginFrame(box(0, 0, 1, 1));
+    canvas.flush();
+    canvas.present();
+    EXPECT_THAT(window.shown, testing::ElementsAre(box(4, 4, 16, 4), box(2, 2, 16, 16)));
+    EXPECT_EQ(at(canvas, {9, 9}) + at(canvas, {10, 9}), "255 0 0 255 0 0 0 0 ");
+    window.isThere = false;
+    EXPECT_FALSE(canvas.attach(&window));
+}
+
+// Faults: a crash, a hang or a write outside the picture for numbers of a skin that means no good.
+TEST_F(CanvasTest, BearsAnyNumbers) {
+    constexpr std::int32_t Least = std::numeric_limits<std::int32_t>::min(),
+                           Most = std::numeric_limits<std::int32_t>::max();
+    const Rect rects[] = {{Least, Least, Most, Most},
+                          {Most, Most, Least, Least},
+                          {0, 0, 1, Most},
+                          {Least, 0, Most, 1},
+                          {-3, -3, 5, 5},
+                          {}};
+    Bitmap bitmap = scene();
+    PixelsData pixels(8, 8);
+    Canvas small(pixels), huge({Least, Least, Most, Most}, 1e9f), none({5, 5, 2, 2}, -1);
+    huge.beginFrame(box(0, 0, 8, 8));
+    EXPECT_EQ(none.getPixels(), nullptr);
+    for (Canvas* const canvas : {&small, &none, &huge})
+        for (const Rect& rect : rects)
+            for (const float scale : {1.0f, 1e-9f, 1e9f}) {
+                canvas->pushChild();
+                canvas->setScale(scale, scale);
+                canvas->offsetOrigin({rect.left, rect.bottom});
+                canvas->setClip(rect);
+                canvas->fillRect(rect);
+                canvas->frameRect(rect);
+                canvas->ellipse(rect);
+                canvas->arc(rect, 1e30f, -1e30f);
+                canvas->pie(rect, std::numeric_limits<float>::infinity(), 0);
+                canvas->lineTo({rect.right, rect.top});
+                canvas->selectFont(Font("Inter", scale));
+                canvas->drawText("x", rect, Font::Multiline);
+                canvas->drawBitmap(bitmap, rect, box(0, 0, 8, 8));
+                canvas->drawBitmap(bitmap, box(0, 0, 8, 8), rect);
+                Canvas child(*canvas, rect);
+                canvas->copyFrom(child, rect, rect);
+                canvas->grab(rect);
+                canvas->popChild();
+            }
+    small.popChild();
+    small.setGlobalAlpha(-1);
+    small.setGlobalAlpha(5);
+    EXPECT_EQ(small.getGlobalAlpha(), 0.0f);
+    small.restoreAlpha();
+    small.restoreAlpha();
+    small.restoreAlpha();
+    EXPECT_EQ(small.getGlobalAlpha(), 1.0f);
+}
+
+// Faults: text that doesn't fit the box that was measured for it, a name in a script that the font
+// lacks drawn as boxes, an unknown family without a text, bytes of a file that aren't a font.
+TEST_F(CanvasTest, TextsComeFromTheFontsThatHaveThem) {
+    FontLibrary& fonts = FontLibrary::get();
+    const Font inter("Inter", 20);
+    const std::lock_guard<Mutex> inside(fonts.lock());
+    const auto runs = fonts.layOut(inter, "Aa\xD7\x90z");
+    ASSERT_EQ(runs.size(), 3u);
+    EXPECT_NE(runs[1].glyphs[0], 0u);
+    EXPECT_EQ(runs[0].face, runs[2].face);
+    EXPECT_NE(fonts.layOut(Font("Inter", 20, 0, 3), "A")[0].face, runs[0].face);
+    EXPECT_EQ(fonts.layOut(Font("No such family"), "A").size(), 1u);
+    EXPECT_EQ(lettersOf("\xC3\xA9\xF0\x9F\x8E\xB5\xC3(\xED\xA0\x80\xC0\x80"),
+              U"\u00E9\U0001F3B5\uFFFD(\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD");
+    Canvas canvas({}, 1.5f);
+    canvas.selectFont(inter);
+    const Rect one = canvas.measureText("Mg"), two = canvas.measureText("Mg\nMgMg");
+    EXPECT_EQ(two, box(0, 0, one.right * 2, 44));
+    EXPECT_EQ(canvas.measureText(std::string(100'000, 'M')),
+              canvas.measureText(std::string(4'096, 'M')));
+
+    ScratchFolder store;
+    std::string file;
+    ASSERT_TRUE(File(INTER_FONTS "/Inter-Regular.otf").contents(file, 1 << 20));
+    for (std::size_t size = 1; size < file.size(); size = size * 3 / 2 + 1) {
+        ASSERT_TRUE(File(store.path("cut.otf")).save(file.substr(0, size)));
+        fonts.setFolders({Folder(store.path()), Folder(store.path("none"))});
+        fonts.layOut(inter, "A");
+    }
+}
+
+}  // namespace
+}  // namespace tarn
