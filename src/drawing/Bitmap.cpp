@@ -50,8 +50,8 @@ void storeMean(const Sums& sums, std::int32_t count, float strength, std::uint8_
     const auto total = static_cast<std::uint32_t>(count);
     const std::uint32_t alpha = (sums[3] + total / 2) / total;
     for (std::size_t channel = 0; channel < 3; ++channel) {
-        const auto mean = static_cast<float>((sums[channel] + total / 2) / total);
-        const float scaled = mean * strength;
+        const std::uint32_t mean = (sums[channel] + total / 2) / total;
+        const float scaled = static_cast<float>(mean) * strength;
         pixel[channel] = static_cast<std::uint8_t>(
             scaled > 0.0f ? std::min(scaled, static_cast<float>(alpha)) : 0.0f);
     }

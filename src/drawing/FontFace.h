@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-using cairo_font_face_t = struct _cairo_font_face;
+using cairo_font_face_t = struct _cairo_font_face;  // NOLINT: cairo's name
 using FT_Face = struct FT_FaceRec_*;
 using FT_Library = struct FT_LibraryRec_*;
 

@@ -129,12 +129,12 @@ const FontFace* FontLibrary::find(const std::string& family, std::int32_t weight
     return folderFaces_.empty() ? nullptr : folderFaces_.front().get();
 }
 
-const FontFace* FontLibrary::findWith(char32_t letter, std::int32_t weight) {
-    const auto [place, isNew] = others_.try_emplace({letter, weight}, nullptr);
+const FontFace* FontLibrary::findWith(char32_t character, std::int32_t weight) {
+    const auto [place, isNew] = others_.try_emplace({character, weight}, nullptr);
     if (isNew) {
-        const std::string family = platform::familyWithCharacter(letter);
+        const std::string family = platform::familyWithCharacter(character);
         const FontFace* const face = family.empty() ? nullptr : findInstalled(family, weight);
-        if (face != nullptr && face->getGlyph(letter) != 0)
+        if (face != nullptr && face->getGlyph(character) != 0)
             place->second = face;
     }
     return place->second;
