@@ -579,9 +579,11 @@ void Plugin::readTunings(const Dictionary& state) {
 void Plugin::readMidi(const Dictionary& state) {
     const auto element = state.find(MidiKey);
     Settings* const settings = firstSettings();
+    // Others, such as the current program's, have listeners that don't belong on the audio thread.
     if (element && settings != nullptr)
         midiMapper_.read(*element, [settings](const std::string& id, std::int32_t clone) {
-            return settings->find(id, clone);
+            Parameter* const target = settings->find(id, clone);
+            return target != nullptr && target->hasFlag(Parameter::Automatable) ? target : nullptr;
         });
 }
 

@@ -122,7 +122,10 @@ TEST(Plugin, TheStateBringsBackAnInstance) {
     EXPECT_TRUE(
         restore(plugin, "<dict>" + test::Header +
                             "<Title value='older'/><tunings><current value='-7'/></tunings>"
-                            "<programs currentProgram='99'/><midi><controller/></midi></dict>"));
+                            "<programs currentProgram='99'/><midi><controller/><controller>"
+                            "<number value='7'/><target value='CurrentProgram'/></controller>"
+                            "</midi></dict>"));
+    EXPECT_EQ(plugin.getMidiMapper().getTarget(7), nullptr) << "programs aren't for that thread";
     EXPECT_EQ(plugin.parameter("Title").getText(), "older");
     EXPECT_EQ(plugin.getTuning().getDescription(), "Equal Temperament");
     EXPECT_EQ(plugin.engine(1).resets, 1);
