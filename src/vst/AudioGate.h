@@ -26,6 +26,15 @@ private:
                                                std::memory_order_acquire,
                                                std::memory_order_relaxed);
     }
+    bool enterForBlock() noexcept {
+        if (!enter())
+            return false;
+        // Looked at inside: a change that closes the gate from here on waits for this block.
+        if (state_.load(std::memory_order_relaxed) == Open)
+            return true;
+        leave();
+        return false;
+    }
     bool enterForChange();
     void leaveAfterChange(bool isInside) noexcept;
     void leave() noexcept { inside_.store(0, std::memory_order_release); }
@@ -42,9 +51,7 @@ private:
 /// A block's stay inside. Audio thread.
 class AudioGate::Block {
 public:
-    explicit Block(AudioGate& gate) noexcept
-        : gate_(gate),
-          isInside_(gate.state_.load(std::memory_order_acquire) == Open && gate.enter()) {}
+    explicit Block(AudioGate& gate) noexcept : gate_(gate), isInside_(gate.enterForBlock()) {}
     Block(const Block&) = delete;
     Block& operator=(const Block&) = delete;
     ~Block() {
