@@ -4,6 +4,7 @@
 #include "vst/HostText.h"
 
 #include <cmath>
+#include <memory>
 
 namespace tarn {
 
@@ -18,13 +19,11 @@ AudioEffect& effectOf(AEffect* record) {
 VST_REALIGN VstIntPtr VSTCALLBACK dispatch(AEffect* record, VstInt32 opcode, VstInt32 index,
                                            VstIntPtr value, void* ptr, float opt) noexcept try {
     AudioEffect& effect = effectOf(record);
-    if (opcode != effClose)
-        return effect.dispatcher(opcode, index, value, ptr, opt);
-    effect.dispatcher(opcode, index, value, ptr, opt);
-    delete &effect;
-    return 1;
+    const std::unique_ptr<AudioEffect> closed(opcode == effClose ? &effect : nullptr);
+    const VstIntPtr answer = effect.dispatcher(opcode, index, value, ptr, opt);
+    return closed != nullptr ? 1 : answer;
 } catch (...) {
-    return 0;
+    return opcode == effClose;
 }
 
 VST_REALIGN void VSTCALLBACK process(AEffect* record, float** inputs, float** outputs,

@@ -188,15 +188,18 @@ void VSTPlugin::setSampleRate(float rate) {
 }
 
 void VSTPlugin::setBlockSize(VstInt32 frames) {
-    frames = std::clamp(frames, VstInt32{0}, MaxInPlaceFrames);
-    logLine(LogWarning, "host blocksize: %d", static_cast<int>(frames));
     const AudioGate::Change change(gate_);
-    if (!change.isInside())
-        return;
+    if (change.isInside())
+        takeBlockSize(std::clamp(frames, VstInt32{0}, MaxInPlaceFrames));
+}
+
+void VSTPlugin::takeBlockSize(VstInt32 frames) {
+    logLine(LogWarning, "host blocksize: %d", static_cast<int>(frames));
     inPlacePin_.setSize(std::max(frames, InPlaceFrames));
     plugin_->setBlockSize(frames);
     AudioEffectX::setBlockSize(frames);
     HostInterface::setBlockSize(frames);
+    longestBlock_ = 0;
 }
 
 void VSTPlugin::raiseBlockSize(VstInt32 frames) noexcept {
@@ -205,12 +208,15 @@ void VSTPlugin::raiseBlockSize(VstInt32 frames) noexcept {
     longestBlock_ = frames;
 }
 
-// What the audio thread left to do.
-void VSTPlugin::makeRoomForRaise() {
-    const VstInt32 frames = longestBlock_.exchange(0);
+// What the audio thread left to do. What can't be done now is left to the host's next call.
+void VSTPlugin::makeRoomForRaise() noexcept try {
+    const AudioGate::Change change(gate_);
+    if (!change.isInside())
+        return;
     logLine(LogWarning, "host sent %d frames for processing, bumping blocksize to %d",
-            static_cast<int>(frames), static_cast<int>(HostInterface::getBlockSize()));
-    setBlockSize(HostInterface::getBlockSize());
+            static_cast<int>(longestBlock_), static_cast<int>(HostInterface::getBlockSize()));
+    takeBlockSize(HostInterface::getBlockSize());
+} catch (const std::bad_alloc&) {
 }
 
 void VSTPlugin::resetAfterGap() {

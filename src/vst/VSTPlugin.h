@@ -115,7 +115,10 @@ private:
     [[gnu::cold]] void processInParts(float* const* inputs, float* const* outputs,
                                       VstInt32 frames) noexcept;
     [[gnu::cold]] void raiseBlockSize(VstInt32 frames) noexcept;
-    void makeRoomForRaise();
+    void makeRoomForRaise() noexcept;
+
+    // Inside the gate.
+    void takeBlockSize(VstInt32 frames);
     [[gnu::cold]] void resetAfterGap();
 
     // Calls the visitor with each module's parameters in the host's order, until it returns false.

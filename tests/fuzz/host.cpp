@@ -45,14 +45,14 @@ void sendEvents(fuzz::Effect& effect, FuzzedDataProvider& host) {
 }
 
 void process(fuzz::Effect& effect, FuzzedDataProvider& host) {
-    fuzz::Effect::Block blocks[4];
+    test::Channel blocks[4];
     const auto frames = host.ConsumeIntegralInRange<std::size_t>(0, 40'000);
-    const auto pick = [&]() -> fuzz::Effect::Block& {
+    const auto pick = [&] {
         auto& block = blocks[host.ConsumeIntegralInRange(0, 3)];
         block.assign(frames, host.ConsumeFloatingPoint<float>());
-        return block;
+        return block.data();
     };
-    effect.process(pick(), pick(), pick(), pick());
+    effect.process({pick(), pick()}, {pick(), pick()}, frames);
 }
 
 }  // namespace
@@ -68,8 +68,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         else if (call == 1)
             sendEvents(effect, host);
         else if (call == 2)
-            effect.record->setParameter(effect.record, host.ConsumeIntegralInRange(-1, 3),
-                                        host.ConsumeFloatingPoint<float>());
+            effect.set(host.ConsumeIntegralInRange(-1, 3), host.ConsumeFloatingPoint<float>());
         else
             dispatch(effect, host);
         const AEffect& now = *effect.record;
@@ -78,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(now.numInputs >= 1 && now.numInputs <= now.numOutputs && now.numOutputs <= 2);
         require(inspectConnection(0).has_value());
     }
-    effect.call(effMainsChanged, 0, 1);
+    effect.run();
     require(effect.record->numInputs < 2 || effect.passesAudio());
     const std::string state = effect.chunk();
     effect.restore(state);

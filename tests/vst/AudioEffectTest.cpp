@@ -1,20 +1,18 @@
+#include "support/HostedEffect.h"
 #include "vst/AudioEffect.h"
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
 
 namespace tarn {
 namespace {
 
-struct Effect : AudioEffectX {
-    Effect() : AudioEffectX(nullptr, 0, 0) {}
+struct Effect : AudioEffectX, test::HostedEffect {
+    Effect() : AudioEffectX(nullptr, 0, 0), HostedEffect(getAeffect()) {}
     using AudioEffectX::getMasterVersion;
     void processReplacing(float**, float**, VstInt32) noexcept override {}
-    VstIntPtr call(VstInt32 opcode, VstInt32 index = 0, VstIntPtr value = 0, void* ptr = nullptr,
-                   float opt = 0.0f) {
-        return getAeffect()->dispatcher(getAeffect(), opcode, index, value, ptr, opt);
-    }
 };
 
 struct Editor : AEffEditor {
@@ -40,7 +38,7 @@ TEST(AudioEffect, HandsTheEditorItsOpcodes) {
     EXPECT_EQ(effect.call(effEditGetRect, 0, 0, &rect), 0);
     Editor editor;
     effect.setEditor(&editor);
-    EXPECT_EQ(effect.getAeffect()->flags, effFlagsCanReplacing | effFlagsHasEditor);
+    EXPECT_EQ(effect.record->flags, effFlagsCanReplacing | effFlagsHasEditor);
     EXPECT_EQ(effect.call(effEditGetRect), 0);
     EXPECT_EQ(effect.call(effEditGetRect, 0, 0, &rect), 1);
     EXPECT_EQ(rect, &editor.size);
@@ -55,7 +53,7 @@ TEST(AudioEffect, HandsTheEditorItsOpcodes) {
     EXPECT_EQ(effect.call(effSetEditKnobMode, 0, 2), 1);
     effect.setEditor(nullptr);
     EXPECT_EQ(effect.call(effEditIdle), 0);
-    EXPECT_EQ(effect.getAeffect()->flags, effFlagsCanReplacing);
+    EXPECT_EQ(effect.record->flags, effFlagsCanReplacing);
 }
 
 struct Recorder : Effect {
@@ -82,17 +80,21 @@ struct Recorder : Effect {
         log += "asked,";
         return true;
     }
-    void close() override { log += "close,"; }
+    void close() override {
+        log += "close,";
+        throw std::bad_alloc();
+    }
 
     std::string log;
 };
 
-// Faults: an argument of an opcode that arrives as another, or not at all.
+// Faults: an argument of an opcode that arrives as another, or not at all, an effect that outlives
+// its end.
 TEST(AudioEffect, HandsOnWhatOpcodesCarry) {
     auto& effect = *new Recorder;  // until effClose
-    EXPECT_EQ(effect.getAeffect()->numInputs + 10 * effect.getAeffect()->numOutputs, 21);
+    EXPECT_EQ(effect.record->numInputs + 10 * effect.record->numOutputs, 21);
     EXPECT_EQ(effect.getMasterVersion(), 1) << "without a host";
-    effect.call(effOpen);
+    EXPECT_EQ(effect.call(effOpen), 0);
     for (const VstIntPtr program : {-1, 0, 1, 2})
         effect.call(effSetProgram, 0, program);
     EXPECT_EQ(effect.call(effSetBypass, 0, 1), 1);

@@ -1,8 +1,6 @@
-#include "link/BrimtidePluginInfo.h"
 #include "link/StandInHost.h"
 #include "plugin/HostInterface.h"
 #include "support/Hearer.h"
-#include "support/Product.h"
 
 #include <gtest/gtest.h>
 
@@ -32,17 +30,9 @@ TEST(HostInterface, KnowsHostsByTheirNames) {
     }
 }
 
-// Faults: channels that the product doesn't have, a rate that is none, listeners that don't hear of
-// a new one.
-TEST(HostInterface, KeepsWhatTheHostAnnounces) {
-    const auto product = test::Product::of<BrimtidePluginInfo>("");
+// Faults: a rate that is none, listeners that don't hear of a new one.
+TEST(HostInterface, KeepsTheRateThatTheHostAnnounces) {
     test::StandInHost host;
-    const auto channels = [](int in, int out) {
-        return IOConfig(IOPinConfig(in, 1), IOPinConfig(out, 1));
-    };
-    EXPECT_TRUE(host.setIOConfig(channels(1, 2)));
-    EXPECT_FALSE(host.setIOConfig(channels(2, 1)));
-    EXPECT_TRUE(host.getIOConfig() == channels(1, 2));
     int heard = 0;
     const Hearer hearer(host.radio(), [&](Message& message) {
         EXPECT_EQ(message.code, SystemMessage::SampleRateChanged);

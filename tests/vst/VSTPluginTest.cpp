@@ -1,5 +1,6 @@
 #include "audio/Module.h"
 #include "link/BrimtideEngine.h"
+#include "link/BrimtidePlugin.h"
 #include "link/BrimtidePluginInfo.h"
 #include "link/ConnectionInfo.h"
 #include "parameters/ParameterEditor.h"
@@ -8,6 +9,7 @@
 #include "support/AllocationCount.h"
 #include "support/Connections.h"
 #include "support/Hearer.h"
+#include "support/HostedEffect.h"
 #include "support/Product.h"
 #include "support/ScratchFolder.h"
 #include "vst/DefaultProgram.h"
@@ -16,7 +18,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -66,48 +67,29 @@ IOConfig stereo() {
     return {IOPinConfig(2, 1), IOPinConfig(2, 1)};
 }
 
+using test::Channel;
+
 constexpr float NotANumber = std::numeric_limits<float>::quiet_NaN();
+constexpr VstInt32 Largest = std::numeric_limits<VstInt32>::max();
+constexpr VstInt32 Smallest = std::numeric_limits<VstInt32>::min();
 
-using Channel = std::vector<float>;
-using Buffers = std::array<float*, 2>;
-
-// An instance as a host has it: the record alone.
-class Instance {
+class Instance : public test::HostedEffect {
 public:
-    explicit Instance(const std::string& folder = PRODUCT_FOLDER)
-        : product(test::Product::of<BrimtidePluginInfo>(folder)),
-          record((Mission::get().start(), new VSTPlugin(0, host, stereo()))->getAeffect()) {}
+    explicit Instance(std::unique_ptr<test::Product> itsProduct =
+                          test::Product::of<BrimtidePluginInfo>(PRODUCT_FOLDER))
+        : HostedEffect((Mission::get().start(), new VSTPlugin(0, host, stereo()))->getAeffect()),
+          product(std::move(itsProduct)) {}
     ~Instance() {
+        const bool isAlone = !inspectConnection(1);  // a second one keeps the slot that was taken
         EXPECT_EQ(call(effClose), 1);
-        EXPECT_FALSE(inspectConnection(0)) << "it keeps its connection";
+        EXPECT_FALSE(isAlone && inspectConnection(0)) << "it keeps its connection";
     }
-
-    VstIntPtr call(VstInt32 opcode, VstInt32 index = 0, VstIntPtr value = 0, void* ptr = nullptr,
-                   float opt = 0.0f) {
-        return record->dispatcher(record, opcode, index, value, ptr, opt);
-    }
-    VSTPlugin& effect() {
+    VSTPlugin& effect() const {
         return *static_cast<VSTPlugin*>(static_cast<AudioEffect*>(record->object));
     }
-    void resume() { call(effMainsChanged, 0, 1); }
-    bool setChannels(int inputs, int outputs) {
-        VstSpeakerArrangement in{}, out{};
-        in.numChannels = inputs;
-        out.numChannels = outputs;
-        return call(effSetSpeakerArrangement, 0, reinterpret_cast<VstIntPtr>(&in), &out) == 1;
-    }
-    void process(Buffers inputs, Buffers outputs, int frames) {
-        record->processReplacing(record, inputs.data(), outputs.data(), frames);
-    }
-    /// What comes out on the first output for the same on both inputs; it was full of sevens.
-    Channel play(Channel in) {
-        Channel left(in.size(), 7.0f), right = left;
-        process({in.data(), in.data()}, {left.data(), right.data()}, static_cast<int>(in.size()));
-        return left;
-    }
+    Plugin& plugin() const { return dynamic_cast<Plugin&>(*effect().getPlugin()); }
 
     const std::unique_ptr<test::Product> product;
-    AEffect* const record;
 };
 
 enum ParameterIndex { Name, Mute };
@@ -125,9 +107,10 @@ void writeProduct(const test::ScratchFolder& folder, const std::string& paramete
 TEST(VSTPlugin, AnswersWhatHostsAsk) {
     Instance instance;
     AEffect& record = *instance.record;
-    EXPECT_EQ(std::tuple(record.magic, record.flags, record.uniqueID, record.version),
-              std::tuple(kEffectMagic, effFlagsCanReplacing | effFlagsProgramChunks,
-                         fourCharacters("QrlA"), 1));
+    EXPECT_EQ(
+        std::tuple(record.magic, record.flags, record.uniqueID, record.version, record.ioRatio),
+        std::tuple(kEffectMagic, effFlagsCanReplacing | effFlagsProgramChunks,
+                   fourCharacters("QrlA"), 1, 1.0f));
     EXPECT_EQ(std::tuple(record.numParams, record.numPrograms, record.numInputs, record.numOutputs),
               std::tuple(2, 1, 2, 2));
     const auto text = [&](VstInt32 opcode, VstInt32 index) {
@@ -135,7 +118,7 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
         instance.call(opcode, index, 0, buffer);
         return std::string(buffer);
     };
-    instance.record->setParameter(instance.record, Mute, 1.0f);
+    instance.set(Mute, 1.0f);
     const std::tuple<VstInt32, VstInt32, const char*> texts[] = {
         {effGetParamName, Name, "Name"},   {effGetParamName, Mute, "Mute"},
         {effGetParamName, 2, ""},          {effGetParamDisplay, Mute, "On"},
@@ -174,8 +157,7 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
 // told of or takes for another parameter's.
 TEST(VSTPlugin, TellsTheHostWhatTheUserDoes) {
     Instance instance;
-    auto& plugin = dynamic_cast<Plugin&>(*instance.effect().getPlugin());
-    const Settings& settings = plugin.moduleAt(0)->settings();
+    const Settings& settings = instance.plugin().moduleAt(0)->settings();
     Parameter& mute = *settings.find(MuteOutputName, 0);
     struct Knob : Radio, ParameterEditor {
         explicit Knob(Parameter* edited) : Radio(nullptr), parameter(edited) {}
@@ -184,7 +166,7 @@ TEST(VSTPlugin, TellsTheHostWhatTheUserDoes) {
     } knob(settings.find(BrimtideIDName, 0)), meter(settings.find(OutputLevelName, 0)),
         none(nullptr);
     told.clear();
-    instance.record->setParameter(instance.record, Mute, 1.0f);
+    instance.set(Mute, 1.0f);
     mute.setNormalised(0.0f, FromInternal);
     EXPECT_TRUE(told.empty());
     mute.setNormalised(1.0f, FromUser);
@@ -201,6 +183,8 @@ TEST(VSTPlugin, TellsTheHostWhatTheUserDoes) {
                                            std::pair(audioMasterBeginEdit, -1.0f),
                                            std::pair(audioMasterEndEdit, -1.0f),
                                            std::pair(audioMasterIOChanged, 0.0f)));
+    instance.run();
+    EXPECT_EQ(instance.record->initialDelay, 0);
 }
 
 // Faults: a transport that is read where the host has none, flags taken for one another.
@@ -222,18 +206,18 @@ TEST(VSTPlugin, AsksTheHostForItsTransport) {
     transport = nullptr;
 }
 
-// Faults: a long block for which the audio thread makes room, or which nobody does; a pause after
-// which engines sound on, or a block that is taken for a pause.
+// Faults: a long block for which the audio thread makes room, or which is forgotten when there is
+// no room at once; a pause after which engines sound on, or a block that is taken for a pause.
 TEST(VSTPlugin, NoticesLongBlocksAndPauses) {
     Instance instance;
     static double seconds;
     seconds = 100.0;
     platform::setHighResolutionClock([]() noexcept { return seconds; });
     int resets = 0;
-    const Hearer hearer(*instance.effect().getPlugin(), [&](Message& message) {
+    const Hearer hearer(instance.plugin(), [&](Message& message) {
         resets += message.type == MessageType::Window && message.code == WindowMessage::Repaint;
     });
-    instance.resume();
+    instance.run();
     const auto resetsAfter = [&](double pause, int frames) {
         seconds += pause;
         const int before = resets;
@@ -243,15 +227,24 @@ TEST(VSTPlugin, NoticesLongBlocksAndPauses) {
     instance.call(effSetBlockSize, 0, 512);
     EXPECT_EQ(resetsAfter(0.0, 512), 1) << "the first block ever";
     const std::tuple<double, int, int> blocks[] = {
-        {0.99, 512, 512}, {0.0, 513, 1024}, {0.0, 1024, 1024}, {0.0, 1025, 2048}};
+        {0.99, 512, 512}, {0.0, 513, 1024}, {0.0, 1024, 1024}, {0.0, 20000, 32768}};
     for (const auto& [pause, frames, blockSize] : blocks) {
         EXPECT_EQ(resetsAfter(pause, frames), 0);
         EXPECT_EQ(instance.effect().getBlockSize(), blockSize) << frames;
     }
+    duringBlock = [&] {
+        const test::AllocationLimit limit(32768);
+        EXPECT_EQ(instance.call(effGetVstVersion), 2400);
+    };
+    instance.play({0.0f});
+    std::exchange(duringBlock, nullptr)();
+    instance.call(effStartProcess);
+    instance.play({0.0f});
     EXPECT_EQ(inspectConnection(0)->sender->announcedBlock, 512u);
     instance.call(effEditIdle);
     instance.play({0.0f});
-    EXPECT_EQ(inspectConnection(0)->sender->announcedBlock, 2048u);
+    EXPECT_EQ(inspectConnection(0)->sender->announcedBlock, 32768u);
+    instance.call(effSetBlockSize, 0, 512);
     EXPECT_EQ(resetsAfter(1.0, 64), 1);
     instance.call(effSetBlockSize, 0, 16384);
     instance.call(effSetSampleRate, 0, 0, nullptr, 8000.0f);
@@ -263,15 +256,16 @@ TEST(VSTPlugin, NoticesLongBlocksAndPauses) {
 TEST(VSTPlugin, TellsReceiversWhatTheHostTells) {
     Instance instance;
     EXPECT_EQ(inspectConnection(0)->sender->host, std::string(63, 'x'));
-    instance.resume();
-    const std::pair<float, int> rates[] = {{96e3f, 96'000}, {NotANumber, 0}, {48000.5f, 48'000}};
+    instance.run();
+    const std::pair<float, int> rates[] = {
+        {96e3f, 96'000}, {NotANumber, 0}, {48000.5f, 48'000}, {1e30f, 0}};
     float silence = 0.0f;
     for (const auto& [announced, heard] : rates) {
         instance.call(effSetSampleRate, 0, 0, nullptr, announced);
         instance.process({&silence, &silence}, {&silence, &silence}, 0);
         EXPECT_EQ(inspectConnection(0)->sender->rate, heard) << announced;
     }
-    for (const auto& [announced, heard] : {std::pair(0x7FFFFFFF, 1u << 20), {-1, 0u}}) {
+    for (const auto& [announced, heard] : {std::pair(Largest, 1u << 20), {-1, 0u}}) {
         instance.call(effSetBlockSize, 0, announced);
         instance.process({&silence, &silence}, {&silence, &silence}, 0);
         EXPECT_EQ(inspectConnection(0)->sender->announcedBlock, heard) << announced;
@@ -288,7 +282,8 @@ TEST(VSTPlugin, ReadsADefaultProgram) {
         return readDefaultProgram(File(folder.path() + "/default.fxp"));
     };
     const std::string whole = head + std::string("\0\0\1\2", 4) + std::string(258, 'x');
-    EXPECT_EQ(read(whole + "more"), std::string(258, 'x'));
+    for (const char* const rest : {"", "more"})
+        EXPECT_EQ(read(whole + rest), std::string(258, 'x'));
     for (std::size_t size = 0; size < whole.size(); ++size)
         EXPECT_EQ(read(whole.substr(0, size)), std::nullopt) << size;
     for (const std::size_t at : {3, 8, 16}) {
@@ -312,7 +307,7 @@ TEST(VSTPlugin, DescribesItsParameters) {
             scope="plugin"><display/></Free>
         <MuteOutput class="ParameterValue" type="bool" name="Mute" automatable="true" scope="plugin">
             <display/></MuteOutput>)");
-    Instance instance(folder.path());
+    Instance instance(test::Product::of<BrimtidePluginInfo>(folder.path()));
     ASSERT_EQ(instance.record->numParams, 4);
     std::string description;
     for (VstInt32 index = 0; index < 5; ++index) {
@@ -343,22 +338,62 @@ TEST(VSTPlugin, CountsParametersThroughItsModules) {
             scope="module"><display/></One>
         <Mute class="ParameterValue" type="bool" name="Mute" automatable="true" scope="module">
             <display/></Mute>)");
-    const auto product = test::Product::of<TwoModules>(folder.path());
-    Mission::get().start();
-    VSTPlugin effect(0, host, stereo());
-    AEffect* const record = effect.getAeffect();
+    const Instance instance(test::Product::of<TwoModules>(folder.path()));
     std::string names;
     for (VstInt32 index = -1; index < 5; ++index) {
         char name[kVstMaxParamStrLen];
-        record->dispatcher(record, effGetParamName, index, 0, name, 0.0f);
+        instance.call(effGetParamName, index, 0, name);
         names += std::string(name) + ",";
     }
-    EXPECT_EQ(std::to_string(record->numParams) + names, "4,A One,A Mute,B One,B Mute,,");
-    const auto& plugin = dynamic_cast<const Plugin&>(*effect.getPlugin());
+    EXPECT_EQ(std::to_string(instance.record->numParams) + names, "4,A One,A Mute,B One,B Mute,,");
     for (const int module : {0, 1})
-        EXPECT_EQ(effect.indexOf(plugin.moduleAt(module)->settings().getAutomatable()[Mute]),
+        EXPECT_EQ(instance.effect().indexOf(
+                      instance.plugin().moduleAt(module)->settings().getAutomatable()[Mute]),
                   2 * module + Mute);
-    EXPECT_EQ(effect.indexOf(nullptr), -1);
+    EXPECT_EQ(instance.effect().indexOf(nullptr), -1);
+}
+
+// Faults: an event that is lost or belongs to no block, a list that is followed beyond its end.
+TEST(VSTPlugin, HandsOnMidiEvents) {
+    static std::string heard;
+    struct Ear : Brimtide::Plugin {
+        using Brimtide::Plugin::Plugin;
+        void midiEvent(const MidiRecord& record) override {
+            for (const int number : {record.bytes[0] + 0, record.bytes[2] + 0, record.deltaFrames,
+                                     record.detune + 0, record.noteLength})
+                heard += std::to_string(number) + " ";
+        }
+        void midiEventsDone() override { heard += "done"; }
+    };
+    struct Info : BrimtidePluginInfo {
+        std::unique_ptr<Plugin> createPlugin(HostInterface* itsHost,
+                                             std::uintptr_t base) const override {
+            return std::make_unique<Ear>(itsHost, base);
+        }
+    };
+    const Instance instance(test::Product::of<Info>(PRODUCT_FOLDER));
+    instance.call(effSetBlockSize, 0, 64);
+    VstMidiEvent midi{kVstMidiType, 32, Largest, 0, 9, -1, {'\x90', 60, 127, 0}, -128, 255, 0, 0};
+    VstEvent other{kVstSysExType, -1, 0, 0, {}}, early{kVstMidiType, 32, Smallest, 0, {}};
+    struct {
+        VstEvents events{};
+        VstEvent* more[2];
+    } list;
+    list.events.events[1] = reinterpret_cast<VstEvent*>(&midi);
+    list.more[0] = &other;
+    list.more[1] = &early;
+    const auto send = [&](VstInt32 count) {
+        heard.clear();
+        list.events.numEvents = count;
+        EXPECT_EQ(instance.call(effProcessEvents, 0, 0, &list), 1);
+        return heard;
+    };
+    EXPECT_EQ(send(4), "") << "before the start";
+    instance.run();
+    EXPECT_EQ(send(4), "144 127 63 -128 9 0 0 0 0 0 done");
+    for (const VstInt32 none : {0, -1, Smallest})
+        EXPECT_EQ(send(none), "done");
+    EXPECT_EQ(send(Largest), "");
 }
 
 // Faults: a pin that is known by another number than hosts count, or has no end of the list.
@@ -385,16 +420,6 @@ TEST(VSTPlugin, DescribesItsPins) {
 // comes back by halves, a pointer or size of the host's that is believed.
 TEST(VSTPlugin, KeepsItsStateInChunks) {
     Instance instance;
-    const auto chunk = [&] {
-        const char* data = nullptr;
-        const VstIntPtr size = instance.call(effGetChunk, 0, 0, &data);
-        EXPECT_EQ(std::strlen(data) + 1, static_cast<std::size_t>(size));
-        return std::string(data);
-    };
-    const auto restore = [&](std::string text) {
-        EXPECT_EQ(instance.call(effSetChunk, 0, static_cast<VstIntPtr>(text.size()), text.data()),
-                  0);
-    };
     char name[] = "Lead vocal", none[] = "";
     EXPECT_EQ(instance.call(effString2Parameter, Name, 0, none), 1);
     EXPECT_EQ(inspectConnection(0)->name, "Connection #1");
@@ -404,26 +429,27 @@ TEST(VSTPlugin, KeepsItsStateInChunks) {
     char on[] = "On";
     EXPECT_EQ(instance.call(effString2Parameter, Mute, 0, on), 1);
     EXPECT_EQ(inspectConnection(0)->name, name);
-    const std::string state = chunk();
-    instance.record->setParameter(instance.record, Mute, 0.0f);
-    const std::string present = chunk();
+    const std::string state = instance.chunk();
+    EXPECT_EQ(std::strlen(state.c_str()) + 1, state.size());
+    instance.set(Mute, 0.0f);
+    const std::string present = instance.chunk();
     for (std::size_t size = 0; size < state.size() - 8; size += 13)
-        restore(state.substr(0, size));
+        instance.restore(state.substr(0, size));
     instance.call(effSetChunk, 0, 100, nullptr);
     instance.call(effSetChunk, 0, -1, name);
     EXPECT_FALSE(instance.product->messages.empty());
-    EXPECT_EQ(chunk(), present);
-    restore(state);
-    EXPECT_EQ(chunk(), state);
-    EXPECT_EQ(instance.record->getParameter(instance.record, Mute), 1.0f);
+    EXPECT_EQ(instance.chunk(), present);
+    instance.restore(state, Largest);  // as of an older one, which was longer
+    EXPECT_EQ(instance.chunk(), state);
+    EXPECT_EQ(instance.get(Mute), 1.0f);
 
     // As a host of the other width stored it.
-    restore(
+    instance.restore(
         "<dict><info creator=\"Brimtide\" version=\"1.2.0\" /><file-format value=\"1.2.0\" />"
         "<parameters><BrimtideID><value value=\"Bass\" /></BrimtideID>"
         "<MuteOutput value=\"false\" /></parameters></dict>\n");
     EXPECT_EQ(inspectConnection(0)->name, "Bass");
-    EXPECT_EQ(instance.record->getParameter(instance.record, Mute), 0.0f);
+    EXPECT_EQ(instance.get(Mute), 0.0f);
 }
 
 // What a host may expect of an instance, while it calls at random.
@@ -431,27 +457,32 @@ class RandomHost : Instance {
 public:
     void changeSomething() {
         if (below(8) == 0)
-            call(effMainsChanged, 0, isRunning_ = below(4) != 0);
+            run(isRunning_ = below(4) != 0);
         if (below(8) == 0) {
             isMuted_ = below(2) == 0;
-            record->setParameter(record, Mute, NotANumber);
-            record->setParameter(record, Mute, isMuted_ ? 0.5f : 0.49f);
-            ASSERT_EQ(record->getParameter(record, Mute), isMuted_ ? 1.0f : 0.0f);
+            set(Mute, NotANumber);
+            set(Mute, isMuted_ ? 0.5f : 0.49f);
+            ASSERT_EQ(get(Mute), isMuted_ ? 1.0f : 0.0f);
         }
         if (below(8) == 0)
             changeChannels();
+        constexpr float Rates[] = {1234.5678f, 8000.0f, 44100.0f, 768000.0f, NotANumber};
+        if (below(8) == 0)
+            call(effSetSampleRate, 0, 0, nullptr, Rates[below(5)]);
+        if (below(32) == 0)
+            call(effSetBlockSize, 0, below(2) == 0 ? 0 : Largest);
     }
 
     // The buffers lie anywhere in one piece of memory, but for outputs over each other. In a block
     // that is longer than announced no output begins inside an input.
     void playBlock() {
-        const int frames = below(20) == 0 ? below(30'000) : below(600) - 1;
+        const int frames = below(20) == 0 ? below(70'000) : below(600) - 1;
         const bool isAnnounced = below(2) == 0;
         if (isAnnounced)
             call(effSetBlockSize, 0, frames);
         Channel memory = test::ramp(static_cast<std::uint32_t>(4 * (frames + 64) + 128));
         const auto place = [&] { return memory.data() + 64 + below(4) * (frames + 64); };
-        Buffers from{place(), place()}, to{};
+        test::Buffers from{place(), place()}, to{};
         do {
             for (float*& output : to)
                 output = place() + below(2) * (isAnnounced ? below(128) - 64 : -below(64));
@@ -468,7 +499,7 @@ public:
             (below(2) == 0 ? from[inputs_ - 1] : to[outputs_ - 1]) = nullptr;
 
         const long allocations = test::allocationsOfThisThread();
-        process(from, to, frames);
+        process(from, to, static_cast<std::size_t>(frames));
         ASSERT_EQ(test::allocationsOfThisThread(), allocations);
         ASSERT_TRUE(memory == expected);
         if (!isPlayed || frames <= 0)
@@ -514,7 +545,7 @@ TEST(VSTPlugin, IsAWireWhateverTheBuffers) {
 // under it when the host has lost its patience.
 TEST(VSTPlugin, ChangesDontWaitForEverForTheBlockUnderWay) {
     Instance instance;
-    instance.resume();
+    instance.run();
     const Channel left = test::ramp(64), right = test::ramp(64, 100);
     const auto processWith = [&](const std::function<void()>& action) {
         Channel a = left, b = right;
