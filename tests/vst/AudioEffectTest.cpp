@@ -80,6 +80,7 @@ struct Recorder : Effect {
         log += "asked,";
         return true;
     }
+    VstInt32 getVendorVersion() override { throw std::bad_alloc(); }
     void close() override {
         log += "close,";
         throw std::bad_alloc();
@@ -88,13 +89,14 @@ struct Recorder : Effect {
     std::string log;
 };
 
-// Faults: an argument of an opcode that arrives as another, or not at all, an effect that outlives
-// its end.
+// Faults: an argument of an opcode that arrives as another, or not at all, an exception that runs
+// into the host, or keeps an effect from its end.
 TEST(AudioEffect, HandsOnWhatOpcodesCarry) {
     auto& effect = *new Recorder;  // until effClose
     EXPECT_EQ(effect.record->numInputs + 10 * effect.record->numOutputs, 21);
     EXPECT_EQ(effect.getMasterVersion(), 1) << "without a host";
     EXPECT_EQ(effect.call(effOpen), 0);
+    EXPECT_EQ(effect.call(effGetVendorVersion), 0);
     for (const VstIntPtr program : {-1, 0, 1, 2})
         effect.call(effSetProgram, 0, program);
     EXPECT_EQ(effect.call(effSetBypass, 0, 1), 1);
