@@ -49,7 +49,7 @@ TEST(AudioEffect, HandsTheEditorItsOpcodes) {
     EXPECT_FALSE(editor.isOpen());
     EXPECT_EQ(editor.ticks, 1);
     EXPECT_EQ(effect.call(effEditKeyDown, 'a', 7, nullptr, 8.0f), 1);
-    EXPECT_EQ(effect.call(effEditKeyUp, 'a', 7, nullptr, 8.0f), 0);
+    EXPECT_EQ(effect.call(effEditKeyUp, 'a', 7, nullptr, 300.0f), 0);
     EXPECT_EQ(effect.call(effSetEditKnobMode, 0, 2), 1);
     effect.setEditor(nullptr);
     EXPECT_EQ(effect.call(effEditIdle), 0);

@@ -129,6 +129,7 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
         {effGetVstVersion, 0, 2400},
         {effGetVendorVersion, 0, 1200},
         {effGetPlugCategory, 0, kPlugCategUnknown},
+        {effCanBeAutomated, Name, 0},
         {effCanBeAutomated, Mute, 1},
         {effCanBeAutomated, 2, 0},
     };
@@ -158,6 +159,7 @@ TEST(VSTPlugin, TellsTheHostWhatTheUserDoes) {
     told.clear();
     instance.set(Mute, 1.0f);
     mute.setNormalised(0.0f, FromInternal);
+    instance.effect().parameterChanged(knob.parameter, 0.0f);  // hosts can't record a text
     EXPECT_TRUE(told.empty());
     mute.setNormalised(1.0f, FromUser);
     for (Knob* const edited : {&knob, &meter, &none})
@@ -292,16 +294,18 @@ TEST(VSTPlugin, DescribesItsParameters) {
         R"(<Long class="ParameterValue" type="integer" name="A number of many words" minval="-5"
             maxval="95" automatable="true" scope="plugin"><display/>
             <info><alias value="A number"/><alias value="Words"/></info></Long>
-        <Steps class="ParameterValue" type="float" name="Steps" minval="0" maxval="2" automatable="true"
+        <Steps class="ParameterValue" type="float" name="Steps" minval="-1" maxval="1" automatable="true"
             scope="plugin"><steps value="5"/><display/></Steps>
         <Free class="ParameterValue" type="float" name="Free" minval="0" maxval="2" automatable="true"
             scope="plugin"><display/></Free>
+        <Choice class="ParameterEnum" type="string" name="Choice" automatable="true" scope="plugin">
+            <values><a value="a"/><b value="b"/><c value="c"/></values></Choice>
         <MuteOutput class="ParameterValue" type="bool" name="Mute" automatable="true" scope="plugin">
             <display/></MuteOutput>)");
     Instance instance(test::Product::of<BrimtidePluginInfo>(folder.path()));
-    ASSERT_EQ(instance.record->numParams, 4);
+    ASSERT_EQ(instance.record->numParams, 5);
     std::string description;
-    for (VstInt32 index = 0; index < 5; ++index) {
+    for (VstInt32 index = 0; index < 6; ++index) {
         VstParameterProperties its;
         std::memset(&its, 'x', sizeof its);
         description += std::to_string(instance.call(effGetParameterProperties, index, 0, &its)) +
@@ -317,6 +321,7 @@ TEST(VSTPlugin, DescribesItsParameters) {
               "1 A number of many words Words 10 -5 95 1 10 0\n"
               "1 Steps Steps 4 0 0 0 0 2\n"
               "1 Free Free 0 0 0 0 0 0\n"
+              "1 Choice Choice 10 0 2 1 1 0\n"
               "1 Mute Mute 1 0 0 0 0 0\n"
               "0   0 0 0 0 0 0\n");
 }
@@ -422,7 +427,10 @@ TEST(VSTPlugin, KeepsItsStateInChunks) {
     char on[] = "On";
     EXPECT_EQ(instance.call(effString2Parameter, Mute, 0, on), 1);
     EXPECT_EQ(inspectConnection(0)->name, name);
+    char program[] = "A program of a name longer than hosts may have";
+    instance.call(effSetProgramName, 0, 0, program);
     const std::string state = instance.chunk();
+    EXPECT_THAT(state, testing::HasSubstr("\"A program of a name long\""));
     EXPECT_EQ(std::strlen(state.c_str()) + 1, state.size());
     instance.set(Mute, 0.0f);
     const std::string present = instance.chunk();
