@@ -12,7 +12,7 @@
 
 namespace tarn::platform {
 
-// In the screen's pixels.
+// In pixels; right and bottom lie outside.
 struct Spot {
     std::int32_t x = 0;
     std::int32_t y = 0;
@@ -57,7 +57,9 @@ public:
     /// The part of the window that the system wants to see again; `SystemWindow::show` answers.
     virtual void paint(const Area& part) = 0;
 
-    /// `Left` is the pointer's leaving of the window, and the loss of the focus, without a place.
+    /// `Left` is the pointer's leaving of the window, and the loss of the focus, without a place. A
+    /// press that the system ends early, since something else wants the pointer, ends with `Left`
+    /// and the button's `Up` where the pointer was last.
     virtual void pointer(PointerEvent event, Spot place) = 0;
 
     /// 120 a notch, positive away from the user.
@@ -116,8 +118,9 @@ struct TextRequest {
 /// then.
 class SystemWindow {
 public:
-    /// A visible child of `parent`, the system's handle of the host's window. Null if it can't be
-    /// made; `failure` says then which step failed: "register" or "create". `owner` outlives it.
+    /// A visible child of `parent`, the system's handle of the host's window, at `area` of it. Null
+    /// if it can't be made; `failure` says then which step failed: "register" or "create". `owner`
+    /// outlives it, and hears nothing before the call's end.
     /// Linux has none of its own yet: null, but for an OffscreenDesktop's.
     static std::unique_ptr<SystemWindow> open(void* parent, const Area& area,
                                               const std::string& className, WindowOwner& owner,
@@ -141,13 +144,17 @@ public:
     /// early.
     virtual void releaseCapture() = 0;
 
+    // While a menu or a box is open, events go on arriving. A press before it counts as ended
+    // early: its release goes to the menu or box.
+
     /// Opens a menu at a place of the screen, not left of nor above it, and waits. Right clicks
     /// choose too. The id of the chosen entry; nothing if the user chose none, the window went, or
     /// another menu or box of this window is open.
     virtual std::optional<std::int32_t> showMenu(const std::vector<MenuEntry>& entries,
                                                  Spot place) = 0;
 
-    /// Opens a box with a text to edit, all of it selected, over the window, and waits. The text
+    /// Opens a box with a text to edit, all of it selected, over the window, and waits; it is at
+    /// least 40 pixels wide, and as high as its letters ask. The text
     /// after Return; nothing after Escape, a press outside, which goes no further, a loss of the
     /// focus, the window's end, or while another menu or box of this window is open.
     virtual std::optional<std::string> editText(const TextRequest& request) = 0;
@@ -170,23 +177,38 @@ public:
     bool isFull = false;
 
     /// The windows that are open, the last one last. Events are given to their owners directly.
-    struct Window {
-        WindowOwner* owner;
+    struct Window : std::enable_shared_from_this<Window> {
+        WindowOwner* owner = nullptr;  // null once the window is gone
         Area area;
         bool isCaptured = false;
         bool hasFocus = false;
+        std::int32_t held = 0;            // buttons whose release will come: 1 left, 2 right
+        std::int32_t swallowed = 0;       // those whose release a menu or a box has got
         std::vector<std::uint8_t> shown;  // the picture, like Pixels::bytes
         std::int32_t showCount = 0;
         std::int64_t shownPixels = 0;  // copied by all calls of `show` together
     };
     const std::vector<Window*>& windows() const { return windows_; }
 
-    /// As a user does it: takes and lets go of the capture as a system's window does.
+    /// As a user does it: takes and lets go of the capture as a system's window does, and tells of
+    /// the end of a press that a menu or a box swallows. The window may be gone afterwards.
     void point(Window& window, PointerEvent event, Spot place);
+
+    /// As a host does it that destroys its own window first.
+    void destroyParent(Window& window);
 
 private:
     friend class OffscreenWindow;
     std::vector<Window*> windows_;
 };
+
+namespace detail {
+
+// Of each system.
+std::unique_ptr<SystemWindow> openSystemWindow(void* parent, const Area& area,
+                                               const std::string& className, WindowOwner& owner,
+                                               std::string& failure);
+
+}  // namespace detail
 
 }  // namespace tarn::platform

@@ -1,0 +1,12 @@
+#include "platform/SystemWindow.h"
+
+namespace tarn::platform::detail {
+
+std::unique_ptr<SystemWindow> openSystemWindow(void* /*parent*/, const Area& /*area*/,
+                                               const std::string& /*className*/,
+                                               WindowOwner& /*owner*/, std::string& failure) {
+    failure = "create";
+    return nullptr;
+}
+
+}  // namespace tarn::platform::detail
