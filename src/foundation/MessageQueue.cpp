@@ -52,12 +52,12 @@ MessageQueue::MessageQueue(std::size_t capacity)
 }
 
 bool MessageQueue::push(const Message& message, Radio* target) noexcept {
-    if (!MessageSlot::hasRoomFor(message))
-        return false;
     Position position = 0;
-    Cell* const cell = claimFree(position);
-    if (cell == nullptr)
+    Cell* const cell = MessageSlot::hasRoomFor(message) ? claimFree(position) : nullptr;
+    if (cell == nullptr) {
+        hasLost_.store(true, std::memory_order_relaxed);
         return false;
+    }
     cell->target.store(target, std::memory_order_relaxed);
     cell->sender.store(message.sender, std::memory_order_relaxed);
     cell->slot.store(message);
@@ -83,8 +83,10 @@ MessageQueue::Cell* MessageQueue::claimFree(Position& position) noexcept {
 // Unless another thread has taken it.
 void MessageQueue::dropOldest(Position oldest) noexcept {
     Position expected = oldest;
-    if (taken_.compare_exchange_strong(expected, oldest + 1, std::memory_order_relaxed))
+    if (taken_.compare_exchange_strong(expected, oldest + 1, std::memory_order_relaxed)) {
         cellAt(oldest).sequence.store(oldest + capacity_, std::memory_order_release);
+        hasLost_.store(true, std::memory_order_relaxed);
+    }
 }
 
 void MessageQueue::deliver(Radio* sender) {

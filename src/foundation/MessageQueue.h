@@ -36,6 +36,10 @@ public:
     /// `receive`.
     void deliver(Radio* sender);
 
+    /// Whether a message was lost, the queue being full, or not taken, since the last call: listeners
+    /// then read anew what they keep. Any thread.
+    bool takeLoss() noexcept { return hasLost_.exchange(false, std::memory_order_relaxed); }
+
     /// Drops the messages whose target is `radio`, or whose sender was when they were pushed. Their
     /// places stay taken until their turn comes. While the consumer's thread delivers to `radio`,
     /// waits until that delivery is over, and those in which it is nested. Doesn't wait inside that
@@ -71,6 +75,7 @@ private:
     std::vector<Cell> cells_;
     std::atomic<Position> pushed_{0};
     std::atomic<Position> taken_{0};
+    std::atomic<bool> hasLost_{false};
 
     RadioLock delivery_;  // held while a target receives
     std::mutex lock_;     // held while the consumer takes a message, or `purge` drops some

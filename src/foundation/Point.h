@@ -11,6 +11,9 @@ struct Point {
     std::int32_t y = 0;
 
     bool operator==(const Point&) const = default;
+    Point operator+(Point other) const noexcept { return {x + other.x, y + other.y}; }
+    Point operator-(Point other) const noexcept { return {x - other.x, y - other.y}; }
+    Point operator-() const noexcept { return {-x, -y}; }
 };
 
 }  // namespace tarn

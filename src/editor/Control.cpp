@@ -1,0 +1,879 @@
+#include "editor/Control.h"
+
+#include "audio/Module.h"
+#include "drawing/Canvas.h"
+#include "editor/Editor.h"
+#include "editor/PopupMenu.h"
+#include "foundation/Dictionary.h"
+#include "foundation/Message.h"
+#include "foundation/TimerAnimation.h"
+#include "parameters/MidiMapper.h"
+#include "parameters/Parameter.h"
+#include "parameters/ParameterValue.h"
+#include "parameters/Settings.h"
+#include "platform/Desktop.h"
+#include "plugin/Plugin.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+namespace tarn {
+
+namespace {
+
+constexpr std::int32_t FarthestPlace = 65'536;  // of a skin's numbers, so that sums stay in range
+constexpr float OpaqueFrom = 0.99f;
+constexpr float DisabledOpacity = 0.4f;
+constexpr std::uint32_t FadeTimer = 0x43666F63;
+constexpr double FadeInMs = 250.0, FadeOutMs = 1000.0;
+constexpr std::int32_t FrameCorner = 8;
+constexpr Point EditBoxSize{160, 22};
+
+// The menu's own numbers.
+enum MenuId : std::int32_t {
+    StartLearning = 0,
+    Forget = 1,
+    NothingToForget = 2,
+    RangeMenu = 3,
+    FirstRange = 4,  // and the two behind it
+    LastRange = 6,
+    Invert = 7,
+    FirstController = 8,
+};
+
+constexpr std::uint32_t RedrawnFlags =
+    Control::Visible | Control::Enabled | Control::ThumbnailMode | Control::DropHighlight;
+
+constexpr std::array<std::pair<const char*, Control::Flag>, 12> FlagKeys = {{
+    {"autoreset", Control::AutoReset},
+    {"draggable", Control::Draggable},
+    {"editable", Control::Editable},
+    {"focusable", Control::Focusable},
+    {"enabled", Control::Enabled},
+    {"clickthrough", Control::ClickThrough},
+    {"export", Control::Export},
+    {"live", Control::Live},
+    {"textentry", Control::TextEntry},
+    {"learn", Control::Learn},
+    {"modal", Control::Modal},
+    {"opaque", Control::Opaque},
+}};
+
+std::int32_t readPlace(const Dictionary& dictionary, const char* key, std::int32_t otherwise) {
+    std::int32_t place = otherwise;
+    dictionary.getInteger(key, place);
+    return std::clamp(place, -FarthestPlace, FarthestPlace);
+}
+
+void readColor(const Dictionary& dictionary, const char* key, Color& color) {
+    std::string text;
+    if (dictionary.getString(key, text))
+        color.parse(text);
+}
+
+Rect atOrigin(const Rect& rect) {
+    return {0, 0, rect.width(), rect.height()};
+}
+
+// Where a point or a length of the thumbnail lies in the full control, and back.
+std::int32_t scaled(std::int32_t value, std::int32_t to, std::int32_t from) {
+    return from == 0
+               ? 0
+               : static_cast<std::int32_t>(std::lround(static_cast<double>(value) * to / from));
+}
+
+bool areModifiersHeld() {
+    constexpr int Shift = 0x10, Control = 0x11, Alt = 0x12;
+    return platform::isKeyDown(Shift) && platform::isKeyDown(Control) && platform::isKeyDown(Alt);
+}
+
+// Of 0.0 to 1.0; next to nothing for a parameter without steps.
+double normalisedStep(const Parameter& parameter) {
+    const std::int32_t count = parameter.getStepCount();
+    return count > 1 ? 1.0 / (count - 1) : 1e-6;
+}
+
+template <typename T>
+bool crossesZeroAs(const Parameter& parameter) {
+    const auto* const value = dynamic_cast<const ParameterValue<T>*>(&parameter);
+    return value != nullptr && value->getMinimum() < T{} && value->getMaximum() > T{};
+}
+
+bool crossesZero(const Parameter& parameter) {
+    return crossesZeroAs<float>(parameter) || crossesZeroAs<std::int32_t>(parameter);
+}
+
+// Of the letters A to Z, whose first is `from`.
+std::string changedCase(std::string text, char from, char to) {
+    for (char& letter : text)
+        if (letter >= from && letter < from + 26)
+            letter = static_cast<char>(letter - from + to);
+    return text;
+}
+
+}  // namespace
+
+Control::Control(Editor& editor) : Radio(editor.getModule()), editor_(editor) {}
+
+Control::~Control() {
+    disconnect();
+    editor_.forget(*this);
+    fadeAnimation_.reset();
+    while (!children_.empty()) {
+        children_.back()->shutdown();
+        delete children_.back();  // leaves the list itself
+    }
+    if (parentControl_ != nullptr)
+        std::erase(parentControl_->children_, this);
+}
+
+void Control::initialize() {
+    isAbsoluteStale_ = true;
+    std::stable_sort(children_.begin(), children_.end(),
+                     [](const Control* a, const Control* b) { return a->zorder_ < b->zorder_; });
+    for (Control* const child : children_)
+        child->initialize();
+    if (rect_.isEmpty())
+        for (const Control* const child : children_)
+            rect_ = rect_.unitedWith(child->getRect());
+}
+
+void Control::shutdown() {
+    for (Control* const child : children_)
+        child->shutdown();
+    Radio::shutdown();
+}
+
+Radio* Control::getEditor() const {
+    return &editor_;
+}
+
+void Control::setRadioHost(Radio* module) {
+    setParent(module);
+    for (Control* const child : children_)
+        child->setRadioHost(module);
+    setDirty(true);
+}
+
+void Control::setRadioContext(ParameterDirectory* settings) {
+    const std::string name = std::exchange(parameterName_, {});
+    tuneOutByName(name);
+    for (const std::string& other : listenTo_)
+        tuneOutByName(other);
+    setSettings(settings);
+    for (Control* const child : children_)
+        child->setRadioContext(settings);
+    setParameterName(name);
+}
+
+// Messages
+
+bool Control::receive(Message& message) {
+    if (editor_.isInterfaceThread())
+        return handle(message);
+    editor_.enqueue(message, this);
+    return false;
+}
+
+bool Control::handle(Message& message) {
+    switch (message.type) {
+        case MessageType::Parameter:
+            return handleParameter(message);
+        case MessageType::Control:
+            if (message.code == ControlMessage::FocusGained)
+                return handleFocus(true);
+            if (message.code == ControlMessage::FocusLost)
+                return handleFocus(false);
+            return message.code == ControlMessage::MenuChoice &&
+                   handleMenuChoice(fromPayload<std::int32_t>(message.payload));
+        case MessageType::Timer:
+            if (const auto& tick = static_cast<const TimerMessage&>(message);
+                tick.timerId == FadeTimer && fadeEnabled_ && fadeAnimation_) {
+                fadeLevel_ = std::clamp(fadeAnimation_->value(), 0.0f, 1.0f);
+                setDirty(true);
+                return true;
+            }
+            return false;
+        case MessageType::Window:
+            return handleWindow(static_cast<WindowMessage&>(message));
+        default:
+            return false;
+    }
+}
+
+bool Control::handleParameter(const Message& any) {
+    const auto& message = static_cast<const ParameterMessage&>(any);
+    if (message.code != ParameterMessage::ValueChanged &&
+        message.code != ParameterMessage::ResetToDefault)
+        return false;
+    const std::string_view name = message.parameterName;
+    if (name.empty())
+        return false;
+    if (name == visibilityParameter_) {
+        followVisibility(message.value);
+        return true;
+    }
+    if (name == altReverseParameter_) {
+        altReverse_ = (message.payload & 0xFF) != 0;
+        return true;
+    }
+    if (name != parameterName_ && listenTo_.count(std::string(name)) == 0)
+        return false;
+    setDirty(true);
+    return true;
+}
+
+void Control::followVisibility(float normalised) {
+    const Parameter* const parameter = parameterOf(visibilityParameter_);
+    const bool matches = parameter != nullptr &&
+                         std::abs(normalised - visibilityValue_) < normalisedStep(*parameter) * 0.5;
+    if (visibilityAction_ == Hide)
+        setVisible(matches);
+    else
+        setFlags(Enabled, matches);
+    setDirty(true);
+}
+
+void Control::refresh() {
+    if (const Parameter* const parameter = parameterOf(visibilityParameter_))
+        followVisibility(parameter->getNormalised());
+    if (const Parameter* const parameter = parameterOf(altReverseParameter_))
+        altReverse_ = parameter->getNormalised() >= 0.5f;
+}
+
+bool Control::handleFocus(bool isGained) {
+    setDirty(true);
+    if (thumbnailRect_.isEmpty())
+        setVisible(isGained);
+    else
+        setFlags(ThumbnailMode, !isGained);
+    positionChanged();
+    setDirty(true);
+    return true;
+}
+
+bool Control::handleMenuChoice(std::int32_t identifier) {
+    Parameter* const parameter = getParameter();
+    if (parameter == nullptr)
+        return false;
+    MidiMapper<Parameter*>& mapper = editor_.instance().getMidiMapper();
+    const std::int32_t controller = mapper.getController(parameter);
+    if (identifier == StartLearning) {
+        mapper.startLearning(parameter);
+        editor_.setLearnHint("MIDI learn : " + (label_.empty() ? parameter->getId() : label_));
+    } else if (identifier == Forget) {
+        mapper.forget(parameter);
+    } else if (identifier >= FirstRange && identifier <= LastRange) {
+        mapper.setRange(controller, identifier - FirstRange);
+    } else if (identifier == Invert) {
+        mapper.setInverted(controller, !mapper.isInverted(controller));
+    } else if (identifier >= FirstController &&
+               identifier < FirstController + midi::ControllerCount) {
+        mapper.bind(identifier - FirstController, parameter);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+bool Control::handleWindow(WindowMessage& message) {
+    switch (message.code) {
+        case WindowMessage::LeftDown:
+        case WindowMessage::RightDown:
+            return (buttonMask_ & message.button) != 0 && handlePress(message);
+        case WindowMessage::LeftDouble:
+            if (testFlags(Editable | TextEntry) && getParameter() != nullptr) {
+                const Rect rect = getAbsoluteRect();
+                const Point corner{rect.left + (rect.width() - EditBoxSize.x) / 2,
+                                   rect.top + (rect.height() - EditBoxSize.y) / 2};
+                editor_.setPendingEdit(*this,
+                                       Rect{0, 0, EditBoxSize.x, EditBoxSize.y}.movedBy(corner));
+                return true;
+            }
+            return false;
+        case WindowMessage::MouseDrag:
+            return handleDrag(message.position);
+        case WindowMessage::ControlEnter:
+            isHovered_ = true;
+            fadeTo(1.0f, (1.0 - fadeLevel_) * FadeInMs);
+            return testFlags(Visible) && canTakePointer() && hitTest(message.position);
+        case WindowMessage::ControlHover:
+            return testFlags(Visible) && canTakePointer() &&
+                   findControlAt(message.position) == this;
+        case WindowMessage::ControlExit:
+            isHovered_ = false;
+            fadeTo(0.0f, fadeLevel_ * FadeOutMs);
+            if (editor_.getCaptureControl() == nullptr)
+                platform::setCursor(platform::CursorShape::Arrow);
+            return true;
+        case WindowMessage::Repaint:
+            setDirty(true);
+            return true;
+        case WindowMessage::DropOver:
+            return handleDropOver(message);
+        case WindowMessage::DropEnd:
+            setFlags(DropHighlight, false);
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool Control::handlePress(const WindowMessage& message) {
+    for (Control* control = this; control != nullptr; control = control->parentControl_) {
+        if (control->thumbnailRect_.isEmpty())
+            continue;
+        // A press anywhere in a small form opens it; only one on the control itself closes it.
+        const bool isSmall = control->testFlags(ThumbnailMode);
+        if (!isSmall && control != this)
+            break;
+        ControlMessage focus(this,
+                             isSmall ? ControlMessage::FocusGained : ControlMessage::FocusLost);
+        control->handle(focus);
+        return true;
+    }
+    if (!testFlags(Draggable) && !areModifiersHeld())
+        return false;
+    moveAnchor_ = message.position;
+    return true;
+}
+
+bool Control::handleDrag(Point position) {
+    if (!testFlags(Draggable) && !areModifiersHeld())
+        return false;
+    Rect moved = rect_.movedBy(position - moveAnchor_);
+    if (parentControl_ != nullptr) {
+        const Rect room = parentControl_->getLocalRect();
+        const Point back{std::max(room.left - moved.left, std::min(0, room.right - moved.right)),
+                         std::max(room.top - moved.top, std::min(0, room.bottom - moved.bottom))};
+        moved = moved.movedBy(back);
+    }
+    setPosition(moved);
+    return true;
+}
+
+bool Control::handleDropOver(WindowMessage& message) {
+    WindowMessage end(this, WindowMessage::DropEnd, message.target);
+    for (Control* const child : children_)
+        child->handle(end);
+    bool isTaken = false;
+    const bool isInside = getLocalRect().contains(message.position);
+    if (isInside) {
+        const Point position = message.position;
+        for (Control* const child : children_) {
+            message.position = position - child->getRect().topLeft();
+            isTaken = child->handle(message);
+            if (isTaken)
+                break;
+        }
+        message.position = position;
+    }
+    const bool isOwn =
+        isInside && !isTaken && testFlags(DropTarget) && (dropMask_ & message.payload) != 0;
+    setFlags(DropHighlight, isOwn);
+    return isTaken || isOwn;
+}
+
+void Control::fadeTo(float level, double ms) {
+    if (!fadeAnimation_)
+        return;
+    fadeAnimation_->Timer::stop(true);
+    fadeAnimation_->setRange(fadeLevel_, level);
+    fadeAnimation_->setDuration(ms);
+    fadeAnimation_->start();
+}
+
+// What the skin says
+
+void Control::importDictionary(const Dictionary& dictionary) {
+    std::string text;
+    Rect place;
+    place.left = readPlace(dictionary, "x", 0);
+    place.top = readPlace(dictionary, "y", 0);
+    place.right = readPlace(dictionary, "width", 0);
+    place.bottom = readPlace(dictionary, "height", 0);
+    dictionary.getString("id", id_);
+    dictionary.getString("label", label_);
+    dictionary.getString("tooltip", tooltip_);
+    if (dictionary.getString("tooltip", text, 0, "placement")) {
+        if (text == "horizontal")
+            tooltipPlacement_ = LeftOf | RightOf;
+        else if (text == "vertical")
+            tooltipPlacement_ = Above | Below;
+        else if (text == "mouse")
+            tooltipPlacement_ = AtMouse;
+    }
+    if (dictionary.getString("altreverse", altReverseParameter_))
+        tuneInByName(altReverseParameter_);
+    readColor(dictionary, "textcolor", textColor_);
+    readFont(dictionary);
+    readColor(dictionary, "foreground", foregroundColor_);
+    if (dictionary.getString("background", text) && !backgroundColor_.parse(text))
+        backgroundBitmap_ = editor_.getBitmap(text);
+    if (dictionary.getString("overlay", text))
+        overlayBitmap_ = editor_.getBitmap(text);
+    if (backgroundBitmap_) {
+        if (place.right == 0)
+            place.right = backgroundBitmap_->getFrameSize().x;
+        if (place.bottom == 0)
+            place.bottom = backgroundBitmap_->getFrameSize().y;
+    }
+    place.right = place.left + std::max(0, place.right);
+    place.bottom = place.top + std::max(0, place.bottom);
+    setPosition(place);
+    if (const auto thumbnail = dictionary.getChild("thumbnail")) {
+        const Point corner{readPlace(*thumbnail, "x", rect_.left),
+                           readPlace(*thumbnail, "y", rect_.top)};
+        thumbnailRect_ = Rect{0, 0, std::max(0, readPlace(*thumbnail, "width", rect_.width() / 4)),
+                              std::max(0, readPlace(*thumbnail, "height", rect_.height() / 4))}
+                             .movedBy(corner);
+        setFlags(ThumbnailMode | Visible);
+        positionChanged();
+    }
+    zorder_ = readPlace(dictionary, "zorder", zorder_);
+    if (float opacity = 1.0f; dictionary.getFloat("transparency", opacity))
+        setOpacity(opacity);
+    readFlags(dictionary);
+    if (dictionary.getString("alphabet", text))
+        alphabet_ = editor_.getBitmap(text);
+    if (const auto names = dictionary.getArray("listento"))
+        for (std::int32_t i = 0; i < names->count({}); ++i)
+            if (const auto entry = names->getEntry(i); entry && entry->isElement())
+                if (std::string name = entry->getAttribute("value"); !name.empty())
+                    listenTo_.insert(std::move(name));
+    if (!dictionary.getInteger("parameter", parameterIndex_, 0, "clone"))
+        dictionary.getInteger("class", parameterIndex_, 0, "clone");
+    text.clear();
+    dictionary.getString("parameter", text);
+    readVisibility(dictionary);
+    setParameterName(text);
+}
+
+void Control::readFont(const Dictionary& dictionary) {
+    constexpr float PlainSize = 12.0f, LargestFactor = 64.0f;
+    float factor = 1.0f;
+    if (dictionary.getFloat("textsize", factor) && factor > 0.0f)
+        font_.size = PlainSize * std::min(factor, LargestFactor);
+    dictionary.getString("font", font_.name);
+    dictionary.getInteger("weight", font_.weight);
+    if (std::string align; dictionary.getString("align", align)) {
+        constexpr std::int32_t Horizontal = Font::Left | Font::Right | Font::CenterHorizontal;
+        font_.alignment &= ~Horizontal;
+        font_.alignment |= align == "right"    ? Font::Right
+                           : align == "center" ? Font::CenterHorizontal
+                                               : Font::Left;
+    }
+    font_.lineHeight = font_.size + 2.0f;
+}
+
+void Control::readFlags(const Dictionary& dictionary) {
+    bool value = false;
+    for (const auto& [key, flag] : FlagKeys)
+        if (dictionary.getBool(key, value))
+            setFlags(flag, value);
+    if (dictionary.getBool("visible", value))
+        setVisible(value);
+    if (dictionary.getBool("noclip", value) && value)
+        clipMode_ = Unclipped;
+    if (dictionary.getBool("showvalue", value))
+        setFlags(ShowValue, value);
+    if (std::string text; dictionary.getString("showvalue", text)) {
+        if (text.find("mouseover") != std::string::npos)
+            setFlags(ShowValue | ShowValueOnHover);
+        else if (text == "never")
+            setFlags(ShowValue, false);
+    }
+}
+
+void Control::readVisibility(const Dictionary& dictionary) {
+    if (dictionary.getString("show", visibilityParameter_, 0, "parameter"))
+        dictionary.getFloat("show", visibilityValue_);
+    if (const auto visibility = dictionary.getChild("visibility")) {
+        visibility->getString("parameter", visibilityParameter_);
+        visibility->getFloat("normalized", visibilityValue_);
+        if (std::string action; visibility->getString("action", action) && action == "disable")
+            visibilityAction_ = Disable;
+    }
+    if (!visibilityParameter_.empty())
+        tuneInByName(visibilityParameter_);
+}
+
+void Control::exportDictionary(Dictionary& dictionary) const {
+    dictionary.setString("id", id_);
+}
+
+// Parameter
+
+void Control::setParameterName(const std::string& name) {
+    if (!parameterName_.empty() && parameterName_ != visibilityParameter_)
+        tuneOutByName(parameterName_);
+    parameterName_ = name;
+    if (const Parameter* const parameter = getParameter()) {
+        tuneInByName(parameterName_);
+        label_ = parameter->getName();
+    }
+    for (const std::string& other : listenTo_)
+        tuneInByName(other);
+    setDirty(true);
+}
+
+Parameter* Control::getParameter() const {
+    return parameterOf(parameterName_);
+}
+
+Parameter* Control::parameterOf(const std::string& name) const {
+    const Settings* const settings = name.empty() ? nullptr : settingsOf(*this);
+    return settings != nullptr ? settings->find(name, parameterIndex_) : nullptr;
+}
+
+std::string Control::getTooltip() const {
+    const Parameter* const parameter = testFlags(ShowValue) ? getParameter() : nullptr;
+    if (parameter == nullptr)
+        return tooltip_;
+    const std::string unit = parameter->getUnit();
+    const std::string value = parameter->getText() + (unit.empty() ? "" : " " + unit);
+    return tooltip_.empty() ? value : tooltip_ + " = " + value;
+}
+
+// Place and state
+
+void Control::addChild(std::unique_ptr<Control> child) {
+    child->parentControl_ = this;
+    child->zorder_ = std::min(child->zorder_, zorder_ - 1);
+    children_.push_back(child.release());
+    children_.back()->positionChanged();
+}
+
+Rect Control::getRect() const {
+    return testFlags(ThumbnailMode) && !thumbnailRect_.isEmpty() ? thumbnailRect_ : rect_;
+}
+
+Rect Control::getLocalRect() const {
+    return atOrigin(getRect());
+}
+
+void Control::positionChanged() {
+    isAbsoluteStale_ = true;
+    for (Control* const child : children_)
+        if (!child->isAbsoluteStale_)
+            child->positionChanged();
+}
+
+Point Control::getVisibleExtent(Point /*point*/) const {
+    return {getRect().width(), getRect().height()};
+}
+
+Rect Control::getAbsoluteRect() const {
+    if (!isAbsoluteStale_)
+        return absoluteRect_;
+    absoluteRect_ = getRect();
+    if (parentControl_ != nullptr) {
+        const Rect above = parentControl_->getAbsoluteRect();
+        absoluteRect_ = absoluteRect_.movedBy(parentControl_->getAbsoluteOrigin());
+        if (absoluteRect_.hasArea())
+            absoluteRect_ = absoluteRect_.intersectedWith(above);
+    }
+    isAbsoluteStale_ = false;
+    return absoluteRect_;
+}
+
+Point Control::getAbsoluteOrigin() const {
+    Point origin;
+    for (const Control* control = this; control != nullptr; control = control->parentControl_)
+        origin = origin + control->getRect().topLeft();
+    return origin;
+}
+
+void Control::setPosition(const Rect& rect) {
+    if (isVisible())
+        editor_.redraw(getAbsoluteRect());
+    rect_ = rect;
+    positionChanged();
+    if (isVisible())
+        editor_.redraw(getAbsoluteRect());
+}
+
+void Control::setSize(const Rect& rect) {
+    if (rect.width() == rect_.width() && rect.height() == rect_.height())
+        return;
+    setPosition(atOrigin(rect).movedBy(rect_.topLeft()));
+    for (Control* const strip : {attachedHorizontal_, attachedVertical_})
+        if (strip != nullptr)
+            strip->setSize(strip == attachedHorizontal_
+                               ? Rect{0, 0, rect.width(), strip->rect_.height()}
+                               : Rect{0, 0, strip->rect_.width(), rect.height()});
+    setDirty(true);
+}
+
+void Control::setFlags(std::uint32_t flags, bool on) {
+    const std::uint32_t changed = on ? flags_ | flags : flags_ & ~flags;
+    const bool isRedrawn = (flags & RedrawnFlags) != 0 && changed != flags_;
+    if (isRedrawn)
+        setDirty(true);  // where it is now
+    flags_ = changed;
+    if (isRedrawn) {
+        positionChanged();
+        flags_ &= ~Dirty;  // a mark that a hidden control kept would hide the next one
+        setDirty(true);
+    }
+}
+
+bool Control::testFlags(std::uint32_t flags, Inheritance inheritance) const {
+    const bool own = (flags_ & flags) == flags;
+    if (inheritance == Inheritance::Own || parentControl_ == nullptr)
+        return own;
+    if (inheritance == Inheritance::AllAncestors)
+        return own && parentControl_->testFlags(flags, inheritance);
+    return own || parentControl_->testFlags(flags, inheritance);
+}
+
+bool Control::isTranslucent() const {
+    return testFlags(Translucent, Inheritance::AnyAncestor) ||
+           !testFlags(Enabled, Inheritance::AllAncestors);
+}
+
+void Control::setDirty(bool isDirty) {
+    if (isDirty == testFlags(Dirty) || !editor_.isOpen() || !isVisible())
+        return;
+    if (isDirty)
+        editor_.redraw(getAbsoluteRect());
+    flags_ = isDirty ? flags_ | Dirty : flags_ & ~Dirty;
+}
+
+void Control::setVisible(bool isVisible) {
+    if (!thumbnailRect_.isEmpty()) {
+        setFlags(ThumbnailMode, !isVisible);
+        return;
+    }
+    if (isVisible == testFlags(Visible))
+        return;
+    if (fadeAnimation_)
+        fadeAnimation_->Timer::stop(false);
+    setFlags(Visible, isVisible);
+}
+
+void Control::setOpacity(float opacity) {
+    opacity_ = opacity > 0.0f ? std::min(opacity, 1.0f) : 0.0f;
+    if (fadeAnimation_)
+        fadeAnimation_->Timer::stop(false);
+    setFlags(Translucent, opacity_ < OpaqueFrom);
+    setDirty(true);
+}
+
+float Control::getOpacity() const {
+    return testFlags(Enabled) ? opacity_ : DisabledOpacity;
+}
+
+void Control::setFrameColor(const Color& color) {
+    frameColor_ = color;
+    setDirty(true);
+}
+
+void Control::setFont(const Font& font) {
+    font_ = font;
+    setDirty(true);
+}
+
+// Pointer
+
+bool Control::canTakePointer() const {
+    return testFlags(Draggable) || testFlags(Focusable);
+}
+
+bool Control::hitTest(Point point) const {
+    if (!getLocalRect().contains(point))
+        return false;
+    return !backgroundBitmap_ || testFlags(Opaque) || backgroundBitmap_->isOpaqueAt(toFull(point));
+}
+
+Point Control::toFull(Point point) const {
+    const Rect shown = getRect();
+    return {scaled(point.x, rect_.width(), shown.width()),
+            scaled(point.y, rect_.height(), shown.height())};
+}
+
+Control* Control::findBelow(Point point, Control* (Control::*find)(Point)) const {
+    const Point inside = toFull(point);
+    for (auto child = children_.rbegin(); child != children_.rend(); ++child)
+        if (Control* const found = ((*child)->*find)(inside - (*child)->getRect().topLeft()))
+            return found;
+    return nullptr;
+}
+
+Control* Control::findControlAt(Point point) {
+    if (!hitTest(point) || !isVisible() || !testFlags(Enabled) || testFlags(ClickThrough))
+        return nullptr;
+    if (Control* const found = findBelow(point, &Control::findControlAt))
+        return found;
+    if (!canTakePointer())
+        return nullptr;
+    for (Control* const strip : {attachedHorizontal_, attachedVertical_})
+        if (strip != nullptr)
+            if (Control* const found =
+                    strip->findControlAt(point + getRect().topLeft() - strip->getRect().topLeft()))
+                return found;
+    return this;
+}
+
+Control* Control::findDropTargetAt(Point point) {
+    if (!hitTest(point) || !isVisible())
+        return nullptr;
+    Control* const found = findBelow(point, &Control::findDropTargetAt);
+    return found != nullptr ? found : this;
+}
+
+void Control::buildContextMenu(PopupMenu& menu, Point position) {
+    Parameter* const parameter = getParameter();
+    if (parameter != nullptr && parameter->hasFlag(Parameter::Automatable) && testFlags(Learn))
+        addMidiEntries(menu, *parameter);
+    if (parentControl_ != nullptr)
+        parentControl_->buildContextMenu(menu, position + getRect().topLeft());
+}
+
+void Control::addMidiEntries(PopupMenu& menu, Parameter& parameter) {
+    const MidiMapper<Parameter*>& mapper = editor_.instance().getMidiMapper();
+    const std::int32_t controller = mapper.getController(&parameter);
+    const auto entry = [this](std::int32_t id, const std::string& text, bool isChecked = false) {
+        PopupMenuEntry out;
+        out.target = this;
+        out.id = id;
+        out.text = text;
+        out.flags = isChecked ? PopupMenuEntry::Checked : 0;
+        return out;
+    };
+    menu.addEntry(entry(StartLearning, "Learn..."));
+    if (controller >= 0) {
+        menu.addEntry(entry(Forget, "Forget (" + midi::getControllerText(controller) + ")"));
+    } else {
+        PopupMenuEntry nothing = entry(NothingToForget, "Forget");
+        nothing.flags = PopupMenuEntry::Disabled;
+        menu.addEntry(std::move(nothing));
+    }
+    PopupMenu& controllers = menu.addSubMenu(entry(NothingToForget, "MIDI Controllers"));
+    for (std::int32_t i = 0; i < midi::ControllerCount; ++i)
+        if (const char* const name = midi::getControllerName(i))
+            controllers.addEntry(entry(FirstController + i, name, i == controller));
+    PopupMenu& ranges = menu.addSubMenu(entry(RangeMenu, "MIDI Range"));
+    if (crossesZero(parameter)) {
+        static constexpr const char* Names[] = {"Positive", "Full", "Negative"};
+        const std::int32_t present = mapper.getRange(controller);
+        for (std::int32_t range = 0; range < 3; ++range)
+            ranges.addEntry(entry(FirstRange + range, Names[range], range == present));
+        ranges.addSeparator();
+    }
+    ranges.addEntry(entry(Invert, "Invert", mapper.isInverted(controller)));
+}
+
+// Drawing
+
+void Control::draw(Canvas& canvas, const Rect& rect) {
+    if (!isVisible())
+        return;
+    const Rect shown = getLocalRect(), full = atOrigin(rect_);
+    const Rect clip = rect.intersectedWith(shown);
+    canvas.pushChild();
+    if (!clip.isEmpty()) {
+        canvas.setClip(clip);
+        const bool isSmall = shown != full;
+        if (isSmall || getOpacity() < OpaqueFrom) {
+            const Rect part = isSmall ? full : clip;
+            Canvas child(canvas, part);
+            drawContent(child, part);
+            canvas.setGlobalAlpha(isSmall ? 1.0f : getOpacity());
+            canvas.copyFrom(child, part, isSmall ? shown : clip);
+            canvas.restoreAlpha();
+        } else {
+            drawContent(canvas, clip);
+        }
+    }
+    if (testFlags(DropHighlight))
+        drawFrame(canvas, Color::fromBytes(255, 190, 50, 255));
+    else if (!frameColor_.isNone())
+        drawFrame(canvas, frameColor_);
+    canvas.popChild();
+    setDirty(false);
+    if (testFlags(AlwaysDirty))
+        setDirty(true);
+}
+
+void Control::drawContent(Canvas& canvas, const Rect& clip) {
+    if (backgroundBitmap_) {
+        canvas.drawBitmap(*backgroundBitmap_, clip, clip);
+    } else if (!backgroundColor_.isNone()) {
+        canvas.setFillColor(backgroundColor_);
+        canvas.fillRect(atOrigin(rect_));
+    }
+    drawBackground(canvas, clip);
+    forEachShownChild(canvas, clip,
+                      [&canvas](Control& child, const Rect& part) { child.draw(canvas, part); });
+    drawForeground(canvas, clip);
+    forEachShownChild(canvas, clip, [&canvas](Control& child, const Rect& part) {
+        if (child.isVisible())
+            child.drawTop(canvas, part);
+    });
+    constexpr float OverlayColorOpacity = 0.5f;
+    if (overlayBitmap_ || !overlayColor_.isNone()) {
+        canvas.setGlobalAlpha(overlayBitmap_ ? overlayOpacity_ : OverlayColorOpacity);
+        canvas.setFillColor(overlayColor_);
+        if (overlayBitmap_)
+            canvas.drawBitmap(*overlayBitmap_, clip, clip);
+        else
+            canvas.fillRect(atOrigin(rect_));
+        canvas.restoreAlpha();
+    }
+}
+
+template <typename Visit>
+void Control::forEachShownChild(Canvas& canvas, const Rect& clip, Visit visit) const {
+    for (Control* const child : children_) {
+        const Rect rect = child->getRect();
+        const bool isFree = child->clipMode_ == Unclipped;
+        const Rect shown = isFree ? rect : rect.intersectedWith(clip);
+        if (!shown.hasArea())
+            continue;
+        canvas.pushChild();
+        canvas.offsetOrigin(rect.topLeft());
+        const Rect part = shown.movedBy(-rect.topLeft());
+        canvas.setClip(part);
+        visit(*child, part);
+        canvas.popChild();
+    }
+}
+
+void Control::drawFrame(Canvas& canvas, const Color& color) const {
+    const Rect rect = getLocalRect();
+    const std::int32_t right = rect.right - 1, bottom = rect.bottom - 1;
+    const auto corner = [](std::int32_t x, std::int32_t y) {
+        return Rect{x, y, x + FrameCorner, y + FrameCorner};
+    };
+    canvas.setPenColor(color);
+    canvas.beginPath();
+    canvas.moveTo({0, FrameCorner / 2});
+    canvas.arc(corner(0, 0), 180.0f, 270.0f);
+    canvas.arc(corner(right - FrameCorner, 0), 270.0f, 360.0f);
+    canvas.arc(corner(right - FrameCorner, bottom - FrameCorner), 0.0f, 90.0f);
+    canvas.arc(corner(0, bottom - FrameCorner), 90.0f, 180.0f);
+    canvas.lineTo({0, FrameCorner / 2});
+    canvas.endPath();
+    canvas.strokeOrFillPath(Canvas::Stroke);
+}
+
+void Control::drawText(Canvas& canvas, const Rect& rect, const std::string& text) const {
+    if (!alphabet_) {
+        canvas.selectFont(font_);
+        canvas.setTextColor(textColor_);
+        canvas.drawText(text, rect);
+        return;
+    }
+    const std::string& glyphs = alphabet_->getGlyphs();
+    std::string letters = text;
+    if (glyphs.find('A') == std::string::npos)
+        letters = changedCase(letters, 'A', 'a');
+    else if (glyphs.find('a') == std::string::npos)
+        letters = changedCase(letters, 'a', 'A');
+    canvas.drawBitmapText(*alphabet_, rect, letters);
+}
+
+}  // namespace tarn

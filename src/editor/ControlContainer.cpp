@@ -1,0 +1,83 @@
+#include "editor/ControlContainer.h"
+
+#include "editor/Editor.h"
+#include "foundation/Dictionary.h"
+#include "foundation/Message.h"
+#include "parameters/Parameter.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace tarn {
+
+void ControlContainer::importDictionary(const Dictionary& dictionary) {
+    dictionary.getBool("invertvalue", isInverted_);
+    Control::importDictionary(dictionary);
+}
+
+Rect ControlContainer::getRect() const {
+    Rect rect = Control::getRect();
+    if (testFlags(ThumbnailMode))
+        return rect;
+    for (const Control* const child : getChildren()) {
+        const Rect inside = child->getRect().movedBy(rect.topLeft());
+        if (inside.hasArea()) {
+            rect.right = std::max(rect.right, inside.right);
+            rect.bottom = std::max(rect.bottom, inside.bottom);
+        }
+    }
+    return rect;
+}
+
+void ControlContainer::setContainerParameter(const std::string& name) {
+    setParameterName(name);
+}
+
+void ControlContainer::clearContainerParameter(const std::string& name) {
+    if (name == getParameterName())
+        setParameterName({});
+}
+
+bool ControlContainer::handle(Message& message) {
+    if (message.type == MessageType::Parameter) {
+        const auto& change = static_cast<const ParameterMessage&>(message);
+        if (change.code == ParameterMessage::ValueChanged && !change.parameterName.empty() &&
+            change.parameterName == getParameterName()) {
+            showFor(change);
+            return true;
+        }
+        // What a parameter tells a new listener is no change.
+        if (change.parameterName == "LeaveModalMode" && change.mode != FromInternal) {
+            ControlMessage lost(this, ControlMessage::FocusLost);
+            return handle(lost);
+        }
+    }
+    if (message.type == MessageType::Window && message.code != WindowMessage::LeftDouble) {
+        auto& event = static_cast<WindowMessage&>(message);
+        Control* const found = findControlAt(event.position);
+        if (found != nullptr && found != this) {
+            const std::unique_ptr<Message> copy = message.clone();
+            static_cast<WindowMessage&>(*copy).position =
+                event.position + getAbsoluteOrigin() - found->getAbsoluteOrigin();
+            found->handle(*copy);
+            return true;
+        }
+    }
+    return Control::handle(message);
+}
+
+void ControlContainer::showFor(const ParameterMessage& change) {
+    const bool isOn = (change.payload & 0xFF) != 0;
+    const bool isShown = isOn != isInverted_;
+    setVisible(isShown);
+    if (change.mode != FromUser || !testFlags(Modal))
+        return;
+    ControlMessage focus(this, isShown ? ControlMessage::FocusGained : ControlMessage::FocusLost);
+    handle(focus);
+    if (isShown)
+        editor().setFocus(this);
+    else if (editor().getFocusControl() == this)
+        editor().setFocus(nullptr);
+}
+
+}  // namespace tarn

@@ -1,0 +1,32 @@
+// Holds other controls, and shows or hides them with a parameter.
+#pragma once
+
+#include "editor/Control.h"
+
+#include <string>
+
+namespace tarn {
+
+/// Its rectangle reaches to the right and down as far as its children do. Interface thread.
+/// "LeaveModalMode" in its list "listento" closes it like a loss of the focus.
+class ControlContainer : public Control {
+public:
+    using Control::Control;
+
+    bool handle(Message& message) override;
+    void importDictionary(const Dictionary& dictionary) override;
+    Rect getRect() const override;
+
+    /// Follows this switch instead of the one before.
+    virtual void setContainerParameter(const std::string& name);
+
+    /// Follows none any more, if it was this one.
+    virtual void clearContainerParameter(const std::string& name);
+
+private:
+    void showFor(const ParameterMessage& message);
+
+    bool isInverted_ = false;  // it is hidden while the switch is on
+};
+
+}  // namespace tarn

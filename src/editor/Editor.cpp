@@ -1,0 +1,737 @@
+#include "editor/Editor.h"
+
+#include "audio/Engine.h"
+#include "audio/Module.h"
+#include "editor/Control.h"
+#include "editor/ControlManager.h"
+#include "editor/Window.h"
+#include "foundation/Dictionary.h"
+#include "foundation/File.h"
+#include "foundation/Logger.h"
+#include "foundation/Message.h"
+#include "parameters/Parameter.h"
+#include "platform/Desktop.h"
+#include "plugin/Plugin.h"
+#include "resources/Resources.h"
+
+#include <algorithm>
+#include <cmath>
+#include <exception>
+#include <mutex>
+#include <utility>
+
+namespace tarn {
+
+namespace {
+
+constexpr std::size_t QueuedMessages = 1024;
+constexpr std::size_t MostControls = 10'000;
+constexpr std::int32_t MostSideLength = 8'192;  // of the interface, in the skin's pixels
+
+constexpr std::int32_t ShowTooltipsId = 1004;
+
+const char* const BackgroundId = "special::background";
+const char* const ControlsKey = "controls";
+const char* const CurrentModuleId = "CurrentModule";
+
+}  // namespace
+
+Editor::Editor(Plugin& plugin, Module* module, Resources* resources)
+    : DragDropTarget(&plugin),
+      manager_(std::make_unique<ControlManager>(*this)),
+      plugin_(plugin),
+      module_(module),
+      resources_(resources),
+      interfaceThread_(std::this_thread::get_id()),
+      queue_(QueuedMessages) {
+    tuneIn(&plugin_);
+    if (resources_ != nullptr)
+        tuneIn(resources_);
+    tuneInByName(CurrentModuleId);
+}
+
+Editor::~Editor() {
+    disconnect();
+    life_.reset();
+    close();
+    deleteControls();
+    queue_.purge(this);
+}
+
+bool Editor::isInterfaceThread() const noexcept {
+    return interfaceThread_.get() == std::this_thread::get_id();
+}
+
+// Controls
+
+Error Editor::loadControls(const File& file) {
+    logLine(LogProgress, "loading editor specification from " + file.getPath());
+    deleteControls();
+    Dictionary dictionary;
+    if (!file.exists() || !dictionary.load(file) || !dictionary.getArray(ControlsKey)) {
+        const ErrorImportFailed error("Editor::loadControls", file.getPath());
+        logError(LogError, error);
+        return error;
+    }
+    try {
+        buildControls(dictionary, nullptr);
+        if (rootControl_ != nullptr)
+            rootControl_->setFlags(Control::Opaque);
+        initialize();
+    } catch (...) {
+        deleteControls();
+        throw;
+    }
+    return NoError();
+}
+
+void Editor::buildControls(const Dictionary& dictionary, Control* parent) {
+    const auto list = dictionary.getArray(ControlsKey);
+    const std::int32_t count = list ? list->count({}) : 0;
+    for (std::int32_t i = 0; i < count; ++i) {
+        const auto element = list->getEntry(i);
+        if (!element || !element->isElement())
+            continue;
+        std::unique_ptr<Control> made = manager_->createFromDictionary(*element);
+        if (!made)
+            continue;
+        if (topLevelControls_.size() >= MostControls)
+            throw GeneralError("Editor::buildControls", "too many controls");
+        Control& control = *made;
+        if (parent != nullptr)
+            parent->addChild(std::move(made));
+        else
+            roots_.push_back(std::move(made));
+        control.importDictionary(*element);
+        if (control.getControlId() == BackgroundId)
+            takeBackground(control);
+        addControl(&control);
+        buildControls(*element, &control);
+    }
+}
+
+void Editor::takeBackground(Control& control) {
+    backgroundControl_ = rootControl_ = &control;
+    const Rect rect = control.getRect();
+    clientRect_ = {0, 0, std::min(rect.width(), MostSideLength),
+                   std::min(rect.height(), MostSideLength)};
+    logLine(LogProgress, "plugin size is %dx%d", static_cast<int>(clientRect_.width()),
+            static_cast<int>(clientRect_.height()));
+}
+
+void Editor::deleteControls() {
+    endCapture();
+    rootControl_ = backgroundControl_ = nullptr;
+    for (auto root = roots_.rbegin(); root != roots_.rend(); ++root) {
+        (*root)->shutdown();
+        root->reset();
+    }
+    roots_.clear();
+    topLevelControls_.clear();
+    clientRect_ = {};
+}
+
+void Editor::addControl(Control* control) {
+    topLevelControls_.push_back(control);
+}
+
+void Editor::removeControl(Control* control) {
+    std::erase(topLevelControls_, control);
+}
+
+void Editor::initialize() {
+    if (rootControl_ != nullptr)
+        rootControl_->initialize();
+}
+
+void Editor::forget(Control& control) {
+    queue_.purge(&control);
+    removeControl(&control);
+    for (Control** const known :
+         {&rootControl_, &backgroundControl_, &hoverControl_, &hoverCandidate_, &captureControl_,
+          &focusRequest_, &focusControl_, &editedControl_})
+        if (*known == &control)
+            *known = nullptr;
+    for (PopupMenu* const menu : {pendingMenu_.get(), shownMenu_})
+        if (menu != nullptr)
+            menu->forget(&control);
+}
+
+void Editor::setModule(std::int32_t index) {
+    if (Module* const module = plugin_.moduleAt(index)) {
+        module_ = module;
+        currentModule_ = index;
+        if (rootControl_ != nullptr)
+            rootControl_->setRadioHost(module);
+    }
+}
+
+std::shared_ptr<Bitmap> Editor::getBitmap(const std::string& id) const {
+    return resources_ != nullptr ? resources_->getBitmap(id) : nullptr;
+}
+
+// The window
+
+bool Editor::open(void* parent, const Rect& rect, float scale) {
+    close();
+    interfaceThread_ = std::this_thread::get_id();
+    const Rect place = rect.hasArea() ? rect : clientRect_;
+    const Rect area{0, 0, place.width(), place.height()};
+    canvas_ = std::make_unique<Canvas>(area, scale);
+    window_ = std::make_unique<Window>(*this, place, parent, canvas_->getDeviceScale());
+    logLine(LogWarning, "opening editor\n  [%p] Canvas\n  [%p] Window\n  [%p] Parent",
+            static_cast<void*>(canvas_.get()), static_cast<void*>(window_.get()), parent);
+    if (!canvas_->attach(window_.get())) {
+        window_.reset();
+        canvas_.reset();
+        return false;
+    }
+    paintTarget_ = window_.get();
+    lastMouse_ = {};
+    isMouseInside_ = false;
+    isOpen_ = true;
+    for (Control* const control : topLevelControls_)
+        control->refresh();
+    redrawAll();
+    return true;
+}
+
+void Editor::close() {
+    if (!window_)
+        return;
+    endCapture();
+    if (Control* const hovered = std::exchange(hoverControl_, nullptr)) {
+        WindowMessage exit(this, WindowMessage::ControlExit, nullptr);
+        hovered->handle(exit);
+    }
+    const std::lock_guard<Mutex> drawing(canvasLock_);
+    isOpen_ = false;
+    pendingMenu_.reset();
+    editedControl_ = nullptr;
+    paintTarget_ = nullptr;
+    canvas_.reset();
+    window_.reset();
+    const std::lock_guard<Mutex> inside(dirtyLock_);
+    dirtyRects_.clear();
+}
+
+void Editor::windowGone() {
+    close();
+}
+
+// Drawing
+
+void Editor::redraw(const Rect& rect) {
+    if (isOpen_ && rect.hasArea())
+        addDirtyRect(rect);
+}
+
+void Editor::addDirtyRect(const Rect& rect) {
+    if (!isOpen_ || !rect.hasArea())
+        return;
+    const std::lock_guard<Mutex> inside(dirtyLock_);
+    for (const Rect& listed : dirtyRects_)
+        if (listed.contains(rect))
+            return;
+    std::erase_if(dirtyRects_, [&rect](const Rect& listed) { return rect.contains(listed); });
+    dirtyRects_.push_back(rect);
+}
+
+void Editor::paint(CanvasTarget* target, const Rect& rect) {
+    {
+        const std::lock_guard<Mutex> drawing(canvasLock_);
+        if (!canvas_)
+            return;
+        if (target != nullptr && target != paintTarget_) {
+            paintTarget_ = target;
+            canvas_->attach(target);
+        }
+        if (!rect.isEmpty()) {
+            paintRect(paintTarget_, rect);
+        } else {
+            std::vector<Rect> rects;
+            {
+                const std::lock_guard<Mutex> inside(dirtyLock_);
+                rects.swap(dirtyRects_);
+            }
+            Rect all;
+            for (const Rect& dirty : rects)
+                all = all.unitedWith(dirty);
+            const auto touched = static_cast<std::size_t>(std::count_if(
+                topLevelControls_.begin(), topLevelControls_.end(), [&all](const Control* control) {
+                    return control->getAbsoluteRect().intersectedWith(all).hasArea();
+                }));
+            if (touched < 2 * rects.size())
+                paintRect(paintTarget_, all);
+            else
+                paintRects(paintTarget_, rects);
+        }
+    }
+    deliverQueued();
+}
+
+void Editor::paintRect(CanvasTarget* target, const Rect& rect) {
+    if (!rect.hasArea())
+        return;
+    if (target == nullptr || rootControl_ == nullptr || !window_) {
+        addDirtyRect(rect);
+        return;
+    }
+    canvas_->beginFrame(rect);
+    canvas_->offsetOrigin(rootControl_->getRect().topLeft());
+    rootControl_->draw(*canvas_, rect.movedBy(-rootControl_->getRect().topLeft()));
+    canvas_->present();
+}
+
+void Editor::paintRects(CanvasTarget* target, const std::vector<Rect>& rects) {
+    for (const Rect& rect : rects)
+        paintRect(target, rect);
+}
+
+void Editor::idle() {
+    try {
+        for (int i = 0; i < plugin_.getModuleCount(); ++i)
+            if (Engine* const engine = plugin_.moduleAt(i)->getEngine())
+                engine->idle();
+        if (!window_)
+            return;
+        deliverQueued();
+        bool isDirty = false;
+        {
+            const std::lock_guard<Mutex> inside(dirtyLock_);
+            isDirty = !dirtyRects_.empty();
+        }
+        if (isDirty)
+            paint(nullptr, {});
+    } catch (const std::exception& error) {
+        logLine(LogError, "Editor::idle called with no engine");
+        logLine(LogError, std::string_view(error.what()));
+    }
+}
+
+// Messages
+
+void Editor::enqueue(const Message& message, Radio* target) {
+    if (isOpen_)
+        queue_.push(message, target);
+}
+
+void Editor::deliverQueued() {
+    queue_.deliver(this);
+    if (queue_.takeLoss())
+        for (Control* const control : topLevelControls_)
+            control->refresh();
+}
+
+bool Editor::receive(Message& message) {
+    if (!isInterfaceThread()) {
+        enqueue(message, this);
+        return false;
+    }
+    try {
+        return dispatch(message);
+    } catch (const std::exception& error) {
+        logLine(LogError, std::string_view(error.what()));
+        return false;
+    }
+}
+
+bool Editor::dispatch(Message& message) {
+    if (message.type == MessageType::Parameter) {
+        const auto& change = static_cast<const ParameterMessage&>(message);
+        if (change.code == ParameterMessage::ValueChanged && change.mode == FromUser &&
+            change.parameterName == CurrentModuleId)
+            setModule(fromPayload<std::int32_t>(change.payload));
+        return false;
+    }
+    if (message.type == MessageType::Resource) {
+        if (message.code == ResourceMessage::SetLoaded)
+            redrawAll();
+        return false;
+    }
+    if (message.type == MessageType::Window && message.code == WindowMessage::Tick) {
+        idle();
+        return true;
+    }
+    if (rootControl_ == nullptr)
+        return false;
+    if (message.type == MessageType::Window)
+        return receiveWindow(static_cast<WindowMessage&>(message));
+    if (message.type != MessageType::Control)
+        return false;
+    if (message.code == ControlMessage::FocusLost)
+        setFocus(nullptr);
+    else if (message.code == ControlMessage::MenuChoice)
+        return receiveMenuChoice(fromPayload<std::int32_t>(message.payload));
+    return false;
+}
+
+bool Editor::receiveMenuChoice(std::int32_t identifier) {
+    if (identifier != ShowTooltipsId)
+        return false;
+    setShowTooltips(!showTooltips_);
+    return true;
+}
+
+void Editor::setFocus(Control* control) {
+    if (control == focusRequest_)
+        return;
+    focusRequest_ = control;
+    if (focusControl_ != nullptr) {
+        ControlMessage lost(this, ControlMessage::FocusLost);
+        focusControl_->handle(lost);
+    }
+    Control* accepting = control;
+    while (accepting != nullptr && !accepting->testFlags(Control::Focusable))
+        accepting = accepting->getParentControl();
+    focusControl_ = accepting != nullptr ? accepting : control;
+    if (accepting == nullptr)
+        return;
+    ControlMessage gained(this, ControlMessage::FocusGained);
+    accepting->handle(gained);
+}
+
+void Editor::beginEdit(Control& control, Point position) {
+    ControlMessage message(&control, ControlMessage::EditBegin, position, toPayload(&control));
+    transmit(message);
+}
+
+void Editor::endEdit(Control& control, Point position) {
+    ControlMessage message(&control, ControlMessage::EditEnd, position, toPayload(&control));
+    transmit(message);
+}
+
+// Input
+
+bool Editor::keyDown(Message& message) {
+    return hoverControl_ != nullptr && hoverControl_->handle(message);
+}
+
+bool Editor::deliverLocal(Control& control, const WindowMessage& message, std::int32_t code) {
+    const std::unique_ptr<Message> copy = message.clone();
+    auto& local = static_cast<WindowMessage&>(*copy);
+    const Point origin = control.getAbsoluteOrigin();
+    local.code = code;
+    local.position = message.position - origin;
+    local.previousPosition = message.previousPosition - origin;
+    return control.handle(local);
+}
+
+bool Editor::deliverLocal(Control& control, const WindowMessage& message) {
+    return deliverLocal(control, message, message.code);
+}
+
+bool Editor::receiveWindow(WindowMessage& message) {
+    switch (message.code) {
+        case WindowMessage::LeftDown:
+        case WindowMessage::LeftDouble:
+            press(message, WindowMessage::LeftButton);
+            return true;
+        case WindowMessage::RightDown:
+        case WindowMessage::RightDouble:
+            press(message, WindowMessage::RightButton);
+            return true;
+        case WindowMessage::LeftUp:
+            release(message, WindowMessage::LeftButton);
+            return true;
+        case WindowMessage::RightUp:
+            release(message, WindowMessage::RightButton);
+            return true;
+        case WindowMessage::MouseMove:
+            move(message);
+            return true;
+        case WindowMessage::WindowFocus:
+            isMouseInside_ = true;
+            return true;
+        case WindowMessage::MouseExit:
+            leaveHover(message);
+            isMouseInside_ = false;
+            return true;
+        case WindowMessage::Wheel:
+        case WindowMessage::WheelOther:
+            return turn(message);
+        case WindowMessage::Repaint:
+            if (message.rectangle.isEmpty())
+                redrawAll();
+            else
+                addDirtyRect(message.rectangle);
+            return true;
+        case WindowMessage::MenuMeasure:
+        case WindowMessage::MenuDraw:
+            return captureControl_ != nullptr && captureControl_->handle(message);
+        case WindowMessage::DropQuery:
+            return true;
+        case WindowMessage::DropOver:
+            return deliverLocal(*rootControl_, message) || plugin_.receive(message);
+        case WindowMessage::DropEnd:
+            for (Control* const control : std::vector<Control*>(topLevelControls_))
+                control->handle(message);
+            return true;
+        case WindowMessage::DropFile:
+        case WindowMessage::DropSample:
+            return receiveDrop(message);
+        case WindowMessage::KeyPress:
+            return keyDown(message);
+        case WindowMessage::KeyRelease:
+            return keyUp(message);
+        case WindowMessage::SetPaintTarget:
+            return false;  // a window is the only target here
+        default:
+            return hoverControl_ != nullptr && deliverLocal(*hoverControl_, message);
+    }
+}
+
+void Editor::press(WindowMessage& message, std::int32_t button) {
+    buttonMask_ |= button;
+    WindowMessage here(this, WindowMessage::MouseMove, message.target, message.position, 0);
+    move(here);
+    const bool isRight = button == WindowMessage::RightButton;
+    Control* const pressed = hoverControl_;
+    bool isUsed = false;
+    if (pressed != nullptr) {
+        captureControl_ = pressed;
+        isMouseHeld_ = true;
+        previousMouse_ = lastDragMouse_ = message.position;
+        isUsed = isRight ? pressed->handle(message) : deliverLocal(*pressed, message);
+        isUsed = isUsed && captureControl_ == pressed;
+    }
+    if (isUsed) {
+        beginEdit(*pressed, message.position);
+        return;
+    }
+    captureControl_ = nullptr;
+    isMouseHeld_ = false;
+    if (isRight && isOpen_)
+        contextMenu(message);
+}
+
+void Editor::contextMenu(const WindowMessage& message) {
+    Control* const control = hoverControl_ != nullptr ? hoverControl_ : backgroundControl_;
+    if (control == nullptr)
+        return;
+    auto menu = std::make_unique<PopupMenu>();
+    control->buildContextMenu(*menu, message.position - control->getAbsoluteOrigin());
+    addContextMenuEntries(*menu, message.position);
+    WindowMessage up(this, WindowMessage::RightUp, message.target, message.position, 0);
+    release(up, WindowMessage::RightButton);
+    setPendingMenu(std::move(menu), message.position);
+}
+
+void Editor::release(const WindowMessage& message, std::int32_t button) {
+    buttonMask_ &= ~button;
+    isMouseHeld_ = false;
+    Control* const captured = captureControl_;
+    if (captured == nullptr)
+        return;
+    deliverLocal(*captured, message);
+    if (captureControl_ == captured)
+        endCapture();
+}
+
+void Editor::endCapture() {
+    isMouseHeld_ = false;
+    if (Control* const captured = std::exchange(captureControl_, nullptr))
+        endEdit(*captured, lastMouse_);
+}
+
+void Editor::move(WindowMessage& message) {
+    isMouseInside_ = true;
+    lastMouse_ = message.position;
+    if (captureControl_ != nullptr)
+        drag(message);
+    else
+        hover(message);
+}
+
+void Editor::drag(WindowMessage& message) {
+    Control* const captured = captureControl_;
+    message.previousPosition = lastDragMouse_;
+    message.button = buttonMask_;
+    const bool isUsed = deliverLocal(*captured, message, WindowMessage::MouseDrag);
+    if (!isUsed || captureControl_ != captured) {
+        WindowMessage up(this, WindowMessage::LeftUp, message.target, message.position, 0);
+        release(up, WindowMessage::LeftButton);
+        return;
+    }
+    lastDragMouse_ = message.position;
+    const Rect rect = captured->getAbsoluteRect();
+    const bool wasInside = rect.contains(previousMouse_),
+               isInside = rect.contains(message.position);
+    previousMouse_ = message.position;
+    if (wasInside != isInside)
+        deliverLocal(*captured, message,
+                     isInside ? WindowMessage::ControlEnter : WindowMessage::ControlExit);
+}
+
+void Editor::hover(const WindowMessage& message) {
+    Control* const found =
+        rootControl_->findControlAt(message.position - rootControl_->getRect().topLeft());
+    if (found != hoverControl_) {
+        hoverCandidate_ = found;
+        const bool isEntered =
+            found != nullptr && deliverLocal(*found, message, WindowMessage::ControlEnter);
+        leaveHover(message);
+        // The control may have gone in between.
+        hoverControl_ = isEntered ? std::exchange(hoverCandidate_, nullptr) : nullptr;
+        if (hoverControl_ != nullptr)
+            broadcast(ControlMessage::HoverBegin, message.position, toPayload(hoverControl_));
+        else
+            platform::setCursor(platform::CursorShape::Arrow);
+    }
+    if (hoverControl_ != nullptr)
+        deliverLocal(*hoverControl_, message);
+}
+
+void Editor::leaveHover(const WindowMessage& message) {
+    Control* const left = std::exchange(hoverControl_, nullptr);
+    if (left == nullptr)
+        return;
+    deliverLocal(*left, message, WindowMessage::ControlExit);
+    broadcast(ControlMessage::HoverEnd, message.position, 0);
+}
+
+void Editor::broadcast(std::int32_t code, Point position, std::uint64_t value) {
+    ControlMessage message(this, code, position, value);
+    transmit(message);
+}
+
+bool Editor::turn(const WindowMessage& message) {
+    Control* const turned = hoverControl_;
+    if (turned == nullptr)
+        return false;
+    beginEdit(*turned, message.position);
+    const bool isUsed = deliverLocal(*turned, message);
+    if (hoverControl_ == turned)
+        endEdit(*turned, message.position);
+    return isUsed;
+}
+
+bool Editor::receiveDrop(WindowMessage& message) {
+    if (focusControl_ != nullptr)
+        return deliverLocal(*focusControl_, message);
+    Control* const found =
+        rootControl_->findControlAt(message.position - rootControl_->getRect().topLeft());
+    return (found != nullptr && deliverLocal(*found, message)) || plugin_.receive(message);
+}
+
+// Menus and boxes
+
+void Editor::setPendingMenu(std::unique_ptr<PopupMenu> menu, Point place) {
+    pendingMenu_ = std::move(menu);
+    pendingMenuPlace_ = place;
+}
+
+void Editor::addContextMenuEntries(PopupMenu& menu, Point /*position*/) {
+    menu.addSeparator();
+    PopupMenuEntry tooltips;
+    tooltips.target = this;
+    tooltips.id = ShowTooltipsId;
+    tooltips.text = "Show tooltips";
+    tooltips.flags = showTooltips_ ? PopupMenuEntry::Checked : 0;
+    menu.addEntry(std::move(tooltips));
+}
+
+void Editor::setPendingEdit(Control& control, const Rect& rect) {
+    if (isEditing_ || !isOpen_)
+        return;
+    editedControl_ = &control;
+    editRect_ = rect;
+}
+
+void Editor::showPending() {
+    platform::SystemWindow* const system = window_ ? window_->getSystemWindow() : nullptr;
+    if (system == nullptr || shownMenu_ != nullptr || isEditing_)
+        return;
+    if (pendingMenu_)
+        showPendingMenu(*system);
+    else if (editedControl_ != nullptr)
+        showPendingEdit(*system);
+}
+
+void Editor::showPendingMenu(platform::SystemWindow& system) {
+    const std::unique_ptr<PopupMenu> menu = std::move(pendingMenu_);
+    const auto alive = life();
+    shownMenu_ = menu.get();
+    const PopupMenuEntry* const chosen = menu->show(system, window_->toScreen(pendingMenuPlace_));
+    if (alive.expired())
+        return;
+    shownMenu_ = nullptr;
+    endCapture();
+    if (chosen == nullptr || chosen->target == nullptr)
+        return;
+    ControlMessage choice(this, ControlMessage::MenuChoice, pendingMenuPlace_,
+                          toPayload(chosen->id));
+    chosen->target->receive(choice);
+}
+
+Point Editor::measureMenuEntry(std::int32_t id) {
+    OwnerDrawnEntry entry;
+    entry.id = id;
+    WindowMessage message(this, WindowMessage::MenuMeasure, window_.get(), Point{},
+                          toPayload(&entry));
+    receive(message);
+    return entry.size;
+}
+
+const PixelsData* Editor::drawMenuEntry(std::int32_t id, bool isSelected, float scale) {
+    OwnerDrawnEntry entry;
+    entry.id = id;
+    entry.isSelected = isSelected;
+    const Point size = measureMenuEntry(id);
+    entryCanvas_ = std::make_unique<Canvas>(Rect{0, 0, size.x, size.y}, scale);
+    entryCanvas_->beginFrame({0, 0, size.x, size.y});
+    entry.canvas = entryCanvas_.get();
+    WindowMessage message(this, WindowMessage::MenuDraw, window_.get(), Point{}, toPayload(&entry));
+    receive(message);
+    return entryCanvas_->getPixels();
+}
+
+void Editor::showPendingEdit(platform::SystemWindow& system) {
+    const Parameter* const parameter = editedControl_->getParameter();
+    Control* const control = editedControl_;
+    if (parameter == nullptr) {
+        editedControl_ = nullptr;
+        return;
+    }
+    endCapture();
+    system.releaseCapture();
+    const float scale = canvas_->getDeviceScale();
+    const auto pixels = [scale](std::int32_t value) {
+        return static_cast<std::int32_t>(std::lround(static_cast<float>(value) * scale));
+    };
+    platform::TextRequest request;
+    const Point corner = window_->toScreen(editRect_.topLeft());
+    request.area = {corner.x, corner.y, corner.x + pixels(editRect_.width()),
+                    corner.y + pixels(editRect_.height())};
+    request.text = parameter->getText();
+    request.postfix = parameter->getUnit();
+    canvas_->selectFont(Canvas::getDefaultFont(12.0f));
+    request.postfixWidth = pixels(canvas_->measureText(request.postfix).width());
+    request.className = "Quorl PopupEditBox";
+    request.family = "Inter";
+    request.pixels = pixels(12);
+    const auto alive = life();
+    isEditing_ = true;
+    const auto text = system.editText(request);
+    if (alive.expired())
+        return;
+    isEditing_ = false;
+    if (std::exchange(editedControl_, nullptr) != control || !text)
+        return;  // the control or the window went meanwhile, or the user gave up
+    Parameter* const present = control->getParameter();
+    if (present == nullptr)
+        return;
+    beginEdit(*control, editRect_.topLeft());
+    present->setText(*text, FromUser);
+    endEdit(*control, editRect_.topLeft());
+}
+
+void Editor::setKnobMode(std::int32_t mode) {
+    knobMode_ = mode >= Linear && mode <= CircularRelative ? mode : Linear;
+}
+
+void Editor::setShowTooltips(bool show) {
+    showTooltips_ = show;
+}
+
+}  // namespace tarn

@@ -1,0 +1,255 @@
+// The root of an instance's interface: reads "Controls.xml", keeps the tree of controls, draws what
+// is dirty, and brings the window's input to the right control.
+// Everything rests on one rule: controls live on the interface thread alone. What other threads
+// have to say is queued, and delivered at the next tick.
+#pragma once
+
+#include "drawing/Canvas.h"
+#include "editor/DragDrop.h"
+#include "editor/PopupMenu.h"
+#include "foundation/Error.h"
+#include "foundation/MessageQueue.h"
+#include "foundation/Mutex.h"
+#include "foundation/Point.h"
+#include "foundation/Rect.h"
+#include "foundation/Word.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace tarn {
+
+class Bitmap;
+class Control;
+class ControlManager;
+class Dictionary;
+class Module;
+class Plugin;
+class Resources;
+class Window;
+
+/// An entry of a menu that its control paints; the payload of MenuMeasure and MenuDraw points to
+/// one.
+struct OwnerDrawnEntry {
+    std::int32_t id = 0;       // the system's
+    Point size;                // for MenuMeasure to fill
+    bool isSelected = false;   // of MenuDraw, as is
+    Canvas* canvas = nullptr;  // of the entry's size
+};
+
+/// One a plug-in instance; it lives as long as that, whether its window is open or not. Interface
+/// thread, but for what is marked otherwise. Coordinates are the skin's pixels, from the window's
+/// top left.
+class Editor : public DragDropTarget {
+public:
+    enum KnobMode : std::int32_t { Linear = 0, Circular = 1, CircularRelative = 2 };
+
+    /// The plug-in, its first module and the store of images outlive the editor. It has no controls
+    /// yet.
+    Editor(Plugin& plugin, Module* module, Resources* resources);
+    ~Editor() override;
+
+    /// Makes the controls that the file describes, in place of those so far. An `ErrorImportFailed`
+    /// if it can't be read, and no controls then. Throws what a control's creation throws.
+    Error loadControls(const File& file);
+
+    // The window.
+
+    /// Opens the interface under the host's window, in a rectangle of the interface's own size, or
+    /// in `rect` where that isn't empty. A screen pixel's worth is `scale`. False, and it stays
+    /// closed, without a window.
+    virtual bool open(void* parent, const Rect& rect, float scale = 1.0f);
+    virtual void close();
+
+    /// Any thread.
+    bool isOpen() const noexcept { return isOpen_; }
+    Window* getWindow() const { return window_.get(); }
+    Canvas* getCanvas() const { return canvas_.get(); }
+
+    /// As the background gives it; empty without controls.
+    Rect getClientRect() const { return clientRect_; }
+
+    /// Expires with the editor: whoever calls out looks at it afterwards.
+    std::weak_ptr<const int> life() const { return life_; }
+
+    // Drawing.
+
+    /// Has the rectangle drawn at the next tick; nothing while the interface is closed. Any thread.
+    virtual void redraw(const Rect& rect);
+    virtual void redrawAll() { redraw(clientRect_); }
+
+    /// The same; one that lies in another that waits adds nothing, and takes the place of those in
+    /// it.
+    virtual void addDirtyRect(const Rect& rect);
+
+    /// Draws a rectangle at once, or what is dirty if it is empty, and shows it. `target` is where
+    /// the picture is shown; null leaves that as it was.
+    void paint(CanvasTarget* target, const Rect& rect);
+    virtual void paintRect(CanvasTarget* target, const Rect& rect);
+    virtual void paintRects(CanvasTarget* target, const std::vector<Rect>& rects);
+
+    /// A tick: the engines', then what other threads have queued, then what is dirty. Exceptions
+    /// end here.
+    virtual void idle();
+
+    // Input.
+
+    /// False for a key that nothing used.
+    virtual bool keyDown(Message& message);
+    virtual bool keyUp(Message& /*message*/) { return false; }
+
+    /// Asks the nearest control from here up that accepts it to take the focus; null takes it away.
+    virtual void setFocus(Control* control);
+    Control* getFocusControl() const { return focusControl_; }
+    Control* getHoverControl() const { return hoverControl_; }
+    Control* getCaptureControl() const { return captureControl_; }
+
+    /// Tell all listeners that the user takes hold of a control, and lets go of it.
+    virtual void beginEdit(Control& control, Point position);
+    virtual void endEdit(Control& control, Point position);
+
+    /// Shows the menu once the message under way is over, in place of one that waits.
+    void setPendingMenu(std::unique_ptr<PopupMenu> menu, Point place);
+
+    /// Then opens a box over the interface with the control's parameter as a text. What the user
+    /// accepts is set as from `FromUser`.
+    void setPendingEdit(Control& control, const Rect& rect);
+
+    /// Shows the menu or the box that waits, and waits for the user; hands the choice to its
+    /// target.
+    void showPending();
+    virtual void addContextMenuEntries(PopupMenu& menu, Point position);
+
+    Point measureMenuEntry(std::int32_t id);
+
+    /// The entry's picture, valid until the next call; null where nobody paints it.
+    const PixelsData* drawMenuEntry(std::int32_t id, bool isSelected, float scale);
+
+    // Controls.
+
+    virtual void addControl(Control* control);
+    virtual void removeControl(Control* control);
+    const std::vector<Control*>& getControls() const { return topLevelControls_; }
+    Control* getRootControl() const { return rootControl_; }
+
+    /// Starts the tree.
+    virtual void initialize();
+
+    /// A control that goes: nothing refers to it afterwards.
+    void forget(Control& control);
+
+    /// Binds all controls to another module.
+    virtual void setModule(std::int32_t index);
+    Module* getModule() const { return module_; }
+    Plugin& instance() const { return plugin_; }
+
+    /// Null for an id that isn't listed.
+    virtual std::shared_ptr<Bitmap> getBitmap(const std::string& id) const;
+
+    virtual void setKnobMode(std::int32_t mode);
+    std::int32_t getKnobMode() const { return knobMode_; }
+    void setShowTooltips(bool show);
+    bool getShowTooltips() const { return showTooltips_; }
+
+    /// What the status line says while a controller is learnt.
+    void setLearnHint(const std::string& text) { learnHint_ = text; }
+    const std::string& getLearnHint() const { return learnHint_; }
+
+    // Messages.
+
+    /// Queues a copy of a message for a control, until the next tick. Nothing while the interface
+    /// is closed: what is opened reads everything anew. Any thread.
+    void enqueue(const Message& message, Radio* target);
+    void deliverQueued();
+
+    /// Whether the caller is on the thread that made or last opened the interface. Any thread.
+    bool isInterfaceThread() const noexcept;
+
+    Radio* getEditor() const override { return const_cast<Editor*>(this); }
+
+    /// Window messages, choices of the editor's own menu, changes of the current module and skin.
+    /// Whether it was used. Exceptions end here. Any thread; others' messages are queued.
+    bool receive(Message& message) override;
+
+    /// The host has destroyed the window.
+    void windowGone();
+
+protected:
+    /// The controls' factory; a product's own takes its place before controls are loaded.
+    std::unique_ptr<ControlManager> manager_;
+
+private:
+    bool dispatch(Message& message);
+    void buildControls(const Dictionary& dictionary, Control* parent);
+    void takeBackground(Control& control);
+    void deleteControls();
+    bool receiveWindow(WindowMessage& message);
+    bool receiveMenuChoice(std::int32_t identifier);
+    void press(WindowMessage& message, std::int32_t button);
+    void contextMenu(const WindowMessage& message);
+    void release(const WindowMessage& message, std::int32_t button);
+    void endCapture();
+    void move(WindowMessage& message);
+    void drag(WindowMessage& message);
+    void hover(const WindowMessage& message);
+    void leaveHover(const WindowMessage& message);
+    bool turn(const WindowMessage& message);
+    bool receiveDrop(WindowMessage& message);
+    void showPendingMenu(platform::SystemWindow& system);
+    void showPendingEdit(platform::SystemWindow& system);
+    void broadcast(std::int32_t code, Point position, std::uint64_t value);
+    static bool deliverLocal(Control& control, const WindowMessage& message);
+    static bool deliverLocal(Control& control, const WindowMessage& message, std::int32_t code);
+
+    Plugin& plugin_;
+    Module* module_;
+    Resources* resources_;
+    std::shared_ptr<const int> life_ = std::make_shared<const int>(0);
+    Word<std::thread::id> interfaceThread_;
+
+    Mutex dirtyLock_;  // guards dirtyRects_
+    std::vector<Rect> dirtyRects_;
+    Mutex
+        canvasLock_;  // held while the picture is drawn, and while it goes; taken before dirtyLock_
+    std::unique_ptr<Canvas> canvas_;
+    std::unique_ptr<Window> window_;
+    CanvasTarget* paintTarget_ = nullptr;
+    Word<bool> isOpen_{false};
+    Rect clientRect_;
+
+    std::unique_ptr<PopupMenu> pendingMenu_;
+    Point pendingMenuPlace_;
+    PopupMenu* shownMenu_ = nullptr;    // while it is
+    Control* editedControl_ = nullptr;  // whose text is, or will be, in a box
+    Rect editRect_;
+    bool isEditing_ = false;
+    std::unique_ptr<Canvas> entryCanvas_;
+
+    std::vector<Control*> topLevelControls_;       // all, in the order of the file
+    std::vector<std::unique_ptr<Control>> roots_;  // those without a parent; the background is one
+    Control* rootControl_ = nullptr;
+    Control* backgroundControl_ = nullptr;
+    Control* hoverControl_ = nullptr;
+    Control* hoverCandidate_ = nullptr;  // while the pointer enters it
+    Control* captureControl_ = nullptr;
+    Control* focusRequest_ = nullptr;
+    Control* focusControl_ = nullptr;
+    Point lastMouse_;
+    Point previousMouse_;
+    Point lastDragMouse_;
+    std::int32_t buttonMask_ = 0;
+    bool isMouseHeld_ = false;
+    bool isMouseInside_ = false;
+
+    MessageQueue queue_;
+    std::int32_t knobMode_ = Linear;
+    bool showTooltips_ = true;
+    std::string learnHint_;
+    std::int32_t currentModule_ = 0;
+};
+
+}  // namespace tarn

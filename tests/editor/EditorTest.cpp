@@ -1,0 +1,309 @@
+#include "editor/OpenEditor.h"
+#include "foundation/Error.h"
+#include "foundation/Timer.h"
+#include "parameters/MidiMapper.h"
+#include "parameters/ParameterText.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+namespace tarn {
+namespace {
+
+using test::EditorTest;
+using test::Probe;
+using test::TestedEditor;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr const char* TwoProbes =
+    "<a class='Probe' id='left' x='10' y='10' width='20' height='20'/>"
+    "<b class='Probe' id='right' x='50' y='10' width='20' height='20' parameter='Volume'/>";
+
+// Faults: a broken file that leaves half an interface, an element without a class that ends it, an
+// interface without a bound.
+TEST_F(EditorTest, BuildsWhatTheFileDescribesOrNothing) {
+    const std::string whole = skin("<x/><n class='None'/>" + std::string(TwoProbes));
+    for (std::size_t size = 0; size + 1 < whole.size(); ++size) {
+        bool isLoaded = true;
+        try {
+            isLoaded = load(whole.substr(0, size));
+        } catch (const Error&) {
+            isLoaded = false;
+        }
+        ASSERT_EQ(isLoaded, editor->getRootControl() != nullptr) << size;
+    }
+    ASSERT_TRUE(load(whole));
+    EXPECT_EQ(editor->getControls().size(), 3u);
+    EXPECT_EQ(editor->getClientRect(), (Rect{0, 0, 100, 80}));
+    for (const char* const wrong : {"Knob of none", "probe"})
+        try {
+            load(skin("<a class='" + std::string(wrong) + "' parameter='Volume'/>"));
+            ADD_FAILURE() << wrong;
+        } catch (const Error& error) {
+            EXPECT_EQ(error.code, "ENSCT");
+            EXPECT_THAT(error.what(),
+                        HasSubstr(std::string("Unknown control type ") + wrong + "<Volume>"));
+            EXPECT_TRUE(editor->getControls().empty());
+        }
+    std::string many;
+    for (int i = 0; i < 10'100; ++i)
+        many += "<a class='Probe'/>";
+    EXPECT_THROW(load(skin(many)), Error);
+    EXPECT_FALSE(editor->loadControls(File(files.path("none"))).isOk());
+    EXPECT_TRUE(load("<dict>" + test::Header + "<controls/></dict>"));
+    desktop.isFull = true;
+    EXPECT_FALSE(editor->open(nullptr, {0, 0, 10, 10}));
+    EXPECT_FALSE(editor->isOpen());
+}
+
+// Faults: an area that is drawn twice or never, drawing of the whole for a small change, work while
+// the interface is closed.
+TEST_F(EditorTest, DrawsWhatIsDirtyOnce) {
+    editor->redraw({0, 0, 5, 5});
+    open(TwoProbes, 2.0f);
+    EXPECT_EQ(window().showCount, 1);
+    EXPECT_EQ(window().shownPixels, 200 * 160);
+    editor->idle();
+    EXPECT_EQ(window().showCount, 1);
+    plugin.parameter("Volume").setNormalised(0.25f, FromHost);
+    plugin.parameter("Volume").setNormalised(0.5f, FromHost);
+    editor->idle();
+    EXPECT_EQ(window().showCount, 2);
+    EXPECT_EQ(window().shownPixels, 200 * 160 + 40 * 40);
+    EXPECT_EQ(probe("left").drawn, 1);
+    EXPECT_EQ(probe("right").drawn, 2);
+
+    // Two that lie in a third, and one inside; then three over a single control: one union.
+    const std::int64_t before = window().shownPixels;
+    for (const Rect& rect :
+         {Rect{0, 40, 4, 44}, {6, 40, 10, 44}, {0, 40, 10, 50}, {1, 41, 2, 42}, {}})
+        editor->addDirtyRect(rect);
+    editor->idle();
+    EXPECT_EQ(window().shownPixels, before + 20 * 20);
+    const int shown = window().showCount;
+    for (const Rect& rect : {Rect{0, 0, 2, 2}, {4, 0, 6, 2}, {8, 0, 9, 2}})
+        editor->addDirtyRect(rect);
+    editor->idle();
+    EXPECT_EQ(window().showCount, shown + 1);
+    EXPECT_EQ(window().shownPixels, before + 20 * 20 + 18 * 4);
+
+    window().owner->paint({3, 3, 5, 5});
+    EXPECT_EQ(window().shownPixels, before + 20 * 20 + 18 * 4 + 4 * 4);
+    editor->close();
+    editor->close();
+    plugin.parameter("Volume").setNormalised(0.75f, FromHost);
+    editor->idle();
+    EXPECT_TRUE(desktop.windows().empty());
+    ASSERT_TRUE(editor->open(nullptr, {}));
+    editor->idle();
+    EXPECT_EQ(window().shownPixels, 100 * 80);
+}
+
+// Faults: a hidden control that still marks, one that comes back without being drawn, a switch that
+// shows the wrong step.
+TEST_F(EditorTest, ControlsAreShownByParameters) {
+    open(
+        "<a class='Probe' id='hidden' width='9' height='9'><show parameter='Volume' value='1'/></a>"
+        "<b class='Probe' id='off' width='9' height='9'><visibility parameter='Volume' "
+        "normalized='1' action='disable'/></b>");
+    Parameter& volume = plugin.parameter("Volume");
+    for (const float value : {0.0f, 1.0f, 0.99f, 1.0f}) {
+        volume.setNormalised(value, FromHost);
+        EXPECT_EQ(probe("hidden").isVisible(), value == 1.0f);
+        EXPECT_EQ(probe("off").testFlags(Control::Enabled), value == 1.0f);
+        EXPECT_EQ(probe("off").getOpacity(), value == 1.0f ? 1.0f : 0.4f);
+        const int drawn = probe("hidden").drawn;
+        probe("hidden").setDirty(true);
+        editor->idle();
+        EXPECT_EQ(probe("hidden").drawn, drawn + (value == 1.0f ? 1 : 0));
+    }
+    editor->close();
+    std::thread([&volume] { volume.setNormalised(0.5f, FromHost); }).join();
+    EXPECT_TRUE(probe("hidden").isVisible());
+    ASSERT_TRUE(editor->open(nullptr, {}));
+    EXPECT_FALSE(probe("hidden").isVisible());
+}
+
+// Faults: a control that is called on another thread, a message that outlives its control, a lost
+// change that is never seen.
+TEST_F(EditorTest, OtherThreadsAreHeardAtTheNextTick) {
+    open(std::string(TwoProbes) +
+         "<c class='Probe' id='shown'><show parameter='Bend' value='1'/></c>");
+    probe("right").take();
+    const auto change = [this](int count) {
+        std::thread([this, count] {
+            for (int i = 1; i <= count; ++i)
+                plugin.parameter("Volume").setNormalised(static_cast<float>(i) / 4000, FromMidi);
+        }).join();
+    };
+    change(2);
+    EXPECT_EQ(probe("right").take(), "");
+    editor->idle();
+    EXPECT_EQ(probe("right").take(), "Volume Volume ");
+    std::thread([this] { plugin.parameter("Bend").setNormalised(1, FromMidi); }).join();
+    change(3000);
+    editor->idle();
+    EXPECT_TRUE(probe("shown").isVisible());
+    change(5);
+    EXPECT_TRUE(load(skin("")));
+    editor->idle();
+}
+
+// Faults: a press that gets lost or stays held, a drag in the wrong place, an edit without an end,
+// a click that goes through.
+TEST_F(EditorTest, ThePointerReachesTheControlUnderIt) {
+    struct Listener : Radio {
+        Listener() : Radio(nullptr) {}
+        bool receive(Message& message) override {
+            codes.push_back(message.code);
+            return false;
+        }
+        std::vector<int> codes;
+    } listener;
+    open(std::string(TwoProbes) +
+         "<c class='Probe' id='over' x='10' y='10' width='20' height='20' "
+         "clickthrough='true'/>");
+    listener.tuneIn(editor.get());
+    Probe &left = probe("left"), &right = probe("right");
+    right.take();
+    point(Pointer::Move, 12, 13);
+    EXPECT_EQ(left.take(), "12@2,3 6@2,3 ");
+    point(Pointer::LeftDown, 12, 13);
+    EXPECT_EQ(left.take(), "6@2,3 0@2,3 ");
+    point(Pointer::Move, 60, 15);
+    EXPECT_EQ(left.take() + right.take(), "9@50,5 14@50,5 ");
+    point(Pointer::Move, -5, -5);
+    point(Pointer::Move, 12, 12);
+    EXPECT_EQ(left.take(), "9@-15,-15 9@2,2 12@2,2 ");
+    point(Pointer::LeftUp, 12, 12);
+    EXPECT_EQ(left.take(), "2@2,2 ");
+    EXPECT_EQ(editor->getCaptureControl(), nullptr);
+    window().owner->wheel({12, 12}, 120);
+    EXPECT_EQ(left.take(), "11@2,2 ");
+    EXPECT_THAT(listener.codes, ElementsAre(4, 6, 7, 6, 7));
+    listener.codes.clear();
+    EXPECT_TRUE(window().owner->key('A', 'a', true));
+    EXPECT_EQ(left.take(), "24@0,0 ");
+
+    left.takes = false;
+    point(Pointer::LeftDouble, 12, 12);
+    EXPECT_EQ(editor->getCaptureControl(), nullptr);
+    left.take();
+    point(Pointer::Move, 60, 15);
+    EXPECT_EQ(left.take(), "14@50,5 ");
+    EXPECT_EQ(right.take(), "12@10,5 6@10,5 ");
+    point(Pointer::Left);
+    EXPECT_EQ(right.take(), "14@-50,-10 ");
+    EXPECT_EQ(editor->getHoverControl(), nullptr);
+    EXPECT_THAT(listener.codes, ElementsAre(5, 4, 5));
+
+    // A control that goes in the middle of its own drag, and an interface that is closed in one.
+    left.takes = true;
+    point(Pointer::LeftDown, 12, 12);
+    left.onEvent = [this](const WindowMessage&) { editor->close(); };
+    point(Pointer::Move, 14, 14);
+    EXPECT_FALSE(editor->isOpen());
+    EXPECT_EQ(editor->getCaptureControl(), nullptr);
+    listener.disconnect();
+}
+
+// Faults: a choice that goes to the wrong control, a menu that is shown twice, one that outlives
+// its interface, a press that stays held behind it.
+TEST_F(EditorTest, ARightClickOffersWhatTheControlKnows) {
+    ASSERT_TRUE(load(skin(TwoProbes)));
+    ASSERT_TRUE(editor->open(nullptr, {7, 5, 107, 85}));
+    probe("right").takes = false;
+    std::vector<std::string> texts;
+    std::string wanted = "Learn...";
+    std::function<void()> meanwhile;
+    desktop.menu = [&](const std::vector<platform::MenuEntry>& entries, platform::Spot place) {
+        EXPECT_EQ(place.x, 62);
+        EXPECT_EQ(place.y, 17);
+        std::optional<std::int32_t> chosen;
+        texts.clear();
+        const std::function<void(const std::vector<platform::MenuEntry>&)> walk =
+            [&](const auto& list) {
+                for (const platform::MenuEntry& entry : list) {
+                    texts.push_back(entry.text + (entry.isChecked ? "*" : "") +
+                                    (entry.isDisabled ? "-" : ""));
+                    if (entry.text == wanted)
+                        chosen = entry.id;
+                    walk(entry.entries);
+                }
+            };
+        walk(entries);
+        if (meanwhile)
+            meanwhile();
+        return chosen;
+    };
+    auto& mapper = plugin.getMidiMapper();
+    Parameter* const volume = &plugin.parameter("Volume");
+    const auto choose = [&](const char* text) {
+        wanted = text;
+        point(Pointer::RightDown, 55, 12);
+    };
+    choose("Learn...");
+    EXPECT_EQ(mapper.getLearning(), volume);
+    EXPECT_EQ(editor->getLearnHint(), "MIDI learn : Volume");
+    EXPECT_THAT(texts, testing::IsSupersetOf({"Learn...", "Forget-", "MIDI Controllers",
+                                              "MIDI Range", "Invert", "Show tooltips*"}));
+    EXPECT_THAT(texts, testing::Not(testing::Contains("Positive")));
+    choose("Pan");
+    EXPECT_EQ(mapper.getController(volume), 10);
+    choose("Invert");
+    EXPECT_TRUE(mapper.isInverted(10));
+    choose("Show tooltips");
+    EXPECT_FALSE(editor->getShowTooltips());
+    choose("Forget (Pan)");
+    EXPECT_THAT(texts, testing::IsSupersetOf({"Pan*", "Invert*", "Show tooltips"}));
+    EXPECT_EQ(mapper.getController(volume), -1);
+    choose("nothing");
+    EXPECT_EQ(editor->getCaptureControl(), nullptr);
+
+    meanwhile = [this] { EXPECT_TRUE(load(skin(TwoProbes))); };
+    choose("Learn...");
+    probe("right").takes = false;
+    meanwhile = [this] { editor->close(); };
+    choose("Learn...");
+    ASSERT_TRUE(editor->open(nullptr, {7, 5, 107, 85}));
+    meanwhile = [this] { desktop.destroyParent(window()); };
+    choose("Learn...");
+    EXPECT_FALSE(editor->isOpen());
+    ASSERT_TRUE(editor->open(nullptr, {7, 5, 107, 85}));
+    meanwhile = [this] { editor.reset(); };
+    choose("Learn...");
+}
+
+// Faults: a text that the host doesn't hear of, a box that outlives its control or its interface.
+TEST_F(EditorTest, ADoubleClickEditsTheValueAsText) {
+    open(
+        "<a class='Container' x='0' y='0' width='100' height='80'/>"
+        "<b class='Container' x='10' y='10' width='20' height='20' parameter='Title'/>");
+    auto& title = dynamic_cast<ParameterText&>(plugin.parameter("Title"));
+    title.setText("old", FromLoad);
+    std::function<void()> meanwhile;
+    desktop.text = [&](const platform::TextRequest& request) {
+        EXPECT_EQ(request.text, title.getText());
+        EXPECT_EQ(request.area.left, -60);
+        if (meanwhile)
+            meanwhile();
+        return std::optional<std::string>("new");
+    };
+    point(Pointer::LeftDouble, 20, 20);
+    EXPECT_EQ(title.getText(), "new");
+    title.setText("old", FromLoad);
+    const std::function<void()> interruptions[] = {[this] { EXPECT_TRUE(load(skin(""))); },
+                                                   [this] { editor->close(); },
+                                                   [this] { editor.reset(); }};
+    for (const auto& interruption : interruptions) {
+        open("<b class='Container' x='10' y='10' width='20' height='20' parameter='Title'/>");
+        meanwhile = interruption;
+        point(Pointer::LeftDouble, 20, 20);
+        EXPECT_EQ(title.getText(), "old");
+    }
+}
+
+}  // namespace
+}  // namespace tarn

@@ -1,0 +1,119 @@
+// An instance's interface in memory, with a control that writes down what it hears.
+#pragma once
+
+#include "drawing/FontLibrary.h"
+#include "editor/Control.h"
+#include "editor/ControlManager.h"
+#include "editor/Editor.h"
+#include "editor/Window.h"
+#include "foundation/File.h"
+#include "foundation/Message.h"
+#include "plugin/Sampler.h"
+#include "support/ScratchFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace tarn::test {
+
+/// Of the class "Probe": takes what its test wants it to take.
+struct Probe : Control {
+    using Control::Control;
+
+    bool handle(Message& message) override {
+        if (message.type == MessageType::Window) {
+            const auto& event = static_cast<const WindowMessage&>(message);
+            heard += std::to_string(message.code - 3000) + "@" + std::to_string(event.position.x) +
+                     "," + std::to_string(event.position.y) + " ";
+            if (onEvent)
+                onEvent(event);
+            if (message.code == WindowMessage::ControlEnter)
+                return Control::handle(message);
+            return takes;
+        }
+        if (message.type == MessageType::Parameter)
+            heard += static_cast<const ParameterMessage&>(message).parameterName.str() + " ";
+        return Control::handle(message);
+    }
+    void drawForeground(Canvas& canvas, const Rect&) override {
+        ++drawn;
+        drawText(canvas, getLocalRect(), getLabel());
+    }
+    std::string take() { return std::exchange(heard, {}); }
+
+    bool takes = true;
+    int drawn = 0;
+    std::string heard;
+    std::function<void(const WindowMessage&)> onEvent;
+};
+
+struct ProbeManager : ControlManager {
+    using ControlManager::ControlManager;
+    std::unique_ptr<Control> createControl(const Dictionary& dictionary,
+                                           const std::string& className, const Parameter* parameter,
+                                           Editor& editor) const override {
+        if (className == "Probe")
+            return std::make_unique<Probe>(editor);
+        return ControlManager::createControl(dictionary, className, parameter, editor);
+    }
+};
+
+struct TestedEditor : Editor {
+    explicit TestedEditor(Plugin& plugin) : Editor(plugin, plugin.moduleAt(0), nullptr) {
+        manager_ = std::make_unique<ProbeManager>(*this);
+        tuneIn(&listened);
+    }
+    std::shared_ptr<Bitmap> getBitmap(const std::string& id) const override {
+        const auto found = bitmaps.find(id);
+        return found != bitmaps.end() ? found->second : nullptr;
+    }
+    std::map<std::string, std::shared_ptr<Bitmap>> bitmaps;
+    Radio listened{nullptr};
+};
+
+class EditorTest : public testing::Test {
+protected:
+    using Pointer = platform::PointerEvent;
+
+    EditorTest() { FontLibrary::get().setFolders({Folder(INTER_FONTS)}); }
+
+    /// Of the list "controls" in a background of 100 by 80.
+    static std::string skin(const std::string& controls) {
+        return "<dict>" + Header +
+               "<controls><c class='Probe' id='special::background' width='100' height='80' "
+               "label='' focusable='false'><controls>" +
+               controls + "</controls></c></controls></dict>";
+    }
+    bool load(const std::string& text) {
+        files.write("Controls.xml", text);
+        return editor->loadControls(File(files.path("Controls.xml"))).isOk();
+    }
+    void open(const std::string& controls, float scale = 1.0f) {
+        ASSERT_TRUE(load(skin(controls)));
+        ASSERT_TRUE(editor->open(nullptr, {}, scale));
+        editor->idle();
+    }
+    Probe& probe(const std::string& id) {
+        for (Control* const control : editor->getControls())
+            if (control->getControlId() == id)
+                return dynamic_cast<Probe&>(*control);
+        throw std::runtime_error("no control " + id);
+    }
+    platform::OffscreenDesktop::Window& window() { return *desktop.windows().back(); }
+    void point(Pointer event, std::int32_t x = 0, std::int32_t y = 0) {
+        desktop.point(window(), event, {x, y});
+    }
+
+    SamplerProduct product;
+    StartedPlugin plugin;
+    platform::OffscreenDesktop desktop;
+    ScratchFolder files;
+    std::unique_ptr<TestedEditor> editor = std::make_unique<TestedEditor>(plugin);
+};
+
+}  // namespace tarn::test
