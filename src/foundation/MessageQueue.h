@@ -36,8 +36,8 @@ public:
     /// `receive`.
     void deliver(Radio* sender);
 
-    /// Whether a message was lost, the queue being full, or not taken, since the last call: listeners
-    /// then read anew what they keep. Any thread.
+    /// Whether a message was lost, the queue being full, or not taken, since the last call:
+    /// listeners then read anew what they keep. Any thread.
     bool takeLoss() noexcept { return hasLost_.exchange(false, std::memory_order_relaxed); }
 
     /// Drops the messages whose target is `radio`, or whose sender was when they were pushed. Their

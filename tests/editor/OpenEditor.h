@@ -32,7 +32,8 @@ struct Probe : Control {
                      "," + std::to_string(event.position.y) + " ";
             if (onEvent)
                 onEvent(event);
-            if (message.code == WindowMessage::ControlEnter)
+            if (message.code == WindowMessage::ControlEnter ||
+                message.code == WindowMessage::DropOver)
                 return Control::handle(message);
             return takes;
         }
