@@ -46,6 +46,9 @@ public:
     /// on failure, with everything as it was.
     Error loadVariant(std::istream& stream, float density);
 
+    /// Makes it empty; the description but for the frames stays.
+    void clear();
+
     bool isValid() const { return !variants_.empty(); }
 
     struct Variant {
@@ -117,7 +120,6 @@ public:
 
 private:
     void setOneFrame();
-    void clear();
     std::uint8_t* pixelAt(Point point) const;
 
     std::vector<Variant> variants_;  // in the order of their densities

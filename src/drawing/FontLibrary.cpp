@@ -62,10 +62,15 @@ FontLibrary::~FontLibrary() {
 
 void FontLibrary::setFolders(const std::vector<Folder>& folders) {
     const std::lock_guard<Mutex> inside(lock_);
-    others_.clear();
+    folders_ = folders;
+    areFoldersRead_ = false;
+}
+
+void FontLibrary::readFolders() {
+    areFoldersRead_ = true;
     folderFaces_.clear();
     std::size_t count = 0;
-    for (const Folder& folder : folders) {
+    for (const Folder& folder : folders_) {
         std::vector<File> files;
         if (!folder.listFiles(files))
             continue;
@@ -141,6 +146,8 @@ const FontFace* FontLibrary::findWith(char32_t character, std::int32_t weight) {
 }
 
 std::vector<FontLibrary::Run> FontLibrary::layOut(const Font& font, std::string_view line) {
+    if (!areFoldersRead_)
+        readFolders();
     if (installed_.size() > MostInstalled || others_.size() > MostOthers) {
         others_.clear();
         installed_.clear();

@@ -33,9 +33,9 @@ public:
     FontLibrary(const FontLibrary&) = delete;
     FontLibrary& operator=(const FontLibrary&) = delete;
 
-    /// Takes the font files of these folders, in place of those so far: the first one that has a
-    /// family serves it. At most 64 files of at most 64 MB each; others are passed over. Texts are
-    /// the same from the next drawing on.
+    /// Takes the font files of these folders, in place of those so far, when the next text is laid
+    /// out: the first one that has a family serves it. At most 64 files of at most 64 MB each;
+    /// others are passed over.
     void setFolders(const std::vector<Folder>& folders);
 
     /// Splits a line of UTF-8 text into runs: letters that the font's family doesn't have come from
@@ -58,12 +58,15 @@ private:
     const FontFace* findInFolders(const std::string& family, std::int32_t weight) const;
     const FontFace* findInstalled(const std::string& family, std::int32_t weight);
     const FontFace* findWith(char32_t character, std::int32_t weight);
+    void readFolders();
     void addFile(const File& file);
     const FontFace* nearest(const std::vector<std::unique_ptr<FontFace>>& faces,
                             const std::string& family, std::int32_t weight) const;
 
     Mutex lock_;
     std::unique_ptr<FreeType> freetype_;
+    std::vector<Folder> folders_;
+    bool areFoldersRead_ = true;
     std::vector<std::unique_ptr<FontFace>> folderFaces_;
     std::map<Key, std::unique_ptr<FontFace>> installed_;  // null where there is none
     std::map<std::pair<char32_t, std::int32_t>, const FontFace*> others_;

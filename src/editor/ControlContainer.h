@@ -24,7 +24,7 @@ public:
     virtual void clearContainerParameter(const std::string& name);
 
 private:
-    void showFor(const ParameterMessage& message);
+    void showFor(const ParameterMessage& change);
 
     bool isInverted_ = false;  // it is hidden while the switch is on
 };

@@ -2,6 +2,7 @@
 
 #include "audio/Engine.h"
 #include "audio/Module.h"
+#include "diagnostics/System.h"
 #include "editor/Control.h"
 #include "editor/ControlManager.h"
 #include "editor/Window.h"
@@ -9,6 +10,8 @@
 #include "foundation/File.h"
 #include "foundation/Logger.h"
 #include "foundation/Message.h"
+#include "foundation/Preferences.h"
+#include "foundation/ProductIdentity.h"
 #include "parameters/Parameter.h"
 #include "platform/Desktop.h"
 #include "plugin/Plugin.h"
@@ -28,7 +31,13 @@ constexpr std::size_t QueuedMessages = 1024;
 constexpr std::size_t MostControls = 10'000;
 constexpr std::int32_t MostSideLength = 8'192;  // of the interface, in the skin's pixels
 
+// The numbers of the menu's own entries.
 constexpr std::int32_t ShowTooltipsId = 1004;
+constexpr std::int32_t SkinsId = 1009;
+constexpr std::int32_t FirstSkinId = 1100;
+
+constexpr std::int32_t HighestRedrawRate = 1'000;
+Word<std::int32_t> redrawRate{25};
 
 const char* const BackgroundId = "special::background";
 const char* const ControlsKey = "controls";
@@ -53,6 +62,7 @@ Editor::Editor(Plugin& plugin, Module* module, Resources* resources)
 Editor::~Editor() {
     disconnect();
     life_.reset();
+    pendingSkin_.clear();
     close();
     deleteControls();
     queue_.purge(this);
@@ -62,7 +72,56 @@ bool Editor::isInterfaceThread() const noexcept {
     return interfaceThread_.get() == std::this_thread::get_id();
 }
 
+std::int32_t Editor::getRedrawRate() noexcept {
+    return redrawRate;
+}
+
+void Editor::start() {
+    if (const Preferences* const user = Preferences::user()) {
+        bool isShown = true;
+        if (user->getBool("ShowEditor", isShown) && !isShown)
+            return;
+        if (std::int32_t rate = 0; user->getInteger("EditorRedrawRate", rate) && rate > 0)
+            redrawRate = std::min(rate, HighestRedrawRate);
+        if (std::int32_t mode = 0;
+            user->getInteger("KnobMode", mode) && mode >= Linear && mode <= CircularRelative)
+            knobMode_ = mode;
+    }
+    loadSkinControls();
+    if (Preferences::user() != nullptr)
+        Preferences::user()->getBool("ShowTooltips", showTooltips_);
+    logLine(LogProgress, "editor constructed");
+}
+
 // Controls
+
+void Editor::loadSkinControls() {
+    std::string name = "Controls.xml";
+    if (Preferences::user() != nullptr)
+        Preferences::user()->getString("ControlsXmlFile", name);
+    bool isLoaded = false;
+    try {
+        isLoaded = resources_ != nullptr && loadControls(resources_->findSkinFile(name)).isOk();
+    } catch (const Error& error) {
+        logError(LogError, error);
+    } catch (const std::exception& error) {
+        logLine(LogError, std::string_view(error.what()));
+    }
+    if (!isLoaded)
+        System::alert(
+            "Error loading controls!  The plugin will function but no editor will be "
+            "available.\n\nPlease reinstall " +
+                ProductIdentity::get().getDisplayName(),
+            true);
+}
+
+void Editor::takePendingSkin() {
+    if (pendingSkin_.empty() || dispatching_ > 0 || isOpen_)
+        return;
+    deleteControls();
+    resources_->setCurrentSkin(std::exchange(pendingSkin_, {}));
+    loadSkinControls();
+}
 
 Error Editor::loadControls(const File& file) {
     logLine(LogProgress, "loading editor specification from " + file.getPath());
@@ -174,6 +233,7 @@ std::shared_ptr<Bitmap> Editor::getBitmap(const std::string& id) const {
 
 bool Editor::open(void* parent, const Rect& rect, float scale) {
     close();
+    takePendingSkin();
     interfaceThread_ = std::this_thread::get_id();
     const Rect place = rect.hasArea() ? rect : clientRect_;
     const Rect area{0, 0, place.width(), place.height()};
@@ -204,15 +264,18 @@ void Editor::close() {
         WindowMessage exit(this, WindowMessage::ControlExit, nullptr);
         hovered->handle(exit);
     }
-    const std::lock_guard<Mutex> drawing(canvasLock_);
-    isOpen_ = false;
-    pendingMenu_.reset();
-    editedControl_ = nullptr;
-    paintTarget_ = nullptr;
-    canvas_.reset();
-    window_.reset();
-    const std::lock_guard<Mutex> inside(dirtyLock_);
-    dirtyRects_.clear();
+    {
+        const std::lock_guard<Mutex> drawing(canvasLock_);
+        isOpen_ = false;
+        pendingMenu_.reset();
+        editedControl_ = nullptr;
+        paintTarget_ = nullptr;
+        canvas_.reset();
+        window_.reset();
+        const std::lock_guard<Mutex> inside(dirtyLock_);
+        dirtyRects_.clear();
+    }
+    takePendingSkin();
 }
 
 void Editor::windowGone() {
@@ -328,12 +391,20 @@ bool Editor::receive(Message& message) {
         enqueue(message, this);
         return false;
     }
+    const auto alive = life();
+    ++dispatching_;
+    bool isUsed = false;
     try {
-        return dispatch(message);
+        isUsed = dispatch(message);
     } catch (const std::exception& error) {
         logLine(LogError, std::string_view(error.what()));
-        return false;
     }
+    if (alive.expired())
+        return isUsed;
+    // A window that was closed meanwhile left its controls to those who were in them.
+    if (--dispatching_ == 0)
+        takePendingSkin();
+    return isUsed;
 }
 
 bool Editor::dispatch(Message& message) {
@@ -367,9 +438,13 @@ bool Editor::dispatch(Message& message) {
 }
 
 bool Editor::receiveMenuChoice(std::int32_t identifier) {
-    if (identifier != ShowTooltipsId)
+    const std::int32_t skin = identifier - FirstSkinId;
+    if (identifier == ShowTooltipsId)
+        setShowTooltips(!showTooltips_);
+    else if (skin >= 0 && static_cast<std::size_t>(skin) < skins_.size())
+        pendingSkin_ = skins_[static_cast<std::size_t>(skin)];
+    else
         return false;
-    setShowTooltips(!showTooltips_);
     return true;
 }
 
@@ -622,13 +697,28 @@ void Editor::setPendingMenu(std::unique_ptr<PopupMenu> menu, Point place) {
 }
 
 void Editor::addContextMenuEntries(PopupMenu& menu, Point /*position*/) {
+    const auto entry = [this](std::int32_t id, const std::string& text, bool isChecked = false) {
+        PopupMenuEntry out;
+        out.target = this;
+        out.id = id;
+        out.text = text;
+        out.flags = isChecked ? PopupMenuEntry::Checked : 0;
+        return out;
+    };
     menu.addSeparator();
-    PopupMenuEntry tooltips;
-    tooltips.target = this;
-    tooltips.id = ShowTooltipsId;
-    tooltips.text = "Show tooltips";
-    tooltips.flags = showTooltips_ ? PopupMenuEntry::Checked : 0;
-    menu.addEntry(std::move(tooltips));
+    menu.addEntry(entry(ShowTooltipsId, "Show tooltips", showTooltips_));
+    skins_.clear();
+    if (resources_ == nullptr || resources_->getSkins().size() < 2)
+        return;
+    menu.addSeparator();
+    PopupMenu& skins = menu.addSubMenu(entry(SkinsId, "Skins"));
+    for (const Skin& skin : resources_->getSkins()) {
+        const auto id = FirstSkinId + static_cast<std::int32_t>(skins_.size());
+        skins.addEntry(entry(id, skin.getName(), skin.getUid() == resources_->getCurrentSkin()));
+        if (skins_.empty())
+            skins.addSeparator();
+        skins_.push_back(skin.getUid());
+    }
 }
 
 void Editor::setPendingEdit(Control& control, const Rect& rect) {
@@ -728,10 +818,16 @@ void Editor::showPendingEdit(platform::SystemWindow& system) {
 
 void Editor::setKnobMode(std::int32_t mode) {
     knobMode_ = mode >= Linear && mode <= CircularRelative ? mode : Linear;
+    if (Preferences* const user = Preferences::user())
+        if (const Error error = user->setInteger("KnobMode", knobMode_); !error.isOk())
+            logError(LogError, error);
 }
 
 void Editor::setShowTooltips(bool show) {
     showTooltips_ = show;
+    if (Preferences* const user = Preferences::user())
+        if (const Error error = user->setBool("ShowTooltips", show); !error.isOk())
+            logError(LogError, error);
 }
 
 }  // namespace tarn

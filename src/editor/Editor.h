@@ -48,10 +48,19 @@ class Editor : public DragDropTarget {
 public:
     enum KnobMode : std::int32_t { Linear = 0, Circular = 1, CircularRelative = 2 };
 
-    /// The plug-in, its first module and the store of images outlive the editor. It has no controls
-    /// yet.
+    /// The plug-in, its first module and the store of images, which may be null, outlive the
+    /// editor. It has no controls yet.
     Editor(Plugin& plugin, Module* module, Resources* resources);
     ~Editor() override;
+
+    /// Reads the user's preferences and makes the controls that the current skin's "Controls.xml"
+    /// describes; the preference "ControlsXmlFile" names another file. Where that fails, the user
+    /// is told, and the editor stays without controls, as where "ShowEditor" is false.
+    void start() override;
+
+    /// Updates a second of what moves in all interfaces, 25 at first; from the preference
+    /// "EditorRedrawRate". Any thread.
+    static std::int32_t getRedrawRate() noexcept;
 
     /// Makes the controls that the file describes, in place of those so far. An `ErrorImportFailed`
     /// if it can't be read, and no controls then. Throws what a control's creation throws.
@@ -186,6 +195,8 @@ private:
     bool dispatch(Message& message);
     void buildControls(const Dictionary& dictionary, Control* parent);
     void takeBackground(Control& control);
+    void loadSkinControls();
+    void takePendingSkin();
     void deleteControls();
     bool receiveWindow(WindowMessage& message);
     bool receiveMenuChoice(std::int32_t identifier);
@@ -249,6 +260,9 @@ private:
     std::int32_t knobMode_ = Linear;
     bool showTooltips_ = true;
     std::string learnHint_;
+    std::vector<std::string> skins_;  // the uids of those that the menu offers
+    std::string pendingSkin_;         // taken at the window's end
+    int dispatching_ = 0;             // messages under way, nested
     std::int32_t currentModule_ = 0;
 };
 

@@ -1,6 +1,7 @@
 #include "resources/Resources.h"
 
 #include "diagnostics/System.h"
+#include "drawing/FontLibrary.h"
 #include "foundation/Logger.h"
 #include "foundation/Preferences.h"
 #include "resources/MissingFileHandler.h"
@@ -28,6 +29,14 @@ constexpr const char* LoadSampleFile = "Resources::loadSampleFile";
 constexpr const char* DefaultSkin = "default";
 constexpr const char* SkinPreference = "DefaultSkin";
 constexpr const char* ImagesFolder = "Images";
+constexpr const char* FontsFolder = "Fonts";
+
+// Of denser variants of an image: what their files' names end with.
+struct Density {
+    const char* mark;
+    float factor;
+};
+constexpr Density Densities[] = {{"@150", 1.5f}, {"@200", 2.0f}, {"@300", 3.0f}};
 constexpr const char* SamplesKey = "samples";
 
 constexpr std::string_view PackSuffix = ":pack";
@@ -207,6 +216,7 @@ Resources::Resources() : Radio(nullptr), currentSkin_(DefaultSkin) {
         skins_.emplace_back(folder, "");
     if (Preferences::user() != nullptr)
         Preferences::user()->getString(SkinPreference, currentSkin_);
+    useFonts();
 }
 
 Resources::~Resources() {
@@ -500,12 +510,44 @@ std::unique_ptr<Dictionary> Resources::describe(const std::string& bitmapId) con
     return dictionary_.getArrayDict("bitmaps", bitmapId);
 }
 
-File Resources::resolveImage(const File& name, const Skin& skin) const {
-    const auto in = [&name](const Skin& place) {
-        return File(place.getFolder().join(ImagesFolder).join(name.getFolder()), name.getName());
+File Resources::findSkinFile(const std::string& name) const {
+    const Skin* const skin = findSkin(currentSkin_);
+    const File file(skin != nullptr ? skin->getFolder() : skins_.front().getFolder(), name);
+    return file.exists() ? file : File(skins_.front().getFolder(), name);
+}
+
+void Resources::useFonts() const {
+    const Skin* const skin = findSkin(currentSkin_);
+    std::vector<Folder> folders;
+    if (skin != nullptr)
+        folders.push_back(skin->getFolder().join(FontsFolder));
+    folders.push_back(skins_.front().getFolder().join(FontsFolder));
+    FontLibrary::get().setFolders(folders);
+}
+
+void Resources::loadImage(Bitmap& bitmap, const File& name, const Skin& skin) const {
+    const auto in = [&name](const Skin& place, const char* density) {
+        File file(place.getFolder().join(ImagesFolder).join(name.getFolder()), name.getName());
+        file.setStem(file.getStem() + density);
+        return file;
     };
-    const File image = in(skin);
-    return image.exists() ? image : in(skins_.front());
+    const auto hasAny = [&in](const Skin& place) {
+        return in(place, "").exists() ||
+               std::any_of(std::begin(Densities), std::end(Densities), [&](const Density& density) {
+                   return in(place, density.mark).exists();
+               });
+    };
+    const Skin& place = hasAny(skin) ? skin : skins_.front();
+    const File plain = in(place, "");
+    log(LogDetail, "  filename: ", plain.getPath());
+    bitmap.clear();
+    if (plain.exists())
+        bitmap.loadFile(plain);
+    for (const Density& density : Densities)
+        if (File dense = in(place, density.mark); dense.openRead())
+            if (const Error error = bitmap.loadVariant(*dense.getStream(), density.factor);
+                !error.isOk())
+                logError(LogWarning, error);
 }
 
 std::shared_ptr<Bitmap> Resources::getBitmap(const std::string& id) {
@@ -523,10 +565,8 @@ std::shared_ptr<Bitmap> Resources::getBitmap(const std::string& id) {
     }
     std::string fileName;
     keys->getString("filename", fileName);
-    const File image = resolveImage(File(fileName), getSkin(currentSkin_));
-    log(LogDetail, "  filename: ", image.getPath());
     auto bitmap = std::make_shared<Bitmap>();
-    bitmap->loadFile(image);
+    loadImage(*bitmap, File(fileName), getSkin(currentSkin_));
     if (!bitmap->isValid()) {
         log(LogWarning, "  failed to load bitmap ", id);
         return nullptr;
@@ -563,11 +603,12 @@ void Resources::setCurrentSkin(const std::string& uid) {
     if (skin == nullptr)
         skin = &skins_.front();
     for (auto& [id, entry] : bitmaps_) {
-        entry.bitmap->loadFile(resolveImage(entry.file, *skin));
+        loadImage(*entry.bitmap, entry.file, *skin);
         if (const auto keys = describe(id))
             describeImage(*entry.bitmap, *keys);
     }
     currentSkin_ = chosen;
+    useFonts();
     ResourceMessage message(this, ResourceMessage::SetLoaded, currentSkin_, 0);
     transmit(message);
     if (Preferences::user() != nullptr) {

@@ -60,9 +60,9 @@ public:
     /// product's or of a newer format. A sample that can't be loaded is left out.
     Error load(const File& file);
 
-    /// The image of that id in the current skin, or else in the default one; loaded on first use,
-    /// and the same for all callers. Null for an id that isn't listed, and where the image can't be
-    /// loaded.
+    /// The image of that id in the current skin, or else in the default one, with its variants for
+    /// denser screens, as in "name@150.png"; loaded on first use, and the same for all callers.
+    /// Null for an id that isn't listed, and where the image can't be loaded.
     std::shared_ptr<Bitmap> getBitmap(const std::string& id);
 
     /// Null if there is no such sample.
@@ -85,6 +85,10 @@ public:
     /// one.
     const Skin& getSkin(const std::string& uid);
     const std::vector<Skin>& getSkins() const { return skins_; }
+
+    /// A file of that name in the current skin's folder, or else in the default skin's, there or
+    /// not.
+    File findSkinFile(const std::string& name) const;
 
     /// Brings all bitmaps to that skin's images, in place, transmits `ResourceMessage::SetLoaded`
     /// with the uid, and remembers it for the next start. A uid that there is no skin of means the
@@ -135,7 +139,8 @@ private:
     MissingFileHandler* handlerOr(MissingFileHandler* asker) const;
     std::unique_ptr<Dictionary> describe(const std::string& bitmapId) const;
     const Skin* findSkin(const std::string& uid) const;
-    File resolveImage(const File& name, const Skin& skin) const;
+    void loadImage(Bitmap& bitmap, const File& name, const Skin& skin) const;
+    void useFonts() const;
 
     Dictionary dictionary_;
     std::vector<Folder> searchFolders_;

@@ -79,7 +79,7 @@ TEST_F(ControlTest, PictureOfControls) {
         probe("dropped").setFlags(Control::DropHighlight);
         editor->idle();
         test::expectPicture(*editor->getCanvas()->getPixels(),
-                      "controls-" + std::to_string(static_cast<int>(scale * 100)));
+                            "controls-" + std::to_string(static_cast<int>(scale * 100)));
     }
 }
 

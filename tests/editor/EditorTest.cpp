@@ -1,8 +1,9 @@
 #include "editor/OpenEditor.h"
 #include "foundation/Error.h"
-#include "foundation/Timer.h"
+#include "foundation/Preferences.h"
 #include "parameters/MidiMapper.h"
 #include "parameters/ParameterText.h"
+#include "resources/Resources.h"
 
 #include <gmock/gmock.h>
 
@@ -13,7 +14,6 @@ namespace {
 
 using test::EditorTest;
 using test::Probe;
-using test::TestedEditor;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -303,6 +303,77 @@ TEST_F(EditorTest, ADoubleClickEditsTheValueAsText) {
         point(Pointer::LeftDouble, 20, 20);
         EXPECT_EQ(title.getText(), "old");
     }
+}
+
+// Faults: an interface of the wrong skin, a skin that changes under the user's hand, a message for
+// each try, an instance that dies of its interface.
+TEST(EditorStart, TakesTheSkinsFileAndChangesItAtTheEnd) {
+    test::SamplerProduct product;
+    const auto background = [](int width) {
+        return "<dict>" + test::Header +
+               "<controls><c class='Container' id='special::background' width='" +
+               std::to_string(width) + "' height='9'/></controls></dict>";
+    };
+    const auto write = [&product](const char* name, const std::string& text) {
+        product.files.write(std::string("Sampler Resources/") + name, text);
+    };
+    write("Controls.xml", background(100));
+    write("Other.xml", background(70));
+    write("Skins/Light/Controls.xml", background(50));
+    Resources resources;
+    test::StartedPlugin plugin;
+    platform::OffscreenDesktop desktop;
+    const auto makeEditor = [&] {
+        auto editor = std::make_unique<Editor>(plugin, plugin.moduleAt(0), &resources);
+        editor->start();
+        return editor;
+    };
+    auto editor = makeEditor();
+    EXPECT_EQ(editor->getClientRect().right, 100);
+    ASSERT_TRUE(editor->open(nullptr, {}));
+    desktop.menu = [](const std::vector<platform::MenuEntry>& entries, platform::Spot) {
+        return std::optional(entries.back().entries.back().id);
+    };
+    desktop.point(*desktop.windows().back(), platform::PointerEvent::RightDown, {3, 3});
+    EXPECT_EQ(editor->getClientRect().right, 100);
+    editor->close();
+    EXPECT_EQ(editor->getClientRect().right, 50);
+    EXPECT_EQ(resources.getCurrentSkin(), "Light");
+
+    Preferences& user = *Preferences::user();
+    user.setString("ControlsXmlFile", "Other.xml");
+    user.setInteger("KnobMode", 2);
+    user.setBool("ShowTooltips", false);
+    user.setInteger("EditorRedrawRate", 50);
+    editor = makeEditor();
+    EXPECT_EQ(editor->getClientRect().right, 70);
+    EXPECT_EQ(editor->getKnobMode(), Editor::CircularRelative);
+    EXPECT_EQ(Editor::getRedrawRate(), 50);
+    EXPECT_FALSE(editor->getShowTooltips());
+    editor->setKnobMode(7);
+    editor->setShowTooltips(true);
+    EXPECT_TRUE(product.product->messages.empty());
+    for (const std::string& broken :
+         {std::string("<dict>"), background(60).replace(60, 1, "?"),
+          "<dict>" + test::Header + "<controls><c class='X'/></controls></dict>"}) {
+        write("Other.xml", broken);
+        editor = makeEditor();
+        EXPECT_EQ(editor->getRootControl(), nullptr);
+        EXPECT_EQ(product.product->messages.size(), 1u);
+        EXPECT_EQ(product.product->messages.front(),
+                  "Error loading controls!  The plugin will function but no editor will be "
+                  "available.\n\nPlease reinstall Sampler");
+        product.product->messages.clear();
+        editor->idle();
+        EXPECT_TRUE(editor->open(nullptr, {0, 0, 20, 20}));
+        editor->idle();
+        desktop.point(*desktop.windows().back(), platform::PointerEvent::LeftDown, {3, 3});
+    }
+    EXPECT_EQ(editor->getKnobMode(), Editor::Linear);
+    EXPECT_TRUE(editor->getShowTooltips());
+    user.setBool("ShowEditor", false);
+    editor = makeEditor();
+    EXPECT_TRUE(product.product->messages.empty());
 }
 
 }  // namespace

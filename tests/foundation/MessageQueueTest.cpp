@@ -35,9 +35,13 @@ TEST(MessageQueue, TheOldestGiveWayAndTheOthersKeepTheirOrder) {
     Target target;
     const std::string tooLong(256, 'x');
     const long before = test::allocationsOfThisThread();
+    EXPECT_FALSE(queue.takeLoss());
     for (int code = 0; code < 10; ++code)
         EXPECT_TRUE(push(queue, code, code == 7 ? nullptr : &target));
+    EXPECT_TRUE(queue.takeLoss());
     EXPECT_FALSE(queue.push(ResourceMessage(nullptr, 10, tooLong, 0), &target));
+    EXPECT_TRUE(queue.takeLoss());
+    EXPECT_FALSE(queue.takeLoss());
     EXPECT_EQ(test::allocationsOfThisThread(), before);
     queue.deliver(nullptr);
     queue.deliver(nullptr);

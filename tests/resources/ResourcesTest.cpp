@@ -210,6 +210,31 @@ TEST_F(ResourcesTest, ASkinReplacesWhatItHas) {
     EXPECT_EQ(skinned.getCurrentSkin(), "default");
 }
 
+// Faults: a dense screen that gets the coarse image, one skin's image beside another's.
+TEST_F(ResourcesTest, ASkinBringsItsImagesDensities) {
+    write("Images/a.png", plainPng(4, 2));
+    write("Images/a@200.png", plainPng(8, 4));
+    write("Images/b.png", plainPng(4, 2));
+    write("Images/b@150.png", "no image");
+    write("Skins/Dense/Images/a@150.png", plainPng(6, 3));
+    write("Skins/Dense/Controls.xml", "");
+    Resources dense;
+    ASSERT_TRUE(load(
+        dense, good("<samples/><bitmaps><a filename='a.png'/><b filename='b.png'/></bitmaps>")));
+    const auto image = dense.getBitmap("a");
+    const auto densities = [&image] {
+        return std::pair(image->getVariant(0.1f)->density, image->getVariant(9)->density);
+    };
+    EXPECT_EQ(densities(), std::pair(1.0f, 2.0f));
+    EXPECT_EQ(dense.getBitmap("b")->getVariant(9)->density, 1.0f);
+    EXPECT_EQ(dense.findSkinFile("Controls.xml").getPath(), path("Controls.xml"));
+    dense.setCurrentSkin("Dense");
+    EXPECT_EQ(densities(), std::pair(1.5f, 1.5f));
+    EXPECT_EQ(image->getRect(), (Rect{0, 0, 4, 2}));
+    EXPECT_EQ(dense.findSkinFile("Controls.xml").getPath(), path("Skins/Dense/Controls.xml"));
+    EXPECT_EQ(dense.findSkinFile("other").getPath(), path("other"));
+}
+
 // Faults: a moved folder that isn't found, a place that is asked for twice, a path that leads the
 // search astray, a name that ends a line of the log.
 TEST_F(ResourcesTest, AFileIsFoundWhereItsFolderWasMoved) {
