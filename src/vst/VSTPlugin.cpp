@@ -588,12 +588,14 @@ void VSTPlugin::setLatency(std::int32_t samples) {
 double VSTPlugin::getTempo() noexcept {
     constexpr double Usual = 120.0;
     const VstTimeInfo* const time = getTimeInfo(kVstTempoValid);
-    return time != nullptr ? time->tempo : Usual;
+    return time != nullptr && (time->flags & kVstTempoValid) != 0 ? time->tempo : Usual;
 }
 
 double VSTPlugin::getBeatPosition() noexcept {
-    const VstTimeInfo* const time = getTimeInfo(kVstPpqPosValid | kVstTempoValid | kVstBarsValid);
-    return time != nullptr ? time->ppqPos - time->barStartPos : 0.0;
+    constexpr VstInt32 Needed = kVstPpqPosValid | kVstBarsValid;
+    const VstTimeInfo* const time = getTimeInfo(Needed | kVstTempoValid);
+    const bool isKnown = time != nullptr && (time->flags & Needed) == Needed;
+    return isKnown ? time->ppqPos - time->barStartPos : 0.0;
 }
 
 bool VSTPlugin::isPlaying() noexcept {

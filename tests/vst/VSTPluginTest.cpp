@@ -180,7 +180,8 @@ TEST(VSTPlugin, TellsTheHostWhatTheUserDoes) {
                                            std::pair(audioMasterWantMidi, 0.0f)));
 }
 
-// Faults: a transport that is read where the host has none, flags taken for one another.
+// Faults: a transport that is read where the host has none, or doesn't say what is in it; flags
+// taken for one another.
 TEST(VSTPlugin, AsksTheHostForItsTransport) {
     Instance instance;
     HostInterface& asked = instance.effect();
@@ -190,12 +191,16 @@ TEST(VSTPlugin, AsksTheHostForItsTransport) {
     time.tempo = 90.0;
     time.ppqPos = 9.5;
     time.barStartPos = 8.0;
-    time.flags = kVstTransportPlaying;
     transport = &time;
-    EXPECT_EQ(std::tuple(asked.getTempo(), asked.getBeatPosition(), asked.isPlaying()),
-              std::tuple(90.0, 1.5, true));
-    time.flags = kVstTransportChanged;
-    EXPECT_FALSE(asked.isPlaying());
+    const std::tuple<VstInt32, double, double, bool> rows[] = {
+        {kVstTransportPlaying | kVstTempoValid | kVstPpqPosValid | kVstBarsValid, 90.0, 1.5, true},
+        {kVstTransportChanged | kVstPpqPosValid, 120.0, 0.0, false},
+        {kVstTempoValid | kVstBarsValid, 90.0, 0.0, false}};
+    for (const auto& [flags, tempo, beat, isPlaying] : rows) {
+        time.flags = flags;
+        EXPECT_EQ(std::tuple(asked.getTempo(), asked.getBeatPosition(), asked.isPlaying()),
+                  std::tuple(tempo, beat, isPlaying));
+    }
     transport = nullptr;
 }
 
