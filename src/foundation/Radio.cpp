@@ -204,6 +204,7 @@ void Radio::deliver(Message& message) {
     std::uint32_t seenChanges = changes_;
     for (std::size_t next = 0; next < listeners_.size();) {
         Radio* const listener = listeners_[next];
+        renew(message);
         listener->receive(message);
         if (changes_ == seenChanges) {
             ++next;

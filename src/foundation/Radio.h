@@ -117,7 +117,16 @@ protected:
     /// What `transmit` does under that lock, which the caller holds.
     void deliver(Message& message);
 
+    /// Called by `deliver` before each listener hears the message, which may be brought up to date.
+    virtual void renew(Message& /*message*/) {}
+
+    /// Called under that lock, on the thread that leaves it: does what other threads, which found
+    /// it taken, have asked for (RadioLock::AskOwner).
+    virtual void catchUp() noexcept {}
+
 private:
+    friend class RadioLock;
+
     // Shared, because threads may still wait for the lock when the radio is gone. Where two locks
     // are needed, the station's is taken before the listener's.
     using Lock = std::shared_ptr<RadioLock>;
@@ -139,7 +148,7 @@ private:
 
     std::atomic<ParameterDirectory*> settings_{nullptr};
     std::atomic<Radio*> parent_;
-    Lock lock_ = std::make_shared<RadioLock>();  // guards what follows
+    Lock lock_ = std::make_shared<RadioLock>(this);  // guards what follows
     Ties listeners_;
     Ties stations_;
     std::set<std::string, std::less<>> tunedNames_;

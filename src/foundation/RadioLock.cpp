@@ -1,5 +1,7 @@
 #include "foundation/RadioLock.h"
 
+#include "foundation/Radio.h"
+
 #include <condition_variable>
 #include <mutex>
 
@@ -38,8 +40,11 @@ std::uintptr_t RadioLock::waitOrDisplace(std::uintptr_t self) noexcept {
             continue;
         }
         if (ownerWaitsFor(self)) {
-            displaced = owner & ~Awaited;
-            owner_.store(self | Awaited, std::memory_order_relaxed);
+            displaced = threadOf(owner);
+            // The owner sleeps; only Asked may come in between.
+            while (!owner_.compare_exchange_weak(owner, self | Awaited | (owner & Asked),
+                                                 std::memory_order_relaxed)) {
+            }
             break;
         }
         if ((owner & Awaited) != 0 ||
@@ -53,16 +58,52 @@ std::uintptr_t RadioLock::waitOrDisplace(std::uintptr_t self) noexcept {
     return displaced;
 }
 
-void RadioLock::giveBackTo(std::uintptr_t displaced) noexcept {
-    const std::lock_guard guard(waiting);
-    owner_.store(displaced | Awaited, std::memory_order_relaxed);
+// False if another thread owns the lock; it is asked then. Each asking is written, also where one
+// is there already, so that the owner sees what this thread did before.
+bool RadioLock::takeOrAsk(std::uintptr_t self) noexcept {
+    std::uintptr_t owner = owner_.load(std::memory_order_relaxed);
+    for (;;) {
+        const std::uintptr_t next = owner == 0 ? self : owner | Asked;
+        if (owner_.compare_exchange_weak(owner, next, std::memory_order_acq_rel,
+                                         std::memory_order_relaxed))
+            return owner == 0;
+    }
+}
+
+// While the lock is owned, its radio is there: who asked did so before the radio's end, and that
+// waits for the lock.
+void RadioLock::leaveTo(std::uintptr_t displaced) noexcept {
+    while (!passTo(displaced)) {
+        owner_.fetch_and(~Asked, std::memory_order_acquire);
+        radio_->catchUp();
+    }
+}
+
+// False, and the lock stays, if the owner is asked to do something first.
+bool RadioLock::passTo(std::uintptr_t displaced) noexcept {
+    std::unique_lock guard(waiting, std::defer_lock);
+    if (displaced != 0)
+        guard.lock();
+    const std::uintptr_t next = displaced != 0 ? displaced | Awaited : 0;
+    std::uintptr_t owner = owner_.load(std::memory_order_relaxed);
+    while ((owner & Asked) == 0) {
+        if (!owner_.compare_exchange_weak(owner, next, std::memory_order_release,
+                                          std::memory_order_relaxed))
+            continue;
+        if (displaced == 0 && (owner & Awaited) != 0) {
+            guard.lock();
+            freed.notify_all();
+        }
+        return true;
+    }
+    return false;
 }
 
 // Whether the owner waits for a lock whose owner waits for a lock, and so on, of `self`.
 bool RadioLock::ownerWaitsFor(std::uintptr_t self) const noexcept {
     const RadioLock* lock = this;
     for (;;) {
-        const std::uintptr_t owner = lock->owner_.load(std::memory_order_relaxed) & ~Awaited;
+        const std::uintptr_t owner = threadOf(lock->owner_.load(std::memory_order_relaxed));
         if (owner == self)
             return true;
         const Waiting* thread = firstWaiting_;
@@ -72,11 +113,6 @@ bool RadioLock::ownerWaitsFor(std::uintptr_t self) const noexcept {
             return false;
         lock = thread->lock;
     }
-}
-
-void RadioLock::wakeWaiting() noexcept {
-    const std::lock_guard guard(waiting);
-    freed.notify_all();
 }
 
 }  // namespace tarn

@@ -15,6 +15,10 @@
 //
 // To thread 1 it looks as if its own call had changed A meanwhile. Any listener may do that, so
 // code that calls listeners is ready for it.
+//
+// That helps where threads wait for radios alone. A listener may also call the host and wait there
+// for a lock of the host's, while a thread that holds the host's lock wants this one. A thread that
+// may be such a one doesn't wait: it asks the owner to do its work (`AskOwner`).
 #pragma once
 
 #include "platform/Thread.h"
@@ -24,11 +28,17 @@
 
 namespace tarn {
 
+class Radio;
+
 class RadioLock {
 public:
-    RadioLock() = default;
+    /// `radio` is the one whose `catchUp` does what owners are asked to do; without one, no owner
+    /// may be asked.
+    explicit RadioLock(Radio* radio = nullptr) noexcept : radio_(radio) {}
     RadioLock(const RadioLock&) = delete;
     RadioLock& operator=(const RadioLock&) = delete;
+
+    struct AskOwner {};
 
     /// Owns the lock from its construction to its end. A local variable: of the holds that a thread
     /// has, the newest ends first. Allocates nothing, and makes no system call if no other thread
@@ -38,44 +48,64 @@ public:
     public:
         explicit Hold(RadioLock& lock) noexcept : lock_(lock) {
             const std::uintptr_t self = platform::currentThreadId();
-            std::uintptr_t owner = 0;
-            if (lock_.owner_.compare_exchange_strong(owner, self, std::memory_order_acquire,
-                                                     std::memory_order_relaxed))
-                return;
-            isNested_ = (owner & ~Awaited) == self;
-            if (!isNested_)
+            const std::uintptr_t owner = lock_.enter(self);
+            isOutermost_ = owner != self;
+            if (owner != 0 && isOutermost_)
                 displaced_ = lock_.waitOrDisplace(self);
+        }
+
+        /// Never waits. If another thread owns the lock, this is no owner, and that thread calls
+        /// the radio's `catchUp` before it leaves the lock; it sees all that this one did before.
+        Hold(RadioLock& lock, AskOwner /*whenTaken*/) noexcept : lock_(lock) {
+            const std::uintptr_t self = platform::currentThreadId();
+            const std::uintptr_t owner = lock_.enter(self);
+            isOwner_ = owner == 0 || owner == self || lock_.takeOrAsk(self);
+            isOutermost_ = isOwner_ && owner != self;
         }
         Hold(const Hold&) = delete;
         Hold& operator=(const Hold&) = delete;
         ~Hold() {
-            if (isNested_)
-                return;
-            if (displaced_ != 0)
-                lock_.giveBackTo(displaced_);
-            else if ((lock_.owner_.exchange(0, std::memory_order_release) & Awaited) != 0)
-                wakeWaiting();
+            if (isOutermost_)
+                lock_.leaveTo(displaced_);
         }
+
+        bool isOwner() const noexcept { return isOwner_; }
 
     private:
         RadioLock& lock_;
-        bool isNested_ = false;         // this thread owned the lock before
+        bool isOwner_ = true;
+        bool isOutermost_ = true;       // this thread didn't own the lock before
         std::uintptr_t displaced_ = 0;  // the thread that owned it before, 0 for none
     };
 
 private:
     struct Waiting;
 
-    static constexpr std::uintptr_t Awaited = 1;  // beside the owner: some thread waits
+    // Beside the owner: some thread waits; the owner is to call `catchUp`.
+    static constexpr std::uintptr_t Awaited = 1;
+    static constexpr std::uintptr_t Asked = 2;
 
+    static std::uintptr_t threadOf(std::uintptr_t owner) noexcept {
+        return owner & ~(Awaited | Asked);
+    }
+
+    /// Returns who owned the lock: 0 if this thread does now.
+    std::uintptr_t enter(std::uintptr_t self) noexcept {
+        std::uintptr_t owner = 0;
+        owner_.compare_exchange_strong(owner, self, std::memory_order_acquire,
+                                       std::memory_order_relaxed);
+        return threadOf(owner);
+    }
     std::uintptr_t waitOrDisplace(std::uintptr_t self) noexcept;
-    void giveBackTo(std::uintptr_t displaced) noexcept;
+    bool takeOrAsk(std::uintptr_t self) noexcept;
+    void leaveTo(std::uintptr_t displaced) noexcept;
+    bool passTo(std::uintptr_t displaced) noexcept;
     bool ownerWaitsFor(std::uintptr_t self) const noexcept;
-    static void wakeWaiting() noexcept;
 
     static Waiting* firstWaiting_;  // of all threads that wait for any lock
 
-    std::atomic<std::uintptr_t> owner_{0};  // its thread's number, 0 for none, and Awaited
+    std::atomic<std::uintptr_t> owner_{0};  // its thread's number, 0 for none, Awaited and Asked
+    Radio* const radio_;
 };
 
 }  // namespace tarn

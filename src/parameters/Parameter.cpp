@@ -1,6 +1,7 @@
 #include "parameters/Parameter.h"
 
 #include "foundation/Dictionary.h"
+#include "foundation/Logger.h"
 #include "foundation/Preferences.h"
 #include "foundation/XmlText.h"
 #include "parameters/ModuleDirectory.h"
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <exception>
 #include <functional>
 #include <iterator>
 #include <mutex>
@@ -40,6 +42,20 @@ const NamedNumber* findNumber(std::span<const NamedNumber> table, std::string_vi
     const auto found = std::ranges::find(table, name, &NamedNumber::name);
     return found != table.end() ? &*found : nullptr;
 }
+
+// All of a value; pointers to texts are cut, which the host can't set.
+std::uint32_t lowerHalf(std::uint64_t payload) {
+    return static_cast<std::uint32_t>(payload);
+}
+
+// A number that isn't a source's counts as FromInternal.
+constexpr std::uint32_t bit(std::int32_t source) {
+    const bool isKnown = source >= FromHost && source <= FromMidi;
+    return std::uint32_t{1} << (isKnown ? source : FromInternal);
+}
+
+// What a message is told as, the first one that it stands for.
+constexpr std::array Ranks{FromUser, FromMidi, FromHost, FromInternal, FromLoad};
 
 // Where module and section leave less room than nothing, there is none.
 std::size_t roomFor(int maxLength, const std::string& prefix, const std::string& suffix) {
@@ -132,7 +148,7 @@ void Parameter::read(const Dictionary& dictionary) {
 }
 
 void Parameter::listenerAdded(Radio* listener) {
-    Announcement now{makeMessage(FromInternal), {}};
+    Announcement now{makeMessage(FromInternal), bit(FromInternal), {}};
     fill(now);
     listener->receive(now.message);
 }
@@ -151,24 +167,71 @@ ParameterMessage Parameter::makeMessage(std::int32_t source) {
     return {this, ParameterMessage::ValueChanged, getId(), getClone(), 0, 0.0f, source};
 }
 
-// A listener may set the value in its `receive`; so may another thread, while this one waits inside
-// a delivery. That one's message comes first, then the rest of the listeners get this one, which
-// must not take them back to the older value.
-void Parameter::announce(std::int32_t source) {
-    const RadioLock::Hold hold(deliveryLock());
-    Announcement now{makeMessage(source), {}};
+void Parameter::announce(std::int32_t source, std::uint64_t payload) {
+    if (source == FromHost)
+        hostsPayload_ = lowerHalf(payload);
+    pending_.fetch_or(bit(source), std::memory_order_release);
+    const RadioLock::Hold hold(deliveryLock(), RadioLock::AskOwner());
+    if (hold.isOwner())
+        tellPending();
+}
+
+void Parameter::catchUp() noexcept {
+    try {
+        tellPending();
+    } catch (const std::exception& failure) {
+        logLine(LogError, "caught exception: %s", failure.what());
+    }
+}
+
+void Parameter::tellPending() {
+    while (const std::uint32_t sources = pending_.exchange(0, std::memory_order_acquire))
+        tell(sources);
+}
+
+// A listener may set the value in its `receive`; so may another thread, in the place of this one,
+// while this one waits inside a delivery. That one's message comes first, then the rest of the
+// listeners get this one, which must not take them back to the older value.
+void Parameter::tell(std::uint32_t sources) {
+    Announcement now{makeMessage(FromInternal), sources, {}};
     fill(now);
+    now.message.mode = modeOf(now);
     struct Delivering {
         Parameter& parameter;
+        const Announcement& inner;
         Announcement* outer;
         ~Delivering() {
             parameter.delivering_ = outer;
             if (outer != nullptr)
-                parameter.refill(*outer);
+                parameter.renew(*outer, inner.sources);
         }
     };
-    const Delivering delivering{*this, std::exchange(delivering_, &now)};
+    const Delivering delivering{*this, now, std::exchange(delivering_, &now)};
     deliver(now.message);
+}
+
+// What other threads have changed stays pending, for the listeners that had this message before.
+void Parameter::renew(Message& message) {
+    const std::uint32_t sources = pending_.load(std::memory_order_acquire);
+    if (sources != 0 && delivering_ != nullptr && &delivering_->message == &message)
+        renew(*delivering_, sources);
+}
+
+void Parameter::renew(Announcement& announcement, std::uint32_t sources) {
+    announcement.sources |= sources;
+    refill(announcement);
+    announcement.message.mode = modeOf(announcement);
+}
+
+// Where the host and the user meet, the value tells whose change was the later one.
+std::int32_t Parameter::modeOf(const Announcement& announcement) const noexcept {
+    constexpr std::uint32_t Both = bit(FromHost) | bit(FromUser);
+    if ((announcement.sources & Both) == Both &&
+        lowerHalf(announcement.message.payload) == hostsPayload_)
+        return FromHost;
+    const auto* const first = std::ranges::find_if(
+        Ranks, [&](ChangeSource source) { return (announcement.sources & bit(source)) != 0; });
+    return *first;  // there is one
 }
 
 bool Parameter::takes(bool differs) const noexcept {

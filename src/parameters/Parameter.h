@@ -1,9 +1,16 @@
 // Base of every value that a host automates, a knob shows, a preset stores and an engine reads.
 //
 // Everything rests on one rule: a change, wherever it comes from, goes through a setter, and each
-// listener hears of it before the setter returns, on the calling thread. Where several threads
-// change a parameter at once, changes may merge, but the last message that a listener gets carries
-// the value that the parameter then has.
+// listener hears of it, as a rule before the setter returns, on the calling thread. But no setter
+// waits: while another thread delivers from the parameter, or tunes to it, a setter stores the
+// value and returns at once. Listeners then hear of the change from that other thread, shortly
+// after.
+//
+// Where several threads change a parameter at once, changes may merge, but the last message that a
+// listener gets carries the value that the parameter then has. A message that stands for changes
+// from several sources is `FromUser` if a user's is among them, and otherwise the first of
+// FromMidi, FromHost, FromInternal and FromLoad. One exception: the host's own value is `FromHost`,
+// even if it replaced a user's, so that it never goes back to the host.
 #pragma once
 
 #include "foundation/Mutex.h"
@@ -155,6 +162,7 @@ protected:
     /// A message on its way to the listeners, and the texts that it refers to.
     struct Announcement {
         ParameterMessage message;
+        std::uint32_t sources;  // of the changes that it stands for, a bit each
         std::forward_list<std::string> texts;
     };
 
@@ -165,8 +173,13 @@ protected:
     /// meanwhile and a message of its own told of that.
     virtual void refill(Announcement& announcement) const { fill(announcement); }
 
-    /// Transmits the present value.
-    void announce(std::int32_t source);
+    /// Transmits the present value, or has the thread do so that holds the delivery lock.
+    /// `payload` is what `fill` makes of the value that the caller has just stored; without it, a
+    /// change isn't recognised as the host's if a user's meets it.
+    void announce(std::int32_t source, std::uint64_t payload = 0);
+
+    void renew(Message& message) override;
+    void catchUp() noexcept override;
 
     /// What `settingsOf` gives; at once where the parameter has settings of its own.
     Settings* settings() const noexcept;
@@ -180,6 +193,10 @@ protected:
 
 private:
     ParameterMessage makeMessage(std::int32_t source);
+    void tell(std::uint32_t sources);
+    void tellPending();
+    void renew(Announcement& announcement, std::uint32_t sources);
+    std::int32_t modeOf(const Announcement& announcement) const noexcept;
 
     inline static std::atomic<std::uint32_t> idChanges_{0};
 
@@ -194,7 +211,9 @@ private:
     Word<std::uint32_t> scope_{PluginScope};
     Word<std::int32_t> broadcast_{BroadcastChange};
     Word<float> version_{0.0f};
-    Announcement* delivering_ = nullptr;  // the innermost; under the delivery lock
+    std::atomic<std::uint32_t> pending_{0};  // sources of changes that aren't told yet, a bit each
+    Word<std::uint32_t> hostsPayload_{0};    // of the value that the host has set last
+    Announcement* delivering_ = nullptr;     // the innermost; under the delivery lock
 };
 
 /// The key of a parameter or a section in a saved state: letters, digits, "_", "." and "-", the

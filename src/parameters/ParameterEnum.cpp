@@ -169,7 +169,7 @@ template <typename T>
 void ParameterEnum<T>::setIndex(std::int32_t index, std::int32_t source) {
     if (index < 0 || index >= count_ || index_.exchange(index) == index)
         return;
-    announce(source);
+    announce(source, toPayload(index));
 }
 
 template <typename T>

@@ -155,7 +155,7 @@ void ParameterValue<T>::setValue(T value, std::int32_t source) {
     if (!takes(value != value_))
         return;
     value_ = value;
-    announce(source);
+    announce(source, toPayload(value));
 }
 
 template <ParameterNumber T>

@@ -4,8 +4,10 @@
 #include "parameters/MidiMapper.h"
 #include "support/Hearer.h"
 
+#include <functional>
 #include <list>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace tarn {
@@ -14,7 +16,10 @@ namespace {
 // Keeps what it heard last.
 struct Last {
     explicit Last(Parameter& station)
-        : hearer(station, [this](Message& message) { heard = message.clone(); }) {}
+        : hearer(station, [this](Message& message) {
+              heard = message.clone();
+              modes.push_back(static_cast<ParameterMessage&>(message).mode);
+          }) {}
 
     // Whether that was the parameter's value.
     bool isTrue() const {
@@ -26,6 +31,7 @@ struct Last {
     }
 
     std::unique_ptr<Message> heard;
+    std::vector<std::int32_t> modes;
     Hearer hearer;
 };
 
@@ -58,6 +64,78 @@ TEST(Parameter, AListenerChangesWhatItHears) {
         EXPECT_TRUE(listener.isTrue());
 }
 
+// What another thread does while this one waits for it.
+void onAnotherThread(const std::function<void()>& what) {
+    std::thread(what).join();
+}
+
+// Faults: a deadlock where a listener waits for something that another thread has until its setter
+// returns; a change that is lost then, a value of the host's that goes back to it as the user's, or
+// one of the user's that doesn't go there.
+TEST(Parameter, NoSetterWaitsForADelivery) {
+    const Defined settings(
+        "<F class='ParameterValue' type='float'/><T class='ParameterText'/>"
+        "<E class='ParameterEnum' type='integer'><values><v/><v/><v/></values></E>");
+    struct Change {
+        ChangeSource source;
+        float value;
+    };
+    struct {
+        Change first;
+        std::vector<Change> others;
+        std::vector<std::int32_t> modes;  // told to a listener that hears of it later
+    } const rows[] = {
+        {{FromUser, 0.5f}, {{FromHost, 1.0f}}, {FromHost, FromHost}},
+        {{FromHost, 0.5f}, {{FromUser, 1.0f}}, {FromUser, FromUser}},
+        {{FromUser, 0.5f}, {{FromHost, 0.0f}, {FromUser, 1.0f}}, {FromUser, FromUser}},
+        {{FromUser, 0.5f}, {{FromUser, 0.0f}, {FromHost, 1.0f}}, {FromHost, FromHost}},
+        {{FromUser, 0.5f}, {{FromInternal, 1.0f}}, {FromUser, FromInternal}},
+        {{FromLoad, 0.5f}, {{FromMidi, 1.0f}, {FromInternal, 0.0f}}, {FromMidi, FromMidi}},
+    };
+    for (const char* const id : {"F", "E", "T"})
+        for (const auto& row : rows) {
+            Parameter& parameter = settings.get(id);
+            const auto set = [&](const Change& change) {
+                if (parameter.getType() == Parameter::String)
+                    parameter.setText(std::string(40, change.value > 0.5f ? 'a' : 'b'),
+                                      change.source);
+                else
+                    parameter.setNormalised(change.value, change.source);
+            };
+            set({FromLoad, 0.25f});
+            bool isOver = true;
+            struct {
+                Last before;
+                Hearer blocked;
+                Last behind;
+            } listeners{Last(parameter),
+                        Hearer(parameter,
+                               [&](Message&) {
+                                   if (!std::exchange(isOver, true))
+                                       onAnotherThread([&] {
+                                           for (const Change& change : row.others)
+                                               set(change);
+                                       });
+                               }),
+                        Last(parameter)};
+            listeners.behind.modes.clear();
+            isOver = false;
+            set(row.first);
+            EXPECT_TRUE(listeners.before.isTrue() && listeners.behind.isTrue()) << id;
+            if (id != std::string("T"))
+                EXPECT_EQ(listeners.behind.modes, row.modes) << id;
+        }
+    Parameter& number = settings.get("F");
+    number.setNormalised(1.0f, FromLoad);
+    const Last before(number);
+    const Hearer tuning(number, [&](Message& message) {
+        if (static_cast<ParameterMessage&>(message).value == 1.0f)
+            onAnotherThread([&] { number.setNormalised(0.5f, FromHost); });
+    });
+    EXPECT_TRUE(before.isTrue());
+    EXPECT_EQ(number.getNormalised(), 0.5f);
+}
+
 // Faults: a race; a listener whose last message carries another value than the parameter's.
 TEST(Parameter, ThreeThreadsChangeIt) {
     Modules modules;
@@ -73,6 +151,8 @@ TEST(Parameter, ThreeThreadsChangeIt) {
         std::list<Last> listeners;
         for (int i = 0; i < 9; ++i)
             listeners.emplace_back(*all[i % 3]);
+        const Hearer crossing[] = {Hearer(number, [&](Message&) { const Last passing(*all[1]); }),
+                                   Hearer(*all[1], [&](Message&) { const Last passing(number); })};
         std::vector<std::thread> threads;
         const auto start = [&](auto change) {
             threads.emplace_back([change, round] {

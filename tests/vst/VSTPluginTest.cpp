@@ -26,6 +26,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -34,6 +35,9 @@ namespace {
 
 // What the host does when a block asks it for its latency, on the block's thread.
 std::function<void()> duringBlock;
+
+// What it does while it is told of a change.
+std::function<void()> duringAutomate;
 
 // What the host was told, with the value, or else with the parameter's number less that of Mute.
 std::vector<std::pair<VstInt32, float>> told;
@@ -47,6 +51,8 @@ VstIntPtr VSTCALLBACK host(AEffect* effect, VstInt32 opcode, VstInt32 index, Vst
         effect->dispatcher(effect, effGetParamDisplay, index, 0, text, 0.0f);
         effect->setParameter(effect, index, opt);
         EXPECT_EQ(effect->getParameter(effect, index), opt);
+        if (duringAutomate)
+            duringAutomate();
     }
     const bool isOfParameter = opcode == audioMasterAutomate || opcode == audioMasterBeginEdit ||
                                opcode == audioMasterEndEdit;
@@ -145,7 +151,8 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
 }
 
 // Faults: an echo to the host of what it has set, a change or an edit of the user's that it isn't
-// told of or takes for another parameter's.
+// told of or takes for another parameter's; a deadlock where its own lock keeps it in the call
+// until its audio thread has set the same parameter.
 TEST(VSTPlugin, TellsTheHostWhatTheUserDoes) {
     Instance instance;
     const Settings& settings = instance.plugin().moduleAt(0)->settings();
@@ -161,7 +168,10 @@ TEST(VSTPlugin, TellsTheHostWhatTheUserDoes) {
     mute.setNormalised(0.0f, FromInternal);
     instance.effect().parameterChanged(knob.parameter, 0.0f);  // hosts can't record a text
     EXPECT_TRUE(told.empty());
+    duringAutomate = [&] { std::thread([&] { instance.set(Mute, 0.0f); }).join(); };
     mute.setNormalised(1.0f, FromUser);
+    duringAutomate = nullptr;
+    EXPECT_EQ(mute.getNormalised(), 0.0f);
     for (Knob* const edited : {&knob, &meter, &none})
         for (const auto code :
              {ControlMessage::EditBegin, ControlMessage::EditEnd, ControlMessage::FocusLost}) {
