@@ -38,6 +38,7 @@ public:
     RadioLock(const RadioLock&) = delete;
     RadioLock& operator=(const RadioLock&) = delete;
 
+    /// The way of a `Hold` that doesn't wait.
     struct AskOwner {};
 
     /// Owns the lock from its construction to its end. A local variable: of the holds that a thread
