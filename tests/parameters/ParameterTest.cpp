@@ -35,6 +35,7 @@ TEST(Parameter, NamesForTheHost) {
     expect("Short", 7, "Out Lev");
     expect("Short", 6, "Output");
     expect("Short", 1, "O");
+    expect("Short", 0, "");
     settings.get("Long").setName("Lautstärke");
     expect("Long", 7, "Lautst");  // no half of a letter
 }

@@ -137,7 +137,7 @@ TEST(Settings, StatesComeBackAsTheyWere) {
     Ears ears(first);
     settings.read(savedState("<M value='0.5'/>"), P::AllScopes, P::AllRealms, true);
     EXPECT_EQ(ears.heard(), "M0 1 1 from 3; M0 0.5 0.5 from 1; ");
-    for (const auto& [id, key] : {std::pair{"-.-x 9", "<x9 value="}, {"ä", "<_ value="}}) {
+    for (const auto& [id, key] : {std::pair{"-.-z 9", "<z9 value="}, {"ä", "<_ value="}}) {
         first.setId(id);
         EXPECT_THAT(stateOf(settings), HasSubstr(key));
     }
