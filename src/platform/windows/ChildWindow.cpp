@@ -97,16 +97,20 @@ void ChildWindow::releaseCapture() {
         ::ReleaseCapture();
 }
 
+EndedPress::EndedPress(std::shared_ptr<ChildWindow> window)
+    : window_(std::move(window)), held_(window_->held_) {
+    window_->releaseCapture();
+}
+
 // The owner hears of it through the queue, after whatever it does now.
-void ChildWindow::endPress() {
-    const int held = held_;
-    releaseCapture();
-    if (held != 0)
-        ::PostMessageW(handle, WM_MOUSELEAVE, 0, 0);
-    if ((held & MK_LBUTTON) != 0)
-        ::PostMessageW(handle, WM_LBUTTONUP, 0, lastPlace_);
-    if ((held & MK_RBUTTON) != 0)
-        ::PostMessageW(handle, WM_RBUTTONUP, 0, lastPlace_);
+EndedPress::~EndedPress() {
+    if (held_ == 0 || window_->handle == nullptr)
+        return;
+    ::PostMessageW(window_->handle, WM_MOUSELEAVE, 0, 0);
+    if ((held_ & MK_LBUTTON) != 0)
+        ::PostMessageW(window_->handle, WM_LBUTTONUP, 0, window_->lastPlace_);
+    if ((held_ & MK_RBUTTON) != 0)
+        ::PostMessageW(window_->handle, WM_RBUTTONUP, 0, window_->lastPlace_);
 }
 
 Spot ChildWindow::toClient(Spot onScreen) const {
@@ -188,7 +192,7 @@ std::optional<LRESULT> ChildWindow::tell(UINT message, WPARAM wParam, LPARAM lPa
             return 0;
         case WM_CAPTURECHANGED:
             if (reinterpret_cast<HWND>(lParam) != handle)
-                endPress();
+                const EndedPress ended(shared_from_this());
             return 0;
         case WM_MOUSEWHEEL:
             owner->wheel(toClient(spotOf(lParam)), GET_WHEEL_DELTA_WPARAM(wParam));

@@ -46,10 +46,8 @@ public:
     /// Whether the user is asked already, in this window, for a choice or a text.
     bool isWaiting() const { return menu != nullptr || box != nullptr; }
 
-    /// Lets the capture go in favour of a menu or a box, which gets the release of a held button.
-    void endPress();
-
 private:
+    friend class EndedPress;
     ChildWindow() = default;
 
     std::optional<LRESULT> receive(UINT message, WPARAM wParam, LPARAM lParam);
@@ -67,6 +65,20 @@ private:
     int held_ = 0;          // MK_LBUTTON and MK_RBUTTON, whose release the owner hasn't heard
     LPARAM lastPlace_ = 0;  // of the pointer, as messages have it
     bool awaitsLeave_ = false;
+};
+
+/// Lets the capture go while somebody else gets the pointer, and with it the releases of the
+/// buttons that are held; the owner hears of those at the end.
+class EndedPress {
+public:
+    explicit EndedPress(std::shared_ptr<ChildWindow> window);
+    EndedPress(const EndedPress&) = delete;
+    EndedPress& operator=(const EndedPress&) = delete;
+    ~EndedPress();
+
+private:
+    std::shared_ptr<ChildWindow> window_;
+    int held_;
 };
 
 /// Copies that part of the picture to a place of the context.

@@ -61,7 +61,7 @@ std::optional<std::int32_t> OpenMenu::show(const std::shared_ptr<ChildWindow>& w
     const OwnedMenu menu = own<OwnedMenu>(::CreatePopupMenu());
     if (menu == nullptr || !open.appendAll(menu.get(), entries))
         return std::nullopt;
-    window->endPress();
+    const EndedPress press(window);
     window->menu = &open;
     const int number =
         ::TrackPopupMenu(menu.get(), TPM_RETURNCMD | TPM_RIGHTBUTTON, std::max(place.x, 0),

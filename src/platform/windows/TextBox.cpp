@@ -116,7 +116,7 @@ std::optional<std::string> TextBox::edit(const std::shared_ptr<ChildWindow>& win
     const TextRequest request = given;  // the caller may end before the box does
     TextBox box(request);
     const Entered entered(*window, box);
-    window->endPress();
+    const EndedPress press(window);
     std::optional<std::string> text;
     {
         const Disabled meanwhile(window);
