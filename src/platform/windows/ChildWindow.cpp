@@ -191,8 +191,9 @@ std::optional<LRESULT> ChildWindow::tell(UINT message, WPARAM wParam, LPARAM lPa
             release(PointerEvent::RightUp, MK_RBUTTON, wParam, lParam);
             return 0;
         case WM_CAPTURECHANGED:
-            if (reinterpret_cast<HWND>(lParam) != handle)
+            if (reinterpret_cast<HWND>(lParam) != handle) {
                 const EndedPress ended(shared_from_this());
+            }
             return 0;
         case WM_MOUSEWHEEL:
             owner->wheel(toClient(spotOf(lParam)), GET_WHEEL_DELTA_WPARAM(wParam));

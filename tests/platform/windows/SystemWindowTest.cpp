@@ -1,13 +1,16 @@
 #include "platform/SystemWindow.h"
 #include "platform/WindowRecord.h"
+#include "platform/windows/Dragged.h"
 #include "platform/windows/ResourceCount.h"
 #include "platform/windows/WindowClass.h"
+#include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
-#include <ole2.h>
 #include <shlobj.h>
 
-#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
 
 namespace tarn::platform {
 namespace {
@@ -54,6 +57,7 @@ protected:
     void dispatch(const MSG& message) {
         if (message.hwnd == host && message.message >= WM_KEYFIRST && message.message <= WM_KEYLAST)
             hostKeys += std::to_string(message.message) + " ";
+        quits += message.message == WM_QUIT ? 1 : 0;
         ::TranslateMessage(&message);
         ::DispatchMessageW(&message);
     }
@@ -75,6 +79,7 @@ protected:
     test::WindowRecord owner;
     std::string failure;
     std::string hostKeys;
+    int quits = 0;
     HWND host = nullptr;
     HWND handle = nullptr;
     std::unique_ptr<SystemWindow> window;
@@ -231,21 +236,256 @@ TEST_F(SystemWindowTest, MenusReturnTheChoiceOfAWindowThatStillLives) {
         {{}, [this] { window.reset(); }, std::nullopt},
         {{}, [this] { ::DestroyWindow(host); }, std::nullopt},
     };
+    const std::vector<std::uint8_t> red(std::size_t{4} * 6 * 4, 200);
+    owner.entryPicture = {red.data(), 6, 4};
+    const auto drawOwnEntry = [this] {
+        const HDC context = ::GetDC(handle);
+        DRAWITEMSTRUCT entry{ODT_MENU, 0, 3, 0, 0, nullptr, context, {5, 6, 50, 60}, 0};
+        ::SendMessageW(handle, WM_DRAWITEM, 0, reinterpret_cast<LPARAM>(&entry));
+        EXPECT_EQ(::GetPixel(context, 5, 6), RGB(200, 200, 200));
+        EXPECT_EQ(::GetPixel(context, 10, 9), RGB(200, 200, 200));
+        EXPECT_NE(::GetPixel(context, 11, 9), RGB(200, 200, 200));
+        ::ReleaseDC(handle, context);
+    };
     for (const auto& [keys, act, chosen] : choices) {
         ::SendMessageW(handle, WM_LBUTTONDOWN, MK_LBUTTON, at(3, 4));
+        owner.heard();
         atTick([&, act = act] {
-            EXPECT_EQ(::GetCapture() == handle || window->showMenu(entries, {}), false);
+            EXPECT_FALSE(::GetCapture() == handle || window->showMenu(entries, {}));
+            EXPECT_NE(owner.heard().find("measure 30; draw 30"), std::string::npos);
+            drawOwnEntry();
             if (act)
                 act();
         });
         for (const WPARAM key : keys)
             press(key, handle);
         EXPECT_EQ(window->showMenu(entries, {-50, 300}), chosen);
+        EXPECT_EQ(owner.heard().find("draw 30 selected") != std::string::npos, chosen == 30);
         if (window != nullptr && window->handle() != nullptr)
             runUntil("Left 0,0; LeftUp 3,4");
         else
             open();
     }
+}
+
+// Wine's Tahoma under a name that nobody has installed.
+std::string unknownFont() {
+    std::ifstream file("C:\\windows\\Fonts\\tahoma.ttf", std::ios::binary);
+    std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    for (const std::string& old : {std::string("Tahoma"), std::string("T\0a\0h\0o\0m\0a", 11)})
+        for (std::size_t at = 0; (at = bytes.find(old, at)) != std::string::npos; ++at)
+            for (std::size_t i = 3 * (old.size() / 5); i < old.size(); i += old.size() / 5)
+                bytes[at + i] = 'x';
+    return bytes;
+}
+
+std::wstring faceOf(HWND field) {
+    const HDC context = ::GetDC(field);
+    const auto font = reinterpret_cast<HFONT>(::SendMessageW(field, WM_GETFONT, 0, 0));
+    const HGDIOBJ former = ::SelectObject(context, font);
+    wchar_t face[LF_FACESIZE] = L"";
+    ::GetTextFaceW(context, LF_FACESIZE, face);
+    ::SelectObject(context, former);
+    ::ReleaseDC(field, context);
+    return face;
+}
+
+// Fault: a text that is lost or taken against the user's will, a host whose windows don't answer
+// any more, or a box that outlives its editor.
+TEST_F(SystemWindowTest, TheBoxReturnsTheTextOnlyAfterReturn) {
+    TextRequest request;
+    request.area = {250, 150, 260, 180};
+    request.prefix = "a";
+    request.prefixWidth = 7;
+    request.postfixWidth = 5;
+    request.text = "former";
+    request.className = "tested box";
+    const test::ScratchFolder folder;
+    folder.write("own.ttf", unknownFont());
+    request.family = "Tahxxx";
+    request.fontFiles = {folder.path("own.ttf"), "no such file"};
+    const auto press = [](HWND to, WPARAM key) { ::PostMessageW(to, WM_KEYDOWN, key, 0); };
+    using Act = std::function<void(HWND field)>;
+    const struct {
+        Act act;
+        std::optional<std::string> text;
+    } ends[] = {
+        {[&](HWND field) { press(field, VK_RETURN); }, "former"},
+        {[&](HWND field) {
+             for (const wchar_t letter : {L'n', L'\u00FC'})
+                 ::PostMessageW(field, WM_CHAR, letter, 0);
+             press(field, VK_RETURN);
+         },
+         "n\u00FC"},
+        {[&](HWND field) { press(field, VK_ESCAPE); }, std::nullopt},
+        {[&](HWND) { ::PostMessageW(host, WM_NCLBUTTONDOWN, HTCAPTION, at(1, 1)); }, std::nullopt},
+        {[&](HWND) { ::PostMessageW(handle, WM_LBUTTONDOWN, MK_LBUTTON, at(1, 1)); }, std::nullopt},
+        {[&](HWND) { ::SetFocus(host); }, std::nullopt},
+        {[&](HWND field) { ::SendMessageW(::GetParent(field), WM_CLOSE, 0, 0); }, std::nullopt},
+        {[&](HWND) { ::PostQuitMessage(5); }, std::nullopt},
+        {[&](HWND) { window.reset(); }, std::nullopt},
+        {[&](HWND) { ::DestroyWindow(host); }, std::nullopt},
+    };
+    const int before = heldResources();
+    for (const auto& [act, text] : ends) {
+        window->takeFocus();
+        run();
+        ::SendMessageW(handle, WM_LBUTTONDBLCLK, MK_LBUTTON, at(3, 4));
+        atTick([&, act = act] {
+            const HWND field = ::GetFocus();
+            const HWND box = ::GetParent(field);
+            EXPECT_EQ(box, ::FindWindowW(BoxClassName, nullptr));
+            EXPECT_FALSE(::IsWindowEnabled(handle) || window->editText(request));
+            EXPECT_EQ(faceOf(field), L"Tahxxx");
+            RECT place{}, inside{};
+            ::GetWindowRect(box, &place);
+            ::GetClientRect(field, &inside);
+            EXPECT_EQ(place.left, 250);
+            EXPECT_EQ(place.right, 290);
+            EXPECT_EQ(place.bottom - place.top, inside.bottom + 4);
+            EXPECT_EQ(inside.right, 40 - 7 - 5);
+            BYTE alpha = 0;
+            EXPECT_TRUE(::GetLayeredWindowAttributes(box, nullptr, &alpha, nullptr));
+            EXPECT_EQ(alpha, 204);
+            owner.heard();
+            act(field);
+        });
+        EXPECT_EQ(window->editText(request), text);
+        EXPECT_EQ(owner.heard().find("Down"), std::string::npos);
+        EXPECT_EQ(::FindWindowW(BoxClassName, nullptr), nullptr);
+        WNDCLASSW description{};
+        EXPECT_FALSE(::GetClassInfoW(ownModule(), BoxClassName, &description));
+        if (window != nullptr && window->handle() != nullptr) {
+            EXPECT_TRUE(::IsWindowEnabled(handle));
+            EXPECT_EQ(::GetFocus(), handle);
+            runUntil("Left 0,0; LeftUp 3,4");
+        } else {
+            open();
+        }
+        EXPECT_EQ(heldResources(), before);
+    }
+    EXPECT_EQ(quits, 1);
+}
+
+std::string bytesOf(std::wstring_view text) {
+    return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
+}
+
+std::string fileList(DWORD offset, BOOL isWide, const std::string& paths) {
+    const DROPFILES header{offset, {}, FALSE, isWide};
+    return std::string(reinterpret_cast<const char*>(&header), sizeof(header)) + paths;
+}
+
+// Fault: a drop that is read beyond its end, mistaken, or told to an editor that is gone.
+TEST_F(SystemWindowTest, DropsAreReadAsTextOrElseAsFiles) {
+    std::string many;
+    for (int i = 0; i < 1005; ++i)
+        many += std::string("x\0", 2);
+    const DWORD after = sizeof(DROPFILES);
+    const struct {
+        CLIPFORMAT format;
+        std::string bytes;
+        std::string told;
+    } drops[] = {
+        {CF_UNICODETEXT, bytesOf(std::wstring_view(L"t\u00FC\0x", 4)), " text t\u00FC"},
+        {CF_UNICODETEXT, bytesOf(L"open") + "!", " text open"},
+        {CF_TEXT, std::string("plain\0rest", 10), " text plain"},
+        {CF_TEXT, std::string((16 << 20) + 1, 'x'), ""},
+        {CF_HDROP, fileList(after, TRUE, bytesOf(std::wstring_view(L"C:\\\u00FC\0b\0\0c\0", 9))),
+         " file C:\\\u00FC file b"},
+        {CF_HDROP, fileList(after, FALSE, std::string("C:\\a\0open", 9)), " file C:\\a"},
+        {CF_HDROP, fileList(after, FALSE, many), std::string(1000, '.')},
+        {CF_HDROP, fileList(0xFFFFFFFF, FALSE, "a"), ""},
+        {CF_HDROP, fileList(after + 2, TRUE, ""), ""},
+        {CF_HDROP, "short", ""},
+        {CF_BITMAP, "x", ""},
+    };
+    const auto target = [this] {
+        return static_cast<IDropTarget*>(::GetPropW(handle, L"OleDropTargetInterface"));
+    };
+    const POINTL place{220 + 5, 110 + 6};
+    for (const auto& drop : drops) {
+        test::Dragged data(drop.format, drop.bytes);
+        DWORD effect = DROPEFFECT_LINK;
+        owner.answer = false;
+        target()->DragEnter(&data, 0, place, &effect);
+        EXPECT_EQ(effect, DROPEFFECT_NONE);
+        owner.answer = true;
+        target()->DragOver(0, place, &effect);
+        EXPECT_EQ(effect, DROPEFFECT_COPY);
+        target()->DragLeave();
+        target()->Drop(&data, 0, place, &effect);
+        EXPECT_EQ(effect, DROPEFFECT_COPY);
+        EXPECT_EQ(owner.heard(),
+                  "enter" + drop.told + " 5,6; over 5,6; end; drop" + drop.told + " 5,6");
+    }
+    const int before = heldResources();
+    test::Dragged data(CF_TEXT, "x");
+    IDropTarget* const former = target();
+    former->AddRef();
+    owner.react = [this](const std::string&) { window.reset(); };
+    DWORD effect = 0;
+    EXPECT_EQ(former->Drop(&data, 0, place, &effect), S_OK);
+    owner.react = nullptr;
+    owner.heard();
+    EXPECT_EQ(former->DragEnter(nullptr, 0, place, &effect), S_OK);
+    EXPECT_EQ(former->DragOver(0, place, nullptr), E_POINTER);
+    EXPECT_EQ(owner.heard(), "");
+    former->Release();
+    open();
+    EXPECT_EQ(heldResources(), before);
+}
+
+// Fault: a host that runs out of windows or can't unload the plug-in, since each editor leaves
+// something behind.
+TEST_F(SystemWindowTest, EverythingIsGivenBackWhoeverEndsFirst) {
+    test::WindowRecord other;
+    window.reset();
+    const int before = heldResources();
+    for (int i = 0; i < 200; ++i) {
+        open();
+        {
+            const auto second = SystemWindow::open(host, {}, ClassName, other, failure);
+            ASSERT_TRUE(window && second && window->handle() != second->handle());
+        }
+        if (i % 2 == 0) {
+            ::DestroyWindow(host);
+            EXPECT_TRUE(owner.heard().ends_with("gone"));
+            EXPECT_FALSE(window->handle() || window->area() || window->hasFocus());
+            EXPECT_FALSE(window->showMenu({}, {}) || window->editText({}));
+            window->takeFocus();
+            window->releaseCapture();
+            window->show({nullptr, 1, 1}, {0, 0, 1, 1});
+        }
+        window.reset();
+        ASSERT_EQ(heldResources(), before);
+    }
+    WNDCLASSW description{};
+    EXPECT_FALSE(::GetClassInfoW(ownModule(), WideClassName, &description));
+
+    // An owner that ends its window when it hears of the end leaves the class to the next one.
+    open();
+    owner.react = [this](const std::string&) { window.reset(); };
+    ::DestroyWindow(host);
+    owner.react = nullptr;
+    open();
+    window.reset();
+    EXPECT_EQ(heldResources(), before);
+}
+
+// Fault: a failure that names the wrong step.
+TEST_F(SystemWindowTest, SaysWhichStepFailed) {
+    EXPECT_EQ(SystemWindow::open(nullptr, {}, ClassName, owner, failure), nullptr);
+    EXPECT_EQ(failure, "create");
+    window.reset();
+    WNDCLASSW foreign{};
+    foreign.lpfnWndProc = ::DefWindowProcW;
+    foreign.hInstance = ownModule();
+    foreign.lpszClassName = WideClassName;
+    ::RegisterClassW(&foreign);
+    EXPECT_EQ(SystemWindow::open(host, {}, ClassName, owner, failure), nullptr);
+    EXPECT_EQ(failure, "register");
+    ::UnregisterClassW(WideClassName, ownModule());
 }
 
 }  // namespace

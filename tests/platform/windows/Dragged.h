@@ -1,0 +1,54 @@
+// What a test drags over a window.
+#pragma once
+
+#include <windows.h>
+
+#include <ole2.h>
+
+#include <cstring>
+#include <string>
+#include <utility>
+
+namespace tarn::test {
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"  // of the system's interface
+
+/// One format, as its bytes. Stands on the stack: nobody owns it.
+class Dragged final : public IDataObject {
+public:
+    Dragged(CLIPFORMAT format, std::string bytes) : format_(format), bytes_(std::move(bytes)) {}
+    HRESULT STDMETHODCALLTYPE GetData(FORMATETC* wanted, STGMEDIUM* medium) override {
+        if (wanted->cfFormat != format_)
+            return DV_E_FORMATETC;
+        *medium = {};
+        medium->tymed = TYMED_HGLOBAL;
+        medium->hGlobal = ::GlobalAlloc(GMEM_MOVEABLE, bytes_.size());
+        std::memcpy(::GlobalLock(medium->hGlobal), bytes_.data(), bytes_.size());
+        ::GlobalUnlock(medium->hGlobal);
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    ULONG STDMETHODCALLTYPE AddRef() override { return 1; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    HRESULT STDMETHODCALLTYPE GetDataHere(FORMATETC*, STGMEDIUM*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE QueryGetData(FORMATETC*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetCanonicalFormatEtc(FORMATETC*, FORMATETC*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE SetData(FORMATETC*, STGMEDIUM*, BOOL) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE EnumFormatEtc(DWORD, IEnumFORMATETC**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE DAdvise(FORMATETC*, DWORD, IAdviseSink*, DWORD*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE DUnadvise(DWORD) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE EnumDAdvise(IEnumSTATDATA**) override { return E_NOTIMPL; }
+
+private:
+    CLIPFORMAT format_;
+    std::string bytes_;
+};
+
+#pragma GCC diagnostic pop
+
+}  // namespace tarn::test
