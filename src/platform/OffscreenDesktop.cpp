@@ -159,15 +159,15 @@ OffscreenDesktop::~OffscreenDesktop() {
     currentDesktop = nullptr;
 }
 
-void OffscreenDesktop::point(Window& given, PointerEvent event, Spot place) {
-    const std::shared_ptr<Window> window = given.shared_from_this();
-    moveCapture(*window, buttonOf(event));
+void OffscreenDesktop::point(Window& window, PointerEvent event, Spot place) {
+    const std::shared_ptr<Window> kept = window.shared_from_this();
+    moveCapture(window, buttonOf(event));
     const auto tell = [&window](PointerEvent what, Spot where) {
-        if (window->owner != nullptr)
-            window->owner->pointer(what, where);
+        if (window.owner != nullptr)
+            window.owner->pointer(what, where);
     };
     tell(event, place);
-    const std::int32_t swallowed = std::exchange(window->swallowed, 0);
+    const std::int32_t swallowed = std::exchange(window.swallowed, 0);
     if (swallowed != 0)
         tell(PointerEvent::Left, {});
     if ((swallowed & buttonOf(PointerEvent::LeftUp).bit) != 0)
@@ -176,10 +176,9 @@ void OffscreenDesktop::point(Window& given, PointerEvent event, Spot place) {
         tell(PointerEvent::RightUp, place);
 }
 
-void OffscreenDesktop::destroyParent(Window& given) {
-    const std::shared_ptr<Window> window = given.shared_from_this();
-    WindowOwner& owner = *window->owner;
-    OffscreenWindow::close(*window);
+void OffscreenDesktop::destroyParent(Window& window) {
+    WindowOwner& owner = *window.owner;
+    OffscreenWindow::close(window);
     owner.gone();
 }
 

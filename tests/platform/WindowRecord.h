@@ -12,24 +12,27 @@ namespace tarn::test {
 
 class WindowRecord : public platform::WindowOwner {
 public:
+    using Spot = platform::Spot;
+    using DroppedData = platform::DroppedData;
+
     /// What was heard since the last call.
     std::string heard() { return std::exchange(heard_, {}); }
 
-    /// Waits in nobody's way: called within each call of the window, with what was just heard.
+    // Called within the window's calls, with what was just heard; may end the window.
     std::function<void(const std::string&)> react;
-    bool answer = false;  // to keys and drags
+    std::function<void()> onTick;  // the next one only
+    bool answer = false;           // to keys and drags
     platform::Pixels entryPicture{};
 
     void paint(const platform::Area& part) override {
-        hear("paint " + std::to_string(part.left) + "," + std::to_string(part.top) + " " +
-             std::to_string(part.right) + "," + std::to_string(part.bottom));
+        hear(at(at("paint", {part.left, part.top}), {part.right, part.bottom}));
     }
-    void pointer(platform::PointerEvent event, platform::Spot place) override {
+    void pointer(platform::PointerEvent event, Spot place) override {
         static constexpr const char* Names[] = {"LeftDown",    "LeftDouble", "LeftUp", "RightDown",
                                                 "RightDouble", "RightUp",    "Move",   "Left"};
         hear(at(Names[static_cast<int>(event)], place));
     }
-    void wheel(platform::Spot place, std::int32_t delta) override {
+    void wheel(Spot place, std::int32_t delta) override {
         hear(at("wheel " + std::to_string(delta), place));
     }
     void focusGained() override { hear("focus"); }
@@ -37,16 +40,20 @@ public:
         return hear("key " + std::to_string(virtualKey) + " " + std::to_string(character) +
                     (isDown ? " down" : " up"));
     }
-    void tick() override { hear("tick"); }
-    bool dragEnter(const platform::DroppedData& data, platform::Spot place) override {
+    void tick() override {
+        hear("tick");
+        if (onTick)
+            std::exchange(onTick, nullptr)();
+    }
+    bool dragEnter(const DroppedData& data, Spot place) override {
         return hear(at("enter" + told(data), place));
     }
-    bool dragOver(platform::Spot place) override { return hear(at("over", place)); }
+    bool dragOver(Spot place) override { return hear(at("over", place)); }
     void dragEnd() override { hear("end"); }
-    bool drop(const platform::DroppedData& data, platform::Spot place) override {
+    bool drop(const DroppedData& data, Spot place) override {
         return hear(at("drop" + told(data), place));
     }
-    platform::Spot measureEntry(std::int32_t id) override {
+    Spot measureEntry(std::int32_t id) override {
         hear("measure " + std::to_string(id));
         return {entryPicture.width, entryPicture.height};
     }
@@ -57,10 +64,10 @@ public:
     void gone() override { hear("gone"); }
 
 private:
-    static std::string at(const std::string& what, platform::Spot place) {
+    static std::string at(const std::string& what, Spot place) {
         return what + " " + std::to_string(place.x) + "," + std::to_string(place.y);
     }
-    static std::string told(const platform::DroppedData& data) {
+    static std::string told(const DroppedData& data) {
         std::string all = data.text ? " text " + data.text->substr(0, 20) : "";
         for (const std::string& file : data.files)
             all += data.files.size() < 10 ? " file " + file : ".";
