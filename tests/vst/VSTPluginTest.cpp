@@ -308,7 +308,7 @@ TEST(VSTPlugin, DescribesItsParameters) {
         folder,
         R"(<Long class="ParameterValue" type="integer" name="A number of many words" minval="-5"
             maxval="95" automatable="true" scope="plugin"><display/>
-            <info><alias value="A number"/><alias value="Words"/></info></Long>
+            <info><alias value="A number"/><alias value="Numbers"/></info></Long>
         <Steps class="ParameterValue" type="float" name="Steps" minval="-1" maxval="1" automatable="true"
             scope="plugin"><steps value="5"/><display/></Steps>
         <Free class="ParameterValue" type="float" name="Free" minval="0" maxval="2" automatable="true"
@@ -333,7 +333,7 @@ TEST(VSTPlugin, DescribesItsParameters) {
         description += "\n";
     }
     EXPECT_EQ(description,
-              "1 A number of many words Words 10 -5 95 1 10 0\n"
+              "1 A number of many words Numbers 10 -5 95 1 10 0\n"
               "1 Steps Steps 4 0 0 0 0 2\n"
               "1 Free Free 0 0 0 0 0 0\n"
               "1 Choice Choice 10 0 2 1 1 0\n"
@@ -414,7 +414,7 @@ TEST(VSTPlugin, DescribesItsPins) {
     Instance instance;
     const auto pin = [&](VstInt32 opcode, VstInt32 index) {
         VstPinProperties its;
-        std::memset(&its, 0, sizeof its);
+        std::memset(&its, opcode == effGetOutputProperties ? 'x' : 0, sizeof its);
         const VstIntPtr isThere = instance.call(opcode, index, 0, &its);
         return std::to_string(isThere) + " " + its.label + " " + std::to_string(its.flags) + " " +
                std::to_string(its.arrangementType);
