@@ -461,9 +461,10 @@ void Control::readFont(const Dictionary& dictionary) {
     if (std::string align; dictionary.getString("align", align)) {
         constexpr std::int32_t Horizontal = Font::Left | Font::Right | Font::CenterHorizontal;
         font_.alignment &= ~Horizontal;
-        font_.alignment |= align == "right"    ? Font::Right
-                           : align == "center" ? Font::CenterHorizontal
-                                               : Font::Left;
+        if (align == "right")
+            font_.alignment |= Font::Right;
+        else
+            font_.alignment |= align == "center" ? Font::CenterHorizontal : Font::Left;
     }
     font_.lineHeight = font_.size + 2.0f;
 }
@@ -740,7 +741,8 @@ void Control::addMidiEntries(PopupMenu& menu, Parameter& parameter) {
         out.target = this;
         out.id = id;
         out.text = text;
-        out.flags = isChecked ? PopupMenuEntry::Checked : 0;
+        if (isChecked)
+            out.flags = PopupMenuEntry::Checked;
         return out;
     };
     menu.addEntry(entry(StartLearning, "Learn..."));

@@ -702,7 +702,8 @@ void Editor::addContextMenuEntries(PopupMenu& menu, Point /*position*/) {
         out.target = this;
         out.id = id;
         out.text = text;
-        out.flags = isChecked ? PopupMenuEntry::Checked : 0;
+        if (isChecked)
+            out.flags = PopupMenuEntry::Checked;
         return out;
     };
     menu.addSeparator();

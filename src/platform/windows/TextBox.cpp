@@ -186,16 +186,20 @@ std::optional<std::string> TextBox::waitForUser() {
     return utf8(text);
 }
 
-// What the box's parts must not get.
+// What the box's parts must not get. A press outside may have ended the wait already, by the focus
+// that it moved on its way here, and goes no further all the same.
 bool TextBox::take(const MSG& message) {
-    if (end_ != End::StillOpen)
-        return false;
     const bool isOutside = message.hwnd != handle_ && ::IsChild(handle_, message.hwnd) == 0;
-    if (isOutside ? isPress(message.message)
-                  : message.message == WM_KEYDOWN && message.wParam == VK_ESCAPE)
+    if (isOutside && isPress(message.message)) {
         end_ = End::Cancelled;
-    else if (!isOutside && message.message == WM_KEYDOWN && message.wParam == VK_RETURN)
+        return true;
+    }
+    if (isOutside || end_ != End::StillOpen || message.message != WM_KEYDOWN)
+        return false;
+    if (message.wParam == VK_RETURN)
         end_ = End::Accepted;
+    if (message.wParam == VK_ESCAPE)
+        end_ = End::Cancelled;
     return end_ != End::StillOpen;
 }
 
