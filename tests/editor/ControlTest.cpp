@@ -238,12 +238,12 @@ TEST_F(ControlTest, DropsReachWhatTakesThem) {
                               std::to_string(message.regionEnd));
     };
     platform::WindowOwner& owner = *window().owner;
-    const platform::DroppedData files{{"a.wav", "b/c.wav"}, {}};
-    EXPECT_TRUE(owner.dragEnter(files, {15, 15}));
+    const platform::DroppedData twoFiles{{"a.wav", "b/c.wav"}, {}};
+    EXPECT_TRUE(owner.dragEnter(twoFiles, {15, 15}));
     EXPECT_EQ(target.take(), "20@0,0 19@5,5 ");
     owner.dragEnd();
     EXPECT_EQ(editor->getDragged(), nullptr);
-    EXPECT_TRUE(owner.drop(files, {15, 15}));
+    EXPECT_TRUE(owner.drop(twoFiles, {15, 15}));
     EXPECT_FALSE(owner.dragEnter({}, {15, 15}));
     const auto text = [&](const std::string& xml) {
         return owner.drop({{"ignored.wav"}, "<dict>" + test::Header + xml + "</dict>"}, {15, 15});
