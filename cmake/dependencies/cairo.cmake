@@ -25,7 +25,7 @@ set(pixman_parts -access -access-accessors -arm -bits-image -combine-float -comb
     -radial-gradient -region16 -region32 -solid-fill -sse2 -trap -utils -x86)
 list(TRANSFORM pixman_parts PREPEND ${pixman}/pixman/pixman)
 list(TRANSFORM pixman_parts APPEND .c)
-add_library(pixman STATIC ${pixman}/pixman/pixman.c ${pixman_parts})
+add_library(pixman STATIC pixman-unload.c ${pixman_parts})
 target_include_directories(pixman PUBLIC ${pixman}/pixman ${CMAKE_BINARY_DIR}/pixman PRIVATE ${config}/pixman)
 target_compile_definitions(pixman PRIVATE HAVE_CONFIG_H)
 target_compile_options(pixman PRIVATE ${drawing_options})

@@ -1,6 +1,6 @@
 #include "drawing/FontFace.h"
 
-#include "drawing/FontLibrary.h"
+#include "foundation/Mutex.h"
 
 #include <cairo-ft.h>
 #include <freetype/freetype.h>
@@ -16,6 +16,10 @@ namespace {
 
 constexpr FT_Long MostFaces = 64;  // of a file
 
+// Held while FreeType's list of faces changes. It is held inside cairo's locks, since cairo may be
+// the last to let go of a face; nothing but FreeType may be called under it.
+Mutex listOfFaces;  // NOLINT: nothing here throws
+
 // Lives as long as cairo needs the face, which may be longer than the FontFace.
 struct OpenFace {
     FT_Face face;
@@ -23,8 +27,8 @@ struct OpenFace {
 };
 
 void closeFace(void* data) {
-    const std::lock_guard<Mutex> inside(FontLibrary::get().lock());
     const std::unique_ptr<OpenFace> open(static_cast<OpenFace*>(data));
+    const std::lock_guard<Mutex> inside(listOfFaces);
     FT_Done_Face(open->face);
 }
 
@@ -52,15 +56,19 @@ std::vector<std::unique_ptr<FontFace>> FontFace::readAll(FT_Library library, std
     FT_Long count = 1;
     for (FT_Long index = 0; index < count; ++index) {
         FT_Face face = nullptr;
+        std::unique_lock<Mutex> inside(listOfFaces);
         if (FT_New_Memory_Face(library, reinterpret_cast<const FT_Byte*>(shared->data()),
                                static_cast<FT_Long>(shared->size()), index, &face) != 0)
             break;
+        inside.unlock();
         count = std::min(face->num_faces, MostFaces);
         if (FT_IS_SCALABLE(face) && FT_Select_Charmap(face, FT_ENCODING_UNICODE) == 0 &&
             face->family_name != nullptr)
             faces.emplace_back(new FontFace(face, shared));
-        else
+        else {
+            inside.lock();
             FT_Done_Face(face);
+        }
     }
     return faces;
 }
