@@ -53,7 +53,7 @@ TiXmlEncoding encodingOf(const std::string& text) {
 }
 
 // The document of a text, whole or up to its fault; null if the text is beyond the limits.
-std::shared_ptr<XmlDocument> parseXml(std::string text) {
+std::shared_ptr<XmlDocument> parseXml(std::string text, bool countsLines = false) {
     if (text.starts_with(ByteOrderMark))
         text.erase(0, ByteOrderMark.size());
     text.resize(std::min(text.find('\0'), text.size()));
@@ -63,7 +63,7 @@ std::shared_ptr<XmlDocument> parseXml(std::string text) {
     }
     auto document = std::make_shared<XmlDocument>();
     TiXmlDocument& xml = document->xml();
-    xml.SetTabSize(0);  // no counting of rows and columns
+    xml.SetTabSize(countsLines ? 1 : 0);  // 0: no counting of rows and columns
     xml.Parse(text.c_str(), nullptr, encodingOf(text));
     if (xml.Error())
         logParseError(xml.ErrorDesc());
@@ -274,12 +274,15 @@ bool Dictionary::parse(std::string_view text) {
     return adopt(parseXml(std::string(text.substr(0, MaxTextBytes + 1))));
 }
 
-bool Dictionary::parseWhole(std::string_view text) {
+bool Dictionary::parseWhole(std::string_view text, Fault* fault) {
     std::string lines(text.substr(0, MaxTextBytes + 1));
     normalizeLineEnds(lines);
-    std::shared_ptr<XmlDocument> document = parseXml(std::move(lines));
-    if (document && document->xml().Error())
+    std::shared_ptr<XmlDocument> document = parseXml(std::move(lines), fault != nullptr);
+    if (document && document->xml().Error()) {
+        if (fault != nullptr)
+            *fault = {document->xml().ErrorDesc(), document->xml().ErrorRow()};
         document.reset();
+    }
     return adopt(std::move(document));
 }
 
@@ -298,6 +301,10 @@ bool Dictionary::save(const File& file) const {
 
 bool Dictionary::isElement() const {
     return element_->ToElement() != nullptr;
+}
+
+std::int32_t Dictionary::getLine() const {
+    return element_->Row();
 }
 
 bool Dictionary::toString(std::string& text) const {

@@ -66,8 +66,15 @@ public:
     /// single element or the text is refused.
     bool parse(std::string_view text);
 
-    /// The same for a text that must be whole: a broken one gives false and an empty tree.
-    bool parseWhole(std::string_view text);
+    /// What is wrong with a text, and the line on which, from 1.
+    struct Fault {
+        std::string what;
+        std::int32_t line = 0;
+    };
+
+    /// The same for a text that must be whole: a broken one gives false and an empty tree. Lines
+    /// are counted only where a `fault` is asked for; without a fault it stays as it is.
+    bool parseWhole(std::string_view text, Fault* fault = nullptr);
 
     /// The same from a file. False if there is no such file; the handle is then as before.
     bool load(const File& file);
@@ -87,6 +94,9 @@ public:
 
     /// False on a comment, a text or the document itself.
     bool isElement() const;
+
+    /// The line of the text on which the node begins, from 1; 0 where lines weren't counted.
+    std::int32_t getLine() const;
     bool isLegacy() const noexcept { return legacy_; }
 
     // Scalars. True if a value was found, and only then is `out` written. A value is looked for in

@@ -192,6 +192,11 @@ std::int64_t File::getModificationTime() const {
     return status ? status->modificationTime : 0;
 }
 
+std::int64_t File::getChangeStamp() const {
+    const auto status = platform::fileStatus(getPath());
+    return status ? status->changeStamp : 0;
+}
+
 std::int64_t File::getDiskSize() const {
     const auto status = platform::fileStatus(getPath());
     return status ? status->bytes : 0;

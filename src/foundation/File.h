@@ -80,6 +80,9 @@ public:
     virtual std::int64_t getModificationTime() const;
     virtual std::int64_t getDiskSize() const;
 
+    /// Another number after each change that the file system tells apart; 0 if there is no file.
+    std::int64_t getChangeStamp() const;
+
     /// The size on disk in bytes, KB, MB or GB.
     virtual std::string getSizeText() const;
 

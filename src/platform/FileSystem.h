@@ -28,6 +28,7 @@ bool folderExists(const std::string& path);
 struct FileStatus {
     std::int64_t bytes;
     std::int64_t modificationTime;  // seconds since 1 January 1970 UTC
+    std::int64_t changeStamp;       // the same, as finely as the system counts, in units of its own
 };
 
 /// Nothing if the path is no file.

@@ -182,6 +182,14 @@ void OffscreenDesktop::destroyParent(Window& window) {
     owner.gone();
 }
 
+bool hasWindows() noexcept {
+    return currentDesktop != nullptr || detail::systemHasWindows();
+}
+
+float screenScale() noexcept {
+    return currentDesktop != nullptr ? currentDesktop->scale : detail::systemScale();
+}
+
 std::unique_ptr<SystemWindow> SystemWindow::open(void* parent, const Area& area,
                                                  const std::string& className, WindowOwner& owner,
                                                  std::string& failure) {

@@ -160,6 +160,14 @@ public:
     virtual std::optional<std::string> editText(const TextRequest& request) = 0;
 };
 
+/// Whether this system has windows to open. Any thread.
+bool hasWindows() noexcept;
+
+/// How many of the screen's pixels there are for each of a screen of 96 dots per inch, as the user
+/// has set it for the main screen: 1.5 at 150 %. A process that leaves this to the system is
+/// told 1.
+float screenScale() noexcept;
+
 /// While it lives, windows are opened in memory, whatever their parent, and a test plays the user.
 /// One at a time, in the thread of the windows.
 class OffscreenDesktop {
@@ -175,6 +183,9 @@ public:
 
     /// Answers false from the next `open` on, as a system does that is short of windows.
     bool isFull = false;
+
+    /// What `screenScale` answers.
+    float scale = 1.0f;
 
     /// The windows that are open, the last one last. Events are given to their owners directly.
     struct Window : std::enable_shared_from_this<Window> {
@@ -205,6 +216,8 @@ private:
 namespace detail {
 
 // Of each system.
+bool systemHasWindows() noexcept;
+float systemScale() noexcept;
 std::unique_ptr<SystemWindow> openSystemWindow(void* parent, const Area& area,
                                                const std::string& className, WindowOwner& owner,
                                                std::string& failure);

@@ -525,27 +525,39 @@ void Resources::useFonts() const {
     FontLibrary::get().setFolders(folders);
 }
 
+// The plain image, then its denser variants, there or not, all in the same skin.
+std::vector<File> Resources::imageFiles(const File& name, const Skin& skin) const {
+    const auto in = [&name](const Skin& place) {
+        std::vector<File> files(
+            1, File(place.getFolder().join(ImagesFolder).join(name.getFolder()), name.getName()));
+        for (const Density& density : Densities) {
+            files.push_back(files.front());
+            files.back().setStem(files.front().getStem() + density.mark);
+        }
+        return files;
+    };
+    std::vector<File> files = in(skin);
+    const bool hasAny =
+        std::any_of(files.begin(), files.end(), [](File& file) { return file.exists(); });
+    return hasAny ? files : in(skins_.front());
+}
+
+std::int64_t Resources::imageStamp(const File& name, const Skin& skin) const {
+    std::uint64_t stamp = 0;
+    for (const File& file : imageFiles(name, skin))
+        stamp = stamp * 31 + static_cast<std::uint64_t>(file.getChangeStamp());
+    return static_cast<std::int64_t>(stamp);
+}
+
 void Resources::loadImage(Bitmap& bitmap, const File& name, const Skin& skin) const {
-    const auto in = [&name](const Skin& place, const char* density) {
-        File file(place.getFolder().join(ImagesFolder).join(name.getFolder()), name.getName());
-        file.setStem(file.getStem() + density);
-        return file;
-    };
-    const auto hasAny = [&in](const Skin& place) {
-        return in(place, "").exists() ||
-               std::any_of(std::begin(Densities), std::end(Densities), [&](const Density& density) {
-                   return in(place, density.mark).exists();
-               });
-    };
-    const Skin& place = hasAny(skin) ? skin : skins_.front();
-    const File plain = in(place, "");
-    log(LogDetail, "  filename: ", plain.getPath());
+    std::vector<File> files = imageFiles(name, skin);
+    log(LogDetail, "  filename: ", files.front().getPath());
     bitmap.clear();
-    if (plain.exists())
-        bitmap.loadFile(plain);
-    for (const Density& density : Densities)
-        if (File dense = in(place, density.mark); dense.openRead())
-            if (const Error error = bitmap.loadVariant(*dense.getStream(), density.factor);
+    if (files.front().exists())
+        bitmap.loadFile(files.front());
+    for (std::size_t i = 0; i < std::size(Densities); ++i)
+        if (File& dense = files[i + 1]; dense.openRead())
+            if (const Error error = bitmap.loadVariant(*dense.getStream(), Densities[i].factor);
                 !error.isOk())
                 logError(LogWarning, error);
 }
@@ -566,7 +578,9 @@ std::shared_ptr<Bitmap> Resources::getBitmap(const std::string& id) {
     std::string fileName;
     keys->getString("filename", fileName);
     auto bitmap = std::make_shared<Bitmap>();
-    loadImage(*bitmap, File(fileName), getSkin(currentSkin_));
+    const Skin& skin = getSkin(currentSkin_);
+    const std::int64_t stamp = imageStamp(File(fileName), skin);
+    loadImage(*bitmap, File(fileName), skin);
     if (!bitmap->isValid()) {
         log(LogWarning, "  failed to load bitmap ", id);
         return nullptr;
@@ -578,7 +592,7 @@ std::shared_ptr<Bitmap> Resources::getBitmap(const std::string& id) {
     float transparency = 1.0f;
     if (keys->getFloat("transparency", transparency))
         bitmap->setTransparency(transparency);
-    bitmaps_[id] = {bitmap, File(fileName), id};
+    bitmaps_[id] = {bitmap, File(fileName), id, stamp};
     return bitmap;
 }
 
@@ -595,6 +609,32 @@ const Skin& Resources::getSkin(const std::string& uid) {
     return skins_.front();
 }
 
+std::string Resources::reloadImages() {
+    const Skin& skin = getSkin(currentSkin_);
+    std::string broken;
+    bool isChanged = false;
+    for (auto& [id, entry] : bitmaps_) {
+        const std::int64_t stamp = imageStamp(entry.file, skin);
+        if (stamp == std::exchange(entry.stamp, stamp))
+            continue;
+        Bitmap loaded = *entry.bitmap;
+        loadImage(loaded, entry.file, skin);
+        if (!loaded.isValid()) {
+            broken = imageFiles(entry.file, skin).front().getPath();
+            continue;
+        }
+        if (const auto keys = describe(id))
+            describeImage(loaded, *keys);
+        *entry.bitmap = loaded;
+        isChanged = true;
+    }
+    if (isChanged) {
+        ResourceMessage message(this, ResourceMessage::SetLoaded, currentSkin_, 0);
+        transmit(message);
+    }
+    return broken;
+}
+
 void Resources::setCurrentSkin(const std::string& uid) {
     const Skin* skin = findSkin(uid);
     const std::string chosen = skin != nullptr ? uid : DefaultSkin;
@@ -603,6 +643,7 @@ void Resources::setCurrentSkin(const std::string& uid) {
     if (skin == nullptr)
         skin = &skins_.front();
     for (auto& [id, entry] : bitmaps_) {
+        entry.stamp = imageStamp(entry.file, *skin);
         loadImage(*entry.bitmap, entry.file, *skin);
         if (const auto keys = describe(id))
             describeImage(*entry.bitmap, *keys);

@@ -96,6 +96,11 @@ public:
     void setCurrentSkin(const std::string& uid);
     std::string getCurrentSkin() const { return currentSkin_; }
 
+    /// Loads anew the bitmaps in use whose files have changed since they were loaded, in place, and
+    /// transmits `ResourceMessage::SetLoaded` if there are any. One that can't be loaded stays as
+    /// it was; the result is such a file's path, or empty.
+    std::string reloadImages();
+
     /// If it exists and isn't one already.
     void addSearchFolder(const Folder& folder);
 
@@ -121,6 +126,7 @@ private:
         std::shared_ptr<Bitmap> bitmap;
         File file;  // as listed
         std::string id;
+        std::int64_t stamp;  // of the files that it came from
     };
     using SampleMap = std::map<std::string, SampleEntry>;
 
@@ -139,6 +145,8 @@ private:
     MissingFileHandler* handlerOr(MissingFileHandler* asker) const;
     std::unique_ptr<Dictionary> describe(const std::string& bitmapId) const;
     const Skin* findSkin(const std::string& uid) const;
+    std::vector<File> imageFiles(const File& name, const Skin& skin) const;
+    std::int64_t imageStamp(const File& name, const Skin& skin) const;
     void loadImage(Bitmap& bitmap, const File& name, const Skin& skin) const;
     void useFonts() const;
 

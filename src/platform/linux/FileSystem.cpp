@@ -136,7 +136,9 @@ std::optional<FileStatus> fileStatus(const std::string& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         return std::nullopt;
-    return FileStatus{status.st_size, status.st_mtim.tv_sec};
+    constexpr std::int64_t Nanoseconds = 1'000'000'000;
+    const timespec& time = status.st_mtim;
+    return FileStatus{status.st_size, time.tv_sec, time.tv_sec * Nanoseconds + time.tv_nsec};
 }
 
 bool listFolder(const std::string& path, FolderEntries& entries) {

@@ -2,6 +2,14 @@
 
 namespace tarn::platform::detail {
 
+bool systemHasWindows() noexcept {
+    return false;
+}
+
+float systemScale() noexcept {
+    return 1.0f;
+}
+
 std::unique_ptr<SystemWindow> openSystemWindow(void* /*parent*/, const Area& /*area*/,
                                                const std::string& /*className*/,
                                                WindowOwner& /*owner*/, std::string& failure) {

@@ -113,8 +113,9 @@ std::optional<FileStatus> fileStatus(const std::string& path) {
     if (!::GetFileAttributesExW(wide(path).c_str(), GetFileExInfoStandard, &data) ||
         isFolder(data.dwFileAttributes))
         return std::nullopt;
-    return FileStatus{joined(data.nFileSizeHigh, data.nFileSizeLow),
-                      secondsSince1970(data.ftLastWriteTime)};
+    return FileStatus{
+        joined(data.nFileSizeHigh, data.nFileSizeLow), secondsSince1970(data.ftLastWriteTime),
+        joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
 }
 
 bool listFolder(const std::string& path, FolderEntries& entries) {

@@ -72,6 +72,18 @@ private:
 
 namespace detail {
 
+bool systemHasWindows() noexcept {
+    return true;
+}
+
+float systemScale() noexcept {
+    constexpr float UsualDots = 96.0f;  // an inch
+    const HDC screen = ::GetDC(nullptr);
+    const int dots = screen != nullptr ? ::GetDeviceCaps(screen, LOGPIXELSX) : 0;
+    ::ReleaseDC(nullptr, screen);
+    return dots > 0 ? static_cast<float>(dots) / UsualDots : 1.0f;
+}
+
 std::unique_ptr<SystemWindow> openSystemWindow(void* parent, const Area& area,
                                                const std::string& className, WindowOwner& owner,
                                                std::string& failure) {
