@@ -68,3 +68,6 @@ set_target_properties(cairo PROPERTIES
 
 # Inter, the letters of the product's interface: a folder of files, the same for all targets.
 set(INTER_FONTS /usr/share/fonts/opentype/inter)
+
+# Makes images of the vector sources.
+find_program(RSVG_CONVERT rsvg-convert REQUIRED)

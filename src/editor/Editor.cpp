@@ -14,10 +14,13 @@
 #include "foundation/ProductIdentity.h"
 #include "parameters/Parameter.h"
 #include "platform/Desktop.h"
+#include "platform/Dialogs.h"
 #include "plugin/Plugin.h"
+#include "plugin/PluginInfo.h"
 #include "resources/Resources.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <exception>
 #include <mutex>
@@ -33,12 +36,28 @@ constexpr std::int32_t MostSideLength = 8'192;  // of the interface, in the skin
 
 // The numbers of the menu's own entries.
 constexpr std::int32_t ShowTooltipsId = 1004;
+constexpr std::int32_t ShowCpuMetersId = 1006;
+constexpr std::int32_t SubmitDiagnosticsId = 1007;
 constexpr std::int32_t SkinsId = 1009;
+constexpr std::int32_t SizesId = 1010;
+constexpr std::int32_t FirstSizeId = 1020;
 constexpr std::int32_t FirstSkinId = 1100;
 
 constexpr std::int32_t HighestRedrawRate = 1'000;
 Word<std::int32_t> redrawRate{25};
 
+// In percent; the first one is the screen's own.
+constexpr std::array<std::int32_t, 5> OfferedSizes = {0, 100, 150, 200, 300};
+constexpr std::int32_t SmallestSize = 50;
+constexpr std::int32_t LargestSize = 400;
+constexpr float LargestScreenScale = 3.0f;
+
+// What this thread is saying, innermost.
+thread_local const Editor::Speaking* speaking = nullptr;
+
+const char* const ScaleKey = "EditorScale";
+const char* const ShowCpuMetersKey = "ShowCPUMeters";
+const char* const SubmitDiagnosticsKey = "SubmitDiagnostics";
 const char* const BackgroundId = "special::background";
 const char* const ControlsKey = "controls";
 const char* const CurrentModuleId = "CurrentModule";
@@ -47,7 +66,7 @@ const char* const CurrentModuleId = "CurrentModule";
 
 Editor::Editor(Plugin& plugin, Module* module, Resources* resources)
     : DragDropTarget(&plugin),
-      manager_(std::make_unique<ControlManager>(*this)),
+      manager_(PluginInfo::get().createControlManager(*this)),
       plugin_(plugin),
       module_(module),
       resources_(resources),
@@ -57,6 +76,7 @@ Editor::Editor(Plugin& plugin, Module* module, Resources* resources)
     if (resources_ != nullptr)
         tuneIn(resources_);
     tuneInByName(CurrentModuleId);
+    platform::setDialogOwner(&Editor::dialogOwner);
 }
 
 Editor::~Editor() {
@@ -66,6 +86,18 @@ Editor::~Editor() {
     close();
     deleteControls();
     queue_.purge(this);
+}
+
+Editor::Speaking::Speaking(const Editor& editor) noexcept
+    : editor_(editor), life_(editor.life_), before_(std::exchange(speaking, this)) {}
+
+Editor::Speaking::~Speaking() {
+    speaking = before_;
+}
+
+void* Editor::dialogOwner() noexcept {
+    const bool isThere = speaking != nullptr && !speaking->life_.expired();
+    return isThere && speaking->editor_.window_ ? speaking->editor_.window_->getHandle() : nullptr;
 }
 
 bool Editor::isInterfaceThread() const noexcept {
@@ -108,11 +140,7 @@ void Editor::loadSkinControls() {
         logLine(LogError, std::string_view(error.what()));
     }
     if (!isLoaded)
-        System::alert(
-            "Error loading controls!  The plugin will function but no editor will be "
-            "available.\n\nPlease reinstall " +
-                ProductIdentity::get().getDisplayName(),
-            true);
+        System::alert(PluginInfo::get().getTexts().controlsFailed, true);
 }
 
 void Editor::takePendingSkin() {
@@ -230,6 +258,31 @@ std::shared_ptr<Bitmap> Editor::getBitmap(const std::string& id) const {
 }
 
 // The window
+
+float Editor::getScale() const {
+    if (canvas_)
+        return canvas_->getDeviceScale();
+    std::int32_t percent = 0;
+    if (const Preferences* const user = Preferences::user())
+        user->getInteger(ScaleKey, percent);
+    if (percent >= SmallestSize && percent <= LargestSize)
+        return static_cast<float>(percent) / 100.0f;
+    return std::clamp(platform::screenScale(), 1.0f, LargestScreenScale);
+}
+
+Point Editor::getScreenSize() const {
+    const float scale = getScale();
+    const auto pixels = [scale](std::int32_t value) {
+        return static_cast<std::int32_t>(std::lround(static_cast<float>(value) * scale));
+    };
+    return {pixels(clientRect_.width()), pixels(clientRect_.height())};
+}
+
+void Editor::setSize(std::int32_t percent) {
+    if (Preferences* const user = Preferences::user())
+        if (const Error error = user->setInteger(ScaleKey, percent); !error.isOk())
+            logError(LogError, error);
+}
 
 bool Editor::open(void* parent, const Rect& rect, float scale) {
     close();
@@ -392,6 +445,7 @@ bool Editor::receive(Message& message) {
         return false;
     }
     const auto alive = life();
+    const Speaking here(*this);
     ++dispatching_;
     bool isUsed = false;
     try {
@@ -439,13 +493,39 @@ bool Editor::dispatch(Message& message) {
 
 bool Editor::receiveMenuChoice(std::int32_t identifier) {
     const std::int32_t skin = identifier - FirstSkinId;
-    if (identifier == ShowTooltipsId)
+    const std::int32_t size = identifier - FirstSizeId;
+    if (identifier == ShowTooltipsId) {
         setShowTooltips(!showTooltips_);
-    else if (skin >= 0 && static_cast<std::size_t>(skin) < skins_.size())
+    } else if (identifier == ShowCpuMetersId) {
+        invert(ShowCpuMetersKey);
+        tellOfReopening();
+    } else if (identifier == SubmitDiagnosticsId) {
+        invert(SubmitDiagnosticsKey);
+    } else if (size >= 0 && static_cast<std::size_t>(size) < OfferedSizes.size()) {
+        setSize(OfferedSizes[static_cast<std::size_t>(size)]);
+        tellOfReopening();
+    } else if (skin >= 0 && static_cast<std::size_t>(skin) < skins_.size()) {
         pendingSkin_ = skins_[static_cast<std::size_t>(skin)];
-    else
+    } else {
         return false;
+    }
     return true;
+}
+
+void Editor::invert(const char* preference) {
+    Preferences* const user = Preferences::user();
+    if (user == nullptr)
+        return;
+    bool isOn = false;
+    user->getBool(preference, isOn);
+    if (const Error error = user->setBool(preference, !isOn); !error.isOk())
+        logError(LogError, error);
+}
+
+void Editor::tellOfReopening() const {
+    if (isOpen_)
+        System::inform("Please close and re-open the plugin window for this change to take effect.",
+                       true);
 }
 
 void Editor::setFocus(Control* control) {
@@ -696,26 +776,42 @@ void Editor::setPendingMenu(std::unique_ptr<PopupMenu> menu, Point place) {
     pendingMenuPlace_ = place;
 }
 
+PopupMenuEntry Editor::ownEntry(std::int32_t id, const std::string& text, bool isChecked) {
+    PopupMenuEntry entry;
+    entry.target = this;
+    entry.id = id;
+    entry.text = text;
+    if (isChecked)
+        entry.flags = PopupMenuEntry::Checked;
+    return entry;
+}
+
+void Editor::addSizeEntries(PopupMenu& menu) {
+    std::int32_t chosen = 0;
+    if (const Preferences* const user = Preferences::user())
+        user->getInteger(ScaleKey, chosen);
+    if (chosen < SmallestSize || chosen > LargestSize)
+        chosen = 0;
+    PopupMenu& sizes = menu.addSubMenu(ownEntry(SizesId, "Size"));
+    std::int32_t id = FirstSizeId;
+    for (const std::int32_t size : OfferedSizes) {
+        const std::string text = size == 0 ? "As the screen" : std::to_string(size) + " %";
+        sizes.addEntry(ownEntry(id++, text, size == chosen));
+    }
+}
+
 void Editor::addContextMenuEntries(PopupMenu& menu, Point /*position*/) {
-    const auto entry = [this](std::int32_t id, const std::string& text, bool isChecked = false) {
-        PopupMenuEntry out;
-        out.target = this;
-        out.id = id;
-        out.text = text;
-        if (isChecked)
-            out.flags = PopupMenuEntry::Checked;
-        return out;
-    };
     menu.addSeparator();
-    menu.addEntry(entry(ShowTooltipsId, "Show tooltips", showTooltips_));
+    menu.addEntry(ownEntry(ShowTooltipsId, "Show tooltips", showTooltips_));
+    addSizeEntries(menu);
     skins_.clear();
     if (resources_ == nullptr || resources_->getSkins().size() < 2)
         return;
     menu.addSeparator();
-    PopupMenu& skins = menu.addSubMenu(entry(SkinsId, "Skins"));
+    PopupMenu& skins = menu.addSubMenu(ownEntry(SkinsId, "Skins"));
     for (const Skin& skin : resources_->getSkins()) {
         const auto id = FirstSkinId + static_cast<std::int32_t>(skins_.size());
-        skins.addEntry(entry(id, skin.getName(), skin.getUid() == resources_->getCurrentSkin()));
+        skins.addEntry(ownEntry(id, skin.getName(), skin.getUid() == resources_->getCurrentSkin()));
         if (skins_.empty())
             skins.addSeparator();
         skins_.push_back(skin.getUid());
@@ -741,6 +837,7 @@ void Editor::showPending() {
 
 void Editor::showPendingMenu(platform::SystemWindow& system) {
     const std::unique_ptr<PopupMenu> menu = std::move(pendingMenu_);
+    const Speaking here(*this);
     const auto alive = life();
     shownMenu_ = menu.get();
     const PopupMenuEntry* const chosen = menu->show(system, window_->toScreen(pendingMenuPlace_));

@@ -46,6 +46,21 @@ struct OwnerDrawnEntry {
 /// top left.
 class Editor : public DragDropTarget {
 public:
+    /// While it lives, boxes and dialogs that its thread shows stand over this editor's window.
+    class Speaking {
+    public:
+        explicit Speaking(const Editor& editor) noexcept;
+        Speaking(const Speaking&) = delete;
+        Speaking& operator=(const Speaking&) = delete;
+        ~Speaking();
+
+    private:
+        friend class Editor;
+        const Editor& editor_;
+        std::weak_ptr<const int> life_;
+        const Speaking* before_;
+    };
+
     enum KnobMode : std::int32_t { Linear = 0, Circular = 1, CircularRelative = 2 };
 
     /// The plug-in, its first module and the store of images, which may be null, outlive the
@@ -66,11 +81,25 @@ public:
     /// if it can't be read, and no controls then. Throws what a control's creation throws.
     Error loadControls(const File& file);
 
+    // Its size on the screen.
+
+    /// How many of the screen's pixels the interface takes for one of the skin's: of the window
+    /// while it is open, or else of the next one.
+    float getScale() const;
+
+    /// In the screen's pixels, at that scale.
+    Point getScreenSize() const;
+
+    /// The scale of windows opened from now on, of all instances, in percent, 50 to 400; what is
+    /// beyond means the screen's own scale, from 100 to 300. Remembered as the preference
+    /// "EditorScale".
+    void setSize(std::int32_t percent);
+
     // The window.
 
     /// Opens the interface under the host's window, in a rectangle of the interface's own size, or
-    /// in `rect` where that isn't empty. A screen pixel's worth is `scale`. False, and it stays
-    /// closed, without a window.
+    /// in `rect` where that isn't empty, in the skin's pixels, each of them `scale` of the
+    /// screen's. False, and it stays closed, without a window.
     virtual bool open(void* parent, const Rect& rect, float scale = 1.0f);
     virtual void close();
 
@@ -195,6 +224,11 @@ private:
     bool dispatch(Message& message);
     void buildControls(const Dictionary& dictionary, Control* parent);
     void takeBackground(Control& control);
+    static void* dialogOwner() noexcept;
+    static void invert(const char* preference);
+    void addSizeEntries(PopupMenu& menu);
+    PopupMenuEntry ownEntry(std::int32_t id, const std::string& text, bool isChecked = false);
+    void tellOfReopening() const;
     void loadSkinControls();
     void takePendingSkin();
     void deleteControls();

@@ -2,6 +2,8 @@
 
 #include "audio/Module.h"
 #include "diagnostics/System.h"
+#include "editor/ControlManager.h"
+#include "editor/Editor.h"
 #include "parameters/ParameterManager.h"
 #include "plugin/BuildStamp.h"
 #include "plugin/Mission.h"
@@ -150,6 +152,14 @@ std::unique_ptr<Module> PluginInfo::createModule(Plugin* plugin, const Settings&
 
 std::unique_ptr<Engine> PluginInfo::createEngine(Module* module) const {
     return std::make_unique<EngineSynth>(module, nullptr);
+}
+
+std::unique_ptr<Editor> PluginInfo::createEditor(Plugin& plugin, Module* module) const {
+    return std::make_unique<Editor>(plugin, module, Mission::get().getResources());
+}
+
+std::unique_ptr<ControlManager> PluginInfo::createControlManager(Editor& editor) const {
+    return std::make_unique<ControlManager>(editor);
 }
 
 std::unique_ptr<ParameterManager> PluginInfo::createParameterManager() const {

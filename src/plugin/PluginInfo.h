@@ -18,6 +18,8 @@
 
 namespace tarn {
 
+class ControlManager;
+class Editor;
 class HostInterface;
 class Module;
 class ParameterManager;
@@ -149,6 +151,11 @@ public:
     /// A module of its own copy of the settings.
     virtual std::unique_ptr<Module> createModule(Plugin* plugin, const Settings& settings) const;
     std::unique_ptr<Engine> createEngine(Module* module) const override;
+
+    /// The interface of an instance and one of its modules, without its controls, and the factory
+    /// of its controls. Interface thread.
+    virtual std::unique_ptr<Editor> createEditor(Plugin& plugin, Module* module) const;
+    virtual std::unique_ptr<ControlManager> createControlManager(Editor& editor) const;
     virtual std::unique_ptr<ParameterManager> createParameterManager() const;
     virtual std::unique_ptr<SampleManager> createSampleManager(Plugin* plugin) const;
 

@@ -3,6 +3,7 @@
 #include "audio/Alignment.h"
 #include "audio/Module.h"
 #include "diagnostics/System.h"
+#include "editor/Editor.h"
 #include "foundation/Dictionary.h"
 #include "foundation/File.h"
 #include "foundation/Logger.h"
@@ -10,9 +11,11 @@
 #include "parameters/ParameterValue.h"
 #include "parameters/Settings.h"
 #include "platform/Clock.h"
+#include "platform/SystemWindow.h"
 #include "plugin/PluginInfo.h"
 #include "vst/DefaultProgram.h"
 #include "vst/HostText.h"
+#include "vst/VSTEditor.h"
 
 #include <algorithm>
 #include <array>
@@ -124,7 +127,23 @@ VSTPlugin::VSTPlugin(std::uintptr_t baseAddress, audioMasterCallback host, const
     finish();
 }
 
+// An instance without an interface does its work all the same.
+void VSTPlugin::makeEditor() try {
+    if (!platform::hasWindows())
+        return;
+    vstEditor_ = std::make_unique<VSTEditor>(*this, *plugin_);
+    Editor& shown = vstEditor_->getInterface();
+    radio().tuneIn(&shown);
+    AudioEffect::setEditor(vstEditor_.get());
+    HostInterface::setEditor(&shown);
+    radio().setParent(plugin_->moduleAt(0));
+} catch (const std::exception& error) {
+    logLine(LogError, std::string_view(error.what()));
+    System::alert(PluginInfo::get().getTexts().controlsFailed, true);
+}
+
 void VSTPlugin::finish() {
+    makeEditor();
     isSynth(PluginInfo::get().isSynth());
     setUniqueID(plugin_->getUniqueID());
     programsAreChunks();
@@ -143,6 +162,13 @@ void VSTPlugin::finish() {
 VSTPlugin::~VSTPlugin() {
     suspend();
     plugin_->stop();
+    if (vstEditor_) {
+        vstEditor_->close();
+        AudioEffect::setEditor(nullptr);
+        HostInterface::setEditor(nullptr);
+        radio().setParent(nullptr);
+        vstEditor_.reset();
+    }
 }
 
 void VSTPlugin::tellHostOfChannels() noexcept {
@@ -154,6 +180,10 @@ VstIntPtr VSTPlugin::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr value
                                 float opt) {
     if (longestBlock_ != 0 && !belongsToBlocks(opcode))
         makeRoomForRaise();
+    if (vstEditor_ && !belongsToBlocks(opcode)) {
+        const Editor::Speaking here(vstEditor_->getInterface());
+        return AudioEffectX::dispatcher(opcode, index, value, ptr, opt);
+    }
     return AudioEffectX::dispatcher(opcode, index, value, ptr, opt);
 }
 

@@ -14,6 +14,8 @@
 
 namespace tarn {
 
+class VSTEditor;
+
 class VSTPlugin : public AudioEffectX, public HostInterface {
 public:
     /// A suspended instance with these channels that has taken its connection slot. `baseAddress`
@@ -102,6 +104,7 @@ public:
     bool isOffline() noexcept override;
 
 private:
+    void makeEditor();
     void finish();
     void tellHostOfChannels() noexcept;
 
@@ -130,9 +133,10 @@ private:
     VstInt32 countParameters() const noexcept;
 
     std::unique_ptr<Plugin> plugin_;
-    std::string chunk_;                   // the last that the host was given
-    IOPinStereo inPlacePin_;              // copies of inputs, one a channel
-    std::int32_t rate_ = 0;               // Hz; what the plug-in was told, 0 if it isn't known
+    std::unique_ptr<VSTEditor> vstEditor_;  // null where the system has no windows
+    std::string chunk_;                     // the last that the host was given
+    IOPinStereo inPlacePin_;                // copies of inputs, one a channel
+    std::int32_t rate_ = 0;                 // Hz; what the plug-in was told, 0 if it isn't known
     Word<std::int32_t> longestBlock_{0};  // frames that raised the block size; 0 once there is room
     double lastProcessEnd_ = 0.0;         // seconds; the audio thread's
     AudioGate gate_;

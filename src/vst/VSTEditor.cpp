@@ -1,0 +1,87 @@
+#include "vst/VSTEditor.h"
+
+#include "editor/Editor.h"
+#include "editor/Window.h"
+#include "foundation/Message.h"
+#include "plugin/Plugin.h"
+#include "plugin/PluginInfo.h"
+
+#include <array>
+#include <utility>
+
+namespace tarn {
+
+namespace {
+
+constexpr std::uint32_t TickMs = 50;
+
+// Windows' numbers of the keys, in the order in which the interface counts its own from 1.
+constexpr std::array<std::uint8_t, 56> KeysFromOne = {
+    0x08, 0x09, 0x0C, 0x0D, 0x13, 0x1B, 0x20, 0x22, 0x23, 0x24, 0x25, 0x26, 0x27, 0x28,
+    0x21, 0x22, 0x29, 0x2A, 0x0D, 0x2C, 0x2D, 0x2E, 0x2F, 0x60, 0x61, 0x62, 0x63, 0x64,
+    0x65, 0x66, 0x67, 0x68, 0x69, 0x6A, 0x6B, 0x6C, 0x6D, 0x6E, 0x6F, 0x70, 0x71, 0x72,
+    0x73, 0x74, 0x75, 0x76, 0x77, 0x78, 0x79, 0x7A, 0x7B, 0x90, 0x91, 0x10, 0x11, 0x12,
+};
+
+WindowMessage messageOf(const VstKeyCode& key, std::int32_t code) {
+    const bool isListed = key.virt >= 1 && key.virt <= KeysFromOne.size();
+    const WindowPosition where{{}, isListed ? KeysFromOne[key.virt - 1u] : 0};
+    return {nullptr, code, nullptr, where, toPayload(key.character)};
+}
+
+}  // namespace
+
+VSTEditor::VSTEditor(AudioEffect& owner, Plugin& plugin)
+    : AEffEditor(&owner), editor_(PluginInfo::get().createEditor(plugin, plugin.moduleAt(0))) {
+    editor_->start();
+}
+
+VSTEditor::~VSTEditor() {
+    timer_.reset();
+    editor_->stop();
+}
+
+bool VSTEditor::getRect(ERect** rect) {
+    const Point size = editor_->getScreenSize();
+    rect_ = {0, 0, static_cast<std::int16_t>(size.y), static_cast<std::int16_t>(size.x)};
+    *rect = &rect_;
+    return true;
+}
+
+bool VSTEditor::open(void* window) {
+    timer_.reset();
+    systemWindow = window;
+    if (!editor_->open(window, editor_->getClientRect(), editor_->getScale()))
+        return false;
+    timer_ = std::make_unique<WindowTimer>(editor_->getWindow()->getHandle(), TickMs);
+    return true;
+}
+
+void VSTEditor::close() {
+    timer_.reset();
+    editor_->close();
+}
+
+bool VSTEditor::isOpen() const {
+    return editor_->isOpen();
+}
+
+bool VSTEditor::onKeyDown(const VstKeyCode& key) {
+    WindowMessage message = messageOf(key, WindowMessage::KeyPress);
+    return editor_->keyDown(message);
+}
+
+bool VSTEditor::onKeyUp(const VstKeyCode& key) {
+    WindowMessage message = messageOf(key, WindowMessage::KeyRelease);
+    return editor_->keyUp(message);
+}
+
+void VSTEditor::redrawAll() {
+    editor_->redrawAll();
+}
+
+void VSTEditor::redrawRect(const ERect& rect) {
+    editor_->addDirtyRect({rect.left, rect.top, rect.right, rect.bottom});
+}
+
+}  // namespace tarn
