@@ -2,6 +2,7 @@
 
 #include "audio/Module.h"
 #include "drawing/Canvas.h"
+#include "drawing/FontLibrary.h"
 #include "editor/Editor.h"
 #include "editor/PopupMenu.h"
 #include "foundation/Dictionary.h"
@@ -17,6 +18,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
+#include <limits>
 #include <utility>
 
 namespace tarn {
@@ -110,6 +113,16 @@ std::string changedCase(std::string text, char from, char to) {
     for (char& letter : text)
         if (letter >= from && letter < from + 26)
             letter = static_cast<char>(letter - from + to);
+    return text;
+}
+
+// An alphabet of one case shows the other one's letters in that.
+std::string inCaseOf(const Bitmap& alphabet, const std::string& text) {
+    const std::string& glyphs = alphabet.getGlyphs();
+    if (glyphs.find('A') == std::string::npos)
+        return changedCase(text, 'A', 'a');
+    if (glyphs.find('a') == std::string::npos)
+        return changedCase(text, 'a', 'A');
     return text;
 }
 
@@ -379,7 +392,7 @@ bool Control::handleDropOver(WindowMessage& message) {
 void Control::fadeTo(float level, double ms) {
     if (!fadeAnimation_)
         return;
-    fadeAnimation_->Timer::stop(true);
+    fadeAnimation_->Timer::stop(false);  // `setRange` waits for a running tick
     fadeAnimation_->setRange(fadeLevel_, level);
     fadeAnimation_->setDuration(ms);
     fadeAnimation_->start();
@@ -545,6 +558,23 @@ void Control::addChild(std::unique_ptr<Control> child) {
     child->zorder_ = std::min(child->zorder_, zorder_ - 1);
     children_.push_back(child.release());
     children_.back()->positionChanged();
+}
+
+void Control::addChildBeneath(std::unique_ptr<Control> child, const Control& above) {
+    addChild(std::move(child));
+    const auto place = std::find(children_.begin(), children_.end(), &above);
+    std::rotate(place, std::prev(children_.end()), children_.end());
+}
+
+std::unique_ptr<Control> Control::takeChild(const Control& child) {
+    const auto place = std::find(children_.begin(), children_.end(), &child);
+    if (place == children_.end())
+        return nullptr;
+    std::unique_ptr<Control> taken(*place);
+    children_.erase(place);
+    taken->parentControl_ = nullptr;
+    taken->positionChanged();
+    return taken;
 }
 
 Rect Control::getRect() const {
@@ -862,20 +892,33 @@ void Control::drawFrame(Canvas& canvas, const Color& color) const {
     canvas.strokeOrFillPath(Canvas::Stroke);
 }
 
-void Control::drawText(Canvas& canvas, const Rect& rect, const std::string& text) const {
+void Control::drawText(Canvas& canvas, const Rect& rect, const std::string& text,
+                       std::int32_t alignment) const {
     if (!alphabet_) {
         canvas.selectFont(font_);
         canvas.setTextColor(textColor_);
-        canvas.drawText(text, rect);
+        canvas.drawText(text, rect, alignment);
         return;
     }
-    const std::string& glyphs = alphabet_->getGlyphs();
-    std::string letters = text;
-    if (glyphs.find('A') == std::string::npos)
-        letters = changedCase(letters, 'A', 'a');
-    else if (glyphs.find('a') == std::string::npos)
-        letters = changedCase(letters, 'a', 'A');
-    canvas.drawBitmapText(*alphabet_, rect, letters);
+    canvas.drawBitmapText(*alphabet_, rect, inCaseOf(*alphabet_, text));
+}
+
+Point Control::measureText(const std::string& text) const {
+    if (!alphabet_) {
+        const Canvas* const shown = editor_.getCanvas();
+        Canvas scratch({0, 0, 1, 1}, shown != nullptr ? shown->getDeviceScale() : 1.0f);
+        scratch.selectFont(font_);
+        const Rect size = scratch.measureText(text);
+        return {size.right, size.bottom};
+    }
+    const std::u32string glyphs = lettersOf(alphabet_->getGlyphs());
+    const std::u32string letters = lettersOf(inCaseOf(*alphabet_, text));
+    const auto shown = std::count_if(letters.begin(), letters.end(), [&glyphs](char32_t letter) {
+        return glyphs.find(letter) != std::u32string::npos;
+    });
+    const Point frame = alphabet_->getFrameSize();
+    constexpr std::int64_t Widest = std::numeric_limits<std::int32_t>::max() / 2;
+    return {static_cast<std::int32_t>(std::min<std::int64_t>(Widest, shown * frame.x)), frame.y};
 }
 
 }  // namespace tarn

@@ -94,6 +94,9 @@ public:
     /// Reads again what the control keeps of parameters: whether it is shown and can be used.
     virtual void refresh();
 
+    /// Stops what moves by itself, the interface being closed; `refresh` starts it again.
+    virtual void suspend() {}
+
     /// What `receive` answers: whether the message was used. Interface thread.
     virtual bool handle(Message& message);
 
@@ -158,6 +161,12 @@ public:
     /// above that.
     virtual void addChild(std::unique_ptr<Control> child);
 
+    /// The same, just beneath one of the children.
+    void addChildBeneath(std::unique_ptr<Control> child, const Control& above);
+
+    /// Gives back a child, which leaves the tree; null if it is none.
+    std::unique_ptr<Control> takeChild(const Control& child);
+
     /// Draws the control and its children into the canvas, whose origin is the control's top left.
     void draw(Canvas& canvas, const Rect& rect);
 
@@ -190,7 +199,13 @@ public:
     bool isTranslucent() const;
 
     void setFont(const Font& font);
-    void drawText(Canvas& canvas, const Rect& rect, const std::string& text) const;
+
+    /// In the control's font or alphabet. `alignment` replaces the font's unless it is 0.
+    void drawText(Canvas& canvas, const Rect& rect, const std::string& text,
+                  std::int32_t alignment = 0) const;
+
+    /// Width and height of what `drawText` draws.
+    Point measureText(const std::string& text) const;
 
 protected:
     bool isHovered() const { return isHovered_; }

@@ -63,7 +63,11 @@ bool ControlContainer::handle(Message& message) {
             return true;
         }
     }
-    return Control::handle(message);
+    const bool isUsed = Control::handle(message);
+    if (message.type == MessageType::Control && message.code == ControlMessage::FocusGained &&
+        testFlags(Modal))
+        editor().enterModal(*this);
+    return isUsed;
 }
 
 void ControlContainer::showFor(const ParameterMessage& change) {

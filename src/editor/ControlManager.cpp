@@ -1,7 +1,13 @@
 #include "editor/ControlManager.h"
 
 #include "editor/Control.h"
+#include "editor/ControlAboutScreen.h"
+#include "editor/ControlBackground.h"
+#include "editor/ControlBitmap.h"
 #include "editor/ControlContainer.h"
+#include "editor/ControlHelp.h"
+#include "editor/ControlText.h"
+#include "editor/ControlVersionInfo.h"
 #include "editor/Editor.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"
@@ -26,7 +32,13 @@ struct Row {
 };
 
 constexpr Row Rows[] = {
+    {"About", make<ControlAboutScreen>},
+    {"Background", make<ControlBackground>},
+    {"Bitmap", make<ControlBitmap>},
     {"Container", make<ControlContainer>},
+    {"Help", make<ControlHelp>},
+    {"Text", make<ControlText>},
+    {"VersionInfo", make<ControlVersionInfo>},
 };
 
 }  // namespace

@@ -4,7 +4,11 @@
 #include "audio/Module.h"
 #include "diagnostics/System.h"
 #include "editor/Control.h"
+#include "editor/ControlBlur.h"
+#include "editor/ControlHelp.h"
+#include "editor/ControlInfo.h"
 #include "editor/ControlManager.h"
+#include "editor/ControlText.h"
 #include "editor/Window.h"
 #include "foundation/Dictionary.h"
 #include "foundation/File.h"
@@ -12,7 +16,9 @@
 #include "foundation/Message.h"
 #include "foundation/Preferences.h"
 #include "foundation/ProductIdentity.h"
+#include "parameters/MidiMapper.h"
 #include "parameters/Parameter.h"
+#include "platform/Clock.h"
 #include "platform/Desktop.h"
 #include "platform/Dialogs.h"
 #include "plugin/Plugin.h"
@@ -32,6 +38,7 @@ namespace {
 
 constexpr std::size_t QueuedMessages = 1024;
 constexpr std::size_t MostControls = 10'000;
+constexpr std::int32_t StatusHeight = 12;
 constexpr std::int32_t MostSideLength = 8'192;  // of the interface, in the skin's pixels
 
 // The numbers of the menu's own entries.
@@ -59,6 +66,8 @@ const char* const ScaleKey = "EditorScale";
 const char* const ShowCpuMetersKey = "ShowCPUMeters";
 const char* const SubmitDiagnosticsKey = "SubmitDiagnostics";
 const char* const BackgroundId = "special::background";
+const char* const HelpId = "special::help";
+const char* const TextDisplayId = "special::textdisplay";
 const char* const ControlsKey = "controls";
 const char* const CurrentModuleId = "CurrentModule";
 
@@ -71,6 +80,7 @@ Editor::Editor(Plugin& plugin, Module* module, Resources* resources)
       module_(module),
       resources_(resources),
       interfaceThread_(std::this_thread::get_id()),
+      info_(std::make_unique<ControlInfo>(*this)),
       queue_(QueuedMessages) {
     tuneIn(&plugin_);
     if (resources_ != nullptr)
@@ -85,6 +95,7 @@ Editor::~Editor() {
     pendingSkin_.clear();
     close();
     deleteControls();
+    info_.reset();
     queue_.purge(this);
 }
 
@@ -118,10 +129,9 @@ void Editor::start() {
         if (std::int32_t mode = 0;
             user->getInteger("KnobMode", mode) && mode >= Linear && mode <= CircularRelative)
             knobMode_ = mode;
+        user->getBool("ShowTooltips", showTooltips_);
     }
     loadSkinControls();
-    if (Preferences::user() != nullptr)
-        Preferences::user()->getBool("ShowTooltips", showTooltips_);
     logLine(LogProgress, "editor constructed");
 }
 
@@ -164,7 +174,9 @@ Error Editor::loadControls(const File& file) {
         buildControls(dictionary, nullptr);
         if (rootControl_ != nullptr)
             rootControl_->setFlags(Control::Opaque);
+        makeBlur();
         initialize();
+        followShowTooltips();
     } catch (...) {
         deleteControls();
         throw;
@@ -192,6 +204,7 @@ void Editor::buildControls(const Dictionary& dictionary, Control* parent) {
         control.importDictionary(*element);
         if (control.getControlId() == BackgroundId)
             takeBackground(control);
+        takeSpecial(control);
         addControl(&control);
         buildControls(*element, &control);
     }
@@ -202,12 +215,28 @@ void Editor::takeBackground(Control& control) {
     const Rect rect = control.getRect();
     clientRect_ = {0, 0, std::min(rect.width(), MostSideLength),
                    std::min(rect.height(), MostSideLength)};
+    statusRect_ = {0, 0, clientRect_.right, StatusHeight};
+    info_->setPosition(statusRect_);
     logLine(LogProgress, "plugin size is %dx%d", static_cast<int>(clientRect_.width()),
             static_cast<int>(clientRect_.height()));
 }
 
+void Editor::takeSpecial(Control& control) {
+    if (control.getControlId() == HelpId)
+        helpControl_ = dynamic_cast<ControlHelp*>(&control);
+    else if (control.getControlId() == TextDisplayId)
+        info_->setDisplay(dynamic_cast<ControlText*>(&control));
+}
+
 void Editor::deleteControls() {
     endCapture();
+    info_->setDisplay(nullptr);
+    if (helpControl_ != nullptr)
+        helpControl_->stop();
+    helpControl_ = nullptr;
+    modals_.clear();
+    followModals();
+    restingBlur_.reset();
     rootControl_ = backgroundControl_ = nullptr;
     for (auto root = roots_.rbegin(); root != roots_.rend(); ++root) {
         (*root)->shutdown();
@@ -215,7 +244,7 @@ void Editor::deleteControls() {
     }
     roots_.clear();
     topLevelControls_.clear();
-    clientRect_ = {};
+    clientRect_ = statusRect_ = {};
 }
 
 void Editor::addControl(Control* control) {
@@ -229,14 +258,61 @@ void Editor::removeControl(Control* control) {
 void Editor::initialize() {
     if (rootControl_ != nullptr)
         rootControl_->initialize();
+    info_->initialize();
+}
+
+void Editor::makeBlur() {
+    if (backgroundControl_ == nullptr)
+        return;
+    auto blur = std::make_unique<ControlBlur>(*this);
+    blur->setPosition(clientRect_);
+    blur->setOpacity(1.0f);
+    blur->setFlags(Control::Focusable);
+    blurControl_ = blur.get();
+    restingBlur_ = std::move(blur);
+}
+
+void Editor::enterModal(Control& dialog) {
+    std::erase(modals_, &dialog);
+    modals_.push_back(&dialog);
+    followModals();
+}
+
+// However a dialog was hidden, the blur goes with it.
+void Editor::followModals() {
+    std::erase_if(modals_, [](const Control* dialog) {
+        return !dialog->isVisible() || dialog->getParentControl() == nullptr;
+    });
+    Control* const front = modals_.empty() ? nullptr : modals_.back();
+    if (front == blurredFor_ || blurControl_ == nullptr)
+        return;
+    blurredFor_ = front;
+    if (Control* const parent = blurControl_->getParentControl())
+        restingBlur_ = parent->takeChild(*blurControl_);
+    if (front != nullptr) {
+        Control& parent = *front->getParentControl();
+        blurControl_->setPosition(clientRect_.movedBy(-parent.getAbsoluteOrigin()));
+        blurControl_->grabAnew();
+        parent.addChildBeneath(std::move(restingBlur_), *front);
+    }
+    redrawAll();
 }
 
 void Editor::forget(Control& control) {
     queue_.purge(&control);
     removeControl(&control);
+    std::erase(modals_, &control);
+    if (info_)
+        info_->forget(control);
+    if (helpControl_ == &control)
+        helpControl_ = nullptr;
+    else if (helpControl_ != nullptr)
+        helpControl_->forget(control);
+    if (blurControl_ == &control)
+        blurControl_ = nullptr;
     for (Control** const known :
          {&rootControl_, &backgroundControl_, &hoverControl_, &hoverCandidate_, &captureControl_,
-          &focusRequest_, &focusControl_, &editedControl_})
+          &focusRequest_, &focusControl_, &editedControl_, &blurredFor_})
         if (*known == &control)
             *known = nullptr;
     for (PopupMenu* const menu : {pendingMenu_.get(), shownMenu_})
@@ -250,6 +326,7 @@ void Editor::setModule(std::int32_t index) {
         currentModule_ = index;
         if (rootControl_ != nullptr)
             rootControl_->setRadioHost(module);
+        info_->setRadioHost(module);
     }
 }
 
@@ -303,10 +380,18 @@ bool Editor::open(void* parent, const Rect& rect, float scale) {
     lastMouse_ = {};
     isMouseInside_ = false;
     isOpen_ = true;
+    openedAt_ = platform::highResolutionSeconds();
     for (Control* const control : topLevelControls_)
         control->refresh();
+    if (blurControl_ != nullptr)
+        blurControl_->refresh();
+    info_->start();
     redrawAll();
     return true;
+}
+
+double Editor::getOpenSeconds() const {
+    return openSeconds_ + (isOpen_ ? platform::highResolutionSeconds() - openedAt_ : 0.0);
 }
 
 void Editor::close() {
@@ -317,8 +402,12 @@ void Editor::close() {
         WindowMessage exit(this, WindowMessage::ControlExit, nullptr);
         hovered->handle(exit);
     }
+    openSeconds_ = getOpenSeconds();
     {
         const std::lock_guard<Mutex> drawing(canvasLock_);
+        info_->stop();
+        for (Control* const control : topLevelControls_)
+            control->suspend();
         isOpen_ = false;
         pendingMenu_.reset();
         editedControl_ = nullptr;
@@ -412,6 +501,9 @@ void Editor::idle() {
         if (!window_)
             return;
         deliverQueued();
+        followModals();
+        if (!learnHint_.empty() && plugin_.getMidiMapper().getLearning() == nullptr)
+            setLearnHint({});
         bool isDirty = false;
         {
             const std::lock_guard<Mutex> inside(dirtyLock_);
@@ -470,8 +562,13 @@ bool Editor::dispatch(Message& message) {
         return false;
     }
     if (message.type == MessageType::Resource) {
-        if (message.code == ResourceMessage::SetLoaded)
+        if (message.code == ResourceMessage::SetLoaded) {
+            for (Control* const control : topLevelControls_)
+                control->handle(message);
+            if (blurControl_ != nullptr)
+                blurControl_->grabAnew();
             redrawAll();
+        }
         return false;
     }
     if (message.type == MessageType::Window && message.code == WindowMessage::Tick) {
@@ -486,6 +583,12 @@ bool Editor::dispatch(Message& message) {
         return false;
     if (message.code == ControlMessage::FocusLost)
         setFocus(nullptr);
+    else if (message.code == ControlMessage::HelpHide && helpControl_ != nullptr)
+        helpControl_->hide();
+    else if ((message.code == ControlMessage::HelpRefresh ||
+              message.code == ControlMessage::HelpRefreshCurve) &&
+             helpControl_ != nullptr && showTooltips_)
+        return helpControl_->handle(message);
     else if (message.code == ControlMessage::MenuChoice)
         return receiveMenuChoice(fromPayload<std::int32_t>(message.payload));
     return false;
@@ -640,6 +743,8 @@ void Editor::press(WindowMessage& message, std::int32_t button) {
     buttonMask_ |= button;
     WindowMessage here(this, WindowMessage::MouseMove, message.target, message.position, 0);
     move(here);
+    if (helpControl_ != nullptr)
+        helpControl_->hide();
     const bool isRight = button == WindowMessage::RightButton;
     Control* const pressed = hoverControl_;
     bool isUsed = false;
@@ -647,6 +752,7 @@ void Editor::press(WindowMessage& message, std::int32_t button) {
         captureControl_ = pressed;
         isMouseHeld_ = true;
         previousMouse_ = lastDragMouse_ = message.position;
+        info_->watch(pressed);
         isUsed = isRight ? pressed->handle(message) : deliverLocal(*pressed, message);
         isUsed = isUsed && captureControl_ == pressed;
     }
@@ -656,6 +762,7 @@ void Editor::press(WindowMessage& message, std::int32_t button) {
     }
     captureControl_ = nullptr;
     isMouseHeld_ = false;
+    info_->watch(nullptr);
     if (isRight && isOpen_)
         contextMenu(message);
 }
@@ -675,9 +782,13 @@ void Editor::contextMenu(const WindowMessage& message) {
 void Editor::release(const WindowMessage& message, std::int32_t button) {
     buttonMask_ &= ~button;
     isMouseHeld_ = false;
+    if (helpControl_ != nullptr)
+        helpControl_->hide();
     Control* const captured = captureControl_;
-    if (captured == nullptr)
+    if (captured == nullptr) {
+        info_->watch(nullptr);
         return;
+    }
     deliverLocal(*captured, message);
     if (captureControl_ == captured)
         endCapture();
@@ -685,6 +796,7 @@ void Editor::release(const WindowMessage& message, std::int32_t button) {
 
 void Editor::endCapture() {
     isMouseHeld_ = false;
+    info_->watch(nullptr);
     if (Control* const captured = std::exchange(captureControl_, nullptr))
         endEdit(*captured, lastMouse_);
 }
@@ -926,6 +1038,21 @@ void Editor::setShowTooltips(bool show) {
     if (Preferences* const user = Preferences::user())
         if (const Error error = user->setBool("ShowTooltips", show); !error.isOk())
             logError(LogError, error);
+    followShowTooltips();
+}
+
+void Editor::followShowTooltips() {
+    if (helpControl_ == nullptr)
+        return;
+    if (showTooltips_)
+        helpControl_->start();
+    else
+        helpControl_->stop();
+}
+
+void Editor::setLearnHint(const std::string& text) {
+    learnHint_ = text;
+    info_->setHint(text);
 }
 
 }  // namespace tarn

@@ -25,6 +25,9 @@ namespace tarn {
 
 class Bitmap;
 class Control;
+class ControlBlur;
+class ControlHelp;
+class ControlInfo;
 class ControlManager;
 class Dictionary;
 class Module;
@@ -111,6 +114,12 @@ public:
     /// As the background gives it; empty without controls.
     Rect getClientRect() const { return clientRect_; }
 
+    /// Along its upper edge, 12 high; empty without controls.
+    Rect getStatusRect() const { return statusRect_; }
+
+    /// In seconds, all times together that the interface was open.
+    double getOpenSeconds() const;
+
     /// Expires with the editor: whoever calls out looks at it afterwards.
     std::weak_ptr<const int> life() const { return life_; }
 
@@ -145,6 +154,11 @@ public:
     Control* getFocusControl() const { return focusControl_; }
     Control* getHoverControl() const { return hoverControl_; }
     Control* getCaptureControl() const { return captureControl_; }
+    Point getLastMouse() const { return lastMouse_; }
+
+    /// Has everything beneath the control blurred, and closed to the pointer, for as long as the
+    /// control can be seen; of several such controls for the last one.
+    void enterModal(Control& dialog);
 
     /// Tell all listeners that the user takes hold of a control, and lets go of it.
     virtual void beginEdit(Control& control, Point position);
@@ -193,8 +207,15 @@ public:
     void setShowTooltips(bool show);
     bool getShowTooltips() const { return showTooltips_; }
 
+    /// The control "special::help"; null if there is none.
+    ControlHelp* getHelpControl() const { return helpControl_; }
+    ControlInfo& getInfo() const { return *info_; }
+
+    /// Of what the user's eye is to be led to.
+    const Color& getHighlightColor() const { return highlightColor_; }
+
     /// What the status line says while a controller is learnt.
-    void setLearnHint(const std::string& text) { learnHint_ = text; }
+    void setLearnHint(const std::string& text);
     const std::string& getLearnHint() const { return learnHint_; }
 
     // Messages.
@@ -229,6 +250,10 @@ private:
     void addSizeEntries(PopupMenu& menu);
     PopupMenuEntry ownEntry(std::int32_t id, const std::string& text, bool isChecked = false);
     void tellOfReopening() const;
+    void takeSpecial(Control& control);
+    void makeBlur();
+    void followModals();
+    void followShowTooltips();
     void loadSkinControls();
     void takePendingSkin();
     void deleteControls();
@@ -265,6 +290,10 @@ private:
     CanvasTarget* paintTarget_ = nullptr;
     Word<bool> isOpen_{false};
     Rect clientRect_;
+    Rect statusRect_;
+    double openedAt_ = 0.0;     // seconds, of the clock
+    double openSeconds_ = 0.0;  // until the last close
+    Color highlightColor_ = Color::fromBytes(255, 190, 0, 255);
 
     std::unique_ptr<PopupMenu> pendingMenu_;
     Point pendingMenuPlace_;
@@ -278,6 +307,12 @@ private:
     std::vector<std::unique_ptr<Control>> roots_;  // those without a parent; the background is one
     Control* rootControl_ = nullptr;
     Control* backgroundControl_ = nullptr;
+    ControlHelp* helpControl_ = nullptr;
+    std::unique_ptr<ControlInfo> info_;
+    ControlBlur* blurControl_ = nullptr;
+    std::unique_ptr<Control> restingBlur_;  // the same, while it stands in no tree
+    std::vector<Control*> modals_;          // the one in front last
+    Control* blurredFor_ = nullptr;         // the one that it stands beneath
     Control* hoverControl_ = nullptr;
     Control* hoverCandidate_ = nullptr;  // while the pointer enters it
     Control* captureControl_ = nullptr;
