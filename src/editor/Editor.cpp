@@ -130,6 +130,7 @@ void Editor::start() {
             user->getInteger("KnobMode", mode) && mode >= Linear && mode <= CircularRelative)
             knobMode_ = mode;
         user->getBool("ShowTooltips", showTooltips_);
+        user->getBool("ReloadSkin", reloadsSkin_);
     }
     loadSkinControls();
     logLine(LogProgress, "editor constructed");
@@ -137,13 +138,17 @@ void Editor::start() {
 
 // Controls
 
-void Editor::loadSkinControls() {
+File Editor::controlsFile() const {
     std::string name = "Controls.xml";
     if (Preferences::user() != nullptr)
         Preferences::user()->getString("ControlsXmlFile", name);
+    return resources_->findSkinFile(name);
+}
+
+void Editor::loadSkinControls() {
     bool isLoaded = false;
     try {
-        isLoaded = resources_ != nullptr && loadControls(resources_->findSkinFile(name)).isOk();
+        isLoaded = resources_ != nullptr && loadControls(controlsFile()).isOk();
     } catch (const Error& error) {
         logError(LogError, error);
     } catch (const std::exception& error) {
@@ -164,24 +169,101 @@ void Editor::takePendingSkin() {
 Error Editor::loadControls(const File& file) {
     logLine(LogProgress, "loading editor specification from " + file.getPath());
     deleteControls();
-    Dictionary dictionary;
-    if (!file.exists() || !dictionary.load(file) || !dictionary.getArray(ControlsKey)) {
-        const ErrorImportFailed error("Editor::loadControls", file.getPath());
+    controlsStamp_ = file.getChangeStamp();
+    try {
+        readControls(file, nullptr);
+    } catch (const ErrorImportFailed& error) {
         logError(LogError, error);
         return error;
-    }
-    try {
-        buildControls(dictionary, nullptr);
-        if (rootControl_ != nullptr)
-            rootControl_->setFlags(Control::Opaque);
-        makeBlur();
-        initialize();
-        followShowTooltips();
     } catch (...) {
         deleteControls();
         throw;
     }
     return NoError();
+}
+
+void Editor::readControls(const File& file, Dictionary::Fault* fault) {
+    Dictionary dictionary;
+    std::string text;
+    if (!file.exists() || !file.contents(text, Dictionary::MaxTextBytes) ||
+        !dictionary.parseWhole(text, fault) || !dictionary.getArray(ControlsKey))
+        throw ErrorImportFailed("Editor::loadControls", file.getPath());
+    buildControls(dictionary, nullptr);
+    if (rootControl_ != nullptr)
+        rootControl_->setFlags(Control::Opaque);
+    makeBlur();
+    initialize();
+    followShowTooltips();
+}
+
+void Editor::swapTree(Tree& other) {
+    std::swap(topLevelControls_, other.all);
+    std::swap(roots_, other.roots);
+    std::swap(rootControl_, other.root);
+    std::swap(backgroundControl_, other.background);
+    std::swap(helpControl_, other.help);
+    std::swap(blurControl_, other.blur);
+    std::swap(restingBlur_, other.restingBlur);
+    std::swap(clientRect_, other.client);
+    std::swap(statusRect_, other.status);
+}
+
+void Editor::followFiles() {
+    constexpr int TicksBetween = 4;
+    // Not under a control that is shown something, or held.
+    if (!reloadsSkin_ || resources_ == nullptr || dispatching_ > 1 || isMouseHeld_ ||
+        ++ticksToReload_ < TicksBetween)
+        return;
+    ticksToReload_ = 0;
+    const std::string broken = resources_->reloadImages();
+    if (!broken.empty())
+        info_->setLine(ControlInfo::PriorityCount - 1, resources_, broken + " can't be shown");
+    const File file = controlsFile();
+    const std::int64_t stamp = file.getChangeStamp();
+    if (stamp != std::exchange(controlsStamp_, stamp))
+        reloadControls(file);
+}
+
+// The new tree is built aside: where that fails, the former one stays.
+void Editor::reloadControls(const File& file) {
+    endCapture();
+    setFocus(nullptr);
+    hoverControl_ = nullptr;
+    modals_.clear();
+    followModals();
+    info_->setDisplay(nullptr);
+    info_->removeLines(resources_);
+    Tree former;
+    swapTree(former);
+    Dictionary::Fault fault;
+    builtLine_ = 0;
+    try {
+        readControls(file, &fault);
+        if (rootControl_ == nullptr)
+            fault.what = std::string("there is no control ") + BackgroundId;
+    } catch (const Error& error) {
+        if (fault.what.empty())
+            fault = {error.what(), builtLine_};
+    } catch (const std::exception& error) {
+        fault = {error.what(), builtLine_};
+    }
+    if (!fault.what.empty()) {
+        deleteControls();
+        swapTree(former);
+        const std::string line = fault.line > 0 ? ", line " + std::to_string(fault.line) : "";
+        info_->setLine(ControlInfo::PriorityCount - 1, resources_,
+                       file.getName() + line + ": " + fault.what);
+    }
+    swapTree(former);
+    deleteControls();
+    swapTree(former);
+    followShowTooltips();
+    for (Control* const control : topLevelControls_) {
+        takeSpecial(*control);
+        control->refresh();
+    }
+    // All of the window, which is as large as the former tree was.
+    addDirtyRect({0, 0, MostSideLength, MostSideLength});
 }
 
 void Editor::buildControls(const Dictionary& dictionary, Control* parent) {
@@ -191,6 +273,7 @@ void Editor::buildControls(const Dictionary& dictionary, Control* parent) {
         const auto element = list->getEntry(i);
         if (!element || !element->isElement())
             continue;
+        builtLine_ = element->getLine();
         std::unique_ptr<Control> made = manager_->createFromDictionary(*element);
         if (!made)
             continue;
@@ -500,6 +583,7 @@ void Editor::idle() {
                 engine->idle();
         if (!window_)
             return;
+        followFiles();
         deliverQueued();
         followModals();
         if (!learnHint_.empty() && plugin_.getMidiMapper().getLearning() == nullptr)

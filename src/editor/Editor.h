@@ -7,6 +7,7 @@
 #include "drawing/Canvas.h"
 #include "editor/DragDrop.h"
 #include "editor/PopupMenu.h"
+#include "foundation/Dictionary.h"
 #include "foundation/Error.h"
 #include "foundation/MessageQueue.h"
 #include "foundation/Mutex.h"
@@ -29,7 +30,6 @@ class ControlBlur;
 class ControlHelp;
 class ControlInfo;
 class ControlManager;
-class Dictionary;
 class Module;
 class Plugin;
 class Resources;
@@ -243,6 +243,23 @@ protected:
 
 private:
     bool dispatch(Message& message);
+    // What one "Controls.xml" brought to life.
+    struct Tree {
+        std::vector<Control*> all;                    // in the order of the file
+        std::vector<std::unique_ptr<Control>> roots;  // those without a parent
+        Control* root = nullptr;
+        Control* background = nullptr;
+        ControlHelp* help = nullptr;
+        ControlBlur* blur = nullptr;
+        std::unique_ptr<Control> restingBlur;
+        Rect client;
+        Rect status;
+    };
+    void swapTree(Tree& other);
+    void readControls(const File& file, Dictionary::Fault* fault);
+    File controlsFile() const;
+    void followFiles();
+    void reloadControls(const File& file);
     void buildControls(const Dictionary& dictionary, Control* parent);
     void takeBackground(Control& control);
     static void* dialogOwner() noexcept;
@@ -332,6 +349,10 @@ private:
     std::vector<std::string> skins_;  // the uids of those that the menu offers
     std::string pendingSkin_;         // taken at the window's end
     int dispatching_ = 0;             // messages under way, nested
+    std::int32_t builtLine_ = 0;      // of the element under way
+    bool reloadsSkin_ = false;
+    int ticksToReload_ = 0;
+    std::int64_t controlsStamp_ = 0;  // of the file, as it was read last
     std::int32_t currentModule_ = 0;
 };
 
