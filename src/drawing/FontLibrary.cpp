@@ -66,21 +66,33 @@ void FontLibrary::setFolders(const std::vector<Folder>& folders) {
     areFoldersRead_ = false;
 }
 
-void FontLibrary::readFolders() {
-    areFoldersRead_ = true;
-    folderFaces_.clear();
+// In the order of their names, since that of a folder differs between machines.
+template <typename Visit>
+void FontLibrary::visitFiles(const Visit& visit) const {
     std::size_t count = 0;
     for (const Folder& folder : folders_) {
         std::vector<File> files;
         if (!folder.listFiles(files))
             continue;
-        // In the order of their names, since that of a folder differs between machines.
         std::sort(files.begin(), files.end(),
                   [](const File& a, const File& b) { return a.getName() < b.getName(); });
         for (const File& file : files)
             if (isFontFile(file) && ++count <= MostFiles)
-                addFile(file);
+                visit(file);
     }
+}
+
+void FontLibrary::readFolders() {
+    areFoldersRead_ = true;
+    folderFaces_.clear();
+    visitFiles([this](const File& file) { addFile(file); });
+}
+
+std::vector<std::string> FontLibrary::getFiles() {
+    const std::lock_guard<Mutex> inside(lock_);
+    std::vector<std::string> paths;
+    visitFiles([&paths](const File& file) { paths.push_back(file.getPath()); });
+    return paths;
 }
 
 void FontLibrary::addFile(const File& file) {

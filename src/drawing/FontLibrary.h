@@ -38,6 +38,9 @@ public:
     /// others are passed over.
     void setFolders(const std::vector<Folder>& folders);
 
+    /// The paths of the folders' files that a text may come from.
+    std::vector<std::string> getFiles();
+
     /// Splits a line of UTF-8 text into runs: letters that the font's family doesn't have come from
     /// another one that does. A family that isn't there is replaced by "Arial", or else by any.
     /// Empty if there is no font at all. What isn't UTF-8 is drawn as U+FFFD. For a thread that
@@ -59,6 +62,8 @@ private:
     const FontFace* findInstalled(const std::string& family, std::int32_t weight);
     const FontFace* findWith(char32_t character, std::int32_t weight);
     void readFolders();
+    template <typename Visit>
+    void visitFiles(const Visit& visit) const;
     void addFile(const File& file);
     const FontFace* nearest(const std::vector<std::unique_ptr<FontFace>>& faces,
                             const std::string& family, std::int32_t weight) const;

@@ -3,6 +3,7 @@
 #include "audio/Engine.h"
 #include "audio/Module.h"
 #include "diagnostics/System.h"
+#include "drawing/FontLibrary.h"
 #include "editor/Control.h"
 #include "editor/ControlBlur.h"
 #include "editor/ControlHelp.h"
@@ -1093,6 +1094,7 @@ void Editor::showPendingEdit(platform::SystemWindow& system) {
     request.postfixWidth = pixels(canvas_->measureText(request.postfix).width());
     request.className = "Quorl PopupEditBox";
     request.family = "Inter";
+    request.fontFiles = FontLibrary::get().getFiles();
     request.pixels = pixels(12);
     const auto alive = life();
     isEditing_ = true;

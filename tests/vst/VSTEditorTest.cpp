@@ -10,11 +10,17 @@
 #include "support/ScratchFolder.h"
 #include "vst/VSTPlugin.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <optional>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -36,11 +42,11 @@ class HostedEditor : public testing::Test {
 protected:
     explicit HostedEditor(const std::string& folder = BUILT_PRODUCT)
         : product(test::Product::of<BrimtidePluginInfo>(folder)) {
-        Mission::get().start();
         edits.clear();
     }
 
     static test::HostedEffect load() {
+        Mission::get().start();
         const IOConfig stereo(IOPinConfig(2, 1), IOPinConfig(2, 1));
         return test::HostedEffect((new VSTPlugin(0, host, stereo))->getAeffect());
     }
@@ -67,6 +73,22 @@ protected:
         if (clicked.owner != nullptr)
             desktop.point(clicked, up, {x, y});
     }
+    /// Has the user choose the entry of that text from the next menus; "" cancels.
+    void choose(const std::string& text) {
+        desktop.menu = [text](const std::vector<platform::MenuEntry>& entries, platform::Spot) {
+            std::optional<std::int32_t> chosen;
+            const std::function<void(const std::vector<platform::MenuEntry>&)> walk =
+                [&](const auto& list) {
+                    for (const platform::MenuEntry& entry : list) {
+                        if (!entry.text.empty() && entry.text == text)
+                            chosen = entry.id;
+                        walk(entry.entries);
+                    }
+                };
+            walk(entries);
+            return chosen;
+        };
+    }
     std::string statusLine(const test::HostedEffect& effect) {
         for (Control* const control : editorOf(effect).getControls())
             if (control->getControlId() == "special::textdisplay")
@@ -82,9 +104,8 @@ protected:
 TEST_F(HostedEditor, LooksAsItShouldAtEverySize) {
     const test::HostedEffect effect = load();
     EXPECT_NE(effect.record->flags & effFlagsHasEditor, 0);
-    for (const auto& [scale, size, picture] :
-         {std::tuple(1.0f, Point{520, 200}, "brimtide-100"),
-          std::tuple(1.5f, Point{780, 300}, "brimtide-150")}) {
+    for (const auto& [scale, size, picture] : {std::tuple(1.0f, Point{520, 200}, "brimtide-100"),
+                                               std::tuple(1.5f, Point{780, 300}, "brimtide-150")}) {
         desktop.scale = scale;
         EXPECT_EQ(sizeOf(effect), size);
         ASSERT_TRUE(open(effect));
@@ -96,6 +117,191 @@ TEST_F(HostedEditor, LooksAsItShouldAtEverySize) {
         test::expectPicture(*editorOf(effect).getCanvas()->getPixels(), picture);
         effect.call(effEditClose);
     }
+    effect.call(effClose);
+}
+
+// Faults: a choice that is lost, that changes an open window, or that a nonsense preference makes
+// for the user.
+TEST_F(HostedEditor, TakesTheSizeThatTheUserWants) {
+    const test::HostedEffect effect = load();
+    for (const auto& [entry, before, after] :
+         {std::tuple("200 %", 520, 1040), {"As the screen", 1040, 520}}) {
+        ASSERT_TRUE(open(effect));
+        product->messages.clear();
+        choose(entry);
+        click(Pointer::RightDown, Pointer::RightUp, 5, 5);
+        EXPECT_EQ(product->messages.size(), 1u);
+        EXPECT_EQ(sizeOf(effect).x, before);
+        effect.call(effEditClose);
+        EXPECT_EQ(sizeOf(effect).x, after);
+    }
+    for (const auto& [percent, width] : {std::pair(49, 520), {50, 260}, {400, 2080}, {401, 520}}) {
+        editorOf(effect).setSize(percent);
+        EXPECT_EQ(sizeOf(effect).x, width);
+    }
+    effect.call(effClose);
+}
+
+// Faults: an edit that the host doesn't hear of; a key that is used up where nothing wants it.
+TEST_F(HostedEditor, TellsTheHostOfEdits) {
+    const test::HostedEffect effect = load();
+    ASSERT_TRUE(open(effect));
+    desktop.text = [](const platform::TextRequest& request) {
+        EXPECT_FALSE(request.fontFiles.empty());
+        return "Lead vocal";
+    };
+    desktop.point(window(), Pointer::LeftDouble, {200, 110});
+    char name[kVstMaxParamStrLen]{};
+    effect.call(effGetParamDisplay, 0, 0, name);
+    EXPECT_STREQ(name, "Lead vo");
+    const std::vector<std::pair<VstInt32, VstInt32>> expected = {{audioMasterBeginEdit, 0},
+                                                                 {audioMasterEndEdit, 0}};
+    EXPECT_THAT(edits, testing::IsSupersetOf(expected));
+    EXPECT_EQ(effect.call(effEditKeyDown, ' ', 7), 0);
+    effect.call(effClose);
+}
+
+// Faults: what waits for the user outlives the window, the instance or the host's own window;
+// windows that are left behind; audio that stops meanwhile.
+TEST_F(HostedEditor, EndsWhereverTheHostEndsIt) {
+    enum class End { Close, Delete, Destroy };
+    for (const End end : {End::Close, End::Delete, End::Destroy})
+        for (const std::string moment : {"menu", "text", "box", "none"}) {
+            const test::HostedEffect effect = load();
+            const test::HostedEffect beside = load();
+            ASSERT_TRUE(open(beside));
+            for (const test::HostedEffect& instance : {effect, beside})
+                instance.run();
+            std::atomic<bool> isOver = false;
+            std::thread audio([&] {
+                while (!isOver)
+                    EXPECT_TRUE(beside.passesAudio());
+            });
+            effect.call(effEditClose);
+            ASSERT_TRUE(open(effect));
+            const auto endIt = [&] {
+                if (end == End::Close)
+                    effect.call(effEditClose);
+                else if (end == End::Delete)
+                    effect.call(effClose);
+                else
+                    desktop.destroyParent(window());
+            };
+            choose("100 %");
+            if (moment == "menu")
+                desktop.menu = [&](const auto&, auto) {
+                    endIt();
+                    return std::nullopt;
+                };
+            desktop.text = [&](const auto&) {
+                endIt();
+                return "text";
+            };
+            platform::setDialogAnswers({[&](const platform::MessageRequest&) {
+                                            if (moment == "box")
+                                                endIt();
+                                            return platform::MessageAnswer::Ok;
+                                        },
+                                        {}});
+            if (moment == "none")
+                endIt();
+            else if (moment == "text")
+                desktop.point(window(), Pointer::LeftDouble, {200, 110});
+            else
+                click(Pointer::RightDown, Pointer::RightUp, 5, 5);
+            EXPECT_EQ(desktop.windows().size(), 1u) << moment;
+            if (end != End::Delete) {
+                effect.call(effEditClose);
+                effect.call(effClose);
+            }
+            isOver = true;
+            audio.join();
+            beside.call(effClose);
+            EXPECT_TRUE(desktop.windows().empty()) << moment;
+        }
+}
+
+class HostedSkin : public HostedEditor {
+protected:
+    HostedSkin() : HostedSkin(std::make_unique<test::ScratchFolder>()) {}
+
+    /// Until the file system tells the change from the one before.
+    void save(const std::string& name, const std::string& bytes) const {
+        const std::string path = "Brimtide Resources/" + name;
+        const std::int64_t before = File(folder->path(path)).getChangeStamp();
+        do
+            folder->write(path, bytes);
+        while (File(folder->path(path)).getChangeStamp() == before);
+    }
+    void saveControls(const std::string& color, const std::string& more = "") const {
+        save("Controls.xml",
+             "<dict><info creator='Brimtide' version='1.2.0'/>\n"
+             "<file-format value='0.7'/><controls>\n"
+             "<a class='Background' id='special::background' handle='image' "
+             "width='40' height='20' background='" +
+                 color +
+                 "'><controls>\n"
+                 "<s class='Text' id='special::textdisplay' width='1' height='1'/>\n" +
+                 more + "</controls></a></controls></dict>");
+    }
+    void saveImage(const std::string& pixel) const {
+        std::string bytes;
+        for (int i = 0; i < 100; ++i)
+            bytes += pixel;
+        save("Images/image.png", test::pngFile(10, 10, bytes));
+    }
+    /// The green beside the image, and the image's, after some ticks.
+    std::pair<int, int> greens(const test::HostedEffect& effect) {
+        for (int i = 0; i < 5; ++i)
+            window().owner->tick();
+        const PixelsData& pixels = *editorOf(effect).getCanvas()->getPixels();
+        const std::uint8_t* const top = pixels.row(0);
+        return {top[35 * 4 + 1], top[2 * 4 + 1]};
+    }
+
+    std::unique_ptr<test::ScratchFolder> folder;
+
+private:
+    explicit HostedSkin(std::unique_ptr<test::ScratchFolder> itsFolder)
+        : HostedEditor(itsFolder->path()), folder(std::move(itsFolder)) {}
+};
+
+// Faults: a change that isn't shown; a broken file that takes the interface away, or that isn't
+// told of; a file that is mended and still told of.
+TEST_F(HostedSkin, ShowsWhatIsSavedMeanwhile) {
+    folder->write("Settings.xml",
+                  "<dict><info creator='Brimtide' version='1.2.0'/>"
+                  "<file-format value='0.7'/><parameters/></dict>");
+    folder->write("Resources.xml",
+                  "<dict><info creator='Brimtide' version='1.2.0'/>"
+                  "<file-format value='0.7'/><bitmaps>"
+                  "<image filename='image.png'/></bitmaps></dict>");
+    saveControls("#000A00");
+    saveImage({0, 20, 0, '\xFF'});
+    ASSERT_TRUE(product->store.openUser().setBool("ReloadSkin", true).isOk());
+    const test::HostedEffect effect = load();
+    ASSERT_TRUE(open(effect));
+    EXPECT_EQ(greens(effect), std::pair(10, 19));
+    saveControls("#001E00");
+    EXPECT_EQ(greens(effect), std::pair(30, 19));
+    saveImage({0, 40, 0, '\xFF'});
+    EXPECT_EQ(greens(effect), std::pair(30, 39));
+    const std::pair<const char*, const char*> faults[] = {
+        {"<b class='Knobb'/>\n", "Controls.xml, line 5: Unknown control type Knobb<>"},
+        {"<c class='Text'>\n", "Controls.xml, line "},
+    };
+    for (const auto& [fault, told] : faults) {
+        saveControls("#003200", fault);
+        EXPECT_EQ(greens(effect), std::pair(30, 39));
+        EXPECT_EQ(statusLine(effect).substr(0, std::strlen(told)), told);
+    }
+    save("Images/image.png", "no image");
+    greens(effect);
+    EXPECT_NE(statusLine(effect).find("image.png can't be shown"), std::string::npos);
+    saveImage({0, 60, 0, '\xFF'});
+    saveControls("#003200");
+    EXPECT_EQ(greens(effect), std::pair(50, 59));
+    EXPECT_EQ(statusLine(effect), "Brimtide 1.2.0");
     effect.call(effClose);
 }
 

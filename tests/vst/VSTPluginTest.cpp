@@ -5,6 +5,7 @@
 #include "link/ConnectionInfo.h"
 #include "parameters/ParameterEditor.h"
 #include "platform/Clock.h"
+#include "platform/SystemWindow.h"
 #include "plugin/Mission.h"
 #include "support/AllocationCount.h"
 #include "support/Connections.h"
@@ -112,7 +113,9 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
     AEffect& record = *instance.record;
     EXPECT_EQ(
         std::tuple(record.magic, record.flags, record.uniqueID, record.version, record.ioRatio),
-        std::tuple(kEffectMagic, effFlagsCanReplacing | effFlagsProgramChunks,
+        std::tuple(kEffectMagic,
+                   effFlagsCanReplacing | effFlagsProgramChunks |
+                       (platform::hasWindows() ? effFlagsHasEditor : 0),
                    fourCharacters("QrlA"), 1, 1.0f));
     EXPECT_EQ(std::tuple(record.numParams, record.numPrograms, record.numInputs, record.numOutputs),
               std::tuple(2, 1, 2, 2));
