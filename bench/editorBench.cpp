@@ -1,0 +1,155 @@
+// The product's interface, in a window in memory: what it takes of the thread that runs the host's
+// windows.
+#include "Ratios.h"
+#include "audio/Module.h"
+#include "drawing/Canvas.h"
+#include "editor/Editor.h"
+#include "link/BrimtidePluginInfo.h"
+#include "parameters/Parameter.h"
+#include "parameters/Settings.h"
+#include "platform/Clock.h"
+#include "platform/SystemWindow.h"
+#include "plugin/Mission.h"
+#include "plugin/Plugin.h"
+#include "support/Product.h"
+#include "vst/VSTPlugin.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace tarn;
+using benchmark::State;
+using platform::highResolutionSeconds;
+
+constexpr double TickSeconds = 0.05;
+
+VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32, VstIntPtr, void*, float) {
+    return opcode == audioMasterVersion ? kVstVersion : 0;
+}
+
+// An instance with its interface open, at a scale.
+class OpenInterface {
+public:
+    explicit OpenInterface(float scale) {
+        static const std::unique_ptr<test::Product> product =
+            test::Product::of<BrimtidePluginInfo>(BUILT_PRODUCT);
+        desktop_.scale = scale;
+        Mission::get().start();
+        const IOConfig stereo(IOPinConfig(2, 1), IOPinConfig(2, 1));
+        effect_ = (new VSTPlugin(0, host, stereo))->getAeffect();
+        const double before = highResolutionSeconds();
+        call(effEditOpen, &parent_);
+        window().owner->tick();
+        firstPicture = highResolutionSeconds() - before;
+    }
+    OpenInterface(const OpenInterface&) = delete;
+    OpenInterface& operator=(const OpenInterface&) = delete;
+    ~OpenInterface() { call(effClose); }
+
+    VSTPlugin& plugin() const {
+        return *static_cast<VSTPlugin*>(static_cast<AudioEffect*>(effect_->object));
+    }
+    Editor& editor() const { return dynamic_cast<Editor&>(*plugin().HostInterface::getEditor()); }
+    Settings& settings() const {
+        return dynamic_cast<Plugin&>(*plugin().getPlugin()).moduleAt(0)->settings();
+    }
+    platform::OffscreenDesktop::Window& window() { return *desktop_.windows().back(); }
+
+    /// How long a tick takes.
+    double tick() {
+        const double before = highResolutionSeconds();
+        window().owner->tick();
+        return highResolutionSeconds() - before;
+    }
+
+    double firstPicture = 0.0;  // seconds from the host's call
+
+private:
+    void call(VstInt32 opcode, void* ptr = nullptr) const {
+        effect_->dispatcher(effect_, opcode, 0, 0, ptr, 0.0f);
+    }
+
+    platform::OffscreenDesktop desktop_;
+    int parent_ = 0;
+    AEffect* effect_ = nullptr;
+};
+
+void repaint(State& state, float scale) {
+    OpenInterface open(scale);
+    Editor& editor = open.editor();
+    for (auto _ : state)
+        editor.paint(nullptr, editor.getClientRect());
+}
+
+// The picture copied to the window, and 40 microseconds to make it.
+void blit(State& state, float scale) {
+    constexpr double Making = 40e-6;
+    OpenInterface open(scale);
+    const PixelsData& picture = *open.editor().getCanvas()->getPixels();
+    std::vector<std::uint8_t>& shown = open.window().shown;
+    for (auto _ : state) {
+        for (std::int32_t y = 0; y < picture.getHeight(); ++y)
+            std::copy_n(picture.row(y), std::size_t{4} * picture.getWidth(),
+                        shown.data() + std::size_t{4} * y * picture.getWidth());
+        benchmark::DoNotOptimize(shown.data());
+        benchmark::ClobberMemory();
+        const double end = highResolutionSeconds() + Making;
+        while (highResolutionSeconds() < end) {
+        }
+    }
+}
+
+// What the ticks take of a core, 20 a second, with so many changes by another thread between two.
+void printLoad(const char* name, int changes) {
+    constexpr int Ticks = 400;
+    OpenInterface open(1.0f);
+    Parameter& level = *open.settings().find("OutputLevel", 0);
+    Parameter& receivers = *open.settings().find("BrimtideChannel", 0);
+    const std::int32_t paintsBefore = open.window().showCount;
+    const std::int64_t pixelsBefore = open.window().shownPixels;
+    double seconds = 0.0;
+    for (int i = 0; i < Ticks; ++i) {
+        std::thread([&] {
+            for (int change = 0; change < changes; ++change)
+                (change % 2 == 0 ? level : receivers)
+                    .setNormalised(static_cast<float>((i + change) % 32) / 32.0f, FromInternal);
+        }).join();
+        seconds += open.tick();
+    }
+    std::printf("%-28s %7.3f %% of a core, %.2f paints a tick, %lld pixels each\n", name,
+                100.0 * seconds / (Ticks * TickSeconds),
+                double(open.window().showCount - paintsBefore) / Ticks,
+                static_cast<long long>((open.window().shownPixels - pixelsBefore) /
+                                       std::max(open.window().showCount - paintsBefore, 1)));
+}
+
+void printFigures() {
+    for (const float scale : {1.0f, 2.0f, 3.0f}) {
+        std::vector<double> times;
+        for (int i = 0; i < 20; ++i)
+            times.push_back(OpenInterface(scale).firstPicture);
+        std::sort(times.begin(), times.end());
+        std::printf("first picture at %.0f %%: %.1f ms, slowest of 20 %.1f ms\n", 100.0 * scale,
+                    1e3 * times[times.size() / 2], 1e3 * times.back());
+    }
+    printLoad("open and idle", 0);
+    printLoad("10,000 changes a second", 500);
+}
+
+const bool isRegistered = [] {
+    for (const auto& [name, scale] :
+         {std::pair("repaint at 100 %", 1.0f), {"repaint at 200 %", 2.0f}})
+        bench::compare(
+            name, 1.5, [scale = scale](State& state) { repaint(state, scale); },
+            [scale = scale](State& state) { blit(state, scale); });
+    bench::printAtTheEnd(printFigures);
+    return true;
+}();
+
+}  // namespace
