@@ -19,6 +19,9 @@
 #include "foundation/ProductIdentity.h"
 #include "parameters/MidiMapper.h"
 #include "parameters/Parameter.h"
+#include "parameters/Preset.h"
+#include "parameters/Program.h"
+#include "parameters/Settings.h"
 #include "platform/Clock.h"
 #include "platform/Desktop.h"
 #include "platform/Dialogs.h"
@@ -87,6 +90,7 @@ Editor::Editor(Plugin& plugin, Module* module, Resources* resources)
     if (resources_ != nullptr)
         tuneIn(resources_);
     tuneInByName(CurrentModuleId);
+    followPrograms();
     platform::setDialogOwner(&Editor::dialogOwner);
 }
 
@@ -408,10 +412,34 @@ void Editor::setModule(std::int32_t index) {
     if (Module* const module = plugin_.moduleAt(index)) {
         module_ = module;
         currentModule_ = index;
+        followPrograms();
         if (rootControl_ != nullptr)
             rootControl_->setRadioHost(module);
         info_->setRadioHost(module);
     }
+}
+
+// What belongs to programs, of the module that is shown.
+void Editor::followPrograms() {
+    if (module_ == nullptr)
+        return;
+    for (const auto& parameter : module_->settings().getParameters())
+        if (parameter->inScope(Parameter::ProgramScope))
+            tuneIn(parameter.get());
+}
+
+void Editor::tellProgram(ParameterMessage& change) const {
+    const bool isEdit = change.mode == FromUser || change.mode == FromLoad;
+    Preset* const preset = plugin_.getCurrent();
+    if (!isEdit || preset == nullptr || module_ == nullptr)
+        return;
+    // By its name: of what was queued, the sender isn't known any more.
+    const Parameter* const parameter =
+        module_->settings().find(change.parameterName, change.cloneNumber);
+    if (parameter == nullptr || !parameter->inScope(Parameter::ProgramScope))
+        return;
+    if (Program* const program = preset->getProgram(currentModule_))
+        program->receive(change);
 }
 
 std::shared_ptr<Bitmap> Editor::getBitmap(const std::string& id) const {
@@ -640,10 +668,11 @@ bool Editor::receive(Message& message) {
 
 bool Editor::dispatch(Message& message) {
     if (message.type == MessageType::Parameter) {
-        const auto& change = static_cast<const ParameterMessage&>(message);
+        auto& change = static_cast<ParameterMessage&>(message);
         if (change.code == ParameterMessage::ValueChanged && change.mode == FromUser &&
             change.parameterName == CurrentModuleId)
             setModule(fromPayload<std::int32_t>(change.payload));
+        tellProgram(change);
         return false;
     }
     if (message.type == MessageType::Resource) {

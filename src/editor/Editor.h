@@ -262,6 +262,8 @@ private:
     void reloadControls(const File& file);
     void buildControls(const Dictionary& dictionary, Control* parent);
     void takeBackground(Control& control);
+    void followPrograms();
+    void tellProgram(ParameterMessage& change) const;
     static void* dialogOwner() noexcept;
     static void invert(const char* preference);
     void addSizeEntries(PopupMenu& menu);

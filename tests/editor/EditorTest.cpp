@@ -3,6 +3,7 @@
 #include "foundation/Preferences.h"
 #include "parameters/MidiMapper.h"
 #include "parameters/ParameterText.h"
+#include "parameters/Preset.h"
 #include "resources/Resources.h"
 
 #include <gmock/gmock.h>
@@ -149,6 +150,17 @@ TEST_F(EditorTest, OtherThreadsAreHeardAtTheNextTick) {
     change(5);
     EXPECT_TRUE(load(skin("")));
     editor->idle();
+}
+
+// Fault: a preset that the user has changed, and that isn't marked so.
+TEST_F(EditorTest, EditsMarkTheCurrentProgram) {
+    Preset& preset = *plugin.getCurrent();
+    preset.clearModified();
+    plugin.parameter("Volume").setNormalised(0.3f, FromUser);
+    plugin.parameter("Cutoff").setNormalised(0.3f, FromHost);
+    EXPECT_FALSE(preset.isModified());
+    plugin.parameter("Cutoff").setNormalised(0.4f, FromUser);
+    EXPECT_TRUE(preset.isModified());
 }
 
 // Faults: a press that gets lost or stays held, a drag in the wrong place, an edit without an end,

@@ -21,6 +21,7 @@ inline const std::string SettingsText =
     "<dict>" + Header +
     "<parameters>"
     "<Title class='ParameterText' scope='plugin'/>"
+    "<Cutoff class='ParameterValue' type='float' scope='program'/>"
     "<Volume class='ParameterValue' type='float' automatable='true' scope='module'/>"
     "<Bend class='ParameterValue' type='float' minval='-1.0' maxval='1.0' defval='0.0' "
     "scope='plugin'/>"
