@@ -1,8 +1,10 @@
 // The command line of the host.
 #include "common/Arguments.h"
+#include "host/Edit.h"
 #include "host/Failure.h"
 #include "host/Play.h"
 #include "host/Report.h"
+#include "host/Script.h"
 #include "platform/StandardOutput.h"
 
 #include <csignal>
@@ -22,8 +24,10 @@ constexpr const char* kFooter = R"(Examples:
   brimtide-host play Plugin.dll --signal ramp --seconds 60 --block 1:16384 --sent sent.wav
   brimtide-host play Plugin.dll --signal noise --realtime --set Mute=1@2.5 --set Mute=0@3
   brimtide-host play Plugin.dll --text "Name=Lead vocal" --save-chunk state.xml
+  brimtide-host edit Plugin.dll --do "click left 100 60" --do "screenshot clicked.png"
 
-Exit status: 0 all is well; 1 the plug-in broke a rule of the interface, which standard error tells;
+Exit status: 0 all is well; 1 the plug-in broke a rule of the interface, or isn't what a script
+expects, which standard error tells;
 2 the command line is wrong, or a file can't be read or written; 3 the plug-in could not be loaded
 or gave no instance.)";
 
@@ -31,6 +35,8 @@ struct CommandLine {
     std::string plugin;  // to be described
     bool isJson = false;
     PlayOptions play;
+    EditOptions edit;
+    std::vector<std::string> editTexts;
     std::string block = "512";
     std::string channels;
     std::vector<std::string> settings;
@@ -141,6 +147,37 @@ void addPlay(CLI::App& app, CommandLine& line) {
                        "Input latency in samples that the plug-in is told (default 0)");
 }
 
+CLI::App& addEdit(CLI::App& app, CommandLine& line) {
+    EditOptions& edit = line.edit;
+    CLI::App& command = *app.add_subcommand(
+        "edit", "Opens a plug-in's interface while audio plays, and plays its user.");
+    command.footer(scriptHelp());
+    command.add_option("plugin", edit.plugin, "The plug-in's library")->required();
+    command.add_option("--script", edit.script,
+                       "File with what the user does; without any, it is you, until you close the "
+                       "window");
+    command.add_option("--do", edit.steps, "A line of such a script, after the file's")
+        ->option_text("STEP ...")
+        ->allow_extra_args(false);
+    command
+        .add_option("--times", edit.times,
+                    "Opens and closes the interface so often at the end, and tells what stays "
+                    "behind")
+        ->check(numberFrom(1, 1'000'000));
+    command
+        .add_option("--instances", edit.instances,
+                    "Instances, each with a window; the script plays in the first (default 1)")
+        ->check(numberFrom(1, 100));
+    command
+        .add_option("--text", line.editTexts,
+                    "Sets a parameter at the start by what a user would type, such as a name")
+        ->option_text("INDEX|NAME=TEXT ...")
+        ->allow_extra_args(false);
+    command.add_option("--load-chunk", edit.loadChunk,
+                       "File with a saved state, which the plug-in restores at the start");
+    return command;
+}
+
 void stop(int signal) {
     stopPlaying();
     std::signal(signal, SIG_DFL);  // the next one ends the process
@@ -167,12 +204,19 @@ void runPlay(CommandLine& line, Findings& findings) {
     play(line.play, findings);
 }
 
+void runEdit(CommandLine& line, Findings& findings) {
+    for (const std::string& setting : line.editTexts)
+        line.edit.textSettings.push_back(parseTextSetting(setting));
+    edit(line.edit, findings);
+}
+
 int run(int argc, char** argv) {
     CommandLine line;
     CLI::App app("A console host for VST 2.4 plug-ins, which checks that they keep the rules.",
                  "brimtide-host");
     app.footer(kFooter);
     const CLI::App& info = addInfo(app, line);
+    const CLI::App& edits = addEdit(app, line);
     addPlay(app, line);
     int exitStatus = ExitFine;
     if (!tools::parse(app, argc, argv, exitStatus))
@@ -181,6 +225,8 @@ int run(int argc, char** argv) {
     Findings findings;
     if (info.parsed())
         runInfo(line, findings);
+    else if (edits.parsed())
+        runEdit(line, findings);
     else
         runPlay(line, findings);
     std::cerr << findings.repetitions();

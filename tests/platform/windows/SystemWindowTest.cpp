@@ -377,7 +377,7 @@ TEST_F(SystemWindowTest, DropsAreReadAsTextOrElseAsFiles) {
     };
     const POINTL place{220 + 5, 110 + 6};
     for (const auto& drop : drops) {
-        test::Dragged data(drop.format, drop.bytes);
+        Dragged data(drop.format, drop.bytes);
         DWORD effect = DROPEFFECT_LINK;
         owner.answer = false;
         target()->DragEnter(&data, 0, place, &effect);
@@ -392,7 +392,7 @@ TEST_F(SystemWindowTest, DropsAreReadAsTextOrElseAsFiles) {
                   "enter" + drop.told + " 5,6; over 5,6; end; drop" + drop.told + " 5,6");
     }
     const int before = heldResources();
-    test::Dragged data(CF_TEXT, "x");
+    Dragged data(CF_TEXT, "x");
     IDropTarget* const former = target();
     former->AddRef();
     owner.react = [this](const std::string&) { window.reset(); };

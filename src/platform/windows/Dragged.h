@@ -1,4 +1,4 @@
-// What a test drags over a window.
+// What is dragged over a window, for those who play the user.
 #pragma once
 
 #include <windows.h>
@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-namespace tarn::test {
+namespace tarn::platform {
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"  // of the system's interface
@@ -47,4 +47,4 @@ private:
 
 #pragma GCC diagnostic pop
 
-}  // namespace tarn::test
+}  // namespace tarn::platform

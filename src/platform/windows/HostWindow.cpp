@@ -1,0 +1,238 @@
+#include "platform/HostWindow.h"
+
+#include "platform/windows/Dragged.h"
+#include "platform/windows/Text.h"
+#include "platform/windows/WindowClass.h"
+
+#include <psapi.h>
+#include <shlobj.h>
+
+#include <map>
+#include <utility>
+
+namespace tarn::platform {
+
+namespace {
+
+constexpr DWORD Style = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
+constexpr int BytesPerPixel = 4;
+constexpr UINT TickMs = 20;
+
+LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_CLOSE) {
+        ::ShowWindow(window, SW_HIDE);  // whoever opened it looks, and ends the interface first
+        return 0;
+    }
+    return ::DefWindowProcW(window, message, wParam, lParam);
+}
+
+SIZE outerSize(Spot inner) {
+    RECT rect{0, 0, inner.x, inner.y};
+    ::AdjustWindowRect(&rect, Style, FALSE);
+    return {rect.right - rect.left, rect.bottom - rect.top};
+}
+
+std::string bytesOf(std::wstring_view text) {
+    return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
+}
+
+// As the system hands over files: a header, then the paths, each ended by a zero, and one more.
+std::string fileList(const std::vector<std::string>& files) {
+    const DROPFILES header{sizeof(DROPFILES), {}, FALSE, TRUE};
+    std::string bytes(reinterpret_cast<const char*>(&header), sizeof header);
+    for (const std::string& file : files)
+        bytes += bytesOf(wide(file) + L'\0');
+    return bytes + bytesOf(std::wstring_view(L"\0", 1));
+}
+
+class WindowsHostWindow final : public HostWindow {
+public:
+    WindowsHostWindow(const std::string& title, Spot size) : class_(L"Brimtide host", procedure) {
+        const SIZE outer = outerSize(size);
+        window_ = ::CreateWindowExW(WS_EX_TOPMOST, class_.name(), wide(title).c_str(), Style, 40,
+                                    40, outer.cx, outer.cy, nullptr, nullptr, ownModule(), nullptr);
+        timer_ = ::SetTimer(nullptr, 0, TickMs, timerTick);
+        ticking()[timer_] = this;
+        ::ShowWindow(window_, SW_SHOW);
+        ::SetForegroundWindow(window_);
+        ::UpdateWindow(window_);
+    }
+    WindowsHostWindow(const WindowsHostWindow&) = delete;
+    WindowsHostWindow& operator=(const WindowsHostWindow&) = delete;
+    ~WindowsHostWindow() override {
+        ::KillTimer(nullptr, timer_);
+        ticking().erase(timer_);
+        destroy();
+    }
+
+    void destroy() override {
+        if (window_ != nullptr)
+            ::DestroyWindow(std::exchange(window_, nullptr));
+    }
+
+    void* handle() const override { return window_; }
+
+    void resize(Spot size) override {
+        const SIZE outer = outerSize(size);
+        ::SetWindowPos(window_, nullptr, 0, 0, outer.cx, outer.cy, SWP_NOMOVE | SWP_NOZORDER);
+    }
+
+    bool isOpen() const override { return ::IsWindowVisible(window_) != 0; }
+
+    void serve() override {
+        MSG message{};
+        for (bool isThere = ::GetMessageW(&message, nullptr, 0, 0) > 0; isThere;
+             isThere = ::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != 0) {
+            ::TranslateMessage(&message);
+            ::DispatchMessageW(&message);
+        }
+    }
+
+    int childCount() const override {
+        int count = 0;
+        const auto add = [](HWND, LPARAM counter) {
+            ++*reinterpret_cast<int*>(counter);
+            return TRUE;
+        };
+        ::EnumChildWindows(window_, add, reinterpret_cast<LPARAM>(&count));
+        return count;
+    }
+
+    std::vector<std::uint8_t> picture(Spot& size) override {
+        RECT client{};
+        ::GetClientRect(window_, &client);
+        size = {client.right, client.bottom};
+        BITMAPINFO form{};
+        form.bmiHeader.biSize = sizeof form.bmiHeader;
+        form.bmiHeader.biWidth = size.x;
+        form.bmiHeader.biHeight = -size.y;  // the top row first
+        form.bmiHeader.biPlanes = 1;
+        form.bmiHeader.biBitCount = 8 * BytesPerPixel;
+        const HDC window = ::GetDC(window_);
+        const HDC memory = ::CreateCompatibleDC(window);
+        void* pixels = nullptr;
+        const HBITMAP bitmap =
+            ::CreateDIBSection(window, &form, DIB_RGB_COLORS, &pixels, nullptr, 0);
+        std::vector<std::uint8_t> picture;
+        if (bitmap != nullptr) {
+            const HGDIOBJ former = ::SelectObject(memory, bitmap);
+            ::BitBlt(memory, 0, 0, size.x, size.y, window, 0, 0, SRCCOPY);
+            ::GdiFlush();
+            const auto* const bytes = static_cast<const std::uint8_t*>(pixels);
+            const std::size_t count =
+                static_cast<std::size_t>(size.x) * static_cast<std::size_t>(size.y);
+            for (std::size_t i = 0; i < count; ++i)
+                for (const int channel : {2, 1, 0})
+                    picture.push_back(bytes[i * BytesPerPixel + static_cast<std::size_t>(channel)]);
+            ::SelectObject(memory, former);
+            ::DeleteObject(bitmap);
+        }
+        ::DeleteDC(memory);
+        ::ReleaseDC(window_, window);
+        return picture;
+    }
+
+    void movePointer(Spot place) override {
+        const POINT screen = toScreen(place);
+        mouse(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE,
+              (screen.x * 65536 + 32768) / ::GetSystemMetrics(SM_CXSCREEN),
+              (screen.y * 65536 + 32768) / ::GetSystemMetrics(SM_CYSCREEN), 0);
+    }
+
+    void button(bool isRight, bool isDown) override {
+        if (isRight)
+            mouse(isDown ? MOUSEEVENTF_RIGHTDOWN : MOUSEEVENTF_RIGHTUP, 0, 0, 0);
+        else
+            mouse(isDown ? MOUSEEVENTF_LEFTDOWN : MOUSEEVENTF_LEFTUP, 0, 0, 0);
+    }
+
+    void wheel(std::int32_t delta) override {
+        mouse(MOUSEEVENTF_WHEEL, 0, 0, static_cast<DWORD>(delta));
+    }
+
+    void key(std::int32_t virtualKey, bool isDown) override {
+        INPUT event{};
+        event.type = INPUT_KEYBOARD;
+        event.ki.wVk = static_cast<WORD>(virtualKey);
+        event.ki.dwFlags = isDown ? 0 : KEYEVENTF_KEYUP;
+        ::SendInput(1, &event, sizeof event);
+    }
+
+    bool drop(const DroppedData& data, Spot place) override {
+        const POINT screen = toScreen(place);
+        // Where the system keeps what a window has registered for drops.
+        auto* const target = static_cast<IDropTarget*>(
+            ::GetPropW(::WindowFromPoint(screen), L"OleDropTargetInterface"));
+        if (target == nullptr)
+            return false;
+        Dragged dragged(data.text ? CF_UNICODETEXT : CF_HDROP,
+                        data.text ? bytesOf(wide(*data.text) + L'\0') : fileList(data.files));
+        const POINTL at{screen.x, screen.y};
+        DWORD effect = DROPEFFECT_COPY;
+        target->AddRef();
+        target->DragEnter(&dragged, MK_LBUTTON, at, &effect);
+        effect = DROPEFFECT_COPY;
+        target->DragOver(MK_LBUTTON, at, &effect);
+        const bool isWanted = effect != DROPEFFECT_NONE;
+        effect = DROPEFFECT_COPY;
+        if (isWanted)
+            target->Drop(&dragged, 0, at, &effect);
+        else
+            target->DragLeave();
+        target->Release();
+        return isWanted && effect != DROPEFFECT_NONE;
+    }
+
+private:
+    // By the thread's timers, which have no place for more.
+    static std::map<UINT_PTR, HostWindow*>& ticking() {
+        static std::map<UINT_PTR, HostWindow*> windows;
+        return windows;
+    }
+
+    static void CALLBACK timerTick(HWND, UINT, UINT_PTR timer, DWORD) {
+        const auto found = ticking().find(timer);
+        if (found != ticking().end() && found->second->tick)
+            found->second->tick();
+    }
+
+    POINT toScreen(Spot place) const {
+        POINT point{place.x, place.y};
+        ::ClientToScreen(window_, &point);
+        return point;
+    }
+
+    static void mouse(DWORD what, LONG x, LONG y, DWORD data) {
+        INPUT event{};
+        event.type = INPUT_MOUSE;
+        event.mi.dwFlags = what;
+        event.mi.dx = x;
+        event.mi.dy = y;
+        event.mi.mouseData = data;
+        ::SendInput(1, &event, sizeof event);
+    }
+
+    WindowClass class_;
+    HWND window_;
+    UINT_PTR timer_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<HostWindow> HostWindow::open(const std::string& title, Spot size) {
+    auto window = std::make_unique<WindowsHostWindow>(title, size);
+    if (window->handle() == nullptr)
+        return nullptr;
+    return window;
+}
+
+ProcessHoldings processHoldings() noexcept {
+    const HANDLE process = ::GetCurrentProcess();
+    PROCESS_MEMORY_COUNTERS memory{};
+    ::K32GetProcessMemoryInfo(process, &memory, sizeof memory);
+    return {std::int64_t{::GetGuiResources(process, GR_GDIOBJECTS)} +
+                ::GetGuiResources(process, GR_USEROBJECTS),
+            static_cast<std::int64_t>(memory.PagefileUsage)};
+}
+
+}  // namespace tarn::platform
