@@ -566,6 +566,15 @@ void Control::addChildBeneath(std::unique_ptr<Control> child, const Control& abo
     std::rotate(place, std::prev(children_.end()), children_.end());
 }
 
+void Control::raiseChild(const Control& child) {
+    const auto from = std::find(children_.begin(), children_.end(), &child);
+    const auto to = std::find_if(from, children_.end(), [&child](const Control* other) {
+        return other->zorder_ > child.zorder_;
+    });
+    if (from != to)
+        std::rotate(from, std::next(from), to);
+}
+
 std::unique_ptr<Control> Control::takeChild(const Control& child) {
     const auto place = std::find(children_.begin(), children_.end(), &child);
     if (place == children_.end())

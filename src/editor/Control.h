@@ -164,6 +164,9 @@ public:
     /// The same, just beneath one of the children.
     void addChildBeneath(std::unique_ptr<Control> child, const Control& above);
 
+    /// Puts a child above the siblings that have no higher `zorder`.
+    void raiseChild(const Control& child);
+
     /// Gives back a child, which leaves the tree; null if it is none.
     std::unique_ptr<Control> takeChild(const Control& child);
 

@@ -150,8 +150,9 @@ void ControlInfo::showWatched() {
     if (parameter == nullptr)
         return;
     const std::string unit = parameter->getUnit();
-    replaceOwn(Watched, parameter->getName() + " = " + parameter->getText() +
-                            (unit.empty() ? "" : " " + unit));
+    const std::string& label = watched_->getLabel();
+    replaceOwn(Watched, (label.empty() ? parameter->getId() : label) + " = " +
+                            parameter->getText() + (unit.empty() ? "" : " " + unit));
 }
 
 bool ControlInfo::handle(Message& message) {

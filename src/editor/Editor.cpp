@@ -381,6 +381,7 @@ void Editor::followModals() {
         Control& parent = *front->getParentControl();
         blurControl_->setPosition(clientRect_.movedBy(-parent.getAbsoluteOrigin()));
         blurControl_->grabAnew();
+        parent.raiseChild(*front);
         parent.addChildBeneath(std::move(restingBlur_), *front);
     }
     redrawAll();

@@ -156,8 +156,9 @@ public:
     Control* getCaptureControl() const { return captureControl_; }
     Point getLastMouse() const { return lastMouse_; }
 
-    /// Has everything beneath the control blurred, and closed to the pointer, for as long as the
-    /// control can be seen; of several such controls for the last one.
+    /// Brings the control to the front of its siblings, as far as their `zorder` allows, and has
+    /// everything beneath it blurred, and closed to the pointer, for as long as the control can be
+    /// seen; of several such controls for the last one.
     void enterModal(Control& dialog);
 
     /// Tell all listeners that the user takes hold of a control, and lets go of it.

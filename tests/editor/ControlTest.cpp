@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 
 #include <array>
-#include <sstream>
 
 namespace tarn {
 namespace {
@@ -15,19 +14,6 @@ using test::Probe;
 
 class ControlTest : public EditorTest {
 protected:
-    // 10 by 8, a half of it transparent.
-    void addBitmap(const std::string& id, const std::string& glyphs = {}) {
-        std::string rgba;
-        for (int i = 0; i < 10 * 8; ++i)
-            for (const int byte : {i * 3, 120, 255 - i, i % 10 < 5 ? 255 : 0})
-                rgba += static_cast<char>(byte);
-        std::istringstream stream(test::pngFile(10, 8, rgba));
-        auto bitmap = std::make_shared<Bitmap>();
-        ASSERT_TRUE(bitmap->load(stream).isOk());
-        bitmap->setFrames({0, 0, 5, 8}, 2, 1);
-        bitmap->setGlyphs(glyphs);
-        editor->bitmaps[id] = bitmap;
-    }
     Control* at(std::int32_t x, std::int32_t y) {
         return editor->getRootControl()->findControlAt({x, y});
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "drawing/FontLibrary.h"
+#include "drawing/PngFile.h"
 #include "editor/Control.h"
 #include "editor/ControlManager.h"
 #include "editor/Editor.h"
@@ -16,6 +17,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <utility>
 
@@ -99,11 +101,25 @@ protected:
         ASSERT_TRUE(editor->open(nullptr, {}, scale));
         editor->idle();
     }
-    Probe& probe(const std::string& id) {
+    template <typename T = Probe>
+    T& probe(const std::string& id) {
         for (Control* const control : editor->getControls())
             if (control->getControlId() == id)
-                return dynamic_cast<Probe&>(*control);
+                return dynamic_cast<T&>(*control);
         throw std::runtime_error("no control " + id);
+    }
+    /// 10 by 8, a half of it transparent.
+    void addBitmap(const std::string& id, const std::string& glyphs = {}) {
+        std::string rgba;
+        for (int i = 0; i < 10 * 8; ++i)
+            for (const int byte : {i * 3, 120, 255 - i, i % 10 < 5 ? 255 : 0})
+                rgba += static_cast<char>(byte);
+        std::istringstream stream(test::pngFile(10, 8, rgba));
+        auto bitmap = std::make_shared<Bitmap>();
+        ASSERT_TRUE(bitmap->load(stream).isOk());
+        bitmap->setFrames({0, 0, 5, 8}, 2, 1);
+        bitmap->setGlyphs(glyphs);
+        editor->bitmaps[id] = bitmap;
     }
     platform::OffscreenDesktop::Window& window() { return *desktop.windows().back(); }
     void point(Pointer event, std::int32_t x = 0, std::int32_t y = 0) {

@@ -25,6 +25,7 @@ inline const std::string SettingsText =
     "<Volume class='ParameterValue' type='float' automatable='true' scope='module'/>"
     "<Bend class='ParameterValue' type='float' minval='-1.0' maxval='1.0' defval='0.0' "
     "scope='plugin'/>"
+    "<Switch class='ParameterValue' type='bool' export='false' scope='plugin'/>"
     "<CurrentProgram class='ParameterValue' type='integer' minval='0' maxval='4095' defval='0' "
     "export='false' scope='plugin'/>"
     "</parameters></dict>";
