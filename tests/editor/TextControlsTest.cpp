@@ -17,6 +17,7 @@ namespace {
 using test::EditorTest;
 using test::Probe;
 using testing::_;
+using testing::ElementsAre;
 
 const std::string StatusAndHelp =
     "<s class='Text' id='special::textdisplay' y='66' width='100' height='14'/>"
@@ -33,6 +34,10 @@ protected:
     static std::string place(int x, int y, int width, int height) {
         return " x='" + std::to_string(x) + "' y='" + std::to_string(y) + "' width='" +
                std::to_string(width) + "' height='" + std::to_string(height) + "' ";
+    }
+    void click(int x, int y) {
+        point(Pointer::LeftDown, x, y);
+        point(Pointer::LeftUp, x, y);
     }
     ControlHelp& help() { return *editor->getHelpControl(); }
     std::string tooltip() { return help().isVisible() ? help().getText() : ""; }
@@ -208,9 +213,8 @@ TEST_F(TextControlsTest, ATooltipTellsWhatIsHovered) {
     EXPECT_EQ(editor->getRootControl()->findControlAt({25, 8}), nullptr);
     EXPECT_EQ(set(volume, 0.25f), "Plain");
     set(volume, 0.5f);
-    point(Pointer::LeftDown, 5, 5);
+    click(5, 5);
     EXPECT_EQ(tooltip(), "");
-    point(Pointer::LeftUp, 5, 5);
 
     EXPECT_EQ(hover(45, 5, false), "");
     EXPECT_EQ(hover(45, 5), half);
@@ -239,15 +243,11 @@ TEST_F(TextControlsTest, ATooltipTellsWhatIsHovered) {
     EXPECT_EQ(hover(5, 25), "");
 
     hover(5, 5);
-    editor->setShowTooltips(false);
-    EXPECT_EQ(tooltip(), "");
-    hover(45, 5);
-    EXPECT_EQ(hover(5, 5), "");
-    editor->setShowTooltips(true);
-    hover(45, 5);
-    EXPECT_EQ(hover(5, 5), "Plain");
+    for (const bool isOn : {false, true}) {
+        editor->setShowTooltips(isOn);
+        EXPECT_EQ(tooltip() + hover(45, 5, false) + hover(5, 5), isOn ? "Plain" : "");
+    }
     delete &probe("plain");
-    tick(help(), "CHds");
     EXPECT_EQ(tooltip(), "");
     hover(45, 5);
     editor->close();
@@ -255,8 +255,7 @@ TEST_F(TextControlsTest, ATooltipTellsWhatIsHovered) {
     EXPECT_EQ(set(volume, 0.9f), "");
     delete &help();
     EXPECT_EQ(editor->getHelpControl(), nullptr);
-    point(Pointer::LeftDown, 45, 5);
-    point(Pointer::LeftUp, 45, 5);
+    click(45, 5);
 }
 
 // Faults: a less important line over another, one that nobody takes away, turns that come while the
@@ -264,47 +263,44 @@ TEST_F(TextControlsTest, ATooltipTellsWhatIsHovered) {
 TEST_F(TextControlsTest, TheStatusLineTellsTheMostImportant) {
     open(StatusAndHelp +
          "<a class='Probe' id='knob' width='20' height='20' parameter='Volume' tooltip='Level'/>"
-         "<b class='Probe' id='other' x='40' width='20' height='20' tooltip='Two&#10;lines'/>");
+         "<b class='Probe' x='40' width='20' height='20' tooltip='Two&#10;lines'/>");
     ControlInfo& info = editor->getInfo();
     Parameter& volume = plugin.parameter("Volume");
+    const auto set = [&](float value, std::int32_t from) {
+        volume.setNormalised(value, from);
+        return status();
+    };
+    const auto ticked = [&](const char(&id)[5]) {
+        tick(info, id);
+        return status();
+    };
+    const auto pointed = [&](Pointer event, int x) {
+        point(event, x, 5);
+        return status();
+    };
     const Radio source(nullptr);
     EXPECT_EQ(status(), "Sampler 1.2.0");
-    EXPECT_EQ(editor->getStatusRect(), (Rect{0, 0, 100, 12}));
-    EXPECT_EQ(info.getRect(), editor->getStatusRect());
+    EXPECT_EQ(info.getRect(), (Rect{0, 0, 100, 12}));
     info.setLine(0, &source, "news");
     EXPECT_EQ(status(), "news");
-    for (const char* const text : {"Sampler 1.2.0", "news"}) {
-        tick(info, "MFCI");
-        EXPECT_EQ(status(), text);
-    }
-    point(Pointer::Move, 45, 5);
-    EXPECT_EQ(status(), "Two lines");
-    point(Pointer::Move, 5, 5);
-    EXPECT_EQ(status(), "Level = " + volume.getText());
-    volume.setNormalised(0.25f, FromHost);
-    EXPECT_EQ(status(), "Level = " + volume.getText());
-
-    point(Pointer::LeftDown, 5, 5);
-    EXPECT_EQ(status(), "Level = " + volume.getText());
-    volume.setNormalised(0.5f, FromUser);
-    const std::string watched = "Volume = " + volume.getText();
-    EXPECT_EQ(status(), watched);
-    tick(info, "MFCJ");
-    EXPECT_EQ(status(), watched);
-    info.setLine(3, &source, "alarm");
-    EXPECT_EQ(status(), "alarm");
+    EXPECT_EQ(ticked("MFCI"), "Sampler 1.2.0");
+    EXPECT_EQ(ticked("MFCI"), "news");
+    EXPECT_EQ(pointed(Pointer::Move, 45), "Two lines");
+    EXPECT_EQ(pointed(Pointer::Move, 5), "Level = " + volume.getText());
+    EXPECT_EQ(set(0.25f, FromHost), "Level = 0.25");
+    EXPECT_EQ(pointed(Pointer::LeftDown, 5), "Level = 0.25");
+    EXPECT_EQ(set(0.5f, FromUser), "Volume = 0.50");
+    EXPECT_EQ(ticked("MFCJ"), "Volume = 0.50");
+    for (const int priority : {4, -1, 3})
+        info.setLine(priority, &source, "line " + std::to_string(priority));
+    EXPECT_EQ(status(), "line 3");
     info.removeLines(&source);
-    point(Pointer::LeftUp, 5, 5);
-    point(Pointer::Left);
-    volume.setNormalised(0.75f, FromHost);
-    EXPECT_EQ(status(), watched);
     info.setLine(0, &source, "news");
-    tick(info, "MFCI");
-    tick(info, "MFCJ");
-    EXPECT_EQ(status(), "news");
-    info.setLine(4, &source, "none");
-    info.setLine(-1, &source, "none");
-    EXPECT_EQ(status(), "news");
+    pointed(Pointer::LeftUp, 5);
+    EXPECT_EQ(pointed(Pointer::Left, 0), "Volume = 0.50");
+    EXPECT_EQ(set(0.75f, FromHost), "Volume = 0.50");
+    EXPECT_EQ(ticked("MFCI"), "Volume = 0.50");
+    EXPECT_EQ(ticked("MFCJ"), "news");
 
     // A hint stays as long as a controller is learnt.
     plugin.getMidiMapper().startLearning(&volume);
@@ -316,13 +312,13 @@ TEST_F(TextControlsTest, TheStatusLineTellsTheMostImportant) {
     EXPECT_EQ(status(), "news");
     EXPECT_EQ(editor->getLearnHint(), "");
 
-    point(Pointer::LeftDown, 5, 5);
-    volume.setNormalised(0.1f, FromUser);
+    pointed(Pointer::LeftDown, 5);
+    set(0.1f, FromUser);
     editor->setModule(1);
     info.setLine(2, &probe("knob"), "of the knob");
     delete &probe("knob");
     plugin.parameter("Volume", 1).setNormalised(0.2f, FromUser);
-    EXPECT_EQ(status(), watched.substr(0, 9) + volume.getText());
+    EXPECT_EQ(status(), "Volume = 0.10");
     editor->close();
     EXPECT_EQ(status(), "news");
     EXPECT_GT(editor->getOpenSeconds(), 0.0);
@@ -371,44 +367,42 @@ TEST_F(TextControlsTest, PictureOfADialogOverABlur) {
         dialog +
         "<a class='Probe' x='60' y='40' width='30' height='30' background='#c04030' label='Text'/>"
         "<a class='Probe' y='66' width='16' height='12' zorder='200' background='#40ff40'/>");
-    const std::string before = test::bytesOf(*editor->getCanvas()->getPixels());
+    const auto shown = [this] {
+        editor->idle();
+        return test::bytesOf(*editor->getCanvas()->getPixels());
+    };
+    const std::string before = shown();
     plugin.parameter("Switch").setNormalised(1.0f, FromUser);
-    editor->idle();
-    const std::string blurred = test::bytesOf(*editor->getCanvas()->getPixels());
+    const std::string blurred = shown();
     test::expectPicture(*editor->getCanvas()->getPixels(), "dialog-100");
-    for (const auto event : {Pointer::LeftDown, Pointer::LeftUp, Pointer::RightDown})
-        point(event, 15, 15);
+    click(15, 15);
+    point(Pointer::RightDown, 15, 15);
     EXPECT_EQ(probe("under").take(), "");
     EXPECT_NE(editor->getHoverControl(), nullptr);
     window().owner->paint({10, 10, 20, 20});
-    EXPECT_EQ(test::bytesOf(*editor->getCanvas()->getPixels()), blurred);
-    editor->close();
+    EXPECT_EQ(shown(), blurred);
     ASSERT_TRUE(editor->open(nullptr, {}, 1.5f));
     window().owner->paint({10, 10, 20, 20});
     editor->idle();
     test::expectPicture(*editor->getCanvas()->getPixels(), "dialog-150");
     ASSERT_TRUE(editor->open(nullptr, {}));
     probe<Control>("dialog").setVisible(false);
-    editor->idle();
-    EXPECT_EQ(test::bytesOf(*editor->getCanvas()->getPixels()), before);
-    point(Pointer::LeftDown, 15, 15);
+    EXPECT_EQ(shown(), before);
+    click(15, 15);
     EXPECT_NE(probe("under").take(), "");
-    point(Pointer::LeftUp, 15, 15);
 
     // Dialogs that go while they are shown, one by one and with the whole.
     open("<a class='Probe' id='under' width='9' height='9'/><b id='one'" + dialog +
          "<b id='two' x='5' y='50'" + dialog);
-    for (const char* const id : {"one", "two"}) {
-        ControlMessage focus(nullptr, ControlMessage::FocusGained);
-        probe<Control>(id).handle(focus);
-    }
+    ControlMessage focus(nullptr, ControlMessage::FocusGained);
+    probe<Control>("one").handle(focus);
+    probe<Control>("two").handle(focus);
     Control* const blur = editor->getRootControl()->findControlAt({90, 30});
     const auto& children = editor->getRootControl()->getChildren();
-    EXPECT_THAT(children,
-                testing::ElementsAre(_, &probe<Control>("one"), blur, &probe<Control>("two")));
+    EXPECT_THAT(children, ElementsAre(_, &probe<Control>("one"), blur, &probe<Control>("two")));
     delete &probe<Control>("two");
     editor->idle();
-    EXPECT_THAT(children, testing::ElementsAre(_, blur, &probe<Control>("one")));
+    EXPECT_THAT(children, ElementsAre(_, blur, &probe<Control>("one")));
     EXPECT_TRUE(load(skin("")));
 }
 
@@ -421,31 +415,26 @@ TEST_F(TextControlsTest, TheAboutScreenComesAndGoes) {
         "<c class='Text' width='5' height='5' text='x'/></controls></b>");
     Control& about = probe<Control>("about");
     Parameter& change = plugin.parameter("Switch");
-    const auto click = [this] {
-        point(Pointer::LeftDown, 2, 2);
-        point(Pointer::LeftUp, 2, 2);
+    const auto opacityAfter = [&about](float step) {
+        tick(about, "CASf", 1, step);
+        return about.isVisible() ? about.getOpacity() : 0.0f;
     };
     EXPECT_EQ(about.getRect(), (Rect{0, 0, 10, 8}));
     EXPECT_FALSE(about.isVisible());
     change.setNormalised(1.0f, FromUser);
     EXPECT_TRUE(about.isVisible());
-    for (const auto& [step, opacity] :
-         {std::pair{0.0f, 0.01f}, {0.5f, 0.5f}, {0.92f, 1.0f}, {0.5f, 1.0f}}) {
-        if (step > 0.0f)
-            tick(about, "CASf", 1, step);
-        EXPECT_EQ(about.getOpacity(), opacity);
-    }
-    click();
+    EXPECT_EQ(about.getOpacity(), 0.01f);
+    EXPECT_EQ(opacityAfter(0.5f), 0.5f);
+    EXPECT_EQ(opacityAfter(0.92f), 1.0f);
+    EXPECT_EQ(opacityAfter(0.5f), 1.0f);
+    click(2, 2);
     EXPECT_EQ(change.getNormalised(), 0.0f);
-    tick(about, "CASf", 1, 0.4f);
-    EXPECT_EQ(about.getOpacity(), 0.4f);
-    click();
+    EXPECT_EQ(opacityAfter(0.4f), 0.4f);
+    click(2, 2);
     EXPECT_EQ(change.getNormalised(), 1.0f);
-    tick(about, "CASf", 1, 0.95f);
-    EXPECT_EQ(about.getOpacity(), 1.0f);
+    EXPECT_EQ(opacityAfter(0.95f), 1.0f);
     change.setNormalised(0.0f, FromUser);
-    tick(about, "CASf", 1, 0.1f);
-    EXPECT_FALSE(about.isVisible());
+    EXPECT_EQ(opacityAfter(0.1f), 0.0f);
     EXPECT_EQ(probe("under").take(), "");
 
     addBitmap("image");
