@@ -40,8 +40,8 @@ public:
     /// How many windows of others stand in it.
     virtual int childCount() const = 0;
 
-    /// What the client area shows, those windows included: red, green and blue, the top row first,
-    /// 3 bytes a pixel. `size` is filled.
+    /// What the screen shows at the client area, with menus and boxes over it: red, green and blue,
+    /// the top row first, 3 bytes a pixel. `size` is filled.
     virtual std::vector<std::uint8_t> picture(Spot& size) = 0;
 
     // The user.

@@ -108,15 +108,16 @@ public:
         form.bmiHeader.biHeight = -size.y;  // the top row first
         form.bmiHeader.biPlanes = 1;
         form.bmiHeader.biBitCount = 8 * BytesPerPixel;
-        const HDC window = ::GetDC(window_);
-        const HDC memory = ::CreateCompatibleDC(window);
+        const POINT corner = toScreen({});
+        const HDC screen = ::GetDC(nullptr);
+        const HDC memory = ::CreateCompatibleDC(screen);
         void* pixels = nullptr;
         const HBITMAP bitmap =
-            ::CreateDIBSection(window, &form, DIB_RGB_COLORS, &pixels, nullptr, 0);
+            ::CreateDIBSection(screen, &form, DIB_RGB_COLORS, &pixels, nullptr, 0);
         std::vector<std::uint8_t> picture;
         if (bitmap != nullptr) {
             const HGDIOBJ former = ::SelectObject(memory, bitmap);
-            ::BitBlt(memory, 0, 0, size.x, size.y, window, 0, 0, SRCCOPY);
+            ::BitBlt(memory, 0, 0, size.x, size.y, screen, corner.x, corner.y, SRCCOPY);
             ::GdiFlush();
             const auto* const bytes = static_cast<const std::uint8_t*>(pixels);
             const std::size_t count =
@@ -128,7 +129,7 @@ public:
             ::DeleteObject(bitmap);
         }
         ::DeleteDC(memory);
-        ::ReleaseDC(window_, window);
+        ::ReleaseDC(nullptr, screen);
         return picture;
     }
 
