@@ -58,8 +58,8 @@ public:
     virtual bool drop(const DroppedData& data, Spot place) = 0;
 };
 
-/// What this process holds, as far as the system tells: windows, menus and drawing objects, and
-/// bytes of memory of its own. Any thread.
+/// What this process holds, as far as the system tells: windows, menus, drawing objects, files,
+/// threads and the like, and bytes of its heaps. Any thread.
 struct ProcessHoldings {
     std::int64_t objects = 0;
     std::int64_t bytes = 0;

@@ -19,6 +19,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <set>
 #include <span>
 #include <thread>
 #include <utility>
@@ -32,8 +33,9 @@ using platform::Spot;
 
 constexpr double kRate = 44100.0;
 constexpr int kBlockFrames = 512;
-constexpr int kMostPixels = 16'384;  // of an interface's side
-constexpr int kSettledAfter = 10;    // openings
+constexpr int kMostPixels = 16'384;           // of an interface's side
+constexpr int kSettledAfter = 10;             // openings
+constexpr std::int64_t kUsualBytes = 65'536;  // that come and go with the system's own work
 
 void savePicture(HostWindow& window, const std::string& path) {
     Spot size;
@@ -67,6 +69,27 @@ public:
             throw Failure(ExitNotLoaded, "the plug-in has no interface");
     }
 
+    void makeBuffers() {
+        buffers = std::make_unique<GuardedBuffers>(instance.inputs(), instance.outputs(),
+                                                   kBlockFrames, false);
+    }
+
+    /// Lets go of what a script still holds.
+    void release() {
+        if (window->handle() == nullptr)
+            return;
+        for (const bool isRight : std::exchange(held_, {}))
+            window->button(isRight, false);
+    }
+
+    void button(bool isRight, bool isDown) {
+        window->button(isRight, isDown);
+        if (isDown)
+            held_.insert(isRight);
+        else
+            held_.erase(isRight);
+    }
+
     void openWindow() {
         window = HostWindow::open(title_, size());
         if (window == nullptr)
@@ -94,6 +117,11 @@ public:
         close();
     }
 
+    void end() {
+        if (isInterfaceOpen_)
+            close();
+    }
+
     void idle() {
         if (isInterfaceOpen_)
             instance.dispatch(effEditIdle);
@@ -118,6 +146,7 @@ private:
     Findings& findings_;
     std::string title_;
     bool isInterfaceOpen_ = false;
+    std::set<bool> held_;  // buttons, true is the right one
 };
 
 class Session {
@@ -187,10 +216,12 @@ void Session::prepare() {
         for (const TextSetting& setting : options_.textSettings)
             instance.setParameterText(indexOf(setting.parameter), setting.text);
         instance.resume();
-        stage->buffers = std::make_unique<GuardedBuffers>(instance.inputs(), instance.outputs(),
-                                                          kBlockFrames, false);
-        stage->openWindow();
-        stage->open();
+        stage->makeBuffers();
+    }
+    // The script's window last, in front of the others.
+    for (auto stage = stages_.rbegin(); stage != stages_.rend(); ++stage) {
+        (*stage)->openWindow();
+        (*stage)->open();
     }
 }
 
@@ -205,6 +236,12 @@ void Session::playAudio() {
     while (!isOver_) {
         source.read(input, kBlockFrames);
         for (const auto& stage : stages_) {
+            if (stage->instance.takeIOChange())
+                stage->makeBuffers();
+            input.resize(
+                std::max(input.size(), static_cast<std::size_t>(stage->instance.inputs())));
+            for (auto& channel : input)
+                channel.resize(kBlockFrames);
             stage->buffers->load(input, kBlockFrames);
             host_.beginBlock(position);
             stage->instance.process(stage->buffers->inputs(), stage->buffers->outputs(),
@@ -242,7 +279,7 @@ void Session::play(const Step& step) {
             return stage.window->movePointer(place);
         case Step::Kind::Press:
         case Step::Kind::Release:
-            return stage.window->button(step.isRight, step.kind == Step::Kind::Press);
+            return stage.button(step.isRight, step.kind == Step::Kind::Press);
         case Step::Kind::Wheel:
             return stage.window->wheel(120 * step.number);
         case Step::Kind::KeyDown:
@@ -295,7 +332,9 @@ void Session::tick() {
     }
     if (failure_ || (next_ == steps_.size() && waiting_ == 0)) {
         isScriptOver_ = true;
-        stages_.front()->close();  // which ends a menu or a box that still waits
+        stages_.front()->release();
+        for (const auto& stage : stages_)
+            stage->end();  // with the menu or the box that still waits
     }
 }
 
@@ -320,6 +359,8 @@ void Session::openAgainAndAgain() {
               << " more KiB\n";
     if (end.objects > settled.objects)
         findings_.add("the interface leaves objects of the system behind");
+    if (end.bytes - settled.bytes > kUsualBytes)
+        findings_.add("the interface leaves memory behind");
 }
 
 void Session::run() {
@@ -335,11 +376,11 @@ void Session::run() {
     while (isGoingOn())
         stages_.front()->window->serve();
     if (!failure_ && options_.times > 0 && stages_.front()->window->handle() != nullptr) {
-        stages_.front()->close();
+        stages_.front()->end();
         openAgainAndAgain();
     }
     for (const auto& stage : stages_)
-        stage->close();
+        stage->end();
     isOver_ = true;
     audio.get();
     for (const auto& stage : stages_)

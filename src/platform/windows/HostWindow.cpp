@@ -4,9 +4,9 @@
 #include "platform/windows/Text.h"
 #include "platform/windows/WindowClass.h"
 
-#include <psapi.h>
 #include <shlobj.h>
 
+#include <algorithm>
 #include <map>
 #include <utility>
 
@@ -24,6 +24,41 @@ LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wParam, LPARAM lPar
         return 0;
     }
     return ::DefWindowProcW(window, message, wParam, lParam);
+}
+
+BOOL CALLBACK countWindow(HWND, LPARAM counter) {
+    ++*reinterpret_cast<int*>(counter);
+    return TRUE;
+}
+
+BOOL CALLBACK countOwnWindow(HWND window, LPARAM counter) {
+    DWORD process = 0;
+    ::GetWindowThreadProcessId(window, &process);
+    if (process == ::GetCurrentProcessId()) {
+        countWindow(window, counter);
+        ::EnumChildWindows(window, countWindow, counter);
+    }
+    return TRUE;
+}
+
+std::int64_t heapBytes() {
+    constexpr DWORD MostHeaps = 64;
+    HANDLE heaps[MostHeaps];
+    const DWORD count = std::min(::GetProcessHeaps(MostHeaps, heaps), MostHeaps);
+    std::int64_t bytes = 0;
+    for (DWORD i = 0; i < count; ++i) {
+        ::HeapLock(heaps[i]);
+        for (PROCESS_HEAP_ENTRY entry{}; ::HeapWalk(heaps[i], &entry) != 0;)
+            if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0)
+                bytes += static_cast<std::int64_t>(entry.cbData);
+        ::HeapUnlock(heaps[i]);
+    }
+    return bytes;
+}
+
+// Those that stand twice on a keyboard; without the mark the one of the number block is meant.
+bool isExtended(std::int32_t key) {
+    return (key >= VK_PRIOR && key <= VK_DOWN) || key == VK_INSERT || key == VK_DELETE;
 }
 
 SIZE outerSize(Spot inner) {
@@ -90,11 +125,7 @@ public:
 
     int childCount() const override {
         int count = 0;
-        const auto add = [](HWND, LPARAM counter) {
-            ++*reinterpret_cast<int*>(counter);
-            return TRUE;
-        };
-        ::EnumChildWindows(window_, add, reinterpret_cast<LPARAM>(&count));
+        ::EnumChildWindows(window_, countWindow, reinterpret_cast<LPARAM>(&count));
         return count;
     }
 
@@ -155,7 +186,8 @@ public:
         INPUT event{};
         event.type = INPUT_KEYBOARD;
         event.ki.wVk = static_cast<WORD>(virtualKey);
-        event.ki.dwFlags = isDown ? 0 : KEYEVENTF_KEYUP;
+        event.ki.dwFlags = (isDown ? 0u : DWORD{KEYEVENTF_KEYUP}) |
+                           (isExtended(virtualKey) ? DWORD{KEYEVENTF_EXTENDEDKEY} : 0u);
         ::SendInput(1, &event, sizeof event);
     }
 
@@ -229,11 +261,13 @@ std::unique_ptr<HostWindow> HostWindow::open(const std::string& title, Spot size
 
 ProcessHoldings processHoldings() noexcept {
     const HANDLE process = ::GetCurrentProcess();
-    PROCESS_MEMORY_COUNTERS memory{};
-    ::K32GetProcessMemoryInfo(process, &memory, sizeof memory);
-    return {std::int64_t{::GetGuiResources(process, GR_GDIOBJECTS)} +
+    int windows = 0;
+    ::EnumWindows(countOwnWindow, reinterpret_cast<LPARAM>(&windows));
+    DWORD handles = 0;
+    ::GetProcessHandleCount(process, &handles);
+    return {std::int64_t{windows} + handles + ::GetGuiResources(process, GR_GDIOBJECTS) +
                 ::GetGuiResources(process, GR_USEROBJECTS),
-            static_cast<std::int64_t>(memory.PagefileUsage)};
+            heapBytes()};
 }
 
 }  // namespace tarn::platform
