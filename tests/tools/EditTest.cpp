@@ -35,11 +35,10 @@ TEST(Edit, PlaysTheUserOfTheInterface) {
     EXPECT_GT(folder.read("a.png").size(), 1000u);
     EXPECT_THAT(edit(folder, "close\nopen\nexpect Name other\n"),
                 FieldsAre(1, _, HasSubstr("line 3 expected Name to be 'other'"), _));
-    for (const std::string waits :
-         {"", "click right 20 20\nwait 100\n", "double 200 110\nwait 200\n"})
-        for (const std::string end : {"close\n", "destroy\n", ""})
-            EXPECT_THAT(edit(folder, waits + end, {"--instances", "2"}), FieldsAre(0, _, "", _))
-                << waits << end;
+    for (const char* const ends :
+         {"click right 20 20\nwait 100\nclose\n", "click right 20 20\nwait 100\n",
+          "double 200 110\nwait 200\ndestroy\n"})
+        EXPECT_THAT(edit(folder, ends, {"--instances", "2"}), FieldsAre(0, _, "", _)) << ends;
     EXPECT_THAT(edit(folder, "close\nclose\nwait 20\n", {"--times", "20"}),
                 FieldsAre(0, _, HasSubstr("20 openings"), _));
 }
