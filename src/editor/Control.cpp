@@ -922,9 +922,9 @@ Point Control::measureText(const std::string& text) const {
     }
     const std::u32string glyphs = lettersOf(alphabet_->getGlyphs());
     const std::u32string letters = lettersOf(inCaseOf(*alphabet_, text));
-    const auto shown = std::count_if(letters.begin(), letters.end(), [&glyphs](char32_t letter) {
-        return glyphs.find(letter) != std::u32string::npos;
-    });
+    const std::int64_t shown = std::count_if(
+        letters.begin(), letters.end(),
+        [&glyphs](char32_t letter) { return glyphs.find(letter) != std::u32string::npos; });
     const Point frame = alphabet_->getFrameSize();
     constexpr std::int64_t Widest = std::numeric_limits<std::int32_t>::max() / 2;
     return {static_cast<std::int32_t>(std::min<std::int64_t>(Widest, shown * frame.x)), frame.y};

@@ -245,7 +245,7 @@ protected:
     bool fadeEnabled_ = false;
 
 private:
-    bool handleParameter(const Message& message);
+    bool handleParameter(const Message& any);
     bool handleFocus(bool isGained);
     bool handleMenuChoice(std::int32_t identifier);
     bool handleWindow(WindowMessage& message);

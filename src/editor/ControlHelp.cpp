@@ -112,7 +112,7 @@ bool ControlHelp::handle(Message& message) {
     if (message.type == MessageType::Control) {
         switch (message.code) {
             case ControlMessage::HoverBegin:
-                follow(fromPayload<Control*>(message.payload));
+                follow(static_cast<Control*>(fromPayload<void*>(message.payload)));
                 if (current_ != nullptr && current_->testFlags(ShowValueOnHover))
                     showNow();
                 else if (current_ != nullptr)

@@ -158,7 +158,7 @@ void ControlInfo::showWatched() {
 bool ControlInfo::handle(Message& message) {
     if (message.type == MessageType::Control) {
         if (message.code == ControlMessage::HoverBegin)
-            hover(fromPayload<Control*>(message.payload));
+            hover(static_cast<Control*>(fromPayload<void*>(message.payload)));
         else if (message.code == ControlMessage::HoverEnd)
             hover(nullptr);
         return false;

@@ -112,7 +112,6 @@ void ControlText::drawForeground(Canvas& canvas, const Rect& /*rect*/) {
         drawText(canvas, room, text_, flags);
         return;
     }
-    flags &= ~(Font::Right | Font::CenterHorizontal);
     Rect line = room.movedBy(scrollPosition_);
     line.right = line.left + textSize_.x;
     drawText(canvas, line, text_, flags);

@@ -518,10 +518,10 @@ void Editor::close() {
     openSeconds_ = getOpenSeconds();
     {
         const std::lock_guard<Mutex> drawing(canvasLock_);
+        isOpen_ = false;
         info_->stop();
         for (Control* const control : topLevelControls_)
             control->suspend();
-        isOpen_ = false;
         pendingMenu_.reset();
         editedControl_ = nullptr;
         paintTarget_ = nullptr;

@@ -86,7 +86,7 @@ TEST_F(TextControlsTest, PictureOfTexts) {
         ASSERT_TRUE(editor->open(nullptr, {}, scale));
         plugin.parameter("Switch").setNormalised(1.0f, FromUser);
         tick(probe<Control>("about"), "CASf", 1, 0.5f);
-        tick(probe<Control>("a"), "CTst", 100);
+        tick(probe<Control>("a"), "CTst", 150);
         tick(probe<Control>("b"), "CTst", 38);
         point(Pointer::Move, static_cast<int>(110 * scale), static_cast<int>(40 * scale));
         tick(help(), "CHds");
@@ -107,7 +107,8 @@ TEST_F(TextControlsTest, OnlyWhatDoesNotFitGoesRound) {
     const auto changes = [this](Control& control, int count) {
         const std::string before = bytes(control);
         tick(control, "CTst", count);
-        return bytes(control) != before;
+        const bool isDirty = control.testFlags(Control::Dirty);
+        return bytes(control) != before && isDirty;
     };
     EXPECT_FALSE(changes(probe<Control>("fits"), 9));
     EXPECT_FALSE(changes(probe<Control>("rests"), 9));
@@ -125,6 +126,7 @@ TEST_F(TextControlsTest, OnlyWhatDoesNotFitGoesRound) {
     moves.setSize({0, 0, 40, 14});
     EXPECT_EQ(bytes(moves), start);
     moves.setText("Fits");
+    EXPECT_TRUE(moves.testFlags(Control::Dirty));
     EXPECT_FALSE(changes(moves, 5));
 
     // A parameter's text; the same one again doesn't begin anew.
