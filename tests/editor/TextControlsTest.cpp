@@ -452,5 +452,30 @@ TEST_F(TextControlsTest, TheAboutScreenComesAndGoes) {
     EXPECT_FALSE(about.isVisible());
 }
 
+// Faults: a timer that nobody hears, starts or lets go on.
+TEST_F(TextControlsTest, TimersReachTheirControls) {
+    addBitmap("image");
+    open(StatusAndHelp + "<a class='Text' id='text' width='9' height='14' autoscroll='true' " +
+         "text='Too long'/><b class='About' id='about' parameter='Switch' handle='image' y='40'/>" +
+         "<c class='Probe' x='40' width='9' height='9' parameter='Volume' tooltip='Level'/>");
+    Control &text = probe<Control>("text"), &about = probe<Control>("about");
+    const auto awaitThat = [this](const auto& isReached) {
+        while (!isReached()) {
+            editor->idle();
+            std::this_thread::yield();
+        }
+    };
+    const std::string before = bytes(text);
+    awaitThat([&] { return bytes(text) != before; });
+    plugin.parameter("Switch").setNormalised(1.0f, FromUser);
+    awaitThat([&] { return about.getOpacity() == 1.0f; });
+    plugin.parameter("Switch").setNormalised(0.0f, FromUser);
+    awaitThat([&] { return !about.isVisible(); });
+    point(Pointer::Move, 45, 5);
+    awaitThat([&] { return !tooltip().empty(); });
+    plugin.parameter("Volume").setNormalised(0.25f, FromHost);
+    awaitThat([&] { return tooltip().empty(); });
+}
+
 }  // namespace
 }  // namespace tarn
