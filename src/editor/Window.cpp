@@ -4,6 +4,7 @@
 #include "foundation/Logger.h"
 #include "foundation/ProductIdentity.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -15,8 +16,15 @@ std::int32_t toScreenPixels(std::int32_t value, float scale) {
     return static_cast<std::int32_t>(std::lround(static_cast<float>(value) * scale));
 }
 
+// A system may tell places far outside the window: such a one is brought so near that sums stay in
+// range.
+std::int32_t toPlace(float value) {
+    constexpr float Farthest = 1 << 20;
+    return static_cast<std::int32_t>(std::clamp(value, -Farthest, Farthest));
+}
+
 std::int32_t toSkinPixels(std::int32_t value, float scale) {
-    return static_cast<std::int32_t>(std::floor(static_cast<float>(value) / scale));
+    return toPlace(std::floor(static_cast<float>(value) / scale));
 }
 
 std::string classNameOf(const ProductIdentity& product) {
@@ -110,7 +118,7 @@ bool Window::send(std::int32_t code, Point point, std::uint64_t value, std::int3
 
 void Window::paint(const platform::Area& part) {
     const auto up = [this](std::int32_t value) {
-        return static_cast<std::int32_t>(std::ceil(static_cast<float>(value) / scale_));
+        return toPlace(std::ceil(static_cast<float>(value) / scale_));
     };
     const Point corner = toSkin({part.left, part.top});
     owner_.paint(this, {corner.x, corner.y, up(part.right), up(part.bottom)});
