@@ -58,10 +58,11 @@ bool DragDropHandler::handleTextDrop(const std::string& text, Point point) {
     if (!tree.parseWhole(text))
         return false;
     logLine(LogDetail, "dropped dictionary " + text.substr(0, 200));
+    const auto alive = life();
     bool isUsed = false;
     std::string path;
     if (const auto samples = tree.find("samples"))
-        for (std::int32_t i = 0; i < samples->count("sample"); ++i) {
+        for (std::int32_t i = 0; i < samples->count("sample") && !alive.expired(); ++i) {
             const auto sample = samples->getEntry(i, "sample");
             if (!sample || !sample->getString("file", path))
                 continue;
@@ -74,7 +75,7 @@ bool DragDropHandler::handleTextDrop(const std::string& text, Point point) {
             isUsed = sendSample(path, start, end, point) || isUsed;
         }
     if (const auto segment = tree.find("vst-xml/region/segment");
-        segment && segment->getString("filename", path)) {
+        segment && !alive.expired() && segment->getString("filename", path)) {
         std::int32_t start = 0, end = 0, length = 0;
         segment->getInteger("start", start);
         const bool hasEnd = segment->getInteger("end", end);
@@ -112,13 +113,15 @@ bool DragDropTarget::drop(const platform::DroppedData& data, Point point) {
     const auto dropped = makeShared<DragDropContainer>(data);
     dragged_ = dropped;
     lastPoint_ = point;
+    const auto alive = life();
     bool isUsed = false;
     std::string item;
-    while (dropped->next(item))
+    while (!alive.expired() && dropped->next(item))
         isUsed = (dropped->getKind() == DragDropContainer::Text ? handleTextDrop(item, point)
                                                                 : handleFileDrop(item, point)) ||
                  isUsed;
-    dragLeave();
+    if (!alive.expired())
+        dragLeave();
     return isUsed;
 }
 

@@ -8,6 +8,7 @@
 #include "platform/SystemWindow.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -37,7 +38,8 @@ private:
     std::string text_;
 };
 
-/// Turns what was dropped into messages to itself, in the skin's pixels.
+/// Turns what was dropped into messages to itself, in the skin's pixels. Whoever hears one may end
+/// the handler; the rest of what was dropped is told nobody then.
 class DragDropHandler : public Radio {
 public:
     using Radio::Radio;
@@ -52,6 +54,12 @@ public:
     ///     <vst-xml><region><segment filename="a.wav" start="5" length="4"/></region></vst-xml>
     /// Without a zone the frames are 0 to 10,000; a segment may tell its "end" instead.
     virtual bool handleTextDrop(const std::string& text, Point point);
+
+    /// Expires with the handler: whoever calls out looks at it afterwards.
+    std::weak_ptr<const int> life() const { return life_; }
+
+protected:
+    std::shared_ptr<const int> life_ = std::make_shared<const int>(0);
 
 private:
     bool sendSample(const std::string& path, std::int64_t start, std::int64_t end, Point point);

@@ -120,9 +120,6 @@ public:
     /// In seconds, all times together that the interface was open.
     double getOpenSeconds() const;
 
-    /// Expires with the editor: whoever calls out looks at it afterwards.
-    std::weak_ptr<const int> life() const { return life_; }
-
     // Drawing.
 
     /// Has the rectangle drawn at the next tick; nothing while the interface is closed. Any thread.
@@ -298,7 +295,6 @@ private:
     Plugin& plugin_;
     Module* module_;
     Resources* resources_;
-    std::shared_ptr<const int> life_ = std::make_shared<const int>(0);
     Word<std::thread::id> interfaceThread_;
 
     Mutex dirtyLock_;  // guards dirtyRects_
