@@ -20,7 +20,8 @@ namespace {
 
 constexpr std::int32_t MostPixelsASide = 16'384;
 constexpr std::int64_t MostPixels = std::int64_t{1} << 24;
-constexpr double Farthest = 1e6;           // that a rectangle reaches
+constexpr std::int64_t MostPixelsTogether = 4 * MostPixels;  // with all parents' pictures
+constexpr double Farthest = 1e6;                             // that a rectangle reaches
 constexpr double FarthestPoint = 32'768;   // of a path: what the products of cairo's numbers hold
 constexpr std::size_t MostLetters = 4096;  // of a text that is drawn
 constexpr float FullAlpha = 0.99f;         // from here on a copy is drawn as it is
@@ -94,6 +95,9 @@ Canvas::Canvas(const Rect& area, float deviceScale) {
 
 Canvas::Canvas(const Canvas& parent, const Rect& rect) {
     deviceScale_ = parent.deviceScale_;
+    pixelsAbove_ = parent.pixelsAbove_;
+    if (parent.pixels_ != nullptr)
+        pixelsAbove_ += std::int64_t{parent.pixels_->getWidth()} * parent.pixels_->getHeight();
     view_ = parent.view_;
     font_ = parent.font_;
     const Rect picture = parent.toArea(rect);
@@ -111,7 +115,8 @@ void Canvas::create(const Rect& device) {
     deviceOrigin_ = {device.left, device.top};
     const std::int32_t width = std::min(widthOf(device), MostPixelsASide);
     const std::int32_t height = std::min(heightOf(device), MostPixelsASide);
-    if (width == 0 || height == 0 || std::int64_t{width} * height > MostPixels)
+    const std::int64_t count = std::int64_t{width} * height;
+    if (count == 0 || count > MostPixels || pixelsAbove_ + count > MostPixelsTogether)
         return;
     own_ = makeShared<PixelsData>(width, height);
     pixels_ = own_.get();

@@ -44,7 +44,9 @@ public:
     explicit Canvas(const Rect& area, float deviceScale = 1.0f);
 
     /// A picture of its own, transparent at first, for what is drawn within `rect` of `parent`'s
-    /// present coordinates, which are its own too. It is in a frame until it ends.
+    /// present coordinates, which are its own too. It is in a frame until it ends. Where it would
+    /// have more than 67,108,864 pixels of the screen together with the parents' pictures, it is
+    /// empty.
     Canvas(const Canvas& parent, const Rect& rect);
 
     /// Draws into these pixels, which outlive the canvas. It is in a frame until it ends.
@@ -185,7 +187,8 @@ private:
     std::unique_ptr<Cairo> cairo_;
     CanvasTarget* window_ = nullptr;
     float deviceScale_ = 1.0f;
-    Point deviceOrigin_;  // of the picture's top left, in the screen's pixels
+    std::int64_t pixelsAbove_ = 0;  // of the parents' pictures, which are there meanwhile
+    Point deviceOrigin_;            // of the picture's top left, in the screen's pixels
     View view_;
     std::vector<View> frames_;    // what held before each one
     std::vector<View> children_;  // the same

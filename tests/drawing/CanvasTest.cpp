@@ -148,6 +148,17 @@ void drawTexts(Canvas& canvas) {
     canvas.present();
 }
 
+// Fault: an interface's file that nests controls takes all memory.
+TEST_F(CanvasTest, PicturesInOneAnotherAreBounded) {
+    const Rect largest = box(0, 0, 4096, 4096);
+    const Canvas first(largest), second(first, largest), third(second, largest),
+        fourth(third, largest), fifth(fourth, largest), small(fourth, box(0, 0, 1, 1));
+    EXPECT_NE(fourth.getPixels(), nullptr);
+    EXPECT_EQ(fifth.getPixels(), nullptr);
+    EXPECT_EQ(small.getPixels(), nullptr);
+    EXPECT_NE(Canvas(third, largest).getPixels(), nullptr);
+}
+
 // Faults: an outline beside its shape, a clip or an origin that stays, alphas that replace each
 // other, edges between pixels.
 TEST_F(CanvasTest, PictureOfShapes) {
