@@ -46,7 +46,7 @@ void ControlBlur::drawBackground(Canvas& canvas, const Rect& /*rect*/) {
         grabAnew();
     if (!isMade_) {
         if (!canvas.getClip().contains(all))
-            return;  // a part that was drawn in between; the whole is to follow
+            return;  // drawn in between; the whole is to follow
         isMade_ = true;
         try {
             image_ = canvas.grab(all);
