@@ -166,7 +166,7 @@ TEST_F(HostedEditor, TellsTheHostOfEdits) {
 TEST_F(HostedEditor, EndsWhereverTheHostEndsIt) {
     enum class End { Close, Delete, Destroy };
     for (const End end : {End::Close, End::Delete, End::Destroy})
-        for (const std::string moment : {"menu", "text", "box", "none"}) {
+        for (const std::string moment : {"menu", "text", "box", "drop", "none"}) {
             const test::HostedEffect effect = load();
             const test::HostedEffect beside = load();
             ASSERT_TRUE(open(beside));
@@ -198,13 +198,15 @@ TEST_F(HostedEditor, EndsWhereverTheHostEndsIt) {
                 return "text";
             };
             platform::setDialogAnswers({[&](const platform::MessageRequest&) {
-                                            if (moment == "box")
+                                            if (moment == "box" || moment == "drop")
                                                 endIt();
                                             return platform::MessageAnswer::Ok;
                                         },
                                         {}});
             if (moment == "none")
                 endIt();
+            else if (moment == "drop")
+                window().owner->drop({{"no preset"}, std::nullopt}, {5, 5});
             else if (moment == "text")
                 desktop.point(window(), Pointer::LeftDouble, {200, 110});
             else
