@@ -375,6 +375,13 @@ void Editor::followModals() {
     if (front == blurredFor_ || blurControl_ == nullptr)
         return;
     blurredFor_ = front;
+    // The pointer may be on the blur, which goes without a move.
+    if (front == nullptr && captureControl_ == blurControl_)
+        endCapture();
+    if (front == nullptr && hoverControl_ == blurControl_) {
+        const WindowMessage exit(this, WindowMessage::MouseExit, nullptr, lastMouse_, 0);
+        leaveHover(exit);
+    }
     if (Control* const parent = blurControl_->getParentControl())
         restingBlur_ = parent->takeChild(*blurControl_);
     if (front != nullptr) {
