@@ -6,8 +6,9 @@
 #include "plugin/Plugin.h"
 #include "plugin/PluginInfo.h"
 
+#include <algorithm>
 #include <array>
-#include <utility>
+#include <limits>
 
 namespace tarn {
 
@@ -42,8 +43,10 @@ VSTEditor::~VSTEditor() {
 }
 
 bool VSTEditor::getRect(ERect** rect) {
+    constexpr std::int32_t Most = std::numeric_limits<std::int16_t>::max();
     const Point size = editor_->getScreenSize();
-    rect_ = {0, 0, static_cast<std::int16_t>(size.y), static_cast<std::int16_t>(size.x)};
+    rect_ = {0, 0, static_cast<std::int16_t>(std::min(size.y, Most)),
+             static_cast<std::int16_t>(std::min(size.x, Most))};
     *rect = &rect_;
     return true;
 }

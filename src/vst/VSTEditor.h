@@ -23,7 +23,7 @@ public:
 
     Editor& getInterface() const noexcept { return *editor_; }
 
-    /// In the screen's pixels: of the open window, or else of the next one.
+    /// In the screen's pixels: of the open window, or else of the next one. A side ends at 32,767.
     bool getRect(ERect** rect) override;
 
     /// False, and it stays closed, where the system gives no window.
