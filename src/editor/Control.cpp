@@ -776,13 +776,7 @@ void Control::addMidiEntries(PopupMenu& menu, Parameter& parameter) {
     const MidiMapper<Parameter*>& mapper = editor_.instance().getMidiMapper();
     const std::int32_t controller = mapper.getController(&parameter);
     const auto entry = [this](std::int32_t id, const std::string& text, bool isChecked = false) {
-        PopupMenuEntry out;
-        out.target = this;
-        out.id = id;
-        out.text = text;
-        if (isChecked)
-            out.flags = PopupMenuEntry::Checked;
-        return out;
+        return PopupMenuEntry::of(this, id, text, isChecked);
     };
     menu.addEntry(entry(StartLearning, "Learn..."));
     if (controller >= 0) {

@@ -75,6 +75,14 @@ const char* const TextDisplayId = "special::textdisplay";
 const char* const ControlsKey = "controls";
 const char* const CurrentModuleId = "CurrentModule";
 
+// In percent, as the user wants it; 0 for the screen's own.
+std::int32_t chosenSize() {
+    std::int32_t percent = 0;
+    if (const Preferences* const user = Preferences::user())
+        user->getInteger(ScaleKey, percent);
+    return percent >= SmallestSize && percent <= LargestSize ? percent : 0;
+}
+
 }  // namespace
 
 Editor::Editor(Plugin& plugin, Module* module, Resources* resources)
@@ -459,20 +467,15 @@ std::shared_ptr<Bitmap> Editor::getBitmap(const std::string& id) const {
 float Editor::getScale() const {
     if (canvas_)
         return canvas_->getDeviceScale();
-    std::int32_t percent = 0;
-    if (const Preferences* const user = Preferences::user())
-        user->getInteger(ScaleKey, percent);
-    if (percent >= SmallestSize && percent <= LargestSize)
+    if (const std::int32_t percent = chosenSize(); percent != 0)
         return static_cast<float>(percent) / 100.0f;
     return std::clamp(platform::screenScale(), 1.0f, LargestScreenScale);
 }
 
 Point Editor::getScreenSize() const {
     const float scale = getScale();
-    const auto pixels = [scale](std::int32_t value) {
-        return static_cast<std::int32_t>(std::lround(static_cast<float>(value) * scale));
-    };
-    return {pixels(clientRect_.width()), pixels(clientRect_.height())};
+    return {toScreenPixels(clientRect_.width(), scale),
+            toScreenPixels(clientRect_.height(), scale)};
 }
 
 void Editor::setSize(std::int32_t percent) {
@@ -1010,42 +1013,29 @@ void Editor::setPendingMenu(std::unique_ptr<PopupMenu> menu, Point place) {
     pendingMenuPlace_ = place;
 }
 
-PopupMenuEntry Editor::ownEntry(std::int32_t id, const std::string& text, bool isChecked) {
-    PopupMenuEntry entry;
-    entry.target = this;
-    entry.id = id;
-    entry.text = text;
-    if (isChecked)
-        entry.flags = PopupMenuEntry::Checked;
-    return entry;
-}
-
 void Editor::addSizeEntries(PopupMenu& menu) {
-    std::int32_t chosen = 0;
-    if (const Preferences* const user = Preferences::user())
-        user->getInteger(ScaleKey, chosen);
-    if (chosen < SmallestSize || chosen > LargestSize)
-        chosen = 0;
-    PopupMenu& sizes = menu.addSubMenu(ownEntry(SizesId, "Size"));
+    const std::int32_t chosen = chosenSize();
+    PopupMenu& sizes = menu.addSubMenu(PopupMenuEntry::of(this, SizesId, "Size"));
     std::int32_t id = FirstSizeId;
     for (const std::int32_t size : OfferedSizes) {
         const std::string text = size == 0 ? "As the screen" : std::to_string(size) + " %";
-        sizes.addEntry(ownEntry(id++, text, size == chosen));
+        sizes.addEntry(PopupMenuEntry::of(this, id++, text, size == chosen));
     }
 }
 
 void Editor::addContextMenuEntries(PopupMenu& menu, Point /*position*/) {
     menu.addSeparator();
-    menu.addEntry(ownEntry(ShowTooltipsId, "Show tooltips", showTooltips_));
+    menu.addEntry(PopupMenuEntry::of(this, ShowTooltipsId, "Show tooltips", showTooltips_));
     addSizeEntries(menu);
     skins_.clear();
     if (resources_ == nullptr || resources_->getSkins().size() < 2)
         return;
     menu.addSeparator();
-    PopupMenu& skins = menu.addSubMenu(ownEntry(SkinsId, "Skins"));
+    PopupMenu& skins = menu.addSubMenu(PopupMenuEntry::of(this, SkinsId, "Skins"));
     for (const Skin& skin : resources_->getSkins()) {
         const auto id = FirstSkinId + static_cast<std::int32_t>(skins_.size());
-        skins.addEntry(ownEntry(id, skin.getName(), skin.getUid() == resources_->getCurrentSkin()));
+        skins.addEntry(PopupMenuEntry::of(this, id, skin.getName(),
+                                          skin.getUid() == resources_->getCurrentSkin()));
         if (skins_.empty())
             skins.addSeparator();
         skins_.push_back(skin.getUid());
@@ -1118,9 +1108,7 @@ void Editor::showPendingEdit(platform::SystemWindow& system) {
     endCapture();
     system.releaseCapture();
     const float scale = canvas_->getDeviceScale();
-    const auto pixels = [scale](std::int32_t value) {
-        return static_cast<std::int32_t>(std::lround(static_cast<float>(value) * scale));
-    };
+    const auto pixels = [scale](std::int32_t value) { return toScreenPixels(value, scale); };
     platform::TextRequest request;
     const Point corner = window_->toScreen(editRect_.topLeft());
     request.area = {corner.x, corner.y, corner.x + pixels(editRect_.width()),

@@ -265,7 +265,6 @@ private:
     static void* dialogOwner() noexcept;
     static void invert(const char* preference);
     void addSizeEntries(PopupMenu& menu);
-    PopupMenuEntry ownEntry(std::int32_t id, const std::string& text, bool isChecked = false);
     void tellOfReopening() const;
     void takeSpecial(Control& control);
     void makeBlur();

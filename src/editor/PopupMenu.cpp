@@ -29,6 +29,17 @@ struct MenuForSystem {
     }
 };
 
+PopupMenuEntry PopupMenuEntry::of(Radio* target, std::int32_t id, const std::string& text,
+                                  bool isChecked) {
+    PopupMenuEntry entry;
+    entry.target = target;
+    entry.id = id;
+    entry.text = text;
+    if (isChecked)
+        entry.flags = Checked;
+    return entry;
+}
+
 void PopupMenu::addEntry(PopupMenuEntry entry) {
     entries_.push_back(std::move(entry));
 }

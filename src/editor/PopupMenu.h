@@ -26,6 +26,9 @@ struct PopupMenuEntry {
     std::uint32_t flags = 0;
     std::int32_t platformId = 0;  // what the system knows it by, given when the menu is shown
     std::unique_ptr<PopupMenu> subMenu;
+
+    static PopupMenuEntry of(Radio* target, std::int32_t id, const std::string& text,
+                             bool isChecked = false);
 };
 
 /// Interface thread.

@@ -12,10 +12,6 @@ namespace tarn {
 
 namespace {
 
-std::int32_t toScreenPixels(std::int32_t value, float scale) {
-    return static_cast<std::int32_t>(std::lround(static_cast<float>(value) * scale));
-}
-
 // A system may tell places far outside the window: such a one is brought so near that sums stay in
 // range.
 std::int32_t toPlace(float value) {
@@ -54,6 +50,10 @@ std::int32_t codeOf(platform::PointerEvent event) {
 }
 
 }  // namespace
+
+std::int32_t toScreenPixels(std::int32_t value, float scale) {
+    return static_cast<std::int32_t>(std::lround(static_cast<float>(value) * scale));
+}
 
 Window::Window(Editor& owner, const Rect& rect, void* parent, float scale)
     : owner_(owner), scale_(scale) {

@@ -17,6 +17,9 @@ namespace tarn {
 
 class Editor;
 
+/// A length in the skin's pixels as one in the screen's, rounded.
+std::int32_t toScreenPixels(std::int32_t value, float scale);
+
 /// The editor's coordinates are the skin's pixels; the system's are the screen's, `scale` times as
 /// many. Interface thread.
 class Window : public CanvasTarget, public platform::WindowOwner {

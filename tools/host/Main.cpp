@@ -36,7 +36,6 @@ struct CommandLine {
     bool isJson = false;
     PlayOptions play;
     EditOptions edit;
-    std::vector<std::string> editTexts;
     std::string block = "512";
     std::string channels;
     std::vector<std::string> settings;
@@ -116,6 +115,16 @@ void addExtent(CLI::App& command, CommandLine& line) {
         ->check(numberFrom(0.0, 1e6));
 }
 
+void addStart(CLI::App& command, CommandLine& line, std::string& chunk) {
+    command
+        .add_option("--text", line.textSettings,
+                    "Sets a parameter at the start by what a user would type, such as a name")
+        ->option_text("INDEX|NAME=TEXT ...")
+        ->allow_extra_args(false);
+    command.add_option("--load-chunk", chunk,
+                       "File with a saved state, which the plug-in restores at the start");
+}
+
 void addPlay(CLI::App& app, CommandLine& line) {
     PlayOptions& play = line.play;
     CLI::App& command = *app.add_subcommand("play", "Plays a file or a signal through a plug-in.");
@@ -131,13 +140,7 @@ void addPlay(CLI::App& app, CommandLine& line) {
                     "Sets a parameter to a value from 0 to 1, at the start or after some seconds")
         ->option_text("INDEX|NAME=VALUE[@SECONDS] ...")
         ->allow_extra_args(false);
-    command
-        .add_option("--text", line.textSettings,
-                    "Sets a parameter at the start by what a user would type, such as a name")
-        ->option_text("INDEX|NAME=TEXT ...")
-        ->allow_extra_args(false);
-    command.add_option("--load-chunk", play.loadChunk,
-                       "File with a saved state, which the plug-in restores at the start");
+    addStart(command, line, play.loadChunk);
     command.add_option("--save-chunk", play.saveChunk, "File for the plug-in's state at the end");
     command
         .add_option("--instances", play.instances,
@@ -168,13 +171,7 @@ CLI::App& addEdit(CLI::App& app, CommandLine& line) {
         .add_option("--instances", edit.instances,
                     "Instances, each with a window; the script plays in the first (default 1)")
         ->check(numberFrom(1, 100));
-    command
-        .add_option("--text", line.editTexts,
-                    "Sets a parameter at the start by what a user would type, such as a name")
-        ->option_text("INDEX|NAME=TEXT ...")
-        ->allow_extra_args(false);
-    command.add_option("--load-chunk", edit.loadChunk,
-                       "File with a saved state, which the plug-in restores at the start");
+    addStart(command, line, edit.loadChunk);
     return command;
 }
 
@@ -205,7 +202,7 @@ void runPlay(CommandLine& line, Findings& findings) {
 }
 
 void runEdit(CommandLine& line, Findings& findings) {
-    for (const std::string& setting : line.editTexts)
+    for (const std::string& setting : line.textSettings)
         line.edit.textSettings.push_back(parseTextSetting(setting));
     edit(line.edit, findings);
 }
