@@ -21,7 +21,8 @@ struct EditOptions {
 
 /// Opens the interfaces, plays audio through the instances meanwhile, and the script. Without one,
 /// until the user closes the window. What the plug-in did wrong, and what a script expected in
-/// vain, goes into `findings`; a `Failure` where the system has no windows.
+/// vain, goes into `findings`; a `Failure` where the system has no windows. The calling thread is
+/// the interface's until the end; audio plays on one of its own.
 void edit(const EditOptions& options, Findings& findings);
 
 }  // namespace tarn::host
