@@ -92,12 +92,6 @@ bool areModifiersHeld() {
     return platform::isKeyDown(Shift) && platform::isKeyDown(Control) && platform::isKeyDown(Alt);
 }
 
-// Of 0.0 to 1.0; next to nothing for a parameter without steps.
-double normalisedStep(const Parameter& parameter) {
-    const std::int32_t count = parameter.getStepCount();
-    return count > 1 ? 1.0 / (count - 1) : 1e-6;
-}
-
 template <typename T>
 bool crossesZeroAs(const Parameter& parameter) {
     const auto* const value = dynamic_cast<const ParameterValue<T>*>(&parameter);
@@ -240,8 +234,10 @@ bool Control::handleParameter(const Message& any) {
 
 void Control::followVisibility(float normalised) {
     const Parameter* const parameter = parameterOf(visibilityParameter_);
-    const bool matches = parameter != nullptr &&
-                         std::abs(normalised - visibilityValue_) < normalisedStep(*parameter) * 0.5;
+    constexpr double LeastStep = 1e-6;
+    const bool matches =
+        parameter != nullptr && std::abs(normalised - visibilityValue_) <
+                                    std::max(normalisedStep(*parameter), LeastStep) * 0.5;
     if (visibilityAction_ == Hide)
         setVisible(matches);
     else
@@ -540,6 +536,28 @@ Parameter* Control::getParameter() const {
 Parameter* Control::parameterOf(const std::string& name) const {
     const Settings* const settings = name.empty() ? nullptr : settingsOf(*this);
     return settings != nullptr ? settings->find(name, parameterIndex_) : nullptr;
+}
+
+namespace {
+
+template <typename T>
+double rangeOf(const Parameter& parameter) {
+    const auto* const value = dynamic_cast<const ParameterValue<T>*>(&parameter);
+    return value == nullptr ? 0.0
+                            : std::abs(static_cast<double>(value->getMaximum()) -
+                                       static_cast<double>(value->getMinimum()));
+}
+
+}  // namespace
+
+double Control::normalisedStep(const Parameter& parameter) {
+    constexpr double LeastStep = 1.1920928955078125e-07;
+    double step = parameter.getStep();
+    if (const double range = rangeOf<float>(parameter); range > 0.0)
+        step /= range;
+    else if (const double integers = rangeOf<std::int32_t>(parameter); step >= 1.0 && integers > 0)
+        step /= integers;  // without one of its own it is a part of the range already
+    return step > LeastStep ? std::min(step, 1.0) : 0.0;
 }
 
 std::string Control::getTooltip() const {

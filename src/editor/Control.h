@@ -213,6 +213,13 @@ public:
 protected:
     bool isHovered() const { return isHovered_; }
 
+    /// The distance of two of the parameter's positions, of its normalised range; 0.0 where values
+    /// aren't stepped.
+    static double normalisedStep(const Parameter& parameter);
+
+    /// The topmost of the children, and of those below, that `find` finds at a point.
+    Control* findBelow(Point point, Control* (Control::*find)(Point)) const;
+
     std::string parameterName_;
     std::int32_t parameterIndex_ = 0;  // which of the parameters of that name
     std::string id_;
@@ -260,7 +267,6 @@ private:
     void readVisibility(const Dictionary& dictionary);
     bool canTakePointer() const;
     Point toFull(Point point) const;
-    Control* findBelow(Point point, Control* (Control::*find)(Point)) const;
     void addMidiEntries(PopupMenu& menu, Parameter& parameter);
     void drawContent(Canvas& canvas, const Rect& clip);
     template <typename Visit>

@@ -7,12 +7,19 @@
 #include "editor/ControlContainer.h"
 #include "editor/ControlHelp.h"
 #include "editor/ControlText.h"
+#include "editor/ControlValueDisplay.h"
+#include "editor/ControlValueKnob.h"
+#include "editor/ControlValueLED.h"
+#include "editor/ControlValueRange.h"
+#include "editor/ControlValueSlider.h"
+#include "editor/ControlValueText.h"
 #include "editor/ControlVersionInfo.h"
 #include "editor/Editor.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"
 #include "foundation/Logger.h"
-#include "parameters/Parameter.h"
+#include "parameters/ParameterEnum.h"
+#include "parameters/ParameterValue.h"
 #include "parameters/Settings.h"
 
 #include <string_view>
@@ -22,13 +29,24 @@ namespace tarn {
 namespace {
 
 template <typename T>
-std::unique_ptr<Control> make(Editor& editor) {
+std::unique_ptr<Control> make(Editor& editor, const Parameter* /*parameter*/) {
     return std::make_unique<T>(editor);
+}
+
+template <typename T>
+bool is(const Parameter* parameter) {
+    return dynamic_cast<const T*>(parameter) != nullptr;
+}
+
+std::unique_ptr<Control> makeDisplay(Editor& editor, const Parameter* parameter) {
+    if (is<ParameterValue<std::int32_t>>(parameter) || is<ParameterEnum<std::int32_t>>(parameter))
+        return std::make_unique<ControlValueDisplay>(editor);
+    return nullptr;
 }
 
 struct Row {
     std::string_view className;
-    std::unique_ptr<Control> (*create)(Editor& editor);
+    std::unique_ptr<Control> (*create)(Editor& editor, const Parameter* parameter);
 };
 
 constexpr Row Rows[] = {
@@ -36,8 +54,14 @@ constexpr Row Rows[] = {
     {"Background", make<ControlBackground>},
     {"Bitmap", make<ControlBitmap>},
     {"Container", make<ControlContainer>},
+    {"Display", makeDisplay},
     {"Help", make<ControlHelp>},
+    {"Knob", make<ControlValueKnob>},
+    {"LED", make<ControlValueLED>},
+    {"Range", make<ControlValueRange>},
+    {"Slider", make<ControlValueSlider>},
     {"Text", make<ControlText>},
+    {"TextValue", make<ControlValueText>},
     {"VersionInfo", make<ControlVersionInfo>},
 };
 
@@ -64,11 +88,11 @@ std::unique_ptr<Control> ControlManager::createFromDictionary(const Dictionary& 
 
 std::unique_ptr<Control> ControlManager::createControl(const Dictionary& /*dictionary*/,
                                                        const std::string& className,
-                                                       const Parameter* /*parameter*/,
+                                                       const Parameter* parameter,
                                                        Editor& editor) const {
     for (const Row& row : Rows)
         if (row.className == className)
-            return row.create(editor);
+            return row.create(editor, parameter);
     return nullptr;
 }
 

@@ -10,6 +10,7 @@
 #include "editor/ControlInfo.h"
 #include "editor/ControlManager.h"
 #include "editor/ControlText.h"
+#include "editor/ControlValue.h"
 #include "editor/Window.h"
 #include "foundation/Dictionary.h"
 #include "foundation/File.h"
@@ -204,6 +205,7 @@ void Editor::readControls(const File& file, Dictionary::Fault* fault) {
     buildControls(dictionary, nullptr);
     if (rootControl_ != nullptr)
         rootControl_->setFlags(Control::Opaque);
+    isFirstTree_ = false;
     makeBlur();
     initialize();
     followShowTooltips();
@@ -301,6 +303,8 @@ void Editor::buildControls(const Dictionary& dictionary, Control* parent) {
         if (control.getControlId() == BackgroundId)
             takeBackground(control);
         takeSpecial(control);
+        if (auto* const value = dynamic_cast<ControlValue*>(&control); value && isFirstTree_)
+            takeDefaults(*value, *element);
         addControl(&control);
         buildControls(*element, &control);
     }
@@ -315,6 +319,19 @@ void Editor::takeBackground(Control& control) {
     info_->setPosition(statusRect_);
     logLine(LogProgress, "plugin size is %dx%d", static_cast<int>(clientRect_.width()),
             static_cast<int>(clientRect_.height()));
+}
+
+// What a skin begins with. A later skin leaves what the user has set meanwhile.
+void Editor::takeDefaults(ControlValue& control, const Dictionary& element) {
+    std::int32_t controller = 0;
+    if (!element.getInteger("midi", controller))
+        return;
+    Parameter* const parameter = control.getParameter();
+    if (parameter != nullptr && parameter->hasFlag(Parameter::Automatable) && controller >= 0 &&
+        controller < midi::ControllerCount)
+        plugin_.getMidiMapper().bind(controller, parameter);
+    if (float position = 0.0f; element.getFloat("defval", position))
+        control.setPosition(position);
 }
 
 void Editor::takeSpecial(Control& control) {

@@ -30,6 +30,7 @@ class ControlBlur;
 class ControlHelp;
 class ControlInfo;
 class ControlManager;
+class ControlValue;
 class Module;
 class Plugin;
 class Resources;
@@ -266,6 +267,7 @@ private:
     static void invert(const char* preference);
     void addSizeEntries(PopupMenu& menu);
     void tellOfReopening() const;
+    void takeDefaults(ControlValue& control, const Dictionary& element);
     void takeSpecial(Control& control);
     void makeBlur();
     void followModals();
@@ -348,6 +350,7 @@ private:
     std::string pendingSkin_;         // taken at the window's end
     int dispatching_ = 0;             // messages under way, nested
     std::int32_t builtLine_ = 0;      // of the element under way
+    bool isFirstTree_ = true;
     bool reloadsSkin_ = false;
     int ticksToReload_ = 0;
     std::int64_t controlsStamp_ = 0;  // of the file, as it was read last

@@ -1,0 +1,188 @@
+#include "editor/ControlValueSlider.h"
+
+#include "drawing/Canvas.h"
+#include "editor/Editor.h"
+#include "foundation/Dictionary.h"
+#include "foundation/Message.h"
+#include "platform/Desktop.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarn {
+
+namespace {
+
+constexpr float PositionPerPixel = 0.0025f;  // of a control that isn't a slider
+constexpr std::int32_t HandleReach = 8;      // above and beneath the handle
+constexpr int ControlKey = 0x11, AltKey = 0x12;
+constexpr float LabelSize = 6.0f;
+constexpr std::int32_t LabelInset = 2;
+
+std::int32_t partOf(std::int32_t length, float position) {
+    return static_cast<std::int32_t>(std::lround(static_cast<float>(length) * position));
+}
+
+}  // namespace
+
+void ControlValueSlider::importDictionary(const Dictionary& dictionary) {
+    ControlValue::importDictionary(dictionary);
+    std::string text;
+    if (dictionary.getString("handle", text))
+        handleBitmap_ = editor().getBitmap(text);
+    if (handleBitmap_ && !rect_.hasArea()) {
+        const Point size = handleBitmap_->getFrameSize();
+        setSize({0, 0, size.x, size.y});
+    }
+    if (dictionary.getString("direction", text)) {
+        if (text == "bottomfill")
+            direction_ = Direction::BottomFill;
+        else if (text == "topfill")
+            direction_ = Direction::TopFill;
+        else if (text == "centerfill")
+            direction_ = Direction::CenterFill;
+        else if (text == "centergrow")
+            direction_ = Direction::CenterGrow;
+    }
+    dictionary.getInteger("minfill", minFill_);
+    dictionary.getBool("grabanywhere", grabAnywhere_);
+    if (dictionary.getString("type", text))
+        sliderType_ = text == "move" ? Type::Move : Type::Fill;
+    setFlags(HorizontalLayout, rect_.width() > rect_.height());
+    const std::int32_t length = isHorizontal() ? rect_.width() : rect_.height();
+    if (length > 0)
+        dragSpeed_ /= static_cast<float>(length) * PositionPerPixel;
+}
+
+// Of one that moves, where it is; of what is filled, its edge.
+Rect ControlValueSlider::handleRect() const {
+    const Rect local = getLocalRect();
+    const float position = getPosition();
+    if (sliderType_ == Type::Fill) {
+        if (isHorizontal()) {
+            const std::int32_t x = partOf(local.width(), position);
+            return {x, 0, x, local.height()};
+        }
+        const std::int32_t y = local.height() - partOf(local.height(), position);
+        return {0, y, local.width(), y};
+    }
+    const Point size = handleBitmap_->getFrameSize();
+    const Rect handle{0, 0, size.x, size.y};
+    if (isHorizontal())
+        return handle.movedBy({partOf(local.width() - size.x, position), 0});
+    const std::int32_t travel = local.height() - size.y;
+    return handle.movedBy({0, travel - partOf(travel, position)});
+}
+
+bool ControlValueSlider::press(const WindowMessage& message) {
+    const Rect local = getLocalRect();
+    Rect near = handleBitmap_ ? handleRect() : Rect{};
+    near.top -= HandleReach;
+    near.bottom += HandleReach;
+    const bool isJump = handleBitmap_ && !grabAnywhere_ && !near.contains(message.position) &&
+                        message.button == WindowMessage::LeftButton &&
+                        !platform::isKeyDown(ControlKey);
+    if (isJump) {
+        const bool isMoved = sliderType_ == Type::Move;
+        const Point handle = isMoved ? handleBitmap_->getFrameSize() : Point{};
+        const auto place = [](std::int32_t at, std::int32_t size, std::int32_t length) {
+            const auto room = static_cast<float>(std::max(length - size, 1));
+            return (static_cast<float>(at) - static_cast<float>(size) * 0.5f) / room;
+        };
+        setPosition(isHorizontal() ? place(message.position.x, handle.x, local.width())
+                                   : 1.0f - place(message.position.y, handle.y, local.height()));
+    }
+    return ControlValue::press(message);
+}
+
+bool ControlValueSlider::handle(Message& message) {
+    const bool isUsed = ControlValue::handle(message);
+    if (message.type != MessageType::Window || message.code != WindowMessage::ControlEnter ||
+        !handleBitmap_)
+        return isUsed;
+    const Point position = static_cast<const WindowMessage&>(message).position;
+    const Point size = handleBitmap_->getFrameSize();
+    return isUsed && (isHorizontal() ? position.y < size.y : position.x < size.x);
+}
+
+Control* ControlValueSlider::findControlAt(Point point) {
+    if (isVisible() && testFlags(Enabled) && platform::isKeyDown(AltKey) != altReverse_)
+        if (Control* const found = findBelow(point, &Control::findControlAt))
+            return found;
+    if (Control* const found = ControlValue::findControlAt(point))
+        return found;
+    const bool isOpen = isVisible() && testFlags(Enabled) && !testFlags(ClickThrough);
+    return isOpen && getLocalRect().contains(point) ? this : nullptr;
+}
+
+void ControlValueSlider::drawForeground(Canvas& canvas, const Rect& /*rect*/) {
+    if (!handleBitmap_) {
+        drawPlain(canvas);
+    } else if (sliderType_ == Type::Fill) {
+        drawFilled(canvas);
+    } else {
+        const std::int32_t last = handleBitmap_->getFrameCount() - 1;
+        canvas.drawBitmap(*handleBitmap_, handleBitmap_->getFrameRect(partOf(last, getPosition())),
+                          handleRect());
+    }
+}
+
+void ControlValueSlider::drawPlain(Canvas& canvas) const {
+    const Rect local = getLocalRect();
+    canvas.setFillColor(Color(1.0f, 1.0f, 1.0f, 1.0f));
+    canvas.fillRect(local);
+    canvas.setFillColor(Color(1.0f, 0.498f, 0.0f, 1.0f));
+    canvas.fillRect(
+        {0, local.height() - partOf(local.height(), getPosition()), local.width(), local.height()});
+    canvas.setPenColor(Color());
+    canvas.frameRect(local);
+    canvas.selectFont(Canvas::getDefaultFont(LabelSize));
+    canvas.setTextColor(Color());
+    canvas.drawText(
+        getLabel(),
+        {LabelInset, LabelInset, local.width() - LabelInset, local.height() - LabelInset},
+        Font::CenteredLine);
+}
+
+void ControlValueSlider::drawPart(Canvas& canvas, std::int32_t frame, const Rect& part) const {
+    const Rect source = handleBitmap_->getFrameRect(frame);
+    if (source.isEmpty())
+        return;
+    const Rect shown = part.intersectedWith({0, 0, source.width(), source.height()});
+    canvas.drawBitmap(*handleBitmap_, shown.movedBy(source.topLeft()), shown);
+}
+
+void ControlValueSlider::drawFilled(Canvas& canvas) const {
+    const float position = getPosition();
+    const std::int32_t width = getLocalRect().width(), height = getLocalRect().height();
+    if (isHorizontal()) {
+        const std::int32_t split = partOf(width, position);
+        drawPart(canvas, 1, {0, 0, split, height});
+        drawPart(canvas, 0, {split, 0, width, height});
+        return;
+    }
+    // The filled span, from the bottom up.
+    float from = 0.0f, to = position;
+    if (direction_ == Direction::TopFill) {
+        from = 1.0f - position;
+        to = 1.0f;
+    } else if (direction_ == Direction::CenterFill) {
+        from = std::min(position, 0.5f);
+        to = std::max(position, 0.5f);
+    }
+    Rect filled{0, height - partOf(height, to), width, height - partOf(height, from)};
+    const std::int32_t least = std::clamp(minFill_, 0, height);
+    if (const std::int32_t missing = least - filled.height(); missing > 0)
+        filled.top -= missing / 2;
+    filled.top = std::max(filled.top, least / 2);
+    filled.bottom = std::min(std::max(filled.bottom, filled.top + least), height);
+    if (direction_ == Direction::CenterFill)
+        drawPart(canvas, 0, {0, 0, width, height});
+    else if (direction_ == Direction::TopFill)
+        drawPart(canvas, 0, {0, filled.bottom, width, height});
+    else
+        drawPart(canvas, 0, {0, 0, width, filled.top});
+    drawPart(canvas, 1, filled);
+}
+
+}  // namespace tarn
