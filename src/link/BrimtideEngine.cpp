@@ -3,6 +3,7 @@
 #include "audio/Module.h"
 #include "parameters/ParameterText.h"
 #include "parameters/Settings.h"
+#include "platform/Clock.h"
 #include "plugin/HostInterface.h"
 #include "plugin/Plugin.h"
 #include "plugin/PluginInfo.h"
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <utility>
 
 namespace tarn {
 
@@ -30,6 +32,18 @@ template <typename T>
 void publish(ParameterValue<T>* parameter, T value) {
     if (parameter != nullptr && parameter->getValue() != value)
         parameter->setValue(value, FromInternal);
+}
+
+void publish(ParameterText* parameter, const std::string& text) {
+    if (parameter != nullptr && parameter->getValue() != text)
+        parameter->setValue(text, FromInternal);
+}
+
+// With one decimal, whatever the user's language.
+std::string withOneDecimal(double value) {
+    const long tenths = std::lround(std::abs(value) * 10.0);
+    return (value < 0.0 && tenths != 0 ? "-" : "") + std::to_string(tenths / 10) + "." +
+           std::to_string(tenths % 10);
 }
 
 std::string hostName(HostInterface* host) {
@@ -60,7 +74,13 @@ BrimtideEngine::Published::Published(Module* module)
       receivers(findIn<ParameterValue<std::int32_t>>(module, ReceiverCountName)),
       latency(findIn<ParameterValue<std::int32_t>>(module, InputLatencyName)),
       level(findIn<ParameterValue<float>>(module, OutputLevelName)),
-      peak(findIn<ParameterValue<float>>(module, InputPeakName)) {}
+      peak(findIn<ParameterValue<float>>(module, InputPeakName)),
+      connected(findIn<ParameterValue<bool>>(module, ConnectedName)),
+      receiving(findIn<ParameterValue<bool>>(module, ReceivingName)),
+      clipped(findIn<ParameterValue<bool>>(module, ClippedName)),
+      linkState(findIn<ParameterText>(module, LinkStateName)),
+      latencyText(findIn<ParameterText>(module, LatencyTextName)),
+      peakText(findIn<ParameterText>(module, PeakTextName)) {}
 
 BrimtideEngine::BrimtideEngine(Module* module)
     : EngineEffect(module),
@@ -72,6 +92,8 @@ BrimtideEngine::BrimtideEngine(Module* module)
     if (published_.name != nullptr)
         published_.name->setValue(bridge_.name(), FromInternal);
     publish(published_.channel, static_cast<std::int32_t>(bridge_.number()));
+    publish(published_.connected, bridge_.hasBlock());
+    tuneInByName(ResetPeakName);
     tuneInByName(MuteOutputName);
     tuneInByName(BrimtideIDName);
     // Has a reader that attaches early start with silence instead of waiting for the ring to fill.
@@ -90,6 +112,11 @@ bool BrimtideEngine::receive(Message& message) {
         const bool isMuted = fromPayload<std::uint8_t>(change.payload) != 0;
         muted_.store(isMuted, std::memory_order_relaxed);
         bridge_.owner().setMuted(isMuted);
+        return true;
+    }
+    if (change.parameterName == ResetPeakName) {
+        if (fromPayload<std::uint8_t>(change.payload) != 0 && published_.peak != nullptr)
+            published_.peak->setValue(published_.peak->getMinimum(), FromInternal);
         return true;
     }
     return Radio::receive(message);
@@ -125,6 +152,50 @@ void BrimtideEngine::onReset() {
 void BrimtideEngine::idle() {
     EngineEffect::idle();
     countReceivers();
+    const bool processes = isProcessing();
+    if (!processes)
+        publish(published_.level, 0.0f);
+    publish(published_.receiving, bridge_.owner().listeners() > 0);
+    publish(published_.clipped, published_.peak != nullptr && published_.peak->getValue() > 0.0f);
+    publish(published_.linkState, linkState(processes));
+    publish(published_.latencyText, latencyText());
+    publish(published_.peakText, peakText());
+}
+
+bool BrimtideEngine::isProcessing() {
+    const double now = platform::highResolutionSeconds();
+    const std::uint32_t blocks = blocks_.load(std::memory_order_relaxed);
+    if (blocks != std::exchange(seenBlocks_, blocks))
+        lastBlockAt_ = now;
+    return now - lastBlockAt_ < NoBlockSeconds;
+}
+
+std::string BrimtideEngine::linkState(bool isProcessing) const {
+    if (!bridge_.hasBlock())
+        return bridge_.isRefused() ? "Shared memory is refused" : "All 32 are taken";
+    const auto receivers = bridge_.owner().listeners();
+    const std::string listening =
+        std::to_string(receivers) + " receiver" + (receivers == 1 ? "" : "s");
+    if (!isProcessing)
+        return receivers == 0 ? "The host sends no audio" : "No audio, " + listening;
+    return receivers == 0 ? "Ready, no receiver" : "Sending, " + listening;
+}
+
+std::string BrimtideEngine::latencyText() const {
+    const std::int32_t samples = published_.latency != nullptr ? published_.latency->getValue() : 0;
+    if (samples <= 0)
+        return "The host tells no latency";
+    constexpr double MsPerSecond = 1000.0;
+    const std::string text = "Host latency " + std::to_string(samples) + " samples";
+    const int rate = getSampleRate();
+    return rate <= 0 ? text : text + ", " + withOneDecimal(samples * MsPerSecond / rate) + " ms";
+}
+
+std::string BrimtideEngine::peakText() const {
+    if (published_.peak == nullptr || published_.peak->getValue() <= published_.peak->getMinimum())
+        return "-\u221e";
+    const float peak = published_.peak->getValue();
+    return (peak > 0.0f ? "+" : "") + withOneDecimal(peak);
 }
 
 void BrimtideEngine::askForOffline() noexcept {
@@ -141,6 +212,7 @@ void BrimtideEngine::process(const IOPinConfig& in, IOPinConfig& out, int frames
     IOPin* target = out.getPin(0);
     if (source == nullptr || target == nullptr)
         return;
+    blocks_.store(blocks_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     const IOChannel<float>* sent = source->getChannel(0);
     const std::int32_t latency = host_ != nullptr ? host_->getInputLatency() : 0;
     bridge_.setInputLatency(latency);

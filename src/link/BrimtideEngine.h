@@ -25,6 +25,15 @@ inline constexpr const char* BrimtideChannelName = "BrimtideChannel";
 inline constexpr const char* ReceiverCountName = "ReceiverCount";
 inline constexpr const char* InputLatencyName = "InputLatency";
 inline constexpr const char* InputPeakName = "InputPeak";
+inline constexpr const char* ConnectedName = "Connected";
+inline constexpr const char* ReceivingName = "Receiving";
+inline constexpr const char* ClippedName = "Clipped";
+inline constexpr const char* LinkStateName = "LinkState";
+inline constexpr const char* LatencyTextName = "LatencyText";
+inline constexpr const char* PeakTextName = "PeakText";
+
+// What the interface asks of the engine: to begin the highest peak anew.
+inline constexpr const char* ResetPeakName = "ResetPeak";
 
 /// Holds one connection slot for its whole life, also while the host has the plug-in suspended.
 /// When no slot is free it is a wire and nothing else. Construction and destruction on the control
@@ -41,7 +50,8 @@ public:
     /// The host starts: tells receivers whether it renders offline. Control thread.
     void onReset() override;
 
-    /// Counts the receivers. Interface thread.
+    /// Counts the receivers, and tells the interface in words how things stand. A level that nobody
+    /// sets any more, since the host sends no blocks, falls to 0. Interface thread.
     void idle() override;
 
     /// One block: tells receivers the host's latency, writes the first input channel into the ring,
@@ -52,8 +62,8 @@ public:
     /// Takes the new value of "BrimtideID", the connection's name (the message's text; without one
     /// the payload points to the zero-terminated name, or is null), and of "MuteOutput" (the
     /// payload's low byte). A saved name of the kind that slots give gives way to that of this
-    /// slot, as does an empty one from anywhere; any other one stays. Any thread; muting allocates
-    /// nothing.
+    /// slot, as does an empty one from anywhere; any other one stays. "ResetPeak" at true has the
+    /// highest peak begin anew. Any thread; muting allocates nothing.
     bool receive(Message& message) override;
 
     /// Whether the plug-in's own output is silent; the connection goes on. Any thread.
@@ -71,12 +81,25 @@ private:
         ParameterValue<std::int32_t>* latency;
         ParameterValue<float>* level;
         ParameterValue<float>* peak;
+        ParameterValue<bool>* connected;
+        ParameterValue<bool>* receiving;
+        ParameterValue<bool>* clipped;
+        ParameterText* linkState;
+        ParameterText* latencyText;
+        ParameterText* peakText;
     };
+
+    // So long without a block, and the host counts as idle.
+    static constexpr double NoBlockSeconds = 0.5;
 
     void rename(const ParameterMessage& change);
     void askForOffline() noexcept;
     void countReceivers() noexcept;
     void publishPeak(float peak) noexcept;
+    bool isProcessing();
+    std::string linkState(bool isProcessing) const;
+    std::string latencyText() const;
+    std::string peakText() const;
 
     HostInterface* host_;  // null without one
     Published published_;
@@ -86,6 +109,9 @@ private:
     float highestPeak_ = 0.0f;    // linear
     float publishedPeak_ = 0.0f;  // what of it stands in the parameter, dB
     std::atomic<bool> muted_{false};
+    std::atomic<std::uint32_t> blocks_{0};  // that the host has sent
+    std::uint32_t seenBlocks_ = 0;          // of them, at the last tick; interface thread, as next
+    double lastBlockAt_ = -NoBlockSeconds;  // seconds of the clock; none at first
 };
 
 }  // namespace tarn

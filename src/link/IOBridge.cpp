@@ -113,8 +113,10 @@ bool IOBridge<Sample>::take(std::uint32_t slot) {
     mapping_ = platform::SharedMemory::create(connectionMappingName(slot), ConnectionBlockSize);
     block_ = blockIn(mapping_);
     // Something else may have the name, or an older block be too short: the slot is of no use.
-    if (block_ == nullptr)
+    if (block_ == nullptr) {
         owner_.giveBack();
+        refused_ = true;
+    }
     return block_ != nullptr;
 }
 

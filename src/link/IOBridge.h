@@ -84,6 +84,9 @@ public:
     bool hasBlock() const noexcept { return block_ != nullptr; }
     bool isMaster() const noexcept { return master_; }
 
+    /// Of a sending end without a block: whether a slot was free, but its block couldn't be made.
+    bool isRefused() const noexcept { return refused_; }
+
     /// The slot's number counted from 1, as in the name that the sending end gives; 0 without a
     /// block, and at the receiving end.
     int number() const noexcept { return number_; }
@@ -141,6 +144,7 @@ private:
     platform::SharedMemory mapping_;
     ConnectionBlock* block_ = nullptr;  // in mapping_
     bool master_ = true;
+    bool refused_ = false;
     int number_ = 0;
     ConnectionOwner owner_;
 };

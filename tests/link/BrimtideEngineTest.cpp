@@ -4,6 +4,7 @@
 #include "link/ConnectionListener.h"
 #include "link/Instance.h"
 #include "link/StandInHost.h"
+#include "platform/Clock.h"
 #include "plugin/Mission.h"
 #include "support/AllocationCount.h"
 #include "support/Connections.h"
@@ -80,7 +81,9 @@ TEST_F(BrimtideEngine, ThirtyTwoInstancesHoldASlotEach) {
         EXPECT_EQ(nameOfSlot(slot), "Connection #" + std::to_string(slot + 1));
     EXPECT_EQ(Mission::get().getCurrentPlugin(), &instances.front()->plugin);
     test::Instance& wire = *instances.back();
-    EXPECT_EQ(wire.value("BrimtideChannel"), 0.0f);
+    EXPECT_EQ(wire.value("BrimtideChannel") + wire.value("Connected"), 0.0f);
+    wire.plugin.moduleAt(0)->getEngine()->idle();
+    EXPECT_EQ(wire.parameter("LinkState").getText(), "All 32 are taken");
     EXPECT_EQ(wire.parameter("BrimtideID").getText(), "");
     EXPECT_TRUE(wire.restore(instances.front()->state()));
     EXPECT_EQ(wire.parameter("BrimtideID").getText(), "");
@@ -159,6 +162,58 @@ TEST_F(BrimtideEngine, BothEndsKnowOfEachOther) {
     }
     instance.plugin.moduleAt(0)->getEngine()->idle();
     EXPECT_EQ(instance.value("ReceiverCount"), 0.0f);
+}
+
+// Faults: words that don't fit what happens, a meter that stands where the last block left it, a
+// clip that is forgotten, or can't be.
+TEST_F(BrimtideEngine, TellsInWordsHowThingsStand) {
+    static double now;
+    now = 100.0;
+    platform::setHighResolutionClock([]() noexcept { return now; });
+    test::StandInHost host;
+    test::Instance instance(&host);
+    const auto text = [&](const char* id) {
+        instance.plugin.moduleAt(0)->getEngine()->idle();
+        return instance.parameter(id).getText();
+    };
+    EXPECT_EQ(text("LinkState"), "The host sends no audio");
+    EXPECT_EQ(text("LatencyText"), "The host tells no latency");
+    EXPECT_EQ(text("PeakText"), "-\u221e");
+    EXPECT_EQ(instance.value("Connected"), 1.0f);
+    host.latency = 321;
+    instance.plugin.setSampleRate(48'000);
+    std::unique_ptr<ConnectionListener> first, second;
+    const std::tuple<float, const char*, const char*, float> blocks[] = {
+        {0.7f, "Ready, no receiver", "-3.1", 0.0f},
+        {1.0f, "Sending, 1 receiver", "0.0", 0.0f},
+        {1.23f, "Sending, 2 receivers", "+1.8", 1.0f},
+        {0.5f, "Sending, 2 receivers", "+1.8", 1.0f}};
+    for (const auto& [sample, state, peak, clipped] : blocks) {
+        play(instance, {sample});
+        EXPECT_EQ(text("LinkState"), state);
+        EXPECT_EQ(text("PeakText"), peak);
+        EXPECT_EQ(instance.value("Clipped"), clipped);
+        auto& listener = first ? second : first;
+        if (!listener) {
+            listener = std::make_unique<ConnectionListener>(0);
+            listener->beat();
+        }
+    }
+    EXPECT_EQ(text("LatencyText"), "Host latency 321 samples, 6.7 ms");
+    EXPECT_EQ(instance.value("Receiving"), 1.0f);
+    now += 0.49;
+    EXPECT_EQ(text("LinkState"), "Sending, 2 receivers");
+    EXPECT_EQ(instance.value("OutputLevel"), 0.5f);
+    now += 0.02;
+    EXPECT_EQ(text("LinkState"), "No audio, 2 receivers");
+    EXPECT_EQ(instance.value("OutputLevel"), 0.0f);
+    instance.parameter("ResetPeak").setNormalised(1.0f, FromUser);
+    instance.parameter("ResetPeak").setNormalised(0.0f, FromUser);
+    EXPECT_EQ(text("PeakText"), "-\u221e");
+    EXPECT_EQ(instance.value("Clipped"), 0.0f);
+    play(instance, {0.1f});
+    EXPECT_EQ(text("PeakText"), "-20.0");
+    platform::setHighResolutionClock(nullptr);
 }
 
 TEST(BrimtidePluginInfo, AnswersWhatHostsAndFilesRelyOn) {

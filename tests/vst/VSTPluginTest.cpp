@@ -118,7 +118,7 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
                        (platform::hasWindows() ? effFlagsHasEditor : 0),
                    fourCharacters("QrlA"), 1, 1.0f));
     EXPECT_EQ(std::tuple(record.numParams, record.numPrograms, record.numInputs, record.numOutputs),
-              std::tuple(2, 1, 2, 2));
+              std::tuple(2, 2, 2, 2));
     const auto text = [&](VstInt32 opcode, VstInt32 index) {
         char buffer[kVstMaxProductStrLen] = "";
         instance.call(opcode, index, 0, buffer);
@@ -126,10 +126,14 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
     };
     instance.set(Mute, 1.0f);
     const std::tuple<VstInt32, VstInt32, const char*> texts[] = {
-        {effGetParamName, Name, "Name"},   {effGetParamName, Mute, "Mute"},
-        {effGetParamName, 2, ""},          {effGetParamDisplay, Mute, "On"},
-        {effGetProgramName, 0, "Default"}, {effGetProgramNameIndexed, 0, "Default"},
-        {effGetEffectName, 0, "Brimtide"}, {effGetProductString, 0, "Brimtide"},
+        {effGetParamName, Name, "Name"},
+        {effGetParamName, Mute, "Mute"},
+        {effGetParamName, 2, ""},
+        {effGetParamDisplay, Mute, "On"},
+        {effGetProgramName, 0, "Send and monitor"},
+        {effGetProgramNameIndexed, 0, "Send and monitor"},
+        {effGetEffectName, 0, "Brimtide"},
+        {effGetProductString, 0, "Brimtide"},
     };
     for (const auto& [opcode, index, expected] : texts)
         EXPECT_EQ(text(opcode, index), expected) << opcode << ", " << index;
