@@ -63,6 +63,15 @@ void Preset::makeEmptyPrograms() {
         programs_.push_back(std::make_unique<Program>(modules->getModule(i), library_));
 }
 
+void Preset::copyPrograms(const Preset& other) {
+    makeEmptyPrograms();
+    for (std::size_t i = 0; i < std::min(programs_.size(), other.programs_.size()); ++i) {
+        Dictionary snapshot;
+        other.programs_[i]->write(snapshot);
+        programs_[i]->read(snapshot);
+    }
+}
+
 Program* Preset::getProgram(int module) const {
     const auto index = static_cast<std::size_t>(module);
     return index < programs_.size() ? programs_[index].get() : nullptr;

@@ -38,6 +38,9 @@ public:
     /// New programs for all modules of the library's plug-in: with the live values, or empty.
     void makePrograms();
     void makeEmptyPrograms();
+
+    /// With the snapshots of another preset of the same library.
+    void copyPrograms(const Preset& other);
     bool hasPrograms() const { return !programs_.empty(); }
 
     /// The one of a module, by its number; null if there is none.

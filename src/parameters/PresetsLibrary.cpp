@@ -77,8 +77,14 @@ void PresetsLibrary::refreshNames() {
 void PresetsLibrary::setModified(bool isModified) {
     if (isModified)
         return;
+    isChanged_ = false;
     for (const auto& preset : presets_)
         preset->clearModified();
+}
+
+bool PresetsLibrary::hasChanges() const {
+    return isChanged_ ||
+           std::ranges::any_of(presets_, [](const auto& preset) { return preset->isModified(); });
 }
 
 std::int32_t PresetsLibrary::getProgramCount() const {
@@ -94,6 +100,90 @@ void PresetsLibrary::selectProgram(std::int32_t index) {
         left->store();
     chosen->activate(Parameter::PluginRealm);
     current_ = std::next(presets_.begin(), index);
+}
+
+bool PresetsLibrary::storeCurrent() {
+    Preset* const current = getCurrent();
+    if (current == nullptr || isFactory(*current))
+        return false;
+    current->store();
+    current->clearModified();
+    isChanged_ = true;
+    currentChanged();
+    return true;
+}
+
+void PresetsLibrary::revertCurrent() {
+    Preset* const current = getCurrent();
+    if (current == nullptr)
+        return;
+    current->activate(Parameter::PluginRealm);
+    current->clearModified();
+    currentChanged();
+}
+
+bool PresetsLibrary::renameCurrent(const std::string& text) {
+    const Preset* const current = getCurrent();
+    if (current == nullptr || isFactory(*current))
+        return false;
+    setCurrentName(text);
+    isChanged_ = true;
+    currentChanged();
+    return true;
+}
+
+bool PresetsLibrary::addPreset(const std::string& name) {
+    return selectAppended(name, nullptr);
+}
+
+bool PresetsLibrary::duplicatePreset(std::int32_t index) {
+    const Preset* const source = getPreset(index);
+    if (source == nullptr)
+        return false;
+    const std::string bank = source->getName(Preset::BankName);
+    return selectAppended((bank.empty() ? "" : bank + "/") + getProgramName(index) + " copy",
+                          source == getCurrent() ? nullptr : source);
+}
+
+// With what the source has stored; without one, with the live values.
+bool PresetsLibrary::selectAppended(const std::string& name, const Preset* source) {
+    if (getPresetCount() >= MostPresets)
+        return false;
+    append(name);
+    Preset& added = *presets_.back();
+    if (source != nullptr)
+        added.copyPrograms(*source);
+    else
+        added.makePrograms();
+    Preset* const left = getCurrent();
+    if (left != nullptr && source == nullptr)
+        left->clearModified();  // its edits are in the new one
+    else if (left != nullptr && left->isModified())
+        left->store();
+    current_ = std::prev(presets_.end());
+    added.activate(Parameter::PluginRealm);
+    refreshNames();
+    isChanged_ = true;
+    currentChanged();
+    return true;
+}
+
+bool PresetsLibrary::deleteCurrent() {
+    const Preset* const current = getCurrent();
+    if (current == nullptr || getPresetCount() < 2 || isFactory(*current))
+        return false;
+    const std::int32_t index = getCurrentIndex();
+    const auto deleted = current_;
+    current_ = index + 1 < getPresetCount() ? std::next(deleted) : std::prev(deleted);
+    (*current_)->activate(Parameter::PluginRealm);
+    presets_.erase(deleted);
+    for (auto& [slot, favorite] : favorites_)
+        if (favorite >= index)
+            favorite = favorite == index ? -1 : favorite - 1;
+    refreshNames();
+    isChanged_ = true;
+    currentChanged();
+    return true;
 }
 
 std::int32_t PresetsLibrary::selectFirstUsed() {
@@ -239,6 +329,16 @@ void PresetsLibrary::storeFavorite(std::int32_t slot) {
     favorites_[slot] = getCurrentIndex();
 }
 
+bool PresetsLibrary::moveToFavorite(std::int32_t slot) {
+    if (!favorites_.contains(slot))
+        return false;
+    if (const std::int32_t left = getFavoriteSlot(getCurrentIndex()); left >= 0)
+        favorites_[left] = getFavorite(slot);
+    storeFavorite(slot);
+    isChanged_ = true;
+    return true;
+}
+
 void PresetsLibrary::recallFavorite(std::int32_t slot) {
     if (favorites_.contains(slot))
         setProgram(getFavorite(slot));
@@ -254,7 +354,10 @@ bool PresetsLibrary::loadFile(const File& file, std::string& message) {
         message = "The presets in " + file.getPath() + " could not be read.";
         return false;
     }
-    return loadBank(tree, message);
+    if (!loadBank(tree, message))
+        return false;
+    currentChanged();
+    return true;
 }
 
 bool PresetsLibrary::loadBank(Dictionary& tree, std::string& message) {
@@ -265,7 +368,17 @@ bool PresetsLibrary::loadBank(Dictionary& tree, std::string& message) {
         readAll(tree);
     }
     readFavorites(tree);
+    isChanged_ = false;
     return true;
+}
+
+void PresetsLibrary::noteFactoryPresets(const Dictionary& bank) {
+    factoryIds_.clear();
+    const auto programs = bank.getArray(ProgramsKey);
+    const std::int32_t count = programs ? programs->count("") : 0;
+    for (std::int32_t i = 0; i < count; ++i)
+        if (std::string id; programs->getEntry(i)->getString("id", id) && !id.empty())
+            factoryIds_.insert(std::move(id));
 }
 
 bool PresetsLibrary::saveCurrent(const File& file, std::string& message) {

@@ -39,8 +39,16 @@ public:
     /// For a product: after all presets were read.
     virtual void presetsChanged() {}
 
-    /// Tells that there are edits, or, with false, that there are none in any preset.
+    /// Another preset is current, or the current one is called or marked otherwise.
+    virtual void currentChanged() {}
+
+    /// Tells that there are edits, or, with false, that there are none in any preset, and that the
+    /// presets are kept in a file.
     virtual void setModified(bool isModified);
+
+    /// Whether a preset was edited, added, renamed or deleted since the last such call with false
+    /// and the last bank that was read.
+    bool hasChanges() const;
 
     /// How many presets there are, or, before `init`, are to be.
     virtual std::int32_t getProgramCount() const;
@@ -51,6 +59,34 @@ public:
     /// Makes a preset current. Edits stay in the one that is left. An index that isn't there, or is
     /// the current one, does nothing.
     void selectProgram(std::int32_t index);
+
+    // What a user does with presets beside choosing them.
+
+    std::int32_t getPresetCount() const { return static_cast<std::int32_t>(presets_.size()); }
+
+    /// One that came with the product: it is neither renamed nor deleted, nor saved over.
+    bool isFactory(const Preset& preset) const { return factoryIds_.contains(preset.getId()); }
+
+    /// The live values become what the current preset has stored; false for one of the factory's.
+    bool storeCurrent();
+
+    /// The live values become again what the current preset has stored.
+    void revertCurrent();
+
+    /// False for one of the factory's.
+    bool renameCurrent(const std::string& text);
+
+    /// Appends a preset of that name, "Bank/Name", with the live values, and makes it current.
+    /// Edits don't stay in the one that is left. False if there are as many as are kept.
+    bool addPreset(const std::string& name);
+
+    /// The same, with what that preset has stored, or with the live values if it is the current
+    /// one, under its name and " copy". False for an index that isn't there, too.
+    bool duplicatePreset(std::int32_t index);
+
+    /// The next one becomes current, or else the one before. False for the last that is left and
+    /// for one of the factory's.
+    bool deleteCurrent();
 
     /// If the current preset has no programs, the first one that has some becomes current. Returns
     /// the current index.
@@ -66,6 +102,7 @@ public:
 
     /// Null for an index that isn't there.
     Preset* getPreset(std::int32_t index) const;
+    const std::list<std::unique_ptr<Preset>>& getPresets() const { return presets_; }
 
     /// "init 3" for the third one if it has no name; empty for an index that isn't there.
     std::string getProgramName(std::int32_t index) const;
@@ -98,13 +135,19 @@ public:
     std::int32_t getFavoriteSlot(std::int32_t index) const;
     void setFavorite(std::int32_t slot, std::int32_t index) { favorites_[slot] = index; }
     void storeFavorite(std::int32_t slot);
+
+    /// The same; the preset that was in the slot goes where the current one was, if that had a
+    /// slot. False if there is no such slot.
+    bool moveToFavorite(std::int32_t slot);
+    const std::map<std::int32_t, std::int32_t>& getFavorites() const { return favorites_; }
     void recallFavorite(std::int32_t slot);
 
     /// "Factory Presets.xml" in the folder of the product's resources.
     static File getFactoryFile();
 
     /// From and to a file: false, with the reason for the user in `message`, if it can't be used or
-    /// written. A failed read changes no preset, a failed write leaves the former file.
+    /// written. A failed read changes no preset, a failed write leaves the former file. What was
+    /// loaded is told by `currentChanged`.
     bool loadFile(const File& file, std::string& message);
     bool saveCurrent(const File& file, std::string& message);
     bool saveAll(const File& file, std::string& message);
@@ -115,6 +158,9 @@ public:
 protected:
     /// What `loadFile` does with the file's tree.
     bool loadBank(Dictionary& tree, std::string& message);
+
+    /// The presets of this tree are the factory's: those of other trees are by their ids.
+    void noteFactoryPresets(const Dictionary& bank);
 
     /// For the owner of the resources: presets are about to be read, one brings resources, they
     /// were read or their reading failed.
@@ -139,6 +185,7 @@ private:
     friend class Preset;  // it asks for the modules
 
     void append(const std::string& name);
+    bool selectAppended(const std::string& name, const Preset* source);
     void refreshNames();
 
     ModuleDirectory* modules_ = nullptr;
@@ -147,6 +194,8 @@ private:
     std::set<std::string> bankNames_;
     std::set<std::string> presetNames_;
     std::map<std::int32_t, std::int32_t> favorites_;
+    std::set<std::string> factoryIds_;
+    bool isChanged_ = false;  // beside the edits of the presets themselves
 };
 
 }  // namespace tarn

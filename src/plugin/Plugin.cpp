@@ -154,6 +154,7 @@ void Plugin::readFactoryBank() {
         return;
     }
     factoryPrograms_ = std::min(bank->getArraySize(ProgramsKey), MostPresets);
+    noteFactoryPresets(*bank);
     factoryBank_ = std::move(bank);
 }
 
@@ -164,7 +165,7 @@ void Plugin::loadFirstPresets() {
     std::string message;
     if (Preferences::user() != nullptr && Preferences::user()->getString("DefaultPresets", name)) {
         Dictionary chosen;
-        const File file(System::getFolderLocation(System::Resources), name);
+        const File file(System::getFolderLocation(System::Resources).join(name).getPath());
         if (Mission::get().getParsedFiles().load(file, chosen)) {
             if (takeState(chosen, message))
                 return;
@@ -393,6 +394,10 @@ std::int32_t Plugin::getProgramCount() const {
 
 void Plugin::setProgram(std::int32_t index) {
     selectProgram(index);
+    currentChanged();
+}
+
+void Plugin::currentChanged() {
     const std::int32_t current = getCurrentIndex();
     if (open_) {
         PluginMessage changed(this, PluginMessage::ProgramChanged, toPayload(current));

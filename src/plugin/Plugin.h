@@ -113,8 +113,10 @@ public:
     /// Programs that the host is told of, at least 1: those of the factory bank.
     std::int32_t getProgramCount() const override;
 
-    /// Also tells listeners and "CurrentProgram".
     void setProgram(std::int32_t index) override;
+
+    /// Tells listeners and "CurrentProgram".
+    void currentChanged() override;
     void setModified(bool isModified) override;
 
     /// Of the first module's engine, in samples; -1 without a module. Any thread.
