@@ -48,8 +48,6 @@ constexpr std::int32_t MostSideLength = 8'192;  // of the interface, in the skin
 
 // The numbers of the menu's own entries.
 constexpr std::int32_t ShowTooltipsId = 1004;
-constexpr std::int32_t ShowCpuMetersId = 1006;
-constexpr std::int32_t SubmitDiagnosticsId = 1007;
 constexpr std::int32_t SkinsId = 1009;
 constexpr std::int32_t SizesId = 1010;
 constexpr std::int32_t FirstSizeId = 1020;
@@ -225,9 +223,9 @@ void Editor::swapTree(Tree& other) {
 
 void Editor::followFiles() {
     constexpr int TicksBetween = 4;
-    // Not under a control that is shown something, or held.
-    if (!reloadsSkin_ || resources_ == nullptr || dispatching_ > 1 || isMouseHeld_ ||
-        ++ticksToReload_ < TicksBetween)
+    // Not under a control that is shown something, held, or has a menu or a box.
+    if (!reloadsSkin_ || shownMenu_ != nullptr || isEditing_ || resources_ == nullptr ||
+        dispatching_ > 1 || isMouseHeld_ || ++ticksToReload_ < TicksBetween)
         return;
     ticksToReload_ = 0;
     const std::string broken = resources_->reloadImages();
@@ -857,8 +855,11 @@ bool Editor::receiveWindow(WindowMessage& message) {
                 addDirtyRect(message.rectangle);
             return true;
         case WindowMessage::MenuMeasure:
-        case WindowMessage::MenuDraw:
-            return captureControl_ != nullptr && captureControl_->handle(message);
+        case WindowMessage::MenuDraw: {
+            auto* const drawn = fromPayload<OwnerDrawnEntry*>(message.payload);
+            const PopupMenuEntry* const entry = findMenuEntry(drawn->id);
+            return entry != nullptr && entry->target != nullptr && entry->target->receive(message);
+        }
         case WindowMessage::DropQuery:
             return true;
         case WindowMessage::DropOver:
@@ -1064,16 +1065,33 @@ void Editor::setPendingEdit(Control& control, const Rect& rect) {
         return;
     editedControl_ = &control;
     editRect_ = rect;
+    takeText_ = nullptr;
+}
+
+void Editor::setPendingEdit(Control& control, const Rect& rect, const std::string& text,
+                            TakeText take) {
+    if (isEditing_ || !isOpen_)
+        return;
+    setPendingEdit(control, rect);
+    editText_ = text;
+    takeText_ = std::move(take);
+}
+
+const PopupMenuEntry* Editor::findMenuEntry(std::int32_t id) const {
+    return shownMenu_ != nullptr ? shownMenu_->find(id) : nullptr;
 }
 
 void Editor::showPending() {
-    platform::SystemWindow* const system = window_ ? window_->getSystemWindow() : nullptr;
-    if (system == nullptr || shownMenu_ != nullptr || isEditing_)
-        return;
-    if (pendingMenu_)
-        showPendingMenu(*system);
-    else if (editedControl_ != nullptr)
-        showPendingEdit(*system);
+    const auto alive = life();
+    const auto system = [this]() -> platform::SystemWindow* {
+        const bool isFree = window_ && shownMenu_ == nullptr && !isEditing_;
+        return isFree ? window_->getSystemWindow() : nullptr;
+    };
+    if (pendingMenu_ && system() != nullptr)
+        showPendingMenu(*system());
+    // What was chosen may ask for a text.
+    if (!alive.expired() && editedControl_ != nullptr && system() != nullptr)
+        showPendingEdit(*system());
 }
 
 void Editor::showPendingMenu(platform::SystemWindow& system) {
@@ -1086,11 +1104,12 @@ void Editor::showPendingMenu(platform::SystemWindow& system) {
         return;
     shownMenu_ = nullptr;
     endCapture();
-    if (chosen == nullptr || chosen->target == nullptr)
+    Radio* const target = chosen != nullptr ? chosen->target : menu->getOwner();
+    if (target == nullptr)
         return;
-    ControlMessage choice(this, ControlMessage::MenuChoice, pendingMenuPlace_,
-                          toPayload(chosen->id));
-    chosen->target->receive(choice);
+    const std::int32_t id = chosen != nullptr ? chosen->id : NothingChosen;
+    ControlMessage choice(this, ControlMessage::MenuChoice, pendingMenuPlace_, toPayload(id));
+    target->receive(choice);
 }
 
 Point Editor::measureMenuEntry(std::int32_t id) {
@@ -1111,14 +1130,17 @@ const PixelsData* Editor::drawMenuEntry(std::int32_t id, bool isSelected, float 
     entryCanvas_->beginFrame({0, 0, size.x, size.y});
     entry.canvas = entryCanvas_.get();
     WindowMessage message(this, WindowMessage::MenuDraw, window_.get(), Point{}, toPayload(&entry));
+    const auto alive = life();
     receive(message);
-    return entryCanvas_->getPixels();
+    // What is highlighted may be heard at once, and the host may end the interface over that.
+    return alive.expired() ? nullptr : entryCanvas_->getPixels();
 }
 
 void Editor::showPendingEdit(platform::SystemWindow& system) {
     const Parameter* const parameter = editedControl_->getParameter();
     Control* const control = editedControl_;
-    if (parameter == nullptr) {
+    const TakeText take = std::exchange(takeText_, nullptr);
+    if (!take && parameter == nullptr) {
         editedControl_ = nullptr;
         return;
     }
@@ -1130,8 +1152,8 @@ void Editor::showPendingEdit(platform::SystemWindow& system) {
     const Point corner = window_->toScreen(editRect_.topLeft());
     request.area = {corner.x, corner.y, corner.x + pixels(editRect_.width()),
                     corner.y + pixels(editRect_.height())};
-    request.text = parameter->getText();
-    request.postfix = parameter->getUnit();
+    request.text = take ? editText_ : parameter->getText();
+    request.postfix = take ? std::string() : parameter->getUnit();
     canvas_->selectFont(Canvas::getDefaultFont(12.0f));
     request.postfixWidth = pixels(canvas_->measureText(request.postfix).width());
     request.className = "Quorl PopupEditBox";
@@ -1146,12 +1168,20 @@ void Editor::showPendingEdit(platform::SystemWindow& system) {
     isEditing_ = false;
     if (std::exchange(editedControl_, nullptr) != control || !text)
         return;  // the control or the window went meanwhile, or the user gave up
-    Parameter* const present = control->getParameter();
+    const Speaking here(*this);
+    if (take)
+        take(*text);
+    else
+        takeParameterText(*control, *text);
+}
+
+void Editor::takeParameterText(Control& control, const std::string& text) {
+    Parameter* const present = control.getParameter();
     if (present == nullptr)
         return;
-    beginEdit(*control, editRect_.topLeft());
-    present->setText(*text, FromUser);
-    endEdit(*control, editRect_.topLeft());
+    beginEdit(control, editRect_.topLeft());
+    present->setText(text, FromUser);
+    endEdit(control, editRect_.topLeft());
 }
 
 void Editor::setKnobMode(std::int32_t mode) {

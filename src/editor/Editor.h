@@ -16,6 +16,7 @@
 #include "foundation/Word.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -63,6 +64,13 @@ public:
         const Editor& editor_;
         std::weak_ptr<const int> life_;
         const Speaking* before_;
+    };
+
+    /// Numbers of the editor's menu that others offer too, or tell themselves.
+    enum MenuId : std::int32_t {
+        NothingChosen = -1,  // what the owner of a menu hears where the user chose nothing
+        ShowCpuMetersId = 1006,
+        SubmitDiagnosticsId = 1007,
     };
 
     enum KnobMode : std::int32_t { Linear = 0, Circular = 1, CircularRelative = 2 };
@@ -169,6 +177,14 @@ public:
     /// Then opens a box over the interface with the control's parameter as a text. What the user
     /// accepts is set as from `FromUser`.
     void setPendingEdit(Control& control, const Rect& rect);
+
+    /// The same with a text that isn't a parameter's, and who takes the one that the user accepts;
+    /// not called once the control is gone.
+    using TakeText = std::function<void(const std::string& text)>;
+    void setPendingEdit(Control& control, const Rect& rect, const std::string& text, TakeText take);
+
+    /// The entry of the menu that is shown; null if there is none.
+    const PopupMenuEntry* findMenuEntry(std::int32_t id) const;
 
     /// Shows the menu or the box that waits, and waits for the user; hands the choice to its
     /// target.
@@ -289,6 +305,7 @@ private:
     bool receiveDrop(WindowMessage& message);
     void showPendingMenu(platform::SystemWindow& system);
     void showPendingEdit(platform::SystemWindow& system);
+    void takeParameterText(Control& control, const std::string& text);
     void broadcast(std::int32_t code, Point position, std::uint64_t value);
     static bool deliverLocal(Control& control, const WindowMessage& message);
     static bool deliverLocal(Control& control, const WindowMessage& message, std::int32_t code);
@@ -317,6 +334,8 @@ private:
     PopupMenu* shownMenu_ = nullptr;    // while it is
     Control* editedControl_ = nullptr;  // whose text is, or will be, in a box
     Rect editRect_;
+    std::string editText_;
+    TakeText takeText_;  // empty while the text is the parameter's
     bool isEditing_ = false;
     std::unique_ptr<Canvas> entryCanvas_;
 

@@ -67,6 +67,8 @@ const PopupMenuEntry* PopupMenu::find(std::int32_t platformId) const {
 }
 
 void PopupMenu::forget(const Radio* target) {
+    if (owner_ == target)
+        owner_ = nullptr;
     for (PopupMenuEntry& entry : entries_) {
         if (entry.target == target)
             entry.target = nullptr;

@@ -48,6 +48,11 @@ public:
     /// Unless the menu is empty, or ends with one.
     void addSeparator();
 
+    /// Hears of it, as of `Editor::NothingChosen`, when the user has chosen nothing; null for
+    /// nobody. Not owned.
+    void setOwner(Radio* owner) { owner_ = owner; }
+    Radio* getOwner() const { return owner_; }
+
     /// Its entries are painted by their target, which is asked for their size and picture.
     void setOwnerDrawn(bool isOwnerDrawn) { isOwnerDrawn_ = isOwnerDrawn; }
 
@@ -59,7 +64,8 @@ public:
     /// none.
     const PopupMenuEntry* find(std::int32_t platformId) const;
 
-    /// The entries of a target that goes can still be chosen, but nobody hears of it.
+    /// The entries of a target that goes can still be chosen, but nobody hears of it; nor does an
+    /// owner that goes hear of anything.
     void forget(const Radio* target);
 
     void clear() { entries_.clear(); }
@@ -69,6 +75,7 @@ private:
     friend struct MenuForSystem;
 
     std::int32_t baseId_;
+    Radio* owner_ = nullptr;
     bool isOwnerDrawn_ = false;
     std::vector<PopupMenuEntry> entries_;
 };
