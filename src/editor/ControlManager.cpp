@@ -6,6 +6,9 @@
 #include "editor/ControlBitmap.h"
 #include "editor/ControlContainer.h"
 #include "editor/ControlHelp.h"
+#include "editor/ControlMenuButton.h"
+#include "editor/ControlPresetStep.h"
+#include "editor/ControlPresetsPopup.h"
 #include "editor/ControlText.h"
 #include "editor/ControlValueDisplay.h"
 #include "editor/ControlValueKnob.h"
@@ -58,6 +61,9 @@ constexpr Row Rows[] = {
     {"Help", make<ControlHelp>},
     {"Knob", make<ControlValueKnob>},
     {"LED", make<ControlValueLED>},
+    {"MenuButton", make<ControlMenuButton>},
+    {"PresetsMenu", make<ControlPresetsPopup>},
+    {"PresetStep", make<ControlPresetStep>},
     {"Range", make<ControlValueRange>},
     {"Slider", make<ControlValueSlider>},
     {"Text", make<ControlText>},

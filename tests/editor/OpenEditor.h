@@ -17,9 +17,11 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace tarn::test {
 
@@ -79,11 +81,42 @@ struct TestedEditor : Editor {
     Radio listened{nullptr};
 };
 
+/// A user who chooses the entry of a text, if it is offered and can be chosen, and writes down what
+/// there was: "*" behind what is checked, "-" behind what is disabled, sub-menus in brackets.
+struct MenuUser {
+    std::optional<std::int32_t> choose(const std::vector<platform::MenuEntry>& entries) {
+        std::optional<std::int32_t> chosen;
+        for (const platform::MenuEntry& entry : entries) {
+            offered += entry.text + (entry.isChecked ? "*" : "") + (entry.isDisabled ? "-" : "");
+            if (entry.text == wanted && !entry.isDisabled)
+                chosen = entry.id;
+            offered += entry.entries.empty() ? "," : "[";
+            if (const auto below = choose(entry.entries))
+                chosen = below;
+            offered += entry.entries.empty() ? "" : "],";
+        }
+        return chosen;
+    }
+    std::string wanted;
+    std::string offered;
+};
+
 class EditorTest : public testing::Test {
 protected:
     using Pointer = platform::PointerEvent;
 
-    EditorTest() { FontLibrary::get().setFolders({Folder(INTER_FONTS)}); }
+    explicit EditorTest(const std::string& settings = SettingsText,
+                        const std::string& factoryBank = {})
+        : product(settings, factoryBank) {
+        FontLibrary::get().setFolders({Folder(INTER_FONTS)});
+        desktop.menu = [this](const std::vector<platform::MenuEntry>& entries, platform::Spot) {
+            user.offered.clear();
+            const auto chosen = user.choose(entries);
+            if (meanwhile)
+                std::exchange(meanwhile, nullptr)();
+            return chosen;
+        };
+    }
 
     /// Of the list "controls" in a background of 100 by 80.
     static std::string skin(const std::string& controls) {
@@ -126,8 +159,17 @@ protected:
         desktop.point(window(), event, {x, y});
     }
 
+    /// What was offered where the user chose the text.
+    std::string chooseAt(Pointer press, std::int32_t x, std::int32_t y, const std::string& text) {
+        user = {text, {}};
+        point(press, x, y);
+        return user.offered;
+    }
+
     SamplerProduct product;
     StartedPlugin plugin;
+    MenuUser user;
+    std::function<void()> meanwhile;  // happens once while a menu is open
     platform::OffscreenDesktop desktop;
     ScratchFolder files;
     std::unique_ptr<TestedEditor> editor = std::make_unique<TestedEditor>(plugin);

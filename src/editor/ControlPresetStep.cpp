@@ -1,0 +1,24 @@
+#include "editor/ControlPresetStep.h"
+
+#include "editor/Editor.h"
+#include "foundation/Dictionary.h"
+#include "plugin/Plugin.h"
+
+#include <algorithm>
+
+namespace tarn {
+
+void ControlPresetStep::importDictionary(const Dictionary& dictionary) {
+    dictionary.getInteger("step", step_);
+    step_ = std::clamp(step_, -PresetsLibrary::MostPresets, PresetsLibrary::MostPresets);
+    ControlPushButton::importDictionary(dictionary);
+}
+
+void ControlPresetStep::pressAndRelease() {
+    Plugin& presets = editor().instance();
+    const std::int32_t count = presets.getPresetCount();
+    if (count > 1)
+        presets.setProgram(((presets.getCurrentIndex() + step_) % count + count) % count);
+}
+
+}  // namespace tarn
