@@ -1,5 +1,6 @@
 #include "editor/ControlManager.h"
 
+#include "audio/Module.h"
 #include "editor/Control.h"
 #include "editor/ControlAboutScreen.h"
 #include "editor/ControlBackground.h"
@@ -79,9 +80,10 @@ std::unique_ptr<Control> ControlManager::createFromDictionary(const Dictionary& 
     if (className.empty() || className == "None")
         return nullptr;
     dictionary.getString("parameter", parameterName);
-    const Settings* const settings = settingsOf(editor_);
-    const Parameter* const parameter =
-        settings != nullptr && !parameterName.empty() ? settings->find(parameterName, 0) : nullptr;
+    const Module* const module = editor_.getModule();
+    const Parameter* const parameter = module != nullptr && !parameterName.empty()
+                                           ? module->settings().find(parameterName, 0)
+                                           : nullptr;
     std::unique_ptr<Control> control = createControl(dictionary, className, parameter, editor_);
     if (!control)
         throw ErrorNoSuchControlType("ControlManager::createFromDictionary", className,
