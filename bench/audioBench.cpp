@@ -4,9 +4,12 @@
 #include "Ratios.h"
 #include "audio/IOPin.h"
 #include "audio/Mixer.h"
+#include "audio/VUMeter.h"
+#include "platform/Clock.h"
 
 #include <xmmintrin.h>
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -166,6 +169,30 @@ void bareCopy(State& state, int frames, Layout offsets) {
     }
 }
 
+// Of a signal that falls, for which the meter needs its power.
+void meter(State& state, int frames, Layout offsets) {
+    Pair pair(frames, offsets);
+    VUMeterPeak meter(nullptr);
+    meter.setMode(VUMeter::Peak1700);
+    meter.update(1.0f);
+    for (auto _ : state) {
+        meter.processChannel(pair.from);
+        benchmark::DoNotOptimize(meter.getLevel());
+    }
+}
+
+void barePeakClockAndPow(State& state, int frames, Layout offsets) {
+    Pair pair(frames, offsets);
+    const auto peakOf = offsets.from == 0 ? barePeakOf<true> : barePeakOf<false>;
+    double before = platform::systemHighResolutionSeconds();
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(peakOf(pair.from.getData(), frames));
+        const double now = platform::systemHighResolutionSeconds();
+        benchmark::DoNotOptimize(std::pow(0.1, now - before));
+        before = now;
+    }
+}
+
 using Operation = void (*)(State&, int, Layout);
 
 void compare(const std::string& name, Operation ours, Operation rival) {
@@ -186,6 +213,7 @@ const bool registered = [] {
     compare("screen", mix<Sum::Screen>, bareMix<Sum::Screen>);
     compare("mix stereo pins", mixStereo, bareMixStereo);
     compare("assign", assign, bareCopy);
+    compare("level meter", meter, barePeakClockAndPow);
     return true;
 }();
 
