@@ -30,6 +30,8 @@ constexpr double LearningMs = 10'000.0;  // after which no controller will be mo
 
 constexpr std::int32_t ProgramChange = 0xC0;  // the number of a program change's controller event
 
+constexpr int LoadsKept = 160;  // a row of the debug display has a column for each
+
 constexpr std::int32_t MostTunings = 1024;
 constexpr std::uint32_t AllRealms = 0xFFFF;
 
@@ -72,6 +74,8 @@ Plugin::Plugin(HostInterface* host, std::uintptr_t baseAddress)
       parameterManager_(PluginInfo::get().createParameterManager()),
       sampleManager_(PluginInfo::get().createSampleManager(this)),
       midiMapper_(this, LearningMs) {
+    for (const std::int32_t key : {AudioSection, MidiSection})
+        getCpuMeter(key);
     if (Mission::get().isReady())
         logLine(LogWarning, "plugin base address 0x%" PRIxPTR ":0x%" PRIxPTR, baseAddress_,
                 reinterpret_cast<std::uintptr_t>(this));
@@ -211,6 +215,22 @@ void Plugin::forEachEngine(const Visit& visit) const {
     for (const auto& module : modules_)
         if (Engine* const engine = module->getEngine())
             visit(*engine);
+}
+
+CPUMeter& Plugin::getCpuMeter(std::int32_t key) {
+    const auto found = cpuMeters_.find(key);
+    if (found != cpuMeters_.end()) [[likely]]
+        return *found->second;
+    return *(cpuMeters_[key] = std::make_unique<CPUMeter>(this, LoadsKept));
+}
+
+void Plugin::setCpuMetering(bool isOn) {
+    isCpuMetering_ = isOn;
+    for (const std::int32_t key : {AudioSection, MidiSection})
+        if (isOn)
+            getCpuMeter(key).start();
+        else
+            getCpuMeter(key).stop();
 }
 
 void Plugin::activate() {

@@ -5,6 +5,7 @@
 // back.
 #pragma once
 
+#include "audio/CPUMeter.h"
 #include "audio/IOPinConfig.h"
 #include "foundation/Radio.h"
 #include "foundation/SharedObject.h"
@@ -17,6 +18,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -131,6 +133,41 @@ public:
     bool isShutDown() const noexcept { return shutDown_; }
     bool isDisabled() const noexcept { return disabled_; }
 
+    /// The sections of code that are metered from the beginning.
+    enum MeteredSection : std::int32_t { AudioSection = 0, MidiSection = 1 };
+
+    // Around each run of a section. On the audio thread for those above; the meter of any other key
+    // is made at its first use, on the control thread while no block is processed.
+    void beginCpuMeter(std::int32_t key) { getCpuMeter(key).begin(); }
+    void endCpuMeter(std::int32_t key) { getCpuMeter(key).end(); }
+
+    /// Owned by the instance. Threads as for `beginCpuMeter`, but those above for any.
+    CPUMeter& getCpuMeter(std::int32_t key);
+
+    /// Starts and stops the meters of the sections above; they are stopped at first, and cost
+    /// nothing then. Interface thread.
+    void setCpuMetering(bool isOn);
+
+    /// Meters a section from here to its end, if the meters are started.
+    class CpuMetering {
+    public:
+        CpuMetering(Plugin& plugin, MeteredSection section)
+            : plugin_(plugin.isCpuMetering_ ? &plugin : nullptr), section_(section) {
+            if (plugin_ != nullptr) [[unlikely]]
+                plugin_->beginCpuMeter(section_);
+        }
+        CpuMetering(const CpuMetering&) = delete;
+        CpuMetering& operator=(const CpuMetering&) = delete;
+        ~CpuMetering() {
+            if (plugin_ != nullptr) [[unlikely]]
+                plugin_->endCpuMeter(section_);
+        }
+
+    private:
+        Plugin* plugin_;
+        MeteredSection section_;
+    };
+
     /// Frames processed since the start, modulo 2^32. Any thread.
     std::int32_t getSampleClock() const noexcept { return sampleClock_; }
 
@@ -206,6 +243,8 @@ private:
     std::unique_ptr<Dictionary> factoryBank_;  // null without one, and after the start
     std::int32_t factoryPrograms_ = 0;
     int blockFrames_ = 0;
+    std::map<std::int32_t, std::unique_ptr<CPUMeter>> cpuMeters_;
+    Word<bool> isCpuMetering_{false};
     Word<std::int32_t> sampleClock_{0};
     Word<bool> disabled_{false};
     Word<bool> shutDown_{false};

@@ -292,7 +292,10 @@ void VSTPlugin::processReplacing(float** inputs, float** outputs, VstInt32 frame
     if (gap >= ShortestGap &&
         gap * HostInterface::getSampleRate() >= BlocksOfGap * HostInterface::getBlockSize())
         resetAfterGap();
-    processBlock(inputs, outputs, frames);
+    {
+        const Plugin::CpuMetering metering(*plugin_, Plugin::AudioSection);
+        processBlock(inputs, outputs, frames);
+    }
     lastProcessEnd_ = platform::highResolutionSeconds();
 }
 
@@ -534,6 +537,7 @@ VstInt32 VSTPlugin::processEvents(const VstEvents* events) {
     const AudioGate::Block block(gate_);
     if (!block.isInside() || events->numEvents > MostEvents)
         return 1;
+    const Plugin::CpuMetering metering(*plugin_, Plugin::MidiSection);
     VstEvent* const* const list = events->events;  // of more than the two that are declared
     // In front of the first block that comes in parts, no event lies behind the announced length.
     const VstInt32 last = std::max(HostInterface::getBlockSize() - 1, 0);

@@ -267,6 +267,56 @@ TEST(VSTPlugin, NoticesLongBlocksAndPauses) {
     EXPECT_EQ(resetsAfter(16.0, 64), 1);
 }
 
+// Faults: blocks and MIDI events whose time isn't taken, is taken for one another, or that read the
+// clock though nobody looks.
+TEST(VSTPlugin, IsMeteredWhileSomebodyLooks) {
+    Instance instance;
+    static std::atomic<double> seconds;
+    static std::atomic<int> looks;
+    seconds = 100.0;
+    platform::setHighResolutionClock([]() noexcept {
+        ++looks;
+        return seconds.load();
+    });
+    instance.run();
+    Plugin& plugin = instance.plugin();
+    const auto loadOf = [&](std::int32_t key) {
+        TimerMessage tick(nullptr, TimerMessage::Tick, fourCharacterCode("CPUx"), 0);
+        plugin.getCpuMeter(key).receive(tick);
+        return plugin.getCpuMeter(key).getLoad(-1);
+    };
+    const auto looksOfABlock = [&] {
+        const int before = looks;
+        const long allocations = test::allocationsOfThisThread();
+        instance.process({}, {}, 0);
+        EXPECT_EQ(test::allocationsOfThisThread(), allocations);
+        return looks - before;
+    };
+    const int without = looksOfABlock();
+    plugin.setCpuMetering(true);
+    for (const std::int32_t key : {Plugin::AudioSection, Plugin::MidiSection}) {
+        plugin.getCpuMeter(key).stop();  // the test ticks itself
+        loadOf(key);
+    }
+    EXPECT_EQ(looksOfABlock(), without + 2);
+    const Hearer hearer(plugin, [&](Message&) { seconds = seconds + 0.5; });
+    VstMidiEvent event{};
+    event.type = kVstMidiType;
+    event.midiData[0] = '\xB0';
+    VstEvents events{1, 0, {reinterpret_cast<VstEvent*>(&event)}};
+    instance.call(effProcessEvents, 0, 0, &events);
+    duringBlock = [&] { seconds = seconds + 1.5; };
+    instance.play({0.5f});
+    duringBlock = nullptr;
+    EXPECT_EQ(loadOf(Plugin::AudioSection), 0.75);
+    EXPECT_EQ(loadOf(Plugin::MidiSection), 0.25);
+    plugin.setCpuMetering(false);
+    EXPECT_EQ(looksOfABlock(), without);
+    plugin.beginCpuMeter(7);
+    plugin.endCpuMeter(7);
+    EXPECT_EQ(plugin.getCpuMeter(7).getLength(), 160);
+}
+
 // Faults: numbers of the host's that reach receivers as nonsense, a text of its that has no end.
 TEST(VSTPlugin, TellsReceiversWhatTheHostTells) {
     Instance instance;
