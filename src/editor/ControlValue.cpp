@@ -109,6 +109,8 @@ void ControlValue::readScaling(const Dictionary& dictionary) {
     }
     if (scaling_.empty())
         scaling_ = {{minimum_, minimum_}, {maximum_, maximum_}};
+    else if (scaling_.size() == 1)
+        scaling_.push_back(scaling_.front());  // a line has two ends
     std::sort(scaling_.begin(), scaling_.end());
     const auto last = static_cast<float>(scaling_.size() - 1);
     for (std::size_t i = 0; i < scaling_.size() && last > 0.0f; ++i)
