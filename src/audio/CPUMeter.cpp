@@ -20,6 +20,8 @@ void CPUMeter::start() {
         timer_ = std::make_unique<Timer>(this, &tick, 1000.0 / UpdatesPerSecond, false);
         tuneIn(timer_.get());
     }
+    if (timer_->isRunning())
+        return;
     {
         const std::lock_guard guard(lock_);
         lastUpdate_ = 0.0;

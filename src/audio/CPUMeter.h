@@ -20,11 +20,12 @@ class CPUMeter : public Radio {
 public:
     static constexpr int UpdatesPerSecond = 10;
 
-    /// Keeps so many loads. None comes before `start`.
-    CPUMeter(Radio* parent, int length);
+    /// Keeps so many loads, by default those of 16 seconds. None comes before `start`.
+    explicit CPUMeter(Radio* parent, int length = 16 * UpdatesPerSecond);
     ~CPUMeter() override;
 
-    /// Loads come from now on. The pause before is in none of them.
+    /// Loads come from now on. The pause before is in none of them. Does nothing to a meter that
+    /// runs.
     void start() override;
     void stop() override;
 

@@ -7,10 +7,12 @@
 #include "editor/ControlBitmap.h"
 #include "editor/ControlContainer.h"
 #include "editor/ControlHelp.h"
+#include "editor/ControlLevelMeter.h"
 #include "editor/ControlMenuButton.h"
 #include "editor/ControlPresetStep.h"
 #include "editor/ControlPresetsPopup.h"
 #include "editor/ControlText.h"
+#include "editor/ControlVUMeterLEDs.h"
 #include "editor/ControlValueDisplay.h"
 #include "editor/ControlValueKnob.h"
 #include "editor/ControlValueLED.h"
@@ -62,6 +64,7 @@ constexpr Row Rows[] = {
     {"Help", make<ControlHelp>},
     {"Knob", make<ControlValueKnob>},
     {"LED", make<ControlValueLED>},
+    {"LevelMeter", make<ControlLevelMeter>},
     {"MenuButton", make<ControlMenuButton>},
     {"PresetsMenu", make<ControlPresetsPopup>},
     {"PresetStep", make<ControlPresetStep>},
@@ -69,6 +72,8 @@ constexpr Row Rows[] = {
     {"Slider", make<ControlValueSlider>},
     {"Text", make<ControlText>},
     {"TextValue", make<ControlValueText>},
+    {"VUMeter", make<ControlVUMeter>},
+    {"VUMeterLED", make<ControlVUMeterLEDs>},
     {"VersionInfo", make<ControlVersionInfo>},
 };
 

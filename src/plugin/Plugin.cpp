@@ -30,8 +30,6 @@ constexpr double LearningMs = 10'000.0;  // after which no controller will be mo
 
 constexpr std::int32_t ProgramChange = 0xC0;  // the number of a program change's controller event
 
-constexpr int LoadsKept = 160;  // a row of the debug display has a column for each
-
 constexpr std::int32_t MostTunings = 1024;
 constexpr std::uint32_t AllRealms = 0xFFFF;
 
@@ -221,7 +219,7 @@ CPUMeter& Plugin::getCpuMeter(std::int32_t key) {
     const auto found = cpuMeters_.find(key);
     if (found != cpuMeters_.end()) [[likely]]
         return *found->second;
-    return *(cpuMeters_[key] = std::make_unique<CPUMeter>(this, LoadsKept));
+    return *(cpuMeters_[key] = std::make_unique<CPUMeter>(this));
 }
 
 void Plugin::setCpuMetering(bool isOn) {
