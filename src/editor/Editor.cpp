@@ -6,6 +6,8 @@
 #include "drawing/FontLibrary.h"
 #include "editor/Control.h"
 #include "editor/ControlBlur.h"
+#include "editor/ControlCPUMeter.h"
+#include "editor/ControlDebugInfo.h"
 #include "editor/ControlHelp.h"
 #include "editor/ControlInfo.h"
 #include "editor/ControlManager.h"
@@ -80,6 +82,33 @@ std::int32_t chosenSize() {
     if (const Preferences* const user = Preferences::user())
         user->getInteger(ScaleKey, percent);
     return percent >= SmallestSize && percent <= LargestSize ? percent : 0;
+}
+
+// Of a part of the interface's work, with the meter's own pair of operations.
+class Metering {
+public:
+    using Step = void (CPUMeter::*)() noexcept;
+    Metering(CPUMeter* meter, Step begin, Step end) : meter_(meter), end_(end) {
+        if (meter_ != nullptr)
+            (meter_->*begin)();
+    }
+    Metering(const Metering&) = delete;
+    Metering& operator=(const Metering&) = delete;
+    ~Metering() {
+        if (meter_ != nullptr)
+            (meter_->*end_)();
+    }
+
+private:
+    CPUMeter* meter_;
+    Step end_;
+};
+
+bool isPreferred(const char* preference) {
+    bool isOn = false;
+    if (const Preferences* const user = Preferences::user())
+        user->getBool(preference, isOn);
+    return isOn;
 }
 
 }  // namespace
@@ -170,17 +199,27 @@ void Editor::loadSkinControls() {
         System::alert(PluginInfo::get().getTexts().controlsFailed, true);
 }
 
-void Editor::takePendingSkin() {
-    if (pendingSkin_.empty() || dispatching_ > 0 || isOpen_)
+// Not of an editor that goes, nor of one that has no controls of a skin's.
+void Editor::followCpuMeterChoice() {
+    isReloadDue_ = !life().expired() && resources_ != nullptr && rootControl_ != nullptr &&
+                   isPreferred(ShowCpuMetersKey) != showsCpuMeters_;
+}
+
+void Editor::takePendingChoices() {
+    const bool isSkinNew = !pendingSkin_.empty();
+    if (!(isSkinNew || isReloadDue_) || dispatching_ > 0 || isOpen_)
         return;
+    isReloadDue_ = false;
     deleteControls();
-    resources_->setCurrentSkin(std::exchange(pendingSkin_, {}));
+    if (isSkinNew)
+        resources_->setCurrentSkin(std::exchange(pendingSkin_, {}));
     loadSkinControls();
 }
 
 Error Editor::loadControls(const File& file) {
     logLine(LogProgress, "loading editor specification from " + file.getPath());
     deleteControls();
+    showsCpuMeters_ = isPreferred(ShowCpuMetersKey);
     controlsStamp_ = file.getChangeStamp();
     try {
         readControls(file, nullptr);
@@ -201,8 +240,9 @@ void Editor::readControls(const File& file, Dictionary::Fault* fault) {
         !dictionary.parseWhole(text, fault) || !dictionary.getArray(ControlsKey))
         throw ErrorImportFailed("Editor::loadControls", file.getPath());
     buildControls(dictionary, nullptr);
-    if (rootControl_ != nullptr)
-        rootControl_->setFlags(Control::Opaque);
+    for (Control* const whole : {rootControl_, backgroundControl_})
+        if (whole != nullptr)
+            whole->setFlags(Control::Opaque);
     isFirstTree_ = false;
     makeBlur();
     initialize();
@@ -310,13 +350,38 @@ void Editor::buildControls(const Dictionary& dictionary, Control* parent) {
 
 void Editor::takeBackground(Control& control) {
     backgroundControl_ = rootControl_ = &control;
-    const Rect rect = control.getRect();
+    if (showsCpuMeters_)
+        addDebugControls(control);
+    const Rect rect = rootControl_->getRect();
     clientRect_ = {0, 0, std::min(rect.width(), MostSideLength),
                    std::min(rect.height(), MostSideLength)};
     statusRect_ = {0, 0, clientRect_.right, StatusHeight};
     info_->setPosition(statusRect_);
     logLine(LogProgress, "plugin size is %dx%d", static_cast<int>(clientRect_.width()),
             static_cast<int>(clientRect_.height()));
+}
+
+// In the background's place, around it.
+void Editor::addDebugControls(Control& background) {
+    logLine(LogProgress, "adding debug controls...");
+    auto debug = std::make_unique<ControlDebugInfo>(
+        *this, std::array{&plugin_.getCpuMeter(Plugin::AudioSection), &paintMeter_,
+                          &plugin_.getCpuMeter(Plugin::MidiSection), &tickMeter_});
+    logLine(LogProgress, "attaching performance meters...");
+    rootControl_ = debug.get();
+    addControl(debug.get());
+    for (ControlCPUMeter* const row : debug->rows())
+        addControl(row);
+    if (Control* const parent = background.getParentControl()) {
+        debug->wrap(parent->takeChild(background));
+        parent->addChild(std::move(debug));
+    } else {
+        std::unique_ptr<Control>& root =
+            *std::find_if(roots_.begin(), roots_.end(),
+                          [&background](const auto& each) { return each.get() == &background; });
+        debug->wrap(std::move(root));
+        root = std::move(debug);
+    }
 }
 
 // What a skin begins with. A later skin leaves what the user has set meanwhile.
@@ -501,7 +566,8 @@ void Editor::setSize(std::int32_t percent) {
 
 bool Editor::open(void* parent, const Rect& rect, float scale) {
     close();
-    takePendingSkin();
+    followCpuMeterChoice();
+    takePendingChoices();
     interfaceThread_ = std::this_thread::get_id();
     const Rect place = rect.hasArea() ? rect : clientRect_;
     const Rect area{0, 0, place.width(), place.height()};
@@ -555,7 +621,8 @@ void Editor::close() {
         const std::lock_guard<Mutex> inside(dirtyLock_);
         dirtyRects_.clear();
     }
-    takePendingSkin();
+    followCpuMeterChoice();
+    takePendingChoices();
 }
 
 void Editor::windowGone() {
@@ -582,6 +649,8 @@ void Editor::addDirtyRect(const Rect& rect) {
 
 void Editor::paint(CanvasTarget* target, const Rect& rect) {
     {
+        const Metering metering(showsCpuMeters_ ? &paintMeter_ : nullptr, &CPUMeter::begin,
+                                &CPUMeter::end);
         const std::lock_guard<Mutex> drawing(canvasLock_);
         if (!canvas_)
             return;
@@ -632,6 +701,8 @@ void Editor::paintRects(CanvasTarget* target, const std::vector<Rect>& rects) {
 }
 
 void Editor::idle() {
+    const Metering metering(showsCpuMeters_ ? &tickMeter_ : nullptr, &CPUMeter::beginSection,
+                            &CPUMeter::endSection);
     try {
         for (int i = 0; i < plugin_.getModuleCount(); ++i)
             if (Engine* const engine = plugin_.moduleAt(i)->getEngine())
@@ -688,7 +759,7 @@ bool Editor::receive(Message& message) {
         return isUsed;
     // A window that was closed meanwhile left its controls to those who were in them.
     if (--dispatching_ == 0)
-        takePendingSkin();
+        takePendingChoices();
     return isUsed;
 }
 
@@ -759,9 +830,7 @@ void Editor::invert(const char* preference) {
     Preferences* const user = Preferences::user();
     if (user == nullptr)
         return;
-    bool isOn = false;
-    user->getBool(preference, isOn);
-    if (const Error error = user->setBool(preference, !isOn); !error.isOk())
+    if (const Error error = user->setBool(preference, !isPreferred(preference)); !error.isOk())
         logError(LogError, error);
 }
 

@@ -4,6 +4,7 @@
 // have to say is queued, and delivered at the next tick.
 #pragma once
 
+#include "audio/CPUMeter.h"
 #include "drawing/Canvas.h"
 #include "editor/DragDrop.h"
 #include "editor/PopupMenu.h"
@@ -277,6 +278,7 @@ private:
     void reloadControls(const File& file);
     void buildControls(const Dictionary& dictionary, Control* parent);
     void takeBackground(Control& control);
+    void addDebugControls(Control& background);
     void followPrograms();
     void tellProgram(ParameterMessage& change) const;
     static void* dialogOwner() noexcept;
@@ -289,7 +291,8 @@ private:
     void followModals();
     void followShowTooltips();
     void loadSkinControls();
-    void takePendingSkin();
+    void takePendingChoices();
+    void followCpuMeterChoice();
     void deleteControls();
     bool receiveWindow(WindowMessage& message);
     bool receiveMenuChoice(std::int32_t identifier);
@@ -360,6 +363,11 @@ private:
     std::int32_t buttonMask_ = 0;
     bool isMouseHeld_ = false;
     bool isMouseInside_ = false;
+
+    CPUMeter paintMeter_{nullptr};  // these two run while they are shown
+    CPUMeter tickMeter_{nullptr};
+    bool showsCpuMeters_ = false;  // as the controls were loaded
+    bool isReloadDue_ = false;     // the user's choice is another now
 
     MessageQueue queue_;
     std::int32_t knobMode_ = Linear;

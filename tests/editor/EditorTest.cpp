@@ -353,6 +353,21 @@ TEST(EditorStart, TakesTheSkinsFileAndChangesItAtTheEnd) {
     EXPECT_EQ(resources.getCurrentSkin(), "Light");
 
     Preferences& user = *Preferences::user();
+    const auto reopened = [&] {
+        EXPECT_TRUE(editor->open(nullptr, {}));
+        ControlMessage invert(nullptr, ControlMessage::MenuChoice, {}, toPayload(1006));
+        editor->receive(invert);
+        product.product->messages.clear();  // what tells of it
+        editor->close();
+        return editor->getClientRect().right;
+    };
+    EXPECT_EQ(reopened(), 50 + 160) << "with the debug display";
+    EXPECT_EQ(reopened(), 50);
+    user.setBool("ShowCPUMeters", true);
+    EXPECT_TRUE(editor->open(nullptr, {}));
+    EXPECT_EQ(editor->getClientRect().right, 50 + 160);
+    user.setBool("ShowCPUMeters", false);
+
     user.setString("ControlsXmlFile", "Other.xml");
     user.setInteger("KnobMode", 2);
     user.setBool("ShowTooltips", false);
