@@ -6,6 +6,8 @@
 #include "editor/ControlBackground.h"
 #include "editor/ControlBitmap.h"
 #include "editor/ControlContainer.h"
+#include "editor/ControlEnumButton.h"
+#include "editor/ControlEnumPopupMenu.h"
 #include "editor/ControlHelp.h"
 #include "editor/ControlLevelMeter.h"
 #include "editor/ControlMenuButton.h"
@@ -25,6 +27,7 @@
 #include "foundation/Error.h"
 #include "foundation/Logger.h"
 #include "parameters/ParameterEnum.h"
+#include "parameters/ParameterText.h"
 #include "parameters/ParameterValue.h"
 #include "parameters/Settings.h"
 
@@ -50,6 +53,27 @@ std::unique_ptr<Control> makeDisplay(Editor& editor, const Parameter* parameter)
     return nullptr;
 }
 
+bool isEnum(const Parameter* parameter) {
+    return is<ParameterChoice>(parameter) || is<TextParameter>(parameter);
+}
+
+bool isNumber(const Parameter* parameter) {
+    return is<ParameterValue<bool>>(parameter) || is<ParameterValue<std::int32_t>>(parameter) ||
+           is<ParameterValue<float>>(parameter);
+}
+
+std::unique_ptr<Control> makePopupMenu(Editor& editor, const Parameter* parameter) {
+    if (isEnum(parameter) || isNumber(parameter))
+        return std::make_unique<ControlEnumPopupMenu>(editor);
+    return nullptr;
+}
+
+std::unique_ptr<Control> makeButton(Editor& editor, const Parameter* parameter) {
+    if (isEnum(parameter))
+        return std::make_unique<ControlEnumButton>(editor);
+    return nullptr;
+}
+
 struct Row {
     std::string_view className;
     std::unique_ptr<Control> (*create)(Editor& editor, const Parameter* parameter);
@@ -59,6 +83,7 @@ constexpr Row Rows[] = {
     {"About", make<ControlAboutScreen>},
     {"Background", make<ControlBackground>},
     {"Bitmap", make<ControlBitmap>},
+    {"Button", makeButton},
     {"Container", make<ControlContainer>},
     {"Display", makeDisplay},
     {"Help", make<ControlHelp>},
@@ -66,6 +91,7 @@ constexpr Row Rows[] = {
     {"LED", make<ControlValueLED>},
     {"LevelMeter", make<ControlLevelMeter>},
     {"MenuButton", make<ControlMenuButton>},
+    {"PopupMenu", makePopupMenu},
     {"PresetsMenu", make<ControlPresetsPopup>},
     {"PresetStep", make<ControlPresetStep>},
     {"Range", make<ControlValueRange>},

@@ -5,7 +5,6 @@
 #include "foundation/Dictionary.h"
 #include "foundation/Message.h"
 
-#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -15,10 +14,8 @@ void ControlPushButton::importDictionary(const Dictionary& dictionary) {
     Control::importDictionary(dictionary);
     if (std::string id; dictionary.getString("handle", id))
         handle_ = editor().getBitmap(id);
-    if (handle_ && !rect_.hasArea()) {
-        const Point size = handle_->getFrameSize();
-        setPosition(Rect{0, 0, size.x, size.y}.movedBy(rect_.topLeft()));
-    }
+    if (handle_ && !rect_.hasArea())
+        setPosition(frameOf(*handle_).movedBy(rect_.topLeft()));
 }
 
 bool ControlPushButton::handle(Message& message) {
@@ -60,8 +57,7 @@ void ControlPushButton::drawForeground(Canvas& canvas, const Rect& /*rect*/) {
         return;
     }
     const std::int32_t wanted = !isHovered() ? 0 : isPressed_ ? 2 : 1;
-    const Rect frame = handle_->getFrameRect(std::min(wanted, handle_->getFrameCount() - 1));
-    canvas.drawBitmap(*handle_, frame, {0, 0, frame.width(), frame.height()});
+    drawBitmapFrame(canvas, *handle_, wanted);
 }
 
 }  // namespace tarn

@@ -1,6 +1,7 @@
 // Base of buttons that do something when they are clicked, and have no value.
 #pragma once
 
+#include "editor/BitmapFrame.h"
 #include "editor/Control.h"
 
 #include <memory>

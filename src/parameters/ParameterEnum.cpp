@@ -15,11 +15,14 @@ namespace tarn {
 
 template <typename T>
 ParameterEnum<T>::ParameterEnum(Radio* parent, std::string id, std::string name)
-    : Parameter(parent, std::move(id), std::move(name)) {}
+    : ParameterChoice(parent, std::move(id), std::move(name)) {}
 
 template <typename T>
 ParameterEnum<T>::ParameterEnum(const ParameterEnum& other)
-    : Allocator(), Parameter(other), index_(other.index_), defaultIndex_(other.defaultIndex_) {
+    : Allocator(),
+      ParameterChoice(other),
+      index_(other.index_),
+      defaultIndex_(other.defaultIndex_) {
     const std::lock_guard hold(other.entriesLock_);
     entries_ = other.entries_;
     count_ = static_cast<std::int32_t>(entries_.size());
@@ -69,10 +72,10 @@ void ParameterEnum<T>::setFloat(float index, std::int32_t source) {
 }
 
 template <typename T>
-std::string ParameterEnum<T>::getText() const {
+std::string ParameterEnum<T>::getDisplay(std::int32_t index) const {
     const std::lock_guard hold(entriesLock_);
-    const auto index = static_cast<std::size_t>(getIndex());
-    return index < entries_.size() ? entries_[index].display : std::string();
+    const auto at = static_cast<std::size_t>(index);
+    return at < entries_.size() ? entries_[at].display : std::string();
 }
 
 template <typename T>

@@ -9,9 +9,23 @@
 
 namespace tarn {
 
+/// What all enums have in common, whatever the type of their values.
+class ParameterChoice : public Parameter {
+public:
+    using Parameter::Parameter;
+
+    virtual std::int32_t getIndex() const = 0;
+
+    /// An index that isn't there, or is the present one, does nothing.
+    virtual void setIndex(std::int32_t index, std::int32_t source) = 0;
+
+    /// What is shown for an entry; empty for an index that isn't there. Allocates.
+    virtual std::string getDisplay(std::int32_t index) const = 0;
+};
+
 /// For std::int32_t, float and std::string.
 template <typename T>
-class ParameterEnum : public Parameter {
+class ParameterEnum : public ParameterChoice {
 public:
     ParameterEnum(Radio* parent, std::string id, std::string name);
     ParameterEnum(const ParameterEnum& other);
@@ -35,7 +49,7 @@ public:
     void setFloat(float index, std::int32_t source) override;
 
     /// The entry's display text.
-    std::string getText() const override;
+    std::string getText() const override { return getDisplay(getIndex()); }
 
     /// Replaces the present entry's display text, and selects nothing. True.
     bool setText(const std::string& text, std::int32_t source) override;
@@ -61,10 +75,10 @@ public:
     virtual T getValue() const;
     virtual std::int32_t getDefault() const { return defaultIndex_; }
 
-    /// An index that isn't there, or is the present one, does nothing.
-    virtual void setIndex(std::int32_t index, std::int32_t source);
+    void setIndex(std::int32_t index, std::int32_t source) override;
     virtual void setDefaultIndex(std::int32_t index) { defaultIndex_ = index; }
-    std::int32_t getIndex() const { return index_; }
+    std::int32_t getIndex() const override { return index_; }
+    std::string getDisplay(std::int32_t index) const override;
 
 protected:
     void fill(Announcement& announcement) const override;
