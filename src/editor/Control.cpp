@@ -31,6 +31,7 @@ constexpr float OpaqueFrom = 0.99f;
 constexpr float DisabledOpacity = 0.4f;
 constexpr std::uint32_t FadeTimer = 0x43666F63;
 constexpr double FadeInMs = 250.0, FadeOutMs = 1000.0;
+constexpr std::int32_t FadeSteps = 10;
 constexpr std::int32_t FrameCorner = 8;
 constexpr Point EditBoxSize{160, 22};
 
@@ -199,6 +200,9 @@ bool Control::handle(Message& message) {
             if (const auto& tick = static_cast<const TimerMessage&>(message);
                 tick.timerId == FadeTimer && fadeEnabled_ && fadeAnimation_) {
                 fadeLevel_ = std::clamp(fadeAnimation_->value(), 0.0f, 1.0f);
+                // The last tick may be a step before the end.
+                if (std::abs(fadeLevel_ - fadeTarget_) < 1.5f / FadeSteps)
+                    fadeLevel_ = fadeTarget_;
                 setDirty(true);
                 return true;
             }
@@ -246,6 +250,8 @@ void Control::followVisibility(float normalised) {
 }
 
 void Control::refresh() {
+    if (!isHovered_)
+        fadeLevel_ = 0.0f;
     if (const Parameter* const parameter = parameterOf(visibilityParameter_))
         followVisibility(parameter->getNormalised());
     if (const Parameter* const parameter = parameterOf(altReverseParameter_))
@@ -385,7 +391,17 @@ bool Control::handleDropOver(WindowMessage& message) {
     return isTaken || isOwn;
 }
 
+void Control::enableFade() {
+    static const TimerMessage Tick(nullptr, TimerMessage::Tick, FadeTimer, 0);
+    fadeEnabled_ = true;
+    if (fadeAnimation_)
+        return;
+    fadeAnimation_ = std::make_unique<TimerAnimation>(this, &Tick, 0.0f, 1.0f, FadeSteps, FadeInMs);
+    tuneIn(fadeAnimation_.get());
+}
+
 void Control::fadeTo(float level, double ms) {
+    fadeTarget_ = level;
     if (!fadeAnimation_)
         return;
     fadeAnimation_->Timer::stop(false);  // `setRange` waits for a running tick
@@ -421,6 +437,8 @@ void Control::importDictionary(const Dictionary& dictionary) {
     readColor(dictionary, "foreground", foregroundColor_);
     if (dictionary.getString("background", text) && !backgroundColor_.parse(text))
         backgroundBitmap_ = editor_.getBitmap(text);
+    if (dictionary.getString("glow", text) && (glowBitmap_ = editor_.getBitmap(text)))
+        enableFade();
     if (dictionary.getString("overlay", text))
         overlayBitmap_ = editor_.getBitmap(text);
     if (backgroundBitmap_) {
@@ -605,7 +623,11 @@ std::unique_ptr<Control> Control::takeChild(const Control& child) {
 }
 
 Rect Control::getRect() const {
-    return testFlags(ThumbnailMode) && !thumbnailRect_.isEmpty() ? thumbnailRect_ : rect_;
+    return isShownSmall() ? thumbnailRect_ : rect_;
+}
+
+bool Control::isShownSmall() const {
+    return testFlags(ThumbnailMode) && !thumbnailRect_.isEmpty();
 }
 
 Rect Control::getLocalRect() const {
@@ -747,6 +769,8 @@ bool Control::hitTest(Point point) const {
 }
 
 Point Control::toFull(Point point) const {
+    if (!isShownSmall())
+        return point;
     const Rect shown = getRect();
     return {scaled(point.x, rect_.width(), shown.width()),
             scaled(point.y, rect_.height(), shown.height())};
@@ -824,14 +848,14 @@ void Control::addMidiEntries(PopupMenu& menu, Parameter& parameter) {
 void Control::draw(Canvas& canvas, const Rect& rect) {
     if (!isVisible())
         return;
-    const Rect shown = getLocalRect(), full = atOrigin(rect_);
+    const Rect shown = getLocalRect();
     const Rect clip = rect.intersectedWith(shown);
     canvas.pushChild();
     if (!clip.isEmpty()) {
         canvas.setClip(clip);
-        const bool isSmall = shown != full;
+        const bool isSmall = isShownSmall();
         if (isSmall || getOpacity() < OpaqueFrom) {
-            const Rect part = isSmall ? full : clip;
+            const Rect part = isSmall ? atOrigin(rect_) : clip;
             Canvas child(canvas, part);
             drawContent(child, part);
             canvas.setGlobalAlpha(isSmall ? 1.0f : getOpacity());
@@ -856,7 +880,12 @@ void Control::drawContent(Canvas& canvas, const Rect& clip) {
         canvas.drawBitmap(*backgroundBitmap_, clip, clip);
     } else if (!backgroundColor_.isNone()) {
         canvas.setFillColor(backgroundColor_);
-        canvas.fillRect(atOrigin(rect_));
+        canvas.fillRect(isShownSmall() ? atOrigin(rect_) : getLocalRect());
+    }
+    if (glowBitmap_ && fadeLevel_ > 0.0f) {
+        canvas.setGlobalAlpha(fadeLevel_);
+        canvas.drawBitmap(*glowBitmap_, clip, clip);
+        canvas.restoreAlpha();
     }
     drawBackground(canvas, clip);
     forEachShownChild(canvas, clip,
@@ -873,7 +902,7 @@ void Control::drawContent(Canvas& canvas, const Rect& clip) {
         if (overlayBitmap_)
             canvas.drawBitmap(*overlayBitmap_, clip, clip);
         else
-            canvas.fillRect(atOrigin(rect_));
+            canvas.fillRect(isShownSmall() ? atOrigin(rect_) : getLocalRect());
         canvas.restoreAlpha();
     }
 }
@@ -922,6 +951,21 @@ void Control::drawText(Canvas& canvas, const Rect& rect, const std::string& text
         return;
     }
     canvas.drawBitmapText(*alphabet_, rect, inCaseOf(*alphabet_, text));
+}
+
+std::string Control::fitted(const std::string& text, std::int32_t width) const {
+    if (measureText(text).x <= width)
+        return text;
+    constexpr std::size_t MostLetters = 1024;
+    std::vector<std::size_t> ends;  // where a letter begins, which is where it can be cut
+    for (std::size_t i = 0; i < text.size() && ends.size() < MostLetters; ++i)
+        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80)
+            ends.push_back(i);
+    const auto cut = [&text](std::size_t end) { return text.substr(0, end) + "\u2026"; };
+    const auto tooLong = std::partition_point(ends.begin(), ends.end(), [&](std::size_t end) {
+        return measureText(cut(end)).x <= width;
+    });
+    return tooLong == ends.begin() ? std::string() : cut(*std::prev(tooLong));
 }
 
 Point Control::measureText(const std::string& text) const {

@@ -207,11 +207,17 @@ public:
     void drawText(Canvas& canvas, const Rect& rect, const std::string& text,
                   std::int32_t alignment = 0) const;
 
+    /// The text, or as much of its beginning as there is room for, with "…" at its end.
+    std::string fitted(const std::string& text, std::int32_t width) const;
+
     /// Width and height of what `drawText` draws.
     Point measureText(const std::string& text) const;
 
 protected:
     bool isHovered() const { return isHovered_; }
+
+    /// From now on the fade follows the pointer.
+    void enableFade();
 
     /// The distance of two of the parameter's positions, of its normalised range; 0.0 where values
     /// aren't stepped.
@@ -235,6 +241,7 @@ protected:
     Color foregroundColor_{1.0f, 1.0f, 1.0f, 1.0f};
     Color frameColor_ = Color::none();
     std::shared_ptr<Bitmap> backgroundBitmap_;
+    std::shared_ptr<Bitmap> glowBitmap_;  // over the background, as far as the fade is up
     std::shared_ptr<Bitmap> overlayBitmap_;
     float overlayOpacity_ = 1.0f;
     Color overlayColor_ = Color::none();
@@ -266,6 +273,7 @@ private:
     void readFlags(const Dictionary& dictionary);
     void readVisibility(const Dictionary& dictionary);
     bool canTakePointer() const;
+    bool isShownSmall() const;
     Point toFull(Point point) const;
     void addMidiEntries(PopupMenu& menu, Parameter& parameter);
     void drawContent(Canvas& canvas, const Rect& clip);
@@ -283,6 +291,7 @@ private:
     mutable bool isAbsoluteStale_ = true;
     std::uint32_t flags_ = 0xCAB2;
     Point moveAnchor_;
+    float fadeTarget_ = 0.0f;  // of the fade under way
     bool isHovered_ = false;
 };
 

@@ -353,8 +353,8 @@ void ControlPresetsPopup::drawForeground(Canvas& canvas, const Rect& /*rect*/) {
     const PresetsLibrary& presets = editor().instance();
     const Preset* const current = presets.getCurrent();
     const bool isModified = current != nullptr && current->isModified();
-    drawText(canvas, getLocalRect(),
-             presets.getProgramName(presets.getCurrentIndex()) + (isModified ? "*" : ""),
+    const std::string name = presets.getProgramName(presets.getCurrentIndex());
+    drawText(canvas, getLocalRect(), fitted(name + (isModified ? "*" : ""), getLocalRect().width()),
              Font::CenteredLine);
 }
 

@@ -5,12 +5,26 @@
 #include "foundation/Message.h"
 #include "parameters/Parameter.h"
 
+#include <algorithm>
+
 namespace tarn {
+
+namespace {
+
+constexpr std::int32_t MostMargin = 1024;
+
+}  // namespace
 
 void ControlValueText::importDictionary(const Dictionary& dictionary) {
     ControlValue::importDictionary(dictionary);
     dictionary.getString("prefix", prefix_);
     dictionary.getString("postfix", postfix_);
+    const auto readMargin = [&dictionary](const char* key, std::int32_t& margin) {
+        dictionary.getInteger(key, margin);
+        margin = std::clamp(margin, 0, MostMargin);
+    };
+    readMargin("marginleft", marginLeft_);
+    readMargin("marginright", marginRight_);
     if (std::string edit; dictionary.getString("edit", edit))
         editsOnClick_ = edit == "click";
 }
@@ -38,8 +52,12 @@ bool ControlValueText::letGo(const WindowMessage& message) {
 }
 
 void ControlValueText::drawForeground(Canvas& canvas, const Rect& /*rect*/) {
-    if (const Parameter* const parameter = getParameter())
-        drawText(canvas, getLocalRect(), prefix_ + parameter->getText() + postfix_);
+    const Parameter* const parameter = getParameter();
+    if (parameter == nullptr)
+        return;
+    const Rect local = getLocalRect();
+    const Rect room{marginLeft_, 0, local.width() - marginRight_, local.height()};
+    drawText(canvas, room, fitted(prefix_ + parameter->getText() + postfix_, room.width()));
 }
 
 }  // namespace tarn
