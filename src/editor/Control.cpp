@@ -30,8 +30,8 @@ constexpr std::int32_t FarthestPlace = 65'536;  // of a skin's numbers, so that 
 constexpr float OpaqueFrom = 0.99f;
 constexpr float DisabledOpacity = 0.4f;
 constexpr std::uint32_t FadeTimer = 0x43666F63;
-constexpr double FadeInMs = 250.0, FadeOutMs = 1000.0;
 constexpr std::int32_t FadeSteps = 10;
+constexpr double FadeInMs = 250.0, FadeOutMs = 1000.0;
 constexpr std::int32_t FrameCorner = 8;
 constexpr Point EditBoxSize{160, 22};
 
@@ -199,10 +199,9 @@ bool Control::handle(Message& message) {
         case MessageType::Timer:
             if (const auto& tick = static_cast<const TimerMessage&>(message);
                 tick.timerId == FadeTimer && fadeEnabled_ && fadeAnimation_) {
-                fadeLevel_ = std::clamp(fadeAnimation_->value(), 0.0f, 1.0f);
-                // The last tick may be a step before the end.
-                if (std::abs(fadeLevel_ - fadeTarget_) < 1.5f / FadeSteps)
-                    fadeLevel_ = fadeTarget_;
+                // The last step of an animation may be the one before its end.
+                const float level = fadeAnimation_->value();
+                fadeLevel_ = std::abs(fadeTarget_ - level) < 1.5f / FadeSteps ? fadeTarget_ : level;
                 setDirty(true);
                 return true;
             }
@@ -250,8 +249,7 @@ void Control::followVisibility(float normalised) {
 }
 
 void Control::refresh() {
-    if (!isHovered_)
-        fadeLevel_ = 0.0f;
+    fadeLevel_ = fadeTarget_ = isHovered_ ? 1.0f : 0.0f;
     if (const Parameter* const parameter = parameterOf(visibilityParameter_))
         followVisibility(parameter->getNormalised());
     if (const Parameter* const parameter = parameterOf(altReverseParameter_))
@@ -393,17 +391,18 @@ bool Control::handleDropOver(WindowMessage& message) {
 
 void Control::enableFade() {
     static const TimerMessage Tick(nullptr, TimerMessage::Tick, FadeTimer, 0);
+    if (!fadeAnimation_) {
+        fadeAnimation_ =
+            std::make_unique<TimerAnimation>(this, &Tick, 0.0f, 1.0f, FadeSteps, FadeInMs);
+        tuneIn(fadeAnimation_.get());
+    }
     fadeEnabled_ = true;
-    if (fadeAnimation_)
-        return;
-    fadeAnimation_ = std::make_unique<TimerAnimation>(this, &Tick, 0.0f, 1.0f, FadeSteps, FadeInMs);
-    tuneIn(fadeAnimation_.get());
 }
 
 void Control::fadeTo(float level, double ms) {
-    fadeTarget_ = level;
     if (!fadeAnimation_)
         return;
+    fadeTarget_ = level;
     fadeAnimation_->Timer::stop(false);  // `setRange` waits for a running tick
     fadeAnimation_->setRange(fadeLevel_, level);
     fadeAnimation_->setDuration(ms);

@@ -216,7 +216,7 @@ public:
 protected:
     bool isHovered() const { return isHovered_; }
 
-    /// From now on the fade follows the pointer.
+    /// From now on `fadeLevel_` follows the pointer.
     void enableFade();
 
     /// The distance of two of the parameter's positions, of its normalised range; 0.0 where values
@@ -257,6 +257,7 @@ protected:
     std::unique_ptr<TimerAnimation> fadeAnimation_;
     float fadeLevel_ = 0.0f;  // 0.0 to 1.0, how far the pointer's glow is up
     bool fadeEnabled_ = false;
+    float fadeTarget_ = 0.0f;  // where the level goes
 
 private:
     bool handleParameter(const Message& any);
@@ -291,7 +292,6 @@ private:
     mutable bool isAbsoluteStale_ = true;
     std::uint32_t flags_ = 0xCAB2;
     Point moveAnchor_;
-    float fadeTarget_ = 0.0f;  // of the fade under way
     bool isHovered_ = false;
 };
 

@@ -8,13 +8,20 @@
 #include "editor/ControlContainer.h"
 #include "editor/ControlEnumButton.h"
 #include "editor/ControlEnumPopupMenu.h"
+#include "editor/ControlFavoriteButton.h"
 #include "editor/ControlHelp.h"
 #include "editor/ControlLevelMeter.h"
 #include "editor/ControlMenuButton.h"
 #include "editor/ControlPresetStep.h"
 #include "editor/ControlPresetsPopup.h"
+#include "editor/ControlQuorl.h"
+#include "editor/ControlRadioButtons.h"
 #include "editor/ControlText.h"
+#include "editor/ControlTriggerButton.h"
+#include "editor/ControlURL.h"
 #include "editor/ControlVUMeterLEDs.h"
+#include "editor/ControlValueButton.h"
+#include "editor/ControlValueButtonChoice.h"
 #include "editor/ControlValueDisplay.h"
 #include "editor/ControlValueKnob.h"
 #include "editor/ControlValueLED.h"
@@ -69,8 +76,17 @@ std::unique_ptr<Control> makePopupMenu(Editor& editor, const Parameter* paramete
 }
 
 std::unique_ptr<Control> makeButton(Editor& editor, const Parameter* parameter) {
+    if (isNumber(parameter))
+        return std::make_unique<ControlValueButton>(editor);
     if (isEnum(parameter))
         return std::make_unique<ControlEnumButton>(editor);
+    return nullptr;
+}
+
+std::unique_ptr<Control> makeButtonChoice(Editor& editor, const Parameter* parameter) {
+    const std::int32_t type = parameter != nullptr ? parameter->getType() : Parameter::String;
+    if (type == Parameter::Integer || type == Parameter::Float)
+        return std::make_unique<ControlValueButtonChoice>(editor);
     return nullptr;
 }
 
@@ -84,8 +100,10 @@ constexpr Row Rows[] = {
     {"Background", make<ControlBackground>},
     {"Bitmap", make<ControlBitmap>},
     {"Button", makeButton},
+    {"ButtonChoice", makeButtonChoice},
     {"Container", make<ControlContainer>},
     {"Display", makeDisplay},
+    {"FavoriteButton", make<ControlFavoriteButton>},
     {"Help", make<ControlHelp>},
     {"Knob", make<ControlValueKnob>},
     {"LED", make<ControlValueLED>},
@@ -94,13 +112,17 @@ constexpr Row Rows[] = {
     {"PopupMenu", makePopupMenu},
     {"PresetsMenu", make<ControlPresetsPopup>},
     {"PresetStep", make<ControlPresetStep>},
+    {"Quorl", make<ControlQuorl>},
+    {"RadioButtons", make<ControlRadioButtons>},
     {"Range", make<ControlValueRange>},
     {"Slider", make<ControlValueSlider>},
     {"Text", make<ControlText>},
     {"TextValue", make<ControlValueText>},
+    {"Trigger", make<ControlTriggerButton>},
+    {"URL", make<ControlURL>},
+    {"VersionInfo", make<ControlVersionInfo>},
     {"VUMeter", make<ControlVUMeter>},
     {"VUMeterLED", make<ControlVUMeterLEDs>},
-    {"VersionInfo", make<ControlVersionInfo>},
 };
 
 }  // namespace

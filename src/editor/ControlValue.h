@@ -57,6 +57,9 @@ protected:
     void resetToDefault();
 
     bool isDragging() const { return isDragging_; }
+
+    /// Whether a press goes a step on, and doesn't only begin a drag.
+    bool isIncrementing() const { return pressMode_ == PressMode::Increment; }
     Point getDragAnchor() const { return dragAnchor_; }
 
     float minimum_ = 0.0f;
