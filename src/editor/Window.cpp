@@ -3,10 +3,12 @@
 #include "editor/Editor.h"
 #include "foundation/Logger.h"
 #include "foundation/ProductIdentity.h"
+#include "platform/Desktop.h"
 
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 
 namespace tarn {
 
@@ -47,6 +49,16 @@ std::int32_t codeOf(platform::PointerEvent event) {
             break;
     }
     return WindowMessage::MouseExit;
+}
+
+std::uint32_t heldModifiers() {
+    constexpr std::pair<int, std::uint32_t> Keys[] = {
+        {0x10, WindowMessage::Shift}, {0x11, WindowMessage::Control}, {0x12, WindowMessage::Alt}};
+    std::uint32_t held = 0;
+    for (const auto& [key, modifier] : Keys)
+        if (platform::isKeyDown(key))
+            held |= modifier;
+    return held;
 }
 
 }  // namespace
@@ -112,7 +124,8 @@ void Window::show(const PixelsData& picture, const Rect& part) {
 }
 
 bool Window::send(std::int32_t code, Point point, std::uint64_t value, std::int32_t keyCode) {
-    WindowMessage message(&owner_, code, this, WindowPosition{point, keyCode}, value);
+    WindowMessage message(&owner_, code, this, WindowPosition{point, keyCode, heldModifiers()},
+                          value);
     return owner_.receive(message);
 }
 
@@ -141,8 +154,13 @@ void Window::focusGained() {
 }
 
 bool Window::key(std::int32_t virtualKey, std::uint32_t character, bool isDown) {
-    return send(isDown ? WindowMessage::KeyPress : WindowMessage::KeyRelease, {},
-                toPayload(character), virtualKey);
+    Editor& owner = owner_;
+    const auto life = owner.life();
+    const bool isUsed = send(isDown ? WindowMessage::KeyPress : WindowMessage::KeyRelease, {},
+                             toPayload(character), virtualKey);
+    if (isUsed && !life.expired())
+        owner.showPending();
+    return isUsed;
 }
 
 void Window::tick() {

@@ -147,6 +147,7 @@ WindowMessage::WindowMessage(Radio* from, std::int32_t what, void* window,
       target(window),
       position(where.point),
       keyCode(where.keyCode),
+      modifiers(where.modifiers),
       button(buttonOf(what)) {}
 
 WindowMessage::WindowMessage(Radio* from, std::int32_t what, Point point,
@@ -168,8 +169,8 @@ std::unique_ptr<Message> WindowMessage::clone() const {
 }
 
 void WindowMessage::copyInto(MessageSlot& slot) const noexcept {
-    auto& copy =
-        slot.make<WindowMessage>(sender, code, target, WindowPosition{position, keyCode}, payload);
+    auto& copy = slot.make<WindowMessage>(sender, code, target,
+                                          WindowPosition{position, keyCode, modifiers}, payload);
     copy.previousPosition = previousPosition;
     copy.rectangle = rectangle;
     copy.text = slot.keepText(text);

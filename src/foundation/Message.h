@@ -264,7 +264,8 @@ private:
 /// Where something happened, and with which key.
 struct WindowPosition {
     Point point;
-    std::int32_t keyCode = 0;  // a virtual key, as Windows numbers them
+    std::int32_t keyCode = 0;     // a virtual key, as Windows numbers them
+    std::uint32_t modifiers = 0;  // held meanwhile, WindowMessage::Modifier bits
 };
 
 /// What was dropped: a path or a text, and a sample's region in frames.
@@ -307,6 +308,24 @@ public:
         SetPaintTarget = 3026,  // payload: the new target
     };
     enum Button : std::int32_t { NoButton = 0, LeftButton = 1, RightButton = 4 };
+    enum Modifier : std::uint32_t { Shift = 1, Control = 2, Alt = 4 };
+
+    /// The values of `keyCode` that something is done for; letters and digits are their capitals'
+    /// ASCII.
+    enum Key : std::int32_t {
+        TabKey = 0x09,
+        ReturnKey = 0x0D,
+        EscapeKey = 0x1B,
+        SpaceKey = 0x20,
+        PageUpKey = 0x21,  // ten steps up
+        PageDownKey = 0x22,
+        EndKey = 0x23,
+        HomeKey = 0x24,
+        LeftKey = 0x25,
+        UpKey = 0x26,
+        RightKey = 0x27,
+        DownKey = 0x28,
+    };
 
     WindowMessage(Radio* from, std::int32_t what, void* window) noexcept;
     WindowMessage(Radio* from, std::int32_t what, void* window, const WindowPosition& where,
@@ -319,6 +338,7 @@ public:
     void* target;  // the window's handle object, or null
     Point position;
     std::int32_t keyCode = 0;
+    std::uint32_t modifiers = 0;  // held meanwhile, Modifier bits
     Point previousPosition;
     Rect rectangle;
     MessageText text;

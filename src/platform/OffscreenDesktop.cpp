@@ -1,3 +1,4 @@
+#include "platform/Desktop.h"
 #include "platform/SystemWindow.h"
 
 #include <algorithm>
@@ -188,6 +189,11 @@ bool hasWindows() noexcept {
 
 float screenScale() noexcept {
     return currentDesktop != nullptr ? currentDesktop->scale : detail::systemScale();
+}
+
+bool isKeyDown(int virtualKey) {
+    return currentDesktop != nullptr ? currentDesktop->heldKeys.count(virtualKey) != 0
+                                     : detail::isSystemKeyDown(virtualKey);
 }
 
 std::unique_ptr<SystemWindow> SystemWindow::open(void* parent, const Area& area,

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -186,6 +187,9 @@ public:
 
     /// What `screenScale` answers.
     float scale = 1.0f;
+
+    /// The keys that the user holds, by their Windows virtual-key codes, for `isKeyDown`.
+    std::set<int> heldKeys;
 
     /// The windows that are open, the last one last. Events are given to their owners directly.
     struct Window : std::enable_shared_from_this<Window> {

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <utility>
 
 namespace tarn {
 
@@ -24,10 +25,40 @@ constexpr std::array<std::uint8_t, 56> KeysFromOne = {
     0x73, 0x74, 0x75, 0x76, 0x77, 0x78, 0x79, 0x7A, 0x7B, 0x90, 0x91, 0x10, 0x11, 0x12,
 };
 
+// Of a key that isn't listed, by what it types: with Control that may be a number from 1.
+std::int32_t keyTyping(std::int32_t character, bool isControlHeld) {
+    if (isControlHeld && character >= 1 && character <= 26)
+        return 'A' + character - 1;
+    if (character >= 'a' && character <= 'z')
+        return character - 'a' + 'A';
+    const bool isOwnKey =
+        (character >= 'A' && character <= 'Z') || (character >= '0' && character <= '9') ||
+        character == WindowMessage::TabKey || character == WindowMessage::ReturnKey ||
+        character == WindowMessage::EscapeKey || character == WindowMessage::SpaceKey;
+    return isOwnKey ? character : 0;
+}
+
+// Hosts tell the Control key in either of two ways.
+std::uint32_t modifiersOf(const VstKeyCode& key) {
+    constexpr std::pair<unsigned, std::uint32_t> Table[] = {{1, WindowMessage::Shift},
+                                                            {2, WindowMessage::Alt},
+                                                            {4, WindowMessage::Control},
+                                                            {8, WindowMessage::Control}};
+    std::uint32_t held = 0;
+    for (const auto& [bit, modifier] : Table)
+        if ((key.modifier & bit) != 0)
+            held |= modifier;
+    return held;
+}
+
 WindowMessage messageOf(const VstKeyCode& key, std::int32_t code) {
     const bool isListed = key.virt >= 1 && key.virt <= KeysFromOne.size();
-    const WindowPosition where{{}, isListed ? KeysFromOne[key.virt - 1u] : 0};
-    return {nullptr, code, nullptr, where, toPayload(key.character)};
+    const std::uint32_t modifiers = modifiersOf(key);
+    const std::int32_t keyCode =
+        isListed ? KeysFromOne[key.virt - 1u]
+                 : keyTyping(key.character, (modifiers & WindowMessage::Control) != 0);
+    return {nullptr, code, nullptr, WindowPosition{{}, keyCode, modifiers},
+            toPayload(key.character)};
 }
 
 }  // namespace
@@ -70,13 +101,18 @@ bool VSTEditor::isOpen() const {
 }
 
 bool VSTEditor::onKeyDown(const VstKeyCode& key) {
+    Editor& editor = *editor_;
+    const auto life = editor.life();
     WindowMessage message = messageOf(key, WindowMessage::KeyPress);
-    return editor_->keyDown(message);
+    const bool isUsed = editor.receive(message);
+    if (isUsed && !life.expired())
+        editor.showPending();
+    return isUsed;
 }
 
 bool VSTEditor::onKeyUp(const VstKeyCode& key) {
     WindowMessage message = messageOf(key, WindowMessage::KeyRelease);
-    return editor_->keyUp(message);
+    return editor_->receive(message);
 }
 
 void VSTEditor::redrawAll() {

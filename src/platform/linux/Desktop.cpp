@@ -10,7 +10,7 @@ namespace tarn::platform {
 
 void setCursor(CursorShape /*shape*/) {}
 
-bool isKeyDown(int /*virtualKey*/) {
+bool detail::isSystemKeyDown(int /*virtualKey*/) {
     return false;
 }
 

@@ -34,7 +34,7 @@ void setCursor(CursorShape shape) {
     ::SetCursor(::LoadCursorW(nullptr, cursorName(shape)));
 }
 
-bool isKeyDown(int virtualKey) {
+bool detail::isSystemKeyDown(int virtualKey) {
     return (::GetKeyState(virtualKey) & 0x80) != 0;
 }
 
