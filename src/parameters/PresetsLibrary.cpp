@@ -44,6 +44,7 @@ PresetsLibrary::~PresetsLibrary() = default;
 void PresetsLibrary::init(ModuleDirectory* modules) {
     logLine(LogDetail, "initializing preset library");
     modules_ = modules;
+    loadCount_ = loadCount_ + 1;
     const std::int32_t count = getProgramCount();
     presets_.clear();
     append({});

@@ -4,6 +4,7 @@
 // values when it is left with edits, or written.
 #pragma once
 
+#include "foundation/Word.h"
 #include "parameters/Preset.h"
 
 #include <cstdint>
@@ -100,6 +101,9 @@ public:
     std::int32_t getCurrentIndex() const;
     Preset* getCurrent() const;
 
+    /// How often presets were read, one or all, or made anew. Any thread.
+    std::uint32_t getLoadCount() const noexcept { return loadCount_; }
+
     /// Null for an index that isn't there.
     Preset* getPreset(std::int32_t index) const;
     const std::list<std::unique_ptr<Preset>>& getPresets() const { return presets_; }
@@ -171,6 +175,7 @@ protected:
     class Loading {
     public:
         explicit Loading(PresetsLibrary& library) : library_(library) {
+            library.loadCount_ = library.loadCount_ + 1;
             library_.resourcesLoading(true);
         }
         Loading(const Loading&) = delete;
@@ -196,6 +201,7 @@ private:
     std::map<std::int32_t, std::int32_t> favorites_;
     std::set<std::string> factoryIds_;
     bool isChanged_ = false;  // beside the edits of the presets themselves
+    Word<std::uint32_t> loadCount_{0};
 };
 
 }  // namespace tarn
