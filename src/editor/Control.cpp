@@ -88,9 +88,9 @@ std::int32_t scaled(std::int32_t value, std::int32_t to, std::int32_t from) {
                : static_cast<std::int32_t>(std::lround(static_cast<double>(value) * to / from));
 }
 
-bool areModifiersHeld() {
-    constexpr int Shift = 0x10, Control = 0x11, Alt = 0x12;
-    return platform::isKeyDown(Shift) && platform::isKeyDown(Control) && platform::isKeyDown(Alt);
+bool areModifiersHeld(const WindowMessage& message) {
+    return message.modifiers ==
+           (WindowMessage::Shift | WindowMessage::Control | WindowMessage::Alt);
 }
 
 template <typename T>
@@ -101,6 +101,24 @@ bool crossesZeroAs(const Parameter& parameter) {
 
 bool crossesZero(const Parameter& parameter) {
     return crossesZeroAs<float>(parameter) || crossesZeroAs<std::int32_t>(parameter);
+}
+
+// A line of 1 just inside the rectangle; `corner` is the diameter of its corners.
+void strokeRounded(Canvas& canvas, const Rect& rect, std::int32_t corner, const Color& color) {
+    const std::int32_t right = rect.right - 1 - corner, bottom = rect.bottom - 1 - corner;
+    const auto at = [corner](std::int32_t x, std::int32_t y) {
+        return Rect{x, y, x + corner, y + corner};
+    };
+    canvas.setPenColor(color);
+    canvas.beginPath();
+    canvas.moveTo({rect.left, rect.top + corner / 2});
+    canvas.arc(at(rect.left, rect.top), 180.0f, 270.0f);
+    canvas.arc(at(right, rect.top), 270.0f, 360.0f);
+    canvas.arc(at(right, bottom), 0.0f, 90.0f);
+    canvas.arc(at(rect.left, bottom), 90.0f, 180.0f);
+    canvas.lineTo({rect.left, rect.top + corner / 2});
+    canvas.endPath();
+    canvas.strokeOrFillPath(Canvas::Stroke);
 }
 
 // Of the letters A to Z, whose first is `from`.
@@ -297,17 +315,9 @@ bool Control::handleWindow(WindowMessage& message) {
         case WindowMessage::RightDown:
             return (buttonMask_ & message.button) != 0 && handlePress(message);
         case WindowMessage::LeftDouble:
-            if (testFlags(Editable | TextEntry) && getParameter() != nullptr) {
-                const Rect rect = getAbsoluteRect();
-                const Point corner{rect.left + (rect.width() - EditBoxSize.x) / 2,
-                                   rect.top + (rect.height() - EditBoxSize.y) / 2};
-                editor_.setPendingEdit(*this,
-                                       Rect{0, 0, EditBoxSize.x, EditBoxSize.y}.movedBy(corner));
-                return true;
-            }
-            return false;
+            return openTextBox();
         case WindowMessage::MouseDrag:
-            return handleDrag(message.position);
+            return handleDrag(message);
         case WindowMessage::ControlEnter:
             isHovered_ = true;
             fadeTo(1.0f, (1.0 - fadeLevel_) * FadeInMs);
@@ -334,6 +344,20 @@ bool Control::handleWindow(WindowMessage& message) {
     }
 }
 
+bool Control::hasTextEntry() const {
+    return testFlags(Editable | TextEntry) && getParameter() != nullptr;
+}
+
+bool Control::openTextBox() {
+    if (!hasTextEntry())
+        return false;
+    const Rect rect = getAbsoluteRect();
+    const Point corner{rect.left + (rect.width() - EditBoxSize.x) / 2,
+                       rect.top + (rect.height() - EditBoxSize.y) / 2};
+    editor_.setPendingEdit(*this, Rect{0, 0, EditBoxSize.x, EditBoxSize.y}.movedBy(corner));
+    return true;
+}
+
 bool Control::handlePress(const WindowMessage& message) {
     for (Control* control = this; control != nullptr; control = control->parentControl_) {
         if (control->thumbnailRect_.isEmpty())
@@ -347,16 +371,16 @@ bool Control::handlePress(const WindowMessage& message) {
         control->handle(focus);
         return true;
     }
-    if (!testFlags(Draggable) && !areModifiersHeld())
+    if (!testFlags(Draggable) && !areModifiersHeld(message))
         return false;
     moveAnchor_ = message.position;
     return true;
 }
 
-bool Control::handleDrag(Point position) {
-    if (!testFlags(Draggable) && !areModifiersHeld())
+bool Control::handleDrag(const WindowMessage& message) {
+    if (!testFlags(Draggable) && !areModifiersHeld(message))
         return false;
-    Rect moved = rect_.movedBy(position - moveAnchor_);
+    Rect moved = rect_.movedBy(message.position - moveAnchor_);
     if (parentControl_ != nullptr) {
         const Rect room = parentControl_->getLocalRect();
         const Point back{std::max(room.left - moved.left, std::min(0, room.right - moved.right)),
@@ -543,6 +567,7 @@ void Control::setParameterName(const std::string& name) {
     }
     for (const std::string& other : listenTo_)
         tuneInByName(other);
+    editor_.followKeyboard();
     setDirty(true);
 }
 
@@ -696,6 +721,7 @@ void Control::setFlags(std::uint32_t flags, bool on) {
         positionChanged();
         flags_ &= ~Dirty;  // a mark that a hidden control kept would hide the next one
         setDirty(true);
+        editor_.followKeyboard();
     }
 }
 
@@ -868,6 +894,8 @@ void Control::draw(Canvas& canvas, const Rect& rect) {
         drawFrame(canvas, Color::fromBytes(255, 190, 50, 255));
     else if (!frameColor_.isNone())
         drawFrame(canvas, frameColor_);
+    if (editor_.showsKeyboardOn(*this))
+        drawKeyboardFrame(canvas);
     canvas.popChild();
     setDirty(false);
     if (testFlags(AlwaysDirty))
@@ -924,21 +952,20 @@ void Control::forEachShownChild(Canvas& canvas, const Rect& clip, Visit visit) c
 }
 
 void Control::drawFrame(Canvas& canvas, const Color& color) const {
+    strokeRounded(canvas, getLocalRect(), FrameCorner, color);
+}
+
+// Two pixels wide. Inside, so that whatever draws the control anew draws the frame too, and what
+// stands above the control stands above the frame.
+void Control::drawKeyboardFrame(Canvas& canvas) const {
     const Rect rect = getLocalRect();
-    const std::int32_t right = rect.right - 1, bottom = rect.bottom - 1;
-    const auto corner = [](std::int32_t x, std::int32_t y) {
-        return Rect{x, y, x + FrameCorner, y + FrameCorner};
-    };
-    canvas.setPenColor(color);
-    canvas.beginPath();
-    canvas.moveTo({0, FrameCorner / 2});
-    canvas.arc(corner(0, 0), 180.0f, 270.0f);
-    canvas.arc(corner(right - FrameCorner, 0), 270.0f, 360.0f);
-    canvas.arc(corner(right - FrameCorner, bottom - FrameCorner), 0.0f, 90.0f);
-    canvas.arc(corner(0, bottom - FrameCorner), 90.0f, 180.0f);
-    canvas.lineTo({0, FrameCorner / 2});
-    canvas.endPath();
-    canvas.strokeOrFillPath(Canvas::Stroke);
+    if (!rect.hasArea())
+        return;
+    const std::int32_t corner = std::min({FrameCorner, rect.width() - 1, rect.height() - 1});
+    const Rect inside{rect.left + 1, rect.top + 1, rect.right - 1, rect.bottom - 1};
+    strokeRounded(canvas, rect, corner, editor_.getFocusColor());
+    if (inside.hasArea())
+        strokeRounded(canvas, inside, std::max(corner - 2, 0), editor_.getFocusColor());
 }
 
 void Control::drawText(Canvas& canvas, const Rect& rect, const std::string& text,

@@ -148,6 +148,19 @@ public:
     virtual Control* findControlAt(Point point);
     virtual Control* findDropTargetAt(Point point);
 
+    // The keyboard. A control that has it, or that the pointer is over, hears `KeyPress`; the
+    // editor begins and ends an edit around what the arrows and their neighbours change.
+
+    /// Whether Tab and presses bring the keyboard here, while the control can be seen and used.
+    virtual bool takesKeyboard() const { return false; }
+
+    /// Whether Space activates the control too, within an edit of its parameter.
+    virtual bool isButton() const { return false; }
+
+    /// What Return does to a control that has the keyboard: presses a button, or opens a box for
+    /// the value. Whether it did something.
+    virtual bool activate() { return openTextBox(); }
+
     /// Adds the entries of this control and of those above; `position` is in own coordinates.
     virtual void buildContextMenu(PopupMenu& menu, Point position);
 
@@ -225,6 +238,11 @@ protected:
 
     /// The topmost of the children, and of those below, that `find` finds at a point.
     Control* findBelow(Point point, Control* (Control::*find)(Point)) const;
+    /// Whether there is a value that the user may edit as a text.
+    bool hasTextEntry() const;
+
+    /// Opens the box for it once the message under way is over; false without such a value.
+    bool openTextBox();
 
     std::string parameterName_;
     std::int32_t parameterIndex_ = 0;  // which of the parameters of that name
@@ -265,7 +283,7 @@ private:
     bool handleMenuChoice(std::int32_t identifier);
     bool handleWindow(WindowMessage& message);
     bool handlePress(const WindowMessage& message);
-    bool handleDrag(Point position);
+    bool handleDrag(const WindowMessage& message);
     bool handleDropOver(WindowMessage& message);
     Parameter* parameterOf(const std::string& name) const;
     void followVisibility(float normalised);
@@ -278,6 +296,7 @@ private:
     Point toFull(Point point) const;
     void addMidiEntries(PopupMenu& menu, Parameter& parameter);
     void drawContent(Canvas& canvas, const Rect& clip);
+    void drawKeyboardFrame(Canvas& canvas) const;
     template <typename Visit>
     void forEachShownChild(Canvas& canvas, const Rect& clip, Visit visit) const;
 

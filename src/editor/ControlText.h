@@ -28,6 +28,7 @@ public:
     void refresh() override;
     void suspend() override;
     void positionChanged() override;
+    bool takesKeyboard() const override { return hasTextEntry(); }
     void drawForeground(Canvas& canvas, const Rect& rect) override;
 
 protected:

@@ -120,6 +120,7 @@ Editor::Editor(Plugin& plugin, Module* module, Resources* resources)
       module_(module),
       resources_(resources),
       interfaceThread_(std::this_thread::get_id()),
+      undo_(plugin, *this),
       info_(std::make_unique<ControlInfo>(*this)),
       queue_(QueuedMessages) {
     tuneIn(&plugin_);
@@ -259,6 +260,7 @@ void Editor::swapTree(Tree& other) {
     std::swap(restingBlur_, other.restingBlur);
     std::swap(clientRect_, other.client);
     std::swap(statusRect_, other.status);
+    std::swap(focusColor_, other.focus);
 }
 
 void Editor::followFiles() {
@@ -281,6 +283,7 @@ void Editor::followFiles() {
 void Editor::reloadControls(const File& file) {
     endCapture();
     setFocus(nullptr);
+    keyboard_.give(nullptr, KeyboardFocus::Look::Hidden);
     hoverControl_ = nullptr;
     modals_.clear();
     followModals();
@@ -339,7 +342,7 @@ void Editor::buildControls(const Dictionary& dictionary, Control* parent) {
             roots_.push_back(std::move(made));
         control.importDictionary(*element);
         if (control.getControlId() == BackgroundId)
-            takeBackground(control);
+            takeBackground(control, *element);
         takeSpecial(control);
         if (auto* const value = dynamic_cast<ControlValue*>(&control); value && isFirstTree_)
             takeDefaults(*value, *element);
@@ -348,7 +351,7 @@ void Editor::buildControls(const Dictionary& dictionary, Control* parent) {
     }
 }
 
-void Editor::takeBackground(Control& control) {
+void Editor::takeBackground(Control& control, const Dictionary& element) {
     backgroundControl_ = rootControl_ = &control;
     if (showsCpuMeters_)
         addDebugControls(control);
@@ -357,6 +360,9 @@ void Editor::takeBackground(Control& control) {
                    std::min(rect.height(), MostSideLength)};
     statusRect_ = {0, 0, clientRect_.right, StatusHeight};
     info_->setPosition(statusRect_);
+    focusColor_ = highlightColor_;
+    if (std::string text; element.getString("focuscolor", text))
+        focusColor_.parse(text);
     logLine(LogProgress, "plugin size is %dx%d", static_cast<int>(clientRect_.width()),
             static_cast<int>(clientRect_.height()));
 }
@@ -451,7 +457,15 @@ void Editor::makeBlur() {
 void Editor::enterModal(Control& dialog) {
     std::erase(modals_, &dialog);
     modals_.push_back(&dialog);
+    followKeyboard();
     followModals();
+}
+
+Control* Editor::getDialog() const {
+    const auto front = std::find_if(modals_.rbegin(), modals_.rend(), [](const Control* dialog) {
+        return dialog->isVisible() && dialog->getParentControl() != nullptr;
+    });
+    return front != modals_.rend() ? *front : nullptr;
 }
 
 // However a dialog was hidden, the blur goes with it.
@@ -486,6 +500,8 @@ void Editor::forget(Control& control) {
     queue_.purge(&control);
     removeControl(&control);
     std::erase(modals_, &control);
+    keyboard_.forget(control);
+    undo_.forget(control);
     if (info_)
         info_->forget(control);
     if (helpControl_ == &control)
@@ -610,6 +626,9 @@ void Editor::close() {
     {
         const std::lock_guard<Mutex> drawing(canvasLock_);
         isOpen_ = false;
+        followKeyboard();
+        takesSystemFocus_ = false;
+        usedKeys_.reset();
         info_->stop();
         for (Control* const control : topLevelControls_)
             control->suspend();
@@ -859,6 +878,7 @@ void Editor::setFocus(Control* control) {
 }
 
 void Editor::beginEdit(Control& control, Point position) {
+    undo_.begin(control, UndoList::Kind::Whole);
     ControlMessage message(&control, ControlMessage::EditBegin, position, toPayload(&control));
     transmit(message);
 }
@@ -866,12 +886,62 @@ void Editor::beginEdit(Control& control, Point position) {
 void Editor::endEdit(Control& control, Point position) {
     ControlMessage message(&control, ControlMessage::EditEnd, position, toPayload(&control));
     transmit(message);
+    undo_.end(&control);
 }
 
 // Input
 
 bool Editor::keyDown(Message& message) {
-    return hoverControl_ != nullptr && hoverControl_->handle(message);
+    if (message.type != MessageType::Window)
+        return false;
+    auto& key = static_cast<WindowMessage&>(message);
+    const auto alive = life();
+    const bool isUsed = takeKey(key);
+    if (!alive.expired() && key.keyCode >= 0 && key.keyCode < 256)
+        usedKeys_.set(static_cast<std::size_t>(key.keyCode), isUsed);
+    return isUsed;
+}
+
+bool Editor::keyUp(Message& message) {
+    if (message.type != MessageType::Window)
+        return false;
+    const std::int32_t code = static_cast<const WindowMessage&>(message).keyCode;
+    const bool isUsed = code >= 0 && code < 256 && usedKeys_.test(static_cast<std::size_t>(code));
+    if (isUsed)
+        usedKeys_.reset(static_cast<std::size_t>(code));
+    return isUsed;
+}
+
+bool Editor::takeKey(WindowMessage& key) {
+    const auto alive = life();
+    followKeyboard();
+    Control* const focused = getKeyboardControl();
+    if ((focused != nullptr && tellKey(*focused, key)) || alive.expired())
+        return true;
+    if (keyboard_.keyDown(key) || undoAt(key))
+        return true;
+    Control* const hovered = hoverControl_;
+    return hovered != nullptr && hovered != focused && tellKey(*hovered, key);
+}
+
+bool Editor::tellKey(Control& control, WindowMessage& key) {
+    const bool isEdit = key.keyCode >= WindowMessage::PageUpKey &&
+                        key.keyCode <= WindowMessage::DownKey && !control.isButton() &&
+                        control.getParameter() != nullptr;
+    return isEdit ? editOnce(control, UndoList::Kind::Step, [&] { return control.handle(key); })
+                  : control.handle(key);
+}
+
+bool Editor::undoAt(const WindowMessage& key) {
+    const std::uint32_t besidesShift = key.modifiers & ~std::uint32_t{WindowMessage::Shift};
+    const bool isShiftHeld = (key.modifiers & WindowMessage::Shift) != 0;
+    const bool isRedo = key.keyCode == (isShiftHeld ? 'Z' : 'Y');
+    if (!isOpen_ || besidesShift != WindowMessage::Control ||
+        (!isRedo && (isShiftHeld || key.keyCode != 'Z')))
+        return false;
+    if (captureControl_ != nullptr)
+        return true;  // first the edit that is under way is to end
+    return isRedo ? undo_.redo() : undo_.undo();
 }
 
 bool Editor::deliverLocal(Control& control, const WindowMessage& message, std::int32_t code) {
@@ -953,25 +1023,37 @@ bool Editor::receiveWindow(WindowMessage& message) {
 
 void Editor::press(WindowMessage& message, std::int32_t button) {
     buttonMask_ |= button;
-    WindowMessage here(this, WindowMessage::MouseMove, message.target, message.position, 0);
+    WindowMessage here(this, WindowMessage::MouseMove, message.target,
+                       {message.position, 0, message.modifiers}, 0);
     move(here);
     if (helpControl_ != nullptr)
         helpControl_->hide();
     const bool isRight = button == WindowMessage::RightButton;
+    if (!isRight && keyboard_.press(hoverControl_))
+        takesSystemFocus_ = true;
     Control* const pressed = hoverControl_;
+    const bool isHeldAlready = captureControl_ != nullptr && captureControl_ == pressed;
+    if (!isHeldAlready)
+        endCapture();
     bool isUsed = false;
     if (pressed != nullptr) {
         captureControl_ = pressed;
         isMouseHeld_ = true;
         previousMouse_ = lastDragMouse_ = message.position;
         info_->watch(pressed);
+        if (!isHeldAlready)
+            undo_.begin(*pressed, UndoList::Kind::Whole);
         isUsed = isRight ? pressed->handle(message) : deliverLocal(*pressed, message);
         isUsed = isUsed && captureControl_ == pressed;
     }
     if (isUsed) {
-        beginEdit(*pressed, message.position);
+        if (!isHeldAlready)
+            beginEdit(*pressed, message.position);
         return;
     }
+    if (isHeldAlready && captureControl_ == pressed)
+        endCapture();
+    undo_.end(pressed);
     captureControl_ = nullptr;
     isMouseHeld_ = false;
     info_->watch(nullptr);
@@ -986,7 +1068,8 @@ void Editor::contextMenu(const WindowMessage& message) {
     auto menu = std::make_unique<PopupMenu>();
     control->buildContextMenu(*menu, message.position - control->getAbsoluteOrigin());
     addContextMenuEntries(*menu, message.position);
-    WindowMessage up(this, WindowMessage::RightUp, message.target, message.position, 0);
+    WindowMessage up(this, WindowMessage::RightUp, message.target,
+                     {message.position, 0, message.modifiers}, 0);
     release(up, WindowMessage::RightButton);
     setPendingMenu(std::move(menu), message.position);
 }
@@ -1009,8 +1092,10 @@ void Editor::release(const WindowMessage& message, std::int32_t button) {
 void Editor::endCapture() {
     isMouseHeld_ = false;
     info_->watch(nullptr);
-    if (Control* const captured = std::exchange(captureControl_, nullptr))
+    if (Control* const captured = std::exchange(captureControl_, nullptr)) {
         endEdit(*captured, lastMouse_);
+        undo_.end(captured);
+    }
 }
 
 void Editor::move(WindowMessage& message) {
@@ -1028,7 +1113,8 @@ void Editor::drag(WindowMessage& message) {
     message.button = buttonMask_;
     const bool isUsed = deliverLocal(*captured, message, WindowMessage::MouseDrag);
     if (!isUsed || captureControl_ != captured) {
-        WindowMessage up(this, WindowMessage::LeftUp, message.target, message.position, 0);
+        WindowMessage up(this, WindowMessage::LeftUp, message.target,
+                         {message.position, 0, message.modifiers}, 0);
         release(up, WindowMessage::LeftButton);
         return;
     }
@@ -1078,11 +1164,7 @@ bool Editor::turn(const WindowMessage& message) {
     Control* const turned = hoverControl_;
     if (turned == nullptr)
         return false;
-    beginEdit(*turned, message.position);
-    const bool isUsed = deliverLocal(*turned, message);
-    if (hoverControl_ == turned)
-        endEdit(*turned, message.position);
-    return isUsed;
+    return editOnce(*turned, UndoList::Kind::Step, [&] { return deliverLocal(*turned, message); });
 }
 
 bool Editor::receiveDrop(WindowMessage& message) {
@@ -1156,6 +1238,11 @@ void Editor::showPending() {
         const bool isFree = window_ && shownMenu_ == nullptr && !isEditing_;
         return isFree ? window_->getSystemWindow() : nullptr;
     };
+    if (system() != nullptr && std::exchange(takesSystemFocus_, false)) {
+        system()->takeFocus();
+        if (alive.expired())
+            return;
+    }
     if (pendingMenu_ && system() != nullptr)
         showPendingMenu(*system());
     // What was chosen may ask for a text.

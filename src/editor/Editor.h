@@ -7,7 +7,9 @@
 #include "audio/CPUMeter.h"
 #include "drawing/Canvas.h"
 #include "editor/DragDrop.h"
+#include "editor/KeyboardFocus.h"
 #include "editor/PopupMenu.h"
+#include "editor/UndoList.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"
 #include "foundation/MessageQueue.h"
@@ -16,6 +18,7 @@
 #include "foundation/Rect.h"
 #include "foundation/Word.h"
 
+#include <bitset>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -152,13 +155,29 @@ public:
 
     // Input.
 
-    /// False for a key that nothing used.
+    /// A key that is pressed or repeated: to the control that has the keyboard, then to the editor
+    /// itself, then to what the pointer is over. False if none used it; it is the host's then, as
+    /// is its release.
     virtual bool keyDown(Message& message);
-    virtual bool keyUp(Message& /*message*/) { return false; }
+    virtual bool keyUp(Message& message);
 
     /// Asks the nearest control from here up that accepts it to take the focus; null takes it away.
     virtual void setFocus(Control* control);
     Control* getFocusControl() const { return focusControl_; }
+
+    // The keyboard, which Tab, Escape and presses move; `setFocus` doesn't.
+
+    /// Null while no control has it.
+    Control* getKeyboardControl() const { return keyboard_.get(); }
+    bool showsKeyboardOn(const Control& control) const { return keyboard_.isShownOn(control); }
+
+    /// Takes it from a control that can't be seen or used any more.
+    void followKeyboard() { keyboard_.follow(); }
+
+    /// Of the frame over the control that has it: the background's "focuscolor", or else the
+    /// highlight colour.
+    const Color& getFocusColor() const { return focusColor_; }
+
     Control* getHoverControl() const { return hoverControl_; }
     Control* getCaptureControl() const { return captureControl_; }
     Point getLastMouse() const { return lastMouse_; }
@@ -168,9 +187,22 @@ public:
     /// seen; of several such controls for the last one.
     void enterModal(Control& dialog);
 
+    /// The one of these that is in front; null while none can be seen.
+    Control* getDialog() const;
+
     /// Tell all listeners that the user takes hold of a control, and lets go of it.
     virtual void beginEdit(Control& control, Point position);
     virtual void endEdit(Control& control, Point position);
+
+    /// An edit that is over when `act` returns, whose answer is returned. The control may go
+    /// meanwhile.
+    template <typename Act>
+    bool editOnce(Control& control, UndoList::Kind kind, Act act);
+
+    /// For a control that has made another preset current than this one, so that the user may go
+    /// back. What it does with an edit of its parameter needs no such call.
+    void noteProgramChange(std::int32_t before) { undo_.noteProgramChange(before); }
+    const UndoList& getUndoList() const { return undo_; }
 
     /// Shows the menu once the message under way is over, in place of one that waits.
     void setPendingMenu(std::unique_ptr<PopupMenu> menu, Point place);
@@ -270,6 +302,7 @@ private:
         std::unique_ptr<Control> restingBlur;
         Rect client;
         Rect status;
+        Color focus;
     };
     void swapTree(Tree& other);
     void readControls(const File& file, Dictionary::Fault* fault);
@@ -277,7 +310,7 @@ private:
     void followFiles();
     void reloadControls(const File& file);
     void buildControls(const Dictionary& dictionary, Control* parent);
-    void takeBackground(Control& control);
+    void takeBackground(Control& control, const Dictionary& element);
     void addDebugControls(Control& background);
     void followPrograms();
     void tellProgram(ParameterMessage& change) const;
@@ -305,6 +338,9 @@ private:
     void hover(const WindowMessage& message);
     void leaveHover(const WindowMessage& message);
     bool turn(const WindowMessage& message);
+    bool takeKey(WindowMessage& key);
+    bool tellKey(Control& control, WindowMessage& key);
+    bool undoAt(const WindowMessage& key);
     bool receiveDrop(WindowMessage& message);
     void showPendingMenu(platform::SystemWindow& system);
     void showPendingEdit(platform::SystemWindow& system);
@@ -331,6 +367,12 @@ private:
     double openedAt_ = 0.0;     // seconds, of the clock
     double openSeconds_ = 0.0;  // until the last close
     Color highlightColor_ = Color::fromBytes(255, 190, 0, 255);
+    Color focusColor_ = highlightColor_;
+
+    KeyboardFocus keyboard_{*this};
+    bool takesSystemFocus_ = false;  // once the message under way is over
+    std::bitset<256> usedKeys_;      // those whose press was used, by their codes
+    UndoList undo_;
 
     std::unique_ptr<PopupMenu> pendingMenu_;
     Point pendingMenuPlace_;
@@ -383,5 +425,27 @@ private:
     std::int64_t controlsStamp_ = 0;  // of the file, as it was read last
     std::int32_t currentModule_ = 0;
 };
+
+template <typename Act>
+bool Editor::editOnce(Control& control, UndoList::Kind kind, Act act) {
+    const auto alive = life();
+    undo_.begin(control, kind);
+    beginEdit(control, lastMouse_);
+    const auto end = [&, this] {
+        if (alive.expired() || !undo_.isEditing(&control))
+            return;
+        endEdit(control, lastMouse_);
+        undo_.end(&control);
+    };
+    bool isUsed = false;
+    try {
+        isUsed = act();
+    } catch (...) {
+        end();
+        throw;
+    }
+    end();
+    return isUsed;
+}
 
 }  // namespace tarn

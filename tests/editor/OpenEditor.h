@@ -18,6 +18,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -45,6 +46,14 @@ struct Probe : Control {
             heard += static_cast<const ParameterMessage&>(message).parameterName.str() + " ";
         return Control::handle(message);
     }
+    void importDictionary(const Dictionary& dictionary) override {
+        dictionary.getBool("keyboard", hasKeyboard);
+        dictionary.getBool("button", hasButton);
+        Control::importDictionary(dictionary);
+    }
+    bool takesKeyboard() const override { return hasKeyboard; }
+    bool isButton() const override { return hasButton; }
+    bool activate() override { return hasButton ? ++activated > 0 : Control::activate(); }
     void drawForeground(Canvas& canvas, const Rect&) override {
         ++drawn;
         drawText(canvas, getLocalRect(), getLabel());
@@ -52,7 +61,8 @@ struct Probe : Control {
     std::string take() { return std::exchange(heard, {}); }
 
     bool takes = true;
-    int drawn = 0;
+    bool hasKeyboard = false, hasButton = false;
+    int drawn = 0, activated = 0;
     std::string heard;
     std::function<void(const WindowMessage&)> onEvent;
 };
@@ -153,6 +163,15 @@ protected:
         bitmap->setFrames({0, 0, 5, 8}, 2, 1);
         bitmap->setGlyphs(glyphs);
         editor->bitmaps[id] = bitmap;
+    }
+    /// A key that is pressed and let go; whether the press was used.
+    bool press(std::int32_t key, std::set<int> held = {}) {
+        desktop.heldKeys = std::move(held);
+        const bool isUsed = window().owner->key(key, 0, true);
+        if (!desktop.windows().empty())
+            EXPECT_EQ(window().owner->key(key, 0, false), isUsed);
+        desktop.heldKeys.clear();
+        return isUsed;
     }
     platform::OffscreenDesktop::Window& window() { return *desktop.windows().back(); }
     void point(Pointer event, std::int32_t x = 0, std::int32_t y = 0) {
