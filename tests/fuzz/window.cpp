@@ -119,6 +119,7 @@ public:
                                     {}});
         desktop_.isFull = false;
         desktop_.scale = 1.0f;
+        desktop_.heldKeys.clear();
     }
     Play(const Play&) = delete;
     Play& operator=(const Play&) = delete;
@@ -155,6 +156,11 @@ public:
                  {editor.getHoverControl(), editor.getFocusControl(), editor.getCaptureControl()})
                 require(known == nullptr || (editor.getRootControl() != nullptr &&
                                              isIn(*editor.getRootControl(), known)));
+            const Control* const typed = editor.getKeyboardControl();
+            const auto& listed = editor.getControls();
+            require(typed == nullptr ||
+                    (typed->isVisible() && editor.isOpen() &&
+                     std::find(listed.begin(), listed.end(), typed) != listed.end()));
             require(instance->passesAudio());
         }
         require(open == desktop_.windows().size());
@@ -254,7 +260,8 @@ private:
             case 7:
                 effect.call(user_.ConsumeBool() ? effEditKeyDown : effEditKeyUp,
                             user_.ConsumeIntegral<std::uint8_t>(),
-                            user_.ConsumeIntegral<std::uint8_t>());
+                            user_.ConsumeIntegral<std::uint8_t>(), nullptr,
+                            static_cast<float>(user_.ConsumeIntegralInRange(0, 15)));
                 break;
             case 8:
                 effect.set(user_.ConsumeIntegralInRange(0, 1), user_.ConsumeBool() ? 1.0f : 0.0f);
@@ -327,8 +334,7 @@ private:
                 owner.wheel(spot(), user_.ConsumeIntegral<std::int32_t>());
                 break;
             case 1:
-                owner.key(user_.ConsumeIntegral<std::uint8_t>(),
-                          user_.ConsumeIntegral<std::uint16_t>(), user_.ConsumeBool());
+                type(owner);
                 break;
             case 2:
                 owner.focusGained();
@@ -367,6 +373,23 @@ private:
                     spot());
                 break;
         }
+    }
+
+    // Half of the keys are those that the interface itself does something about.
+    void type(platform::WindowOwner& owner) {
+        const bool isKnown = user_.ConsumeBool();
+        const std::int32_t key =
+            isKnown ? user_.PickValueInArray<std::int32_t>(
+                          {WindowMessage::TabKey, WindowMessage::TabKey, WindowMessage::ReturnKey,
+                           WindowMessage::EscapeKey, WindowMessage::SpaceKey, WindowMessage::UpKey,
+                           WindowMessage::PageDownKey, 'Z', 'Z', 'Y'})
+                    : user_.ConsumeIntegral<std::uint8_t>();
+        const int held = user_.ConsumeIntegralInRange(0, 7);
+        desktop_.heldKeys.clear();
+        for (const int modifier : {0, 1, 2})
+            if ((held & 1 << modifier) != 0)
+                desktop_.heldKeys.insert(0x10 + modifier);
+        owner.key(key, user_.ConsumeIntegral<std::uint16_t>(), !user_.ConsumeBool());
     }
 
     void click(OffscreenDesktop::Window& window, platform::Spot place) {

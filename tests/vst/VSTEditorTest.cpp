@@ -161,6 +161,65 @@ TEST_F(HostedEditor, TellsTheHostOfEdits) {
     effect.call(effClose);
 }
 
+// Faults: a key of the host's that means another one here, or is used up where nothing wants it; a
+// rename that can't be undone.
+TEST_F(HostedEditor, TakesTheHostsKeys) {
+    const test::HostedEffect effect = load();
+    const auto key = [&](VstInt32 opcode, VstInt32 character, VstIntPtr code, float modifiers) {
+        return effect.call(opcode, character, code, nullptr, modifiers);
+    };
+    const auto name = [&] {
+        char text[kVstMaxParamStrLen]{};
+        effect.call(effGetParamDisplay, 0, 0, text);
+        return std::string(text);
+    };
+    constexpr float Shift = 1, Alternate = 2, Command = 4, Control = 8;
+    constexpr VstIntPtr Tab = 2, Return = 4, Escape = 6, Space = 7;
+    EXPECT_EQ(key(effEditKeyDown, 0, Tab, 0), 0);
+    ASSERT_TRUE(open(effect));
+    const std::string before = name();
+    const struct {
+        VstInt32 character;
+        VstIntPtr code;
+        float modifiers;
+        bool isUsed;
+        std::string name;
+    } keys[] = {
+        {0, Space, 0, false, before},
+        {'\t', 0, Alternate, false, before},
+        {0, Tab, 0, true, before},
+        {0, Return, 0, true, "Lead vo"},
+        {' ', 0, 0, false, "Lead vo"},
+        {'z', 0, 0, false, "Lead vo"},
+        {'z', 0, Control, true, before},
+        {'z', 0, Control, false, before},
+        {'Y', 0, Command, true, "Lead vo"},
+        {26, 0, Control, true, before},
+        {26, 0, Command + Shift, true, "Lead vo"},
+        {'z', 0, Control + Alternate, false, "Lead vo"},
+        {'[', 0, Control, false, "Lead vo"},
+        {0, 200, Control, false, "Lead vo"},
+        {0, Escape, 0, true, "Lead vo"},
+        {0x1B, 0, 0, false, "Lead vo"},
+        {'\r', 0, 0, false, "Lead vo"},
+    };
+    desktop.text = [](const platform::TextRequest&) { return "Lead vocal"; };
+    int row = 0;
+    for (const auto& [character, code, modifiers, isUsed, shown] : keys) {
+        EXPECT_EQ(key(effEditKeyDown, character, code, modifiers), isUsed) << row;
+        EXPECT_EQ(key(effEditKeyUp, character, code, modifiers), isUsed) << row;
+        EXPECT_EQ(name(), shown) << row++;
+    }
+    std::thread([&] { EXPECT_EQ(key(effEditKeyDown, 0, Tab, 0), 0); }).join();
+    EXPECT_EQ(editorOf(effect).getKeyboardControl(), nullptr);
+    EXPECT_EQ(key(effEditKeyDown, 0, Tab, 0), 1);
+    desktop.text = [&](const platform::TextRequest&) -> std::optional<std::string> {
+        effect.call(effClose);
+        return "late";
+    };
+    EXPECT_EQ(key(effEditKeyDown, 0, Return, 0), 1);
+}
+
 // Faults: what waits for the user outlives the window, the instance or the host's own window;
 // windows that are left behind; audio that stops meanwhile.
 TEST_F(HostedEditor, EndsWhereverTheHostEndsIt) {

@@ -1,3 +1,4 @@
+#include "platform/Desktop.h"
 #include "platform/SystemWindow.h"
 #include "platform/WindowRecord.h"
 #include "platform/windows/Dragged.h"
@@ -11,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <utility>
 
 namespace tarn::platform {
 namespace {
@@ -165,16 +167,24 @@ TEST_F(SystemWindowTest, OnlyUnusedKeysGoToTheHost) {
     EXPECT_FALSE(window->hasFocus());
     window->takeFocus();
     EXPECT_TRUE(window->hasFocus());
-    for (const bool isUsed : {true, false}) {
-        run();
-        owner.answer = isUsed;
-        hostHeard.clear();
-        owner.heard();
-        press('A', handle);
-        run();
-        EXPECT_NE(owner.heard().find("key 65 97 down"), std::string::npos);
-        EXPECT_EQ(hostHeard, isUsed ? "" : "256 258 ") << isUsed;
-    }
+    for (const auto& [key, told] : {std::pair('A', "key 65 97 down"), {' ', "key 32 32 down"}})
+        for (const bool isUsed : {true, false}) {
+            run();
+            owner.answer = isUsed;
+            hostHeard.clear();
+            owner.heard();
+            press(static_cast<WPARAM>(key), handle);
+            run();
+            EXPECT_NE(owner.heard().find(told), std::string::npos);
+            EXPECT_EQ(hostHeard, isUsed ? "" : "256 258 ") << told << isUsed;
+        }
+    BYTE keys[256]{};
+    keys[VK_CONTROL] = keys[VK_SHIFT] = 0x80;
+    ::SetKeyboardState(keys);
+    EXPECT_TRUE(isKeyDown(VK_CONTROL) && isKeyDown(VK_SHIFT) && !isKeyDown(VK_MENU));
+    keys[VK_CONTROL] = keys[VK_SHIFT] = 0;
+    ::SetKeyboardState(keys);
+    EXPECT_FALSE(isKeyDown(VK_CONTROL));
     ::SetFocus(host);
     EXPECT_TRUE(window->hasFocus());
 }
