@@ -3,7 +3,11 @@
 #include "Ratios.h"
 #include "audio/Module.h"
 #include "drawing/Canvas.h"
+#include "editor/Control.h"
 #include "editor/Editor.h"
+#include "editor/Window.h"
+#include "foundation/File.h"
+#include "foundation/Message.h"
 #include "link/BrimtidePluginInfo.h"
 #include "parameters/Parameter.h"
 #include "parameters/Settings.h"
@@ -12,11 +16,13 @@
 #include "plugin/Mission.h"
 #include "plugin/Plugin.h"
 #include "support/Product.h"
+#include "support/ScratchFolder.h"
 #include "vst/VSTPlugin.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -129,6 +135,110 @@ void printLoad(const char* name, int changes) {
                                        std::max(open.window().showCount - paintsBefore, 1)));
 }
 
+// A hundred level meters of 12 by 120 in an interface of their own, as the instance's second.
+class Meters : public Editor {
+public:
+    static constexpr int Count = 100, Columns = 50;
+    static constexpr Rect Area{0, 0, 16 * Columns, 124 * Count / Columns};
+
+    explicit Meters(const OpenInterface& instance)
+        : Editor(dynamic_cast<Plugin&>(*instance.plugin().getPlugin()),
+                 instance.editor().getModule(), nullptr) {
+        SharedObjectPtr<PixelsData> pixels = makeShared<PixelsData>(24, 120);
+        for (std::int32_t y = 0; y < 120; ++y)
+            std::fill_n(pixels->row(y), 24 * PixelsData::BytesPerPixel, std::uint8_t{255});
+        strip = std::make_shared<Bitmap>(pixels, 1.0f);
+        strip->setFrames({0, 0, 12, 120}, 2, 1);
+        std::string controls;
+        for (int i = 0; i < Count; ++i)
+            controls += "<m class='LevelMeter' parameter='OutputLevel' handle='strip' x='" +
+                        std::to_string(placeOf(i).x) + "' y='" + std::to_string(placeOf(i).y) +
+                        "' holdcolor='#ffffff'><scaling><a value='-60'/><b position='1' "
+                        "value='0'/></scaling></m>";
+        const test::ScratchFolder folder;
+        folder.write("Controls.xml",
+                     "<dict><info creator='Brimtide' version='1.2.0'/><file-format "
+                     "value='0.7'/><controls><c "
+                     "class='Background' width='" +
+                         std::to_string(Area.right) + "' height='" + std::to_string(Area.bottom) +
+                         "' id='special::background' background='#202830'>"
+                         "<controls>" +
+                         controls + "</controls></c></controls></dict>");
+        loadControls(File(folder.path("Controls.xml")));
+        open(nullptr, {});
+        idle();
+    }
+
+    std::shared_ptr<Bitmap> getBitmap(const std::string&) const override { return strip; }
+    static Point placeOf(int meter) { return {meter % Columns * 16, meter / Columns * 124}; }
+
+    /// How long the interface takes for a tick of all meters, for which a tick's time has passed.
+    double tick() {
+        static double metersNow;
+        metersNow += TickSeconds;
+        const double before = platform::systemHighResolutionSeconds();
+        platform::setHighResolutionClock([]() noexcept { return metersNow; });
+        TimerMessage message(nullptr, TimerMessage::Tick, fourCharacterCode("CVUt"), 0);
+        message.sinceLastTick = TickSeconds;
+        for (Control* const control : getControls())
+            control->receive(message);
+        idle();
+        platform::setHighResolutionClock(nullptr);
+        return platform::systemHighResolutionSeconds() - before;
+    }
+    void setLevel(const OpenInterface& instance, float level) {
+        instance.settings().find("OutputLevel", 0)->setNormalised(level, FromInternal);
+        tick();
+    }
+
+    std::shared_ptr<Bitmap> strip;
+};
+
+void meters(State& state) {
+    const OpenInterface instance(1.0f);
+    Meters editor(instance);
+    editor.setLevel(instance, 0.0316f);  // -30 dB, half of the scale
+    for (auto _ : state)
+        editor.paint(nullptr, editor.getClientRect());
+}
+
+// The same pictures, with nothing around them: the background, two parts of a strip and a line.
+void stripsAlone(State& state) {
+    const OpenInterface instance(1.0f);
+    Meters editor(instance);
+    Canvas canvas(Meters::Area);
+    canvas.attach(editor.getWindow());
+    for (auto _ : state) {
+        canvas.beginFrame(Meters::Area);
+        canvas.setFillColor(Color::fromBytes(32, 40, 48, 255));
+        canvas.fillRect(Meters::Area);
+        for (int i = 0; i < Meters::Count; ++i) {
+            canvas.pushChild();
+            canvas.offsetOrigin(Meters::placeOf(i));
+            canvas.drawBitmap(*editor.strip, {0, 0, 12, 120}, {0, 0, 12, 120});
+            canvas.drawBitmap(*editor.strip, {12, 60, 24, 120}, {0, 60, 12, 120});
+            canvas.fillRect({0, 50, 12, 52});
+            canvas.popChild();
+        }
+        canvas.present();
+    }
+}
+
+void printMeters(const char* name, bool isMoving) {
+    constexpr int Ticks = 200;
+    const OpenInterface instance(1.0f);
+    Meters editor(instance);
+    double seconds = 0.0;
+    for (int i = 0; i < Ticks; ++i) {
+        if (isMoving)
+            instance.settings()
+                .find("OutputLevel", 0)
+                ->setNormalised(static_cast<float>(1 + i % 10) / 10.0f, FromInternal);
+        seconds += editor.tick();
+    }
+    std::printf("%-28s %7.3f %% of a core\n", name, 100.0 * seconds / (Ticks * TickSeconds));
+}
+
 void printFigures() {
     for (const float scale : {1.0f, 2.0f, 3.0f}) {
         std::vector<double> times;
@@ -140,6 +250,8 @@ void printFigures() {
     }
     printLoad("open and idle", 0);
     printLoad("10,000 changes a second", 500);
+    printMeters("100 level meters, silent", 0.0f);
+    printMeters("100 level meters, falling", 1.0f);
 }
 
 const bool isRegistered = [] {
@@ -148,6 +260,7 @@ const bool isRegistered = [] {
         bench::compare(
             name, 1.5, [scale = scale](State& state) { repaint(state, scale); },
             [scale = scale](State& state) { blit(state, scale); });
+    bench::compare("repaint 100 level meters", 1.3, meters, stripsAlone);
     bench::printAtTheEnd(printFigures);
     return true;
 }();
