@@ -239,7 +239,8 @@ void ControlPresetsPopup::buildContextMenu(PopupMenu& menu, Point position) {
     menuPreset_ = presetIdOf(current);
     const auto entry = [this](std::int32_t id, const std::string& text, bool isEnabled = true) {
         PopupMenuEntry made = PopupMenuEntry::of(this, id, text);
-        made.flags = isEnabled ? 0 : PopupMenuEntry::Disabled;
+        if (!isEnabled)
+            made.flags = PopupMenuEntry::Disabled;
         return made;
     };
     const bool isOwn = current != nullptr && !presets.isFactory(*current);
