@@ -49,7 +49,6 @@ void ControlFavoriteButton::storeCurrent() {
     if (slot >= 0 && slot < MostSlots && !presets.getFavorites().contains(slot))
         presets.setFavorite(slot, -1);
     presets.moveToFavorite(slot);
-    setDirty(true);
 }
 
 }  // namespace tarn

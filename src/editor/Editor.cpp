@@ -1035,6 +1035,7 @@ void Editor::press(WindowMessage& message, std::int32_t button) {
     const bool isHeldAlready = captureControl_ != nullptr && captureControl_ == pressed;
     if (!isHeldAlready)
         endCapture();
+    const auto alive = life();  // a change that the host hears of may end the interface
     bool isUsed = false;
     if (pressed != nullptr) {
         captureControl_ = pressed;
@@ -1044,6 +1045,8 @@ void Editor::press(WindowMessage& message, std::int32_t button) {
         if (!isHeldAlready)
             undo_.begin(*pressed, UndoList::Kind::Whole);
         isUsed = isRight ? pressed->handle(message) : deliverLocal(*pressed, message);
+        if (alive.expired())
+            return;
         isUsed = isUsed && captureControl_ == pressed;
     }
     if (isUsed) {
@@ -1084,8 +1087,9 @@ void Editor::release(const WindowMessage& message, std::int32_t button) {
         info_->watch(nullptr);
         return;
     }
+    const auto alive = life();
     deliverLocal(*captured, message);
-    if (captureControl_ == captured)
+    if (!alive.expired() && captureControl_ == captured)
         endCapture();
 }
 
@@ -1111,7 +1115,10 @@ void Editor::drag(WindowMessage& message) {
     Control* const captured = captureControl_;
     message.previousPosition = lastDragMouse_;
     message.button = buttonMask_;
+    const auto alive = life();
     const bool isUsed = deliverLocal(*captured, message, WindowMessage::MouseDrag);
+    if (alive.expired())
+        return;
     if (!isUsed || captureControl_ != captured) {
         WindowMessage up(this, WindowMessage::LeftUp, message.target,
                          {message.position, 0, message.modifiers}, 0);

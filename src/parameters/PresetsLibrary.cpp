@@ -337,6 +337,7 @@ bool PresetsLibrary::moveToFavorite(std::int32_t slot) {
         favorites_[left] = getFavorite(slot);
     storeFavorite(slot);
     isChanged_ = true;
+    currentChanged();
     return true;
 }
 

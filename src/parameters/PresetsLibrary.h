@@ -40,7 +40,7 @@ public:
     /// For a product: after all presets were read.
     virtual void presetsChanged() {}
 
-    /// Another preset is current, or the current one is called or marked otherwise.
+    /// Another preset is current, or the current one is called, marked or kept otherwise.
     virtual void currentChanged() {}
 
     /// Tells that there are edits, or, with false, that there are none in any preset, and that the
