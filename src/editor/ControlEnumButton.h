@@ -17,6 +17,12 @@ public:
 
     void importDictionary(const Dictionary& dictionary) override;
     void suspend() override { isPressed_ = false; }
+    bool takesKeyboard() const override { return testFlags(Editable); }
+    bool isButton() const override { return true; }
+    bool activate() override {
+        pressAndRelease();
+        return true;
+    }
 
     /// What a click does. The control may be gone afterwards.
     void pressAndRelease();

@@ -71,14 +71,16 @@ bool ControlEnumPopupMenu::handleChoice(std::int32_t choice) {
     return true;
 }
 
-// The press ended when the menu opened.
+// Within the press that opened the menu, if one did.
 void ControlEnumPopupMenu::edit(std::int32_t choice) {
-    Editor& shown = editor();
-    const auto alive = shown.life();
-    shown.beginEdit(*this, {});
-    choose(choice);
-    if (!alive.expired())
-        shown.endEdit(*this, {});
+    if (editor().getCaptureControl() == this) {
+        choose(choice);
+        return;
+    }
+    editor().editOnce(*this, UndoList::Kind::Whole, [this, choice] {
+        choose(choice);
+        return true;
+    });
 }
 
 bool ControlEnumPopupMenu::measure(OwnerDrawnEntry& drawn) const {

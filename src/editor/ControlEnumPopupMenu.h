@@ -20,6 +20,12 @@ public:
     void importDictionary(const Dictionary& dictionary) override;
     bool handle(Message& message) override;
     void drawForeground(Canvas& canvas, const Rect& rect) override;
+    bool takesKeyboard() const override { return testFlags(Editable); }
+    bool isButton() const override { return true; }
+    bool activate() override {
+        pressAndRelease();
+        return true;
+    }
 
     /// Adds an entry for each choice, of the choice's number.
     virtual void fillMenu(PopupMenu& menu);

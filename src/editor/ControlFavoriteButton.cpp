@@ -37,10 +37,14 @@ bool ControlFavoriteButton::press(const WindowMessage& message) {
 }
 
 void ControlFavoriteButton::click() {
-    if (platform::isKeyDown(ShiftKey))
+    if (platform::isKeyDown(ShiftKey)) {
         storeCurrent();
-    else
-        editor().instance().recallFavorite(getOnInteger());
+        return;
+    }
+    Plugin& presets = editor().instance();
+    const std::int32_t before = presets.getCurrentIndex();
+    presets.recallFavorite(getOnInteger());
+    editor().noteProgramChange(before);
 }
 
 void ControlFavoriteButton::storeCurrent() {

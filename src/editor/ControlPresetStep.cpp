@@ -16,9 +16,11 @@ void ControlPresetStep::importDictionary(const Dictionary& dictionary) {
 
 void ControlPresetStep::pressAndRelease() {
     Plugin& presets = editor().instance();
-    const std::int32_t count = presets.getPresetCount();
-    if (count > 1)
-        presets.setProgram(((presets.getCurrentIndex() + step_) % count + count) % count);
+    const std::int32_t count = presets.getPresetCount(), before = presets.getCurrentIndex();
+    if (count < 2)
+        return;
+    presets.setProgram(((before + step_) % count + count) % count);
+    editor().noteProgramChange(before);
 }
 
 }  // namespace tarn

@@ -14,6 +14,7 @@
 #include "plugin/PluginInfo.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <string_view>
@@ -286,7 +287,7 @@ bool ControlPresetsPopup::choose(std::int32_t identifier) {
             break;
     }
     if (identifier >= FirstPreset)
-        selectOffered(identifier - FirstPreset);
+        select(findOffered(identifier - FirstPreset));
     else if (identifier >= FirstDuplicate)
         duplicatePreset(shown.instance(), identifier - FirstDuplicate);
     else if (presetIdOf(shown.instance().getCurrent()) == menuPreset_)
@@ -322,21 +323,23 @@ bool ControlPresetsPopup::chooseForPreset(std::int32_t identifier) {
 }
 
 // Presets may have come and gone since the list was made.
-void ControlPresetsPopup::selectOffered(std::int32_t index) {
-    Plugin& plugin = editor().instance();
+std::int32_t ControlPresetsPopup::findOffered(std::int32_t index) const {
+    const Plugin& plugin = editor().instance();
     const auto place = static_cast<std::size_t>(index);
-    if (place >= offered_.size() || presetIdOf(plugin.getPreset(index)) == offered_[place]) {
-        plugin.setProgram(index);
-        return;
-    }
-    std::int32_t moved = 0;
-    for (const auto& preset : plugin.getPresets()) {
-        if (preset->getId() == offered_[place]) {
-            plugin.setProgram(moved);
-            return;
-        }
-        ++moved;
-    }
+    if (place >= offered_.size() || presetIdOf(plugin.getPreset(index)) == offered_[place])
+        return index;
+    const auto& presets = plugin.getPresets();
+    const auto moved = std::ranges::find_if(
+        presets, [&](const auto& preset) { return preset->getId() == offered_[place]; });
+    return moved != presets.end() ? static_cast<std::int32_t>(std::distance(presets.begin(), moved))
+                                  : -1;
+}
+
+void ControlPresetsPopup::select(std::int32_t index) {
+    Plugin& presets = editor().instance();
+    const std::int32_t before = presets.getCurrentIndex();
+    presets.setProgram(index);
+    editor().noteProgramChange(before);
 }
 
 void ControlPresetsPopup::askForName(void (*take)(Editor& editor, const std::string& name)) {

@@ -23,6 +23,12 @@ public:
     bool handle(Message& message) override;
     void buildContextMenu(PopupMenu& menu, Point position) override;
     void drawForeground(Canvas& canvas, const Rect& rect) override;
+    bool takesKeyboard() const override { return true; }
+    bool isButton() const override { return true; }
+    bool activate() override {
+        pressAndRelease();
+        return true;
+    }
 
     /// What a click does.
     void pressAndRelease();
@@ -31,7 +37,8 @@ private:
     bool handleWindow(const WindowMessage& message);
     bool choose(std::int32_t identifier);
     bool chooseForPreset(std::int32_t identifier);
-    void selectOffered(std::int32_t index);
+    std::int32_t findOffered(std::int32_t index) const;
+    void select(std::int32_t index);
     void askForName(void (*take)(Editor& editor, const std::string& name));
 
     std::vector<std::string> offered_;  // the presets of the last list, by their ids

@@ -19,6 +19,12 @@ public:
     bool handle(Message& message) override;
     void suspend() override { isPressed_ = false; }
     void drawForeground(Canvas& canvas, const Rect& rect) override;
+    bool takesKeyboard() const override { return true; }
+    bool isButton() const override { return true; }
+    bool activate() override {
+        pressAndRelease();
+        return true;
+    }
 
     /// What a click does. The control may be gone afterwards.
     virtual void pressAndRelease() = 0;

@@ -29,6 +29,12 @@ public:
     void refresh() override;
     void suspend() override;
     void drawForeground(Canvas& canvas, const Rect& rect) override;
+    bool takesKeyboard() const override { return testFlags(Editable); }
+    bool isButton() const override { return true; }
+    bool activate() override {
+        pressAndRelease();
+        return true;
+    }
 
     /// Whether the parameter has the value of "on".
     virtual bool isOn() const { return isAt(true); }

@@ -17,6 +17,12 @@ public:
     void importDictionary(const Dictionary& dictionary) override;
     bool handle(Message& message) override;
     void drawForeground(Canvas& canvas, const Rect& rect) override;
+    bool takesKeyboard() const override { return testFlags(Editable); }
+    bool isButton() const override { return true; }
+    bool activate() override {
+        pressAndRelease();
+        return true;
+    }
 
     /// What a click does. The control may be gone afterwards.
     void pressAndRelease();

@@ -1266,13 +1266,17 @@ void Editor::showPendingMenu(platform::SystemWindow& system) {
     if (alive.expired())
         return;
     shownMenu_ = nullptr;
-    endCapture();
+    // What a menu's owner does is a part of the press that opened the menu.
+    const bool isOwned = menu->getOwner() != nullptr;
+    if (!isOwned)
+        endCapture();
     Radio* const target = chosen != nullptr ? chosen->target : menu->getOwner();
-    if (target == nullptr)
-        return;
     const std::int32_t id = chosen != nullptr ? chosen->id : NothingChosen;
     ControlMessage choice(this, ControlMessage::MenuChoice, pendingMenuPlace_, toPayload(id));
-    target->receive(choice);
+    if (target != nullptr)
+        target->receive(choice);
+    if (isOwned && !alive.expired())
+        endCapture();
 }
 
 Point Editor::measureMenuEntry(std::int32_t id) {

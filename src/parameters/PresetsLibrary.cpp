@@ -178,6 +178,7 @@ bool PresetsLibrary::deleteCurrent() {
     current_ = index + 1 < getPresetCount() ? std::next(deleted) : std::prev(deleted);
     (*current_)->activate(Parameter::PluginRealm);
     presets_.erase(deleted);
+    loadCount_ = loadCount_ + 1;  // others have its index now
     for (auto& [slot, favorite] : favorites_)
         if (favorite >= index)
             favorite = favorite == index ? -1 : favorite - 1;

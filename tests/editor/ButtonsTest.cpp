@@ -197,6 +197,15 @@ TEST_F(ButtonsTest, EveryOrderOfPressSlideAndRelease) {
     ASSERT_TRUE(editor->open(nullptr, {}));
     point(Pointer::LeftUp, 5, 5);
     EXPECT_FALSE(button.isOn());
+    const auto press = [this](std::int32_t key) {
+        return window().owner->key(key, 0, true) &&
+               plugin.parameter("Switch").getNormalised() == 1.0f;
+    };
+    point(Pointer::LeftDown, 50, 50);
+    point(Pointer::LeftUp, 50, 50);
+    window().owner->key(WindowMessage::TabKey, 0, true);
+    EXPECT_TRUE(press(WindowMessage::ReturnKey));
+    EXPECT_FALSE(press(WindowMessage::SpaceKey));
     const Hearer end(parameter, [this](Message& message) {
         if (static_cast<ParameterMessage&>(message).mode == FromUser)
             editor.reset();
@@ -424,8 +433,10 @@ TEST_F(ButtonsTest, AMenuIsHeardWhileTheUserLooks) {
             }
             return std::optional<std::int32_t>();
         };
+        const std::size_t undone = editor->getUndoList().getUndoCount();
         point(Pointer::LeftDown, 5, 5);
         EXPECT_EQ(chosen(), 0);
+        EXPECT_EQ(editor->getUndoList().getUndoCount(), undone);
     }
     openMenu("parameter='Mode'");
     look = [&](const auto& entries) {
@@ -569,6 +580,10 @@ TEST_F(ButtonsTest, ButtonsOfOneKind) {
     EXPECT_EQ(editor->getCaptureControl(), nullptr);
     probe<ControlFavoriteButton>("f0").pressAndRelease();
     EXPECT_EQ(slots(), "1 2 1 nff");
+    desktop.heldKeys = {0x10};
+    click(25);
+    desktop.heldKeys.clear();
+    EXPECT_EQ(slots(), "2 1 1 fnf");
 
     open(
         "<t class='Trigger' parameter='Volume' handle='two' width='10' height='40'/>"

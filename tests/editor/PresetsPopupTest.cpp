@@ -300,6 +300,7 @@ TEST_F(PresetsPopupTest, ButtonsStepAndOpenTheMenu) {
         click(2, 42);
         EXPECT_EQ(plugin.getCurrentIndex(), expected);
     }
+    EXPECT_EQ(editor->getUndoList().getUndoCount(), 8u);
     point(Pointer::LeftDown, 2, 42);
     point(Pointer::Move, 2, 30);
     point(Pointer::LeftUp, 2, 30);
@@ -310,6 +311,8 @@ TEST_F(PresetsPopupTest, ButtonsStepAndOpenTheMenu) {
     EXPECT_EQ(editor->getCaptureControl(), nullptr);
     while (plugin.deleteCurrent()) {
     }
+    editor->noteProgramChange(plugin.getCurrentIndex());
+    EXPECT_EQ(editor->getUndoList().getUndoCount(), 0u);
     plugin.setProgram(0);
     click(2, 42);
     EXPECT_EQ(plugin.getCurrentIndex(), 1);
