@@ -117,7 +117,6 @@ void UndoList::add(Entry entry) {
         entries_.erase(entries_.begin());
     entries_.push_back(std::move(entry));
     doneCount_ = entries_.size();
-    lastIsStep_ = false;
 }
 
 void UndoList::forget(const Control& control) {

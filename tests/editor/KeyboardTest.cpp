@@ -199,6 +199,10 @@ TEST_F(KeyboardTest, PictureOfTheFrame) {
                 EXPECT_TRUE(window().shown == drawn) << id;
             }
         }
+        press(Tab, {Shift});
+        EXPECT_EQ(focused(), "one*");
+        press(Tab);
+        editor->idle();
         test::expectPicture(*editor->getCanvas()->getPixels(),
                             "keyboard-" + std::to_string(static_cast<int>(scale * 100)));
         press(Escape);

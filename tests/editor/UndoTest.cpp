@@ -81,10 +81,12 @@ TEST_F(UndoTest, EditsGoBackAndForthOneByOne) {
     drag(Volume, {0.1f});
     EXPECT_TRUE(!redo() && undo() && volume() == 0.4f);
 
-    // Under a drag nothing moves; and the list outlives the window.
-    values = {0.6f};
+    // Under a drag, which a wheel doesn't end, nothing moves; and the list outlives the window.
+    values = {0.6f, 0.7f};
     point(Pointer::LeftDown, Volume, 5);
-    EXPECT_TRUE(undo() && volume() == 0.6f);
+    window().owner->wheel({Volume, 5}, 120);
+    EXPECT_TRUE(undo() && volume() == 0.7f);
+    EXPECT_TRUE(editor->getUndoList().isEditing(&probe("volume")));
     editor->close();
     ASSERT_TRUE(editor->open(nullptr, {}));
     EXPECT_TRUE(undo() && volume() == 0.4f);
@@ -195,6 +197,7 @@ TEST_F(UndoTest, TheHostHearsOfWhatIsUndone) {
     EXPECT_TRUE(!undo() && redo() && plugin.getCurrentIndex() == 2);
     editor->noteProgramChange(9);
     EXPECT_TRUE(undo() && plugin.getCurrentIndex() == 0);
+    EXPECT_EQ(editor->getUndoList().getRedoCount(), 1u);
 }
 
 }  // namespace
