@@ -168,8 +168,9 @@ protected:
     bool press(std::int32_t key, std::set<int> held = {}) {
         desktop.heldKeys = std::move(held);
         const bool isUsed = window().owner->key(key, 0, true);
-        if (!desktop.windows().empty())
+        if (!desktop.windows().empty()) {
             EXPECT_EQ(window().owner->key(key, 0, false), isUsed);
+        }
         desktop.heldKeys.clear();
         return isUsed;
     }
