@@ -1,5 +1,17 @@
-# The colours of the pictures of the default look, by what they are for.
+# The colours of the default look, by what they are for.
+set(ground "#14171B")
 set(card "#1B1F25")
 set(raised "#252B33")
+set(pressed "#1E232A")
 set(line "#323A44")
+set(text "#EAEEF3")
+set(dim "#8E99A7")
+set(faint "#5B6673")
+set(attention "#FFBE00")
+set(attentionPressed "#DDA500")
+set(onAttention "#14171B")
+set(signal "#43D184")
+set(clip "#FF5148")
 set(product "#4DB5FF")
+set(glow "#FFFFFF")
+set(glowOpacity "0.07")

@@ -41,6 +41,7 @@ ControlAboutScreen::~ControlAboutScreen() = default;
 void ControlAboutScreen::importDictionary(const Dictionary& dictionary) {
     dictionary.getString("handle", handle_);
     Control::importDictionary(dictionary);
+    addChild(takeChild(*image_));  // beneath the children to come, wherever this control stands
     image_->setImage(id_, handle_);
     if (!rect_.hasArea())
         setPosition(image_->getRect().movedBy(rect_.topLeft()));

@@ -25,17 +25,6 @@ constexpr float LargeStep = 10.0f;  // so many of the small ones
 constexpr float MostDragSpeed = 1e6f;
 constexpr std::int32_t MostScalePoints = 1024;
 
-enum Key : std::int32_t {
-    PageUp = 0x21,
-    PageDown = 0x22,
-    Left = 0x25,
-    Up = 0x26,
-    Right = 0x27,
-    Down = 0x28
-};
-
-constexpr int ShiftKey = 0x10, ControlKey = 0x11;
-
 float between(const auto& from, const auto& to, float at, auto x, auto y) {
     const float span = to.*x - from.*x;
     return span == 0.0f ? from.*y : from.*y + (at - from.*x) / span * (to.*y - from.*y);
@@ -228,7 +217,7 @@ bool ControlValue::handle(Message& message) {
             isUsed = turn(event);
             break;
         case WindowMessage::KeyPress:
-            isUsed = pressKey(event.keyCode, platform::isKeyDown(ShiftKey));
+            isUsed = pressKey(event);
             break;
         default:
             break;
@@ -237,7 +226,7 @@ bool ControlValue::handle(Message& message) {
 }
 
 bool ControlValue::press(const WindowMessage& message) {
-    if (platform::isKeyDown(ControlKey) && getParameter() != nullptr) {
+    if ((message.modifiers & WindowMessage::Control) != 0 && getParameter() != nullptr) {
         resetToDefault();
         return true;
     }
@@ -268,7 +257,7 @@ bool ControlValue::drag(const WindowMessage& message) {
     const auto x = static_cast<float>(by.x) * (isHorizontal ? 1.0f : AcrossFactor);
     const auto y = static_cast<float>(by.y) * (isHorizontal ? AcrossFactor : 1.0f);
     float pixels = withoutDeadZone(x - y);
-    if (platform::isKeyDown(ShiftKey))
+    if ((message.modifiers & WindowMessage::Shift) != 0)
         pixels *= FineFactor;
     const float scale = dragSpeed_ * PositionPerPixel;
     setPosition(draggedTo(scale * pixels, scale * DeadZone));
@@ -300,29 +289,42 @@ bool ControlValue::turn(const WindowMessage& message) {
     return true;
 }
 
-bool ControlValue::pressKey(std::int32_t keyCode, bool isShiftHeld) {
+bool ControlValue::takesKeyboard() const {
+    return canBeStepped();
+}
+
+// By keys.
+bool ControlValue::canBeStepped() const {
     const Parameter* const parameter = getParameter();
-    if (parameter == nullptr || !parameter->hasFlag(Parameter::Automatable) || !testFlags(Editable))
+    return parameter != nullptr && parameter->hasFlag(Parameter::Automatable) &&
+           testFlags(Editable);
+}
+
+bool ControlValue::pressKey(const WindowMessage& message) {
+    if (!canBeStepped())
         return false;
     float by = step();
     if (by == 0.0f)
         by = KeyStep;
-    if (isShiftHeld || keyCode == PageUp || keyCode == PageDown)
-        by *= LargeStep;
-    switch (keyCode) {
-        case Up:
-        case Right:
-        case PageUp:
+    switch (message.keyCode) {
+        case WindowMessage::PageUpKey:
+        case WindowMessage::PageDownKey:
+            by *= LargeStep;
             break;
-        case Down:
-        case Left:
-        case PageDown:
-            by = -by;
+        case WindowMessage::UpKey:
+        case WindowMessage::RightKey:
+        case WindowMessage::DownKey:
+        case WindowMessage::LeftKey:
+            if ((message.modifiers & WindowMessage::Shift) != 0)
+                by *= LargeStep;
             break;
         default:
             return false;
     }
-    setPosition(getPosition() + by);
+    const bool isUp = message.keyCode == WindowMessage::UpKey ||
+                      message.keyCode == WindowMessage::RightKey ||
+                      message.keyCode == WindowMessage::PageUpKey;
+    setPosition(getPosition() + (isUp ? by : -by));
     return true;
 }
 

@@ -18,6 +18,7 @@ public:
     void importDictionary(const Dictionary& dictionary) override;
     void exportDictionary(Dictionary& dictionary) const override;
     bool handle(Message& message) override;
+    bool takesKeyboard() const override;
 
     /// From 0 to 1; of the parameter's normalised value, cut to the part that the control has.
     float getPosition() const;
@@ -73,7 +74,8 @@ private:
     void readScaling(const Dictionary& dictionary);
     float fromPosition(float position) const;
     float toPosition(float normalised) const;
-    bool pressKey(std::int32_t keyCode, bool isShiftHeld);
+    bool canBeStepped() const;
+    bool pressKey(const WindowMessage& message);
 
     Point dragAnchor_;
     float privateValue_ = 0.0f;

@@ -15,7 +15,7 @@ namespace {
 
 constexpr float PositionPerPixel = 0.0025f;  // of a control that isn't a slider
 constexpr std::int32_t HandleReach = 8;      // above and beneath the handle
-constexpr int ControlKey = 0x11, AltKey = 0x12;
+constexpr int AltKey = 0x12;
 constexpr float LabelSize = 6.0f;
 constexpr std::int32_t LabelInset = 2;
 
@@ -81,7 +81,7 @@ bool ControlValueSlider::press(const WindowMessage& message) {
     near.bottom += HandleReach;
     const bool isJump = handleBitmap_ && !grabAnywhere_ && !near.contains(message.position) &&
                         message.button == WindowMessage::LeftButton &&
-                        !platform::isKeyDown(ControlKey);
+                        (message.modifiers & WindowMessage::Control) == 0;
     if (isJump) {
         const bool isMoved = sliderType_ == Type::Move;
         const Point handle = isMoved ? handleBitmap_->getFrameSize() : Point{};

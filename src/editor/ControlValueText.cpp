@@ -34,6 +34,17 @@ bool ControlValueText::isDraggable() const {
     return !editsOnClick_ && parameter != nullptr && parameter->getType() != Parameter::String;
 }
 
+bool ControlValueText::takesKeyboard() const {
+    return hasTextEntry();
+}
+
+bool ControlValueText::activate() {
+    if (!editsOnClick_ || !hasTextEntry())
+        return openTextBox();
+    editor().setPendingEdit(*this, getAbsoluteRect());
+    return true;
+}
+
 bool ControlValueText::press(const WindowMessage& message) {
     return isDraggable() ? ControlValue::press(message)
                          : editsOnClick_ && getParameter() != nullptr;
@@ -46,8 +57,8 @@ bool ControlValueText::drag(const WindowMessage& message) {
 bool ControlValueText::letGo(const WindowMessage& message) {
     if (isDraggable())
         return ControlValue::letGo(message);
-    if (editsOnClick_ && getLocalRect().contains(message.position))
-        editor().setPendingEdit(*this, getAbsoluteRect());
+    if (getLocalRect().contains(message.position))
+        activate();
     return true;
 }
 

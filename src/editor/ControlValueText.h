@@ -18,6 +18,8 @@ public:
 
     void importDictionary(const Dictionary& dictionary) override;
     void drawForeground(Canvas& canvas, const Rect& rect) override;
+    bool takesKeyboard() const override;
+    bool activate() override;
 
 protected:
     bool press(const WindowMessage& message) override;

@@ -21,7 +21,8 @@ bool isIn(const Control& tree, const Control* control) {
 
 bool KeyboardFocus::canHave(const Control& control) const {
     const Control* const dialog = editor_.getDialog();
-    return editor_.isOpen() && control.takesKeyboard() && control.isVisible() &&
+    return editor_.isOpen() && control.takesKeyboard() && control.testFlags(Control::Focusable) &&
+           control.isVisible() &&
            control.testFlags(Control::Enabled, Control::Inheritance::AllAncestors) &&
            !control.isInThumbnail() && (dialog == nullptr || isIn(*dialog, &control));
 }
@@ -78,12 +79,13 @@ bool KeyboardFocus::goOn(bool isBack) {
     return false;
 }
 
-// The space bar starts and stops most hosts: only a button that the user sees to be meant gets it.
+// Space and Return start and stop most hosts: only a button that the user sees to be meant gets
+// them.
 bool KeyboardFocus::activate(bool isSpace) {
     Control& control = *control_;
     if (!control.isButton())
         return !isSpace && control.activate();
-    return (!isSpace || isShown_) &&
+    return isShown_ &&
            editor_.editOnce(control, UndoList::Kind::Whole, [&] { return control.activate(); });
 }
 

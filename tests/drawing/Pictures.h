@@ -1,4 +1,5 @@
-// What was drawn, against the stored pictures in tests/pictures. scripts/pictures makes them anew.
+// What was drawn, against the stored pictures in tests/pictures and docs/pictures. scripts/pictures
+// makes them anew.
 #pragma once
 
 #include "drawing/Canvas.h"
@@ -26,11 +27,12 @@ inline std::string bytesOf(const PixelsData& pixels) {
 
 /// Equal to the last bit on all systems. What differs is written beside the test program, to be
 /// looked at. Pictures are opaque, so that a file keeps every bit.
-inline void expectPicture(const PixelsData& pixels, const std::string& name) {
+inline void expectPicture(const PixelsData& pixels, const std::string& name,
+                          const std::string& folder = PICTURES) {
     const std::string bytes = bytesOf(pixels);
     const std::string png = pngFile(static_cast<png_uint_32>(pixels.getWidth()),
                                     static_cast<png_uint_32>(pixels.getHeight()), bytes);
-    const std::string path = std::string(PICTURES) + "/" + name + ".png";
+    const std::string path = folder + "/" + name + ".png";
     if (std::getenv("BRIMTIDE_RENEW_PICTURES") != nullptr) {
         EXPECT_TRUE(File(path).save(png));
         return;

@@ -1,10 +1,16 @@
+#include "audio/Module.h"
 #include "drawing/Pictures.h"
 #include "editor/ControlText.h"
+#include "editor/ControlValueLED.h"
 #include "editor/Editor.h"
 #include "link/BrimtidePluginInfo.h"
+#include "link/ConnectionListener.h"
 #include "parameters/Parameter.h"
+#include "parameters/Settings.h"
+#include "platform/Clock.h"
 #include "platform/SystemWindow.h"
 #include "plugin/Mission.h"
+#include "support/Connections.h"
 #include "support/HostedEffect.h"
 #include "support/Product.h"
 #include "support/ScratchFolder.h"
@@ -16,6 +22,7 @@
 #include <atomic>
 #include <cstring>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -34,7 +41,7 @@ std::vector<std::pair<VstInt32, VstInt32>> edits;  // opcodes of the host, with 
 VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32 index, VstIntPtr, void*, float) {
     if (opcode == audioMasterBeginEdit || opcode == audioMasterEndEdit)
         edits.emplace_back(opcode, index);
-    return 0;
+    return opcode == audioMasterGetInputLatency ? 321 : 0;
 }
 
 // A host with windows, in memory, and the instances that it has loaded.
@@ -61,6 +68,9 @@ protected:
         EXPECT_EQ(rect->left, 0);
         EXPECT_EQ(rect->top, 0);
         return {rect->right, rect->bottom};
+    }
+    static Parameter& parameter(const test::HostedEffect& effect, const char* id) {
+        return *editorOf(effect).getModule()->settings().find(id, 0);
     }
     bool open(const test::HostedEffect& effect) {
         return effect.call(effEditOpen, 0, 0, &parent) != 0;
@@ -101,22 +111,115 @@ protected:
     std::unique_ptr<test::Product> product;
 };
 
-TEST_F(HostedEditor, LooksAsItShouldAtEverySize) {
+// In all states, each at the size at which it is easiest looked at. Faults: a text, a lamp or a
+// level in the wrong place or colour, an image that is missing or blurred.
+TEST_F(HostedEditor, PictureOfEveryState) {
+    static double now;
+    now = 1000.0;
+    platform::setHighResolutionClock([]() noexcept { return now; });
     const test::HostedEffect effect = load();
-    EXPECT_NE(effect.record->flags & effFlagsHasEditor, 0);
-    for (const auto& [scale, size, picture] : {std::tuple(1.0f, Point{520, 200}, "brimtide-100"),
-                                               std::tuple(1.5f, Point{780, 300}, "brimtide-150")}) {
-        desktop.scale = scale;
-        EXPECT_EQ(sizeOf(effect), size);
-        ASSERT_TRUE(open(effect));
-        const platform::Area area = window().area;
-        EXPECT_EQ((Point{area.right - area.left, area.bottom - area.top}), size);
+    effect.call(effSetSampleRate, 0, 0, nullptr, 48'000.0f);
+    effect.run();
+    const auto tick = [this](float seconds) {
+        now += seconds;
         window().owner->tick();
-        desktop.scale = 3.0f;  // of the next window
-        EXPECT_EQ(sizeOf(effect), size);
-        test::expectPicture(*editorOf(effect).getCanvas()->getPixels(), picture);
+    };
+    const auto play = [&](const std::vector<float>& peaks) {
+        for (const float peak : peaks) {
+            effect.play(test::Channel(64, peak));
+            tick(0.05f);
+        }
+    };
+    const auto show = [&](const std::string& name, float scale = 2.0f,
+                          const std::vector<float>& peaks = {}) {
+        desktop.scale = scale;
+        ASSERT_TRUE(open(effect));
+        play(peaks);
+        tick(0.0f);
+        test::expectPicture(*editorOf(effect).getCanvas()->getPixels(), name);
         effect.call(effEditClose);
-    }
+    };
+    show("dark-waiting");
+    ConnectionListener listener(0);
+    listener.beat();
+    parameter(effect, "BrimtideID").setText("Lead vocal", FromUser);
+    std::vector<float> levels(16, 0.33f);
+    levels.front() = 0.7f;
+    for (const auto& [name, scale] :
+         {std::pair("dark-100", 1.0f), {"dark-150", 1.5f}, {"dark-200", 2.0f}, {"dark-300", 3.0f}})
+        show(name, scale, levels);
+    parameter(effect, "MuteOutput").setNormalised(1.0f, FromUser);
+    show("dark-muted-clipped", 2.0f, {1.23f, 0.95f, 0.95f, 0.95f});
+    parameter(effect, "ShowAbout").setNormalised(1.0f, FromUser);
+    show("dark-about");
+    parameter(effect, "ShowAbout").setNormalised(0.0f, FromUser);
+    parameter(effect, "MuteOutput").setNormalised(0.0f, FromUser);
+    parameter(effect, "ResetPeak").setNormalised(1.0f, FromUser);
+    parameter(effect, "ResetPeak").setNormalised(0.0f, FromUser);
+    ASSERT_TRUE(open(effect));
+    choose("Light");
+    click(Pointer::RightDown, Pointer::RightUp, 5, 5);
+    effect.call(effEditClose);
+    show("light-200", 2.0f, levels);
+    std::vector<std::unique_ptr<IOBridge<float>>> others;
+    for (std::uint32_t slot = 0; slot < ConnectionSlots; ++slot)
+        others.push_back(test::makeSender());
+    const test::HostedEffect unconnected = load();
+    ASSERT_TRUE(open(unconnected));
+    tick(0.0f);
+    test::expectPicture(*editorOf(unconnected).getCanvas()->getPixels(), "light-no-connection");
+    unconnected.call(effClose);
+    effect.call(effClose);
+    platform::setHighResolutionClock(nullptr);
+}
+
+// With the longest texts that there can be. Faults: a text that runs into its neighbour or is cut;
+// a tooltip that the status line has no room for.
+TEST_F(HostedEditor, TextsFitAtEverySize) {
+    const test::HostedEffect effect = load();
+    for (const std::string skin : {"default", "Light"})
+        for (const float scale : {1.0f, 1.5f, 2.0f, 3.0f}) {
+            desktop.scale = scale;
+            ASSERT_TRUE(open(effect));
+            const Editor& editor = editorOf(effect);
+            const auto& controls = editor.getControls();
+            const auto status = std::find_if(controls.begin(), controls.end(), [](Control* one) {
+                return one->getControlId() == "special::textdisplay";
+            });
+            ASSERT_NE(status, controls.end());
+            const std::map<std::string, std::vector<std::string>> longest = {
+                {"LinkState",
+                 {"Shared memory is refused", "The host sends no audio", "Sending, 32 receivers",
+                  "No audio, 32 receivers"}},
+                {"LatencyText", {"Host latency 99999 samples, 2267.6 ms"}},
+                {"PeakText", {"-119.9", "+771.0", "-\u221e"}},
+                {"BrimtideChannel", {"32"}},
+            };
+            for (Control* const control : controls) {
+                const Rect rect = control->getLocalRect();
+                const auto fits = [&](const std::string& text, int room, const Control& shownBy) {
+                    const Point size = shownBy.measureText(text);
+                    EXPECT_LE(size.x, room) << text << " at " << scale;
+                };
+                fits(control->getTooltip(), (*status)->getLocalRect().width(), **status);
+                if (const auto* const text = dynamic_cast<ControlText*>(control);
+                    text != nullptr && control->getControlId().empty()) {
+                    fits(text->getText(), rect.width(), *text);
+                    EXPECT_LE(control->measureText(text->getText()).y, rect.height())
+                        << text->getText();
+                }
+                if (const auto texts = longest.find(control->getParameterName());
+                    texts != longest.end() && dynamic_cast<ControlValueLED*>(control) == nullptr)
+                    for (const std::string& text : texts->second)
+                        fits(text, rect.width(), *control);
+                if (control->getParameterName() == "MuteOutput")
+                    fits("Output muted, still sending", rect.width(), *control);
+            }
+            choose(skin == "default" ? "Light" : "default");
+            if (scale == 3.0f)
+                click(Pointer::RightDown, Pointer::RightUp, 5, 5);
+            effect.call(effEditClose);
+        }
     effect.call(effClose);
 }
 
@@ -175,6 +278,10 @@ TEST_F(HostedEditor, TakesTheHostsKeys) {
     };
     constexpr float Shift = 1, Alternate = 2, Command = 4, Control = 8;
     constexpr VstIntPtr Tab = 2, Return = 4, Escape = 6, Space = 7;
+    const auto goToName = [&] {  // past the buttons of the upper edge
+        for (int i = 0; i < 6; ++i)
+            EXPECT_EQ(key(effEditKeyDown, 0, Tab, 0), 1);
+    };
     EXPECT_EQ(key(effEditKeyDown, 0, Tab, 0), 0);
     ASSERT_TRUE(open(effect));
     const std::string before = name();
@@ -185,9 +292,8 @@ TEST_F(HostedEditor, TakesTheHostsKeys) {
         bool isUsed;
         std::string name;
     } keys[] = {
-        {0, Space, 0, false, before},
+        {' ', 0, 0, false, before},
         {'\t', 0, Alternate, false, before},
-        {0, Tab, 0, true, before},
         {0, Return, 0, true, "Lead vo"},
         {' ', 0, 0, false, "Lead vo"},
         {'z', 0, 0, false, "Lead vo"},
@@ -205,12 +311,14 @@ TEST_F(HostedEditor, TakesTheHostsKeys) {
     };
     desktop.text = [](const platform::TextRequest&) { return "Lead vocal"; };
     int row = 0;
+    EXPECT_EQ(key(effEditKeyDown, 0, Space, 0), 0);
+    goToName();
     for (const auto& [character, code, modifiers, isUsed, shown] : keys) {
         EXPECT_EQ(key(effEditKeyDown, character, code, modifiers), isUsed) << row;
         EXPECT_EQ(key(effEditKeyUp, character, code, modifiers), isUsed) << row;
         EXPECT_EQ(name(), shown) << row++;
     }
-    EXPECT_EQ(key(effEditKeyDown, 0, Tab, 0), 1);
+    goToName();
     desktop.text = [&](const platform::TextRequest&) -> std::optional<std::string> {
         effect.call(effClose);
         return "late";
