@@ -1,5 +1,6 @@
 #include "audio/Module.h"
 #include "drawing/Pictures.h"
+#include "editor/ControlLevelMeter.h"
 #include "editor/ControlText.h"
 #include "editor/ControlValueLED.h"
 #include "editor/Editor.h"
@@ -128,6 +129,11 @@ TEST_F(HostedEditor, PictureOfEveryState) {
         for (const float peak : peaks) {
             effect.play(test::Channel(64, peak));
             tick(0.05f);
+            // Those of the real timer, which come whenever they do, change nothing more.
+            TimerMessage timer(nullptr, TimerMessage::Tick, fourCharacterCode("CVUt"), 0);
+            for (Control* const control : editorOf(effect).getControls())
+                if (auto* const meter = dynamic_cast<ControlLevelMeter*>(control))
+                    meter->handle(timer);
         }
     };
     const auto show = [&](const std::string& name, float scale = 2.0f,
