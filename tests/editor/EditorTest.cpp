@@ -229,7 +229,6 @@ TEST_F(EditorTest, ARightClickOffersWhatTheControlKnows) {
     probe("right").takes = false;
     std::vector<std::string> texts;
     std::string wanted = "Learn...";
-    std::function<void()> meanwhile;
     desktop.menu = [&](const std::vector<platform::MenuEntry>& entries, platform::Spot place) {
         EXPECT_EQ(place.x, 62);
         EXPECT_EQ(place.y, 17);
@@ -295,7 +294,6 @@ TEST_F(EditorTest, ADoubleClickEditsTheValueAsText) {
         "<b class='Container' x='10' y='10' width='20' height='20' parameter='Title'/>");
     auto& title = dynamic_cast<ParameterText&>(plugin.parameter("Title"));
     title.setText("old", FromLoad);
-    std::function<void()> meanwhile;
     desktop.text = [&](const platform::TextRequest& request) {
         EXPECT_EQ(request.text, title.getText());
         EXPECT_EQ(request.area.left, -60);

@@ -122,8 +122,9 @@ TEST_F(PresetsPopupTest, TheListChoosesAmongFolders) {
         meanwhile = end;
         list("Init");
         EXPECT_EQ(plugin.getCurrentIndex(), 1);
-        if (editor)
+        if (editor) {
             ASSERT_TRUE(editor->open(nullptr, {}));
+        }
     }
 }
 
