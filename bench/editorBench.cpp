@@ -135,32 +135,28 @@ void printLoad(const char* name, int changes) {
                                        std::max(open.window().showCount - paintsBefore, 1)));
 }
 
-// A hundred level meters of 12 by 120 in an interface of their own, as the instance's second.
-class Meters : public Editor {
+// A hundred controls in an interface of their own, as the instance's second. Their image is a white
+// strip of frames side by side.
+class Sheet : public Editor {
 public:
-    static constexpr int Count = 100, Columns = 50;
-    static constexpr Rect Area{0, 0, 16 * Columns, 124 * Count / Columns};
+    static constexpr int Count = 100;
 
-    explicit Meters(const OpenInterface& instance)
+    Sheet(const OpenInterface& instance, Point frame, std::int32_t frames, const Rect& area,
+          const std::string& controls)
         : Editor(dynamic_cast<Plugin&>(*instance.plugin().getPlugin()),
                  instance.editor().getModule(), nullptr) {
-        SharedObjectPtr<PixelsData> pixels = makeShared<PixelsData>(24, 120);
-        for (std::int32_t y = 0; y < 120; ++y)
-            std::fill_n(pixels->row(y), 24 * PixelsData::BytesPerPixel, std::uint8_t{255});
+        SharedObjectPtr<PixelsData> pixels = makeShared<PixelsData>(frame.x * frames, frame.y);
+        for (std::int32_t y = 0; y < frame.y; ++y)
+            std::fill_n(pixels->row(y), frame.x * frames * PixelsData::BytesPerPixel,
+                        std::uint8_t{255});
         strip = std::make_shared<Bitmap>(pixels, 1.0f);
-        strip->setFrames({0, 0, 12, 120}, 2, 1);
-        std::string controls;
-        for (int i = 0; i < Count; ++i)
-            controls += "<m class='LevelMeter' parameter='OutputLevel' handle='strip' x='" +
-                        std::to_string(placeOf(i).x) + "' y='" + std::to_string(placeOf(i).y) +
-                        "' holdcolor='#ffffff'><scaling><a value='-60'/><b position='1' "
-                        "value='0'/></scaling></m>";
+        strip->setFrames({0, 0, frame.x, frame.y}, frames, 1);
         const test::ScratchFolder folder;
         folder.write("Controls.xml",
                      "<dict><info creator='Brimtide' version='1.2.0'/><file-format "
                      "value='0.7'/><controls><c "
                      "class='Background' width='" +
-                         std::to_string(Area.right) + "' height='" + std::to_string(Area.bottom) +
+                         std::to_string(area.right) + "' height='" + std::to_string(area.bottom) +
                          "' id='special::background' background='#202830'>"
                          "<controls>" +
                          controls + "</controls></c></controls></dict>");
@@ -170,6 +166,19 @@ public:
     }
 
     std::shared_ptr<Bitmap> getBitmap(const std::string&) const override { return strip; }
+
+    std::shared_ptr<Bitmap> strip;
+};
+
+// Level meters of 12 by 120.
+class Meters : public Sheet {
+public:
+    static constexpr int Columns = 50;
+    static constexpr Rect Area{0, 0, 16 * Columns, 124 * Count / Columns};
+
+    explicit Meters(const OpenInterface& instance)
+        : Sheet(instance, {12, 120}, 2, Area, controls()) {}
+
     static Point placeOf(int meter) { return {meter % Columns * 16, meter / Columns * 124}; }
 
     /// How long the interface takes for a tick of all meters, for which a tick's time has passed.
@@ -191,7 +200,16 @@ public:
         tick();
     }
 
-    std::shared_ptr<Bitmap> strip;
+private:
+    static std::string controls() {
+        std::string text;
+        for (int i = 0; i < Count; ++i)
+            text += "<m class='LevelMeter' parameter='OutputLevel' handle='strip' x='" +
+                    std::to_string(placeOf(i).x) + "' y='" + std::to_string(placeOf(i).y) +
+                    "' holdcolor='#ffffff'><scaling><a value='-60'/><b position='1' "
+                    "value='0'/></scaling></m>";
+        return text;
+    }
 };
 
 void meters(State& state) {
@@ -218,6 +236,62 @@ void stripsAlone(State& state) {
             canvas.drawBitmap(*editor.strip, {0, 0, 12, 120}, {0, 0, 12, 120});
             canvas.drawBitmap(*editor.strip, {12, 60, 24, 120}, {0, 60, 12, 120});
             canvas.fillRect({0, 50, 12, 52});
+            canvas.popChild();
+        }
+        canvas.present();
+    }
+}
+
+// Buttons of 76 by 16 with a text.
+class Buttons : public Sheet {
+public:
+    static constexpr int Columns = 10;
+    static constexpr Point Frame{76, 16};
+    static constexpr Rect Area{0, 0, 80 * Columns, 20 * Count / Columns};
+    static constexpr const char* Text = "Mute output";
+
+    explicit Buttons(const OpenInterface& instance) : Sheet(instance, Frame, 3, Area, controls()) {}
+
+    static Point placeOf(int button) { return {button % Columns * 80, button / Columns * 20}; }
+
+private:
+    static std::string controls() {
+        std::string text;
+        for (int i = 0; i < Count; ++i)
+            text +=
+                "<b class='Button' parameter='MuteOutput' handle='strip' textcolor='#202830' "
+                "text='" +
+                std::string(Text) + "' x='" + std::to_string(placeOf(i).x) + "' y='" +
+                std::to_string(placeOf(i).y) + "'/>";
+        return text;
+    }
+};
+
+void buttons(State& state) {
+    const OpenInterface instance(1.0f);
+    Buttons editor(instance);
+    for (auto _ : state)
+        editor.paint(nullptr, editor.getClientRect());
+}
+
+// The same pictures, with nothing around them: the background, frames and texts.
+void framesAlone(State& state) {
+    const OpenInterface instance(1.0f);
+    Buttons editor(instance);
+    Canvas canvas(Buttons::Area);
+    canvas.attach(editor.getWindow());
+    const Rect frame{0, 0, Buttons::Frame.x, Buttons::Frame.y};
+    for (auto _ : state) {
+        canvas.beginFrame(Buttons::Area);
+        canvas.setFillColor(Color::fromBytes(32, 40, 48, 255));
+        canvas.fillRect(Buttons::Area);
+        canvas.setTextColor(Color::fromBytes(32, 40, 48, 255));
+        canvas.selectFont(Font());
+        for (int i = 0; i < Buttons::Count; ++i) {
+            canvas.pushChild();
+            canvas.offsetOrigin(Buttons::placeOf(i));
+            canvas.drawBitmap(*editor.strip, frame, frame);
+            canvas.drawText(Buttons::Text, frame, Font::CenteredLine);
             canvas.popChild();
         }
         canvas.present();
@@ -261,6 +335,7 @@ const bool isRegistered = [] {
             name, 1.5, [scale = scale](State& state) { repaint(state, scale); },
             [scale = scale](State& state) { blit(state, scale); });
     bench::compare("repaint 100 level meters", 1.3, meters, stripsAlone);
+    bench::compare("repaint 100 buttons", 1.3, buttons, framesAlone);
     bench::printAtTheEnd(printFigures);
     return true;
 }();
