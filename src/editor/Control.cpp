@@ -602,12 +602,18 @@ double Control::normalisedStep(const Parameter& parameter) {
     return step > LeastStep ? std::min(step, 1.0) : 0.0;
 }
 
+std::string Control::shownValue(const Parameter& parameter) {
+    if (dynamic_cast<const ParameterValue<bool>*>(&parameter) != nullptr)
+        return parameter.getNormalised() >= 0.5f ? "on" : "off";
+    const std::string unit = parameter.getUnit();
+    return parameter.getText() + (unit.empty() ? "" : " " + unit);
+}
+
 std::string Control::getTooltip() const {
     const Parameter* const parameter = testFlags(ShowValue) ? getParameter() : nullptr;
     if (parameter == nullptr)
         return tooltip_;
-    const std::string unit = parameter->getUnit();
-    const std::string value = parameter->getText() + (unit.empty() ? "" : " " + unit);
+    const std::string value = shownValue(*parameter);
     return tooltip_.empty() ? value : tooltip_ + " = " + value;
 }
 

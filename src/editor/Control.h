@@ -112,6 +112,9 @@ public:
     /// Empty if there is nothing to tell.
     virtual std::string getTooltip() const;
 
+    /// A parameter's value in words, with its unit.
+    static std::string shownValue(const Parameter& parameter);
+
     /// In its parent's coordinates; the thumbnail's rectangle while that is shown.
     virtual Rect getRect() const;
 

@@ -30,18 +30,13 @@ const Message* tick(std::uint32_t id) {
     return id == TooltipTimer ? &Tooltip : &Hide;
 }
 
-std::string valueOf(const Parameter& parameter) {
-    const std::string unit = parameter.getUnit();
-    return parameter.getText() + (unit.empty() ? "" : " " + unit);
-}
-
 // The value goes on a line of its own, if the control doesn't tell it in its own words.
 std::string textFor(const Control& control) {
     std::string text = control.getTooltip();
     const Parameter* const parameter =
         control.testFlags(Control::ShowValue) ? control.getParameter() : nullptr;
     if (parameter != nullptr)
-        if (const std::string value = valueOf(*parameter); !text.ends_with(value))
+        if (const std::string value = Control::shownValue(*parameter); !text.ends_with(value))
             text += (text.empty() ? "" : "\n") + value;
     return text;
 }

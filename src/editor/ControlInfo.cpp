@@ -149,10 +149,9 @@ void ControlInfo::showWatched() {
     const Parameter* const parameter = watched_ != nullptr ? watched_->getParameter() : nullptr;
     if (parameter == nullptr)
         return;
-    const std::string unit = parameter->getUnit();
     const std::string& label = watched_->getLabel();
-    replaceOwn(Watched, (label.empty() ? parameter->getId() : label) + " = " +
-                            parameter->getText() + (unit.empty() ? "" : " " + unit));
+    replaceOwn(Watched,
+               (label.empty() ? parameter->getId() : label) + " = " + shownValue(*parameter));
 }
 
 bool ControlInfo::handle(Message& message) {

@@ -1219,10 +1219,18 @@ void Editor::addContextMenuEntries(PopupMenu& menu, Point /*position*/) {
 }
 
 void Editor::setPendingEdit(Control& control, const Rect& rect) {
+    constexpr float LetterSize = 12.0f;
+    setPendingEdit(control, rect, 0, LetterSize);
+}
+
+void Editor::setPendingEdit(Control& control, const Rect& rect, std::int32_t indent,
+                            float letterSize) {
     if (isEditing_ || !isOpen_)
         return;
     editedControl_ = &control;
     editRect_ = rect;
+    editIndent_ = indent;
+    editLetterSize_ = letterSize;
     takeText_ = nullptr;
 }
 
@@ -1321,12 +1329,13 @@ void Editor::showPendingEdit(platform::SystemWindow& system) {
                     corner.y + pixels(editRect_.height())};
     request.text = take ? editText_ : parameter->getText();
     request.postfix = take ? std::string() : parameter->getUnit();
-    canvas_->selectFont(Canvas::getDefaultFont(12.0f));
+    canvas_->selectFont(Canvas::getDefaultFont(editLetterSize_));
+    request.prefixWidth = pixels(editIndent_);
     request.postfixWidth = pixels(canvas_->measureText(request.postfix).width());
     request.className = "Quorl PopupEditBox";
     request.family = "Inter";
     request.fontFiles = FontLibrary::get().getFiles();
-    request.pixels = pixels(12);
+    request.pixels = pixels(static_cast<std::int32_t>(std::lround(editLetterSize_)));
     const auto alive = life();
     isEditing_ = true;
     const auto text = system.editText(request);

@@ -155,9 +155,9 @@ public:
                                                  Spot place) = 0;
 
     /// Opens a box with a text to edit, all of it selected, over the window, and waits; it is at
-    /// least 40 pixels wide, and as high as its letters ask. The text
-    /// after Return; nothing after Escape, a press outside, which goes no further, a loss of the
-    /// focus, the window's end, or while another menu or box of this window is open.
+    /// least 40 pixels wide, and as high as its letters ask. The text after Return; nothing after
+    /// Escape, a press outside, which goes no further, a loss of the focus, the window's end, or
+    /// while another menu or box of this window is open.
     virtual std::optional<std::string> editText(const TextRequest& request) = 0;
 };
 

@@ -12,13 +12,15 @@ namespace tarn::platform {
 namespace {
 
 constexpr std::int32_t LeastWidth = 40;
-constexpr std::int32_t Margin = 2;  // above and below the letters
+constexpr std::int32_t Margin = 2;  // above and below the letters, at least
 constexpr std::int32_t MostPixels = 1000;
 constexpr BYTE Opacity = 204;
 constexpr COLORREF White = RGB(255, 255, 255);
+constexpr COLORREF Ground = RGB(24, 28, 34);
 
-HBRUSH ground() {
-    return static_cast<HBRUSH>(::GetStockObject(BLACK_BRUSH));
+HBRUSH groundOf(HDC context) {
+    ::SetDCBrushColor(context, Ground);
+    return static_cast<HBRUSH>(::GetStockObject(DC_BRUSH));
 }
 
 HFONT makeFont(const TextRequest& request) {
@@ -140,18 +142,19 @@ TextBox::~TextBox() {
 bool TextBox::open(HWND above, const TextRequest& request) {
     const std::int32_t line = lineHeight(font_.get());
     const std::int32_t width = std::max(request.area.right - request.area.left, LeastWidth);
+    const std::int32_t height = std::max(request.area.bottom - request.area.top, line + 2 * Margin);
     ::CreateWindowExW(WS_EX_LAYERED | WS_EX_TOOLWINDOW, class_.name(), L"",
                       WS_POPUP | WS_CLIPCHILDREN, request.area.left, request.area.top, width,
-                      line + 2 * Margin, ::GetAncestor(above, GA_ROOT), nullptr, ownModule(), this);
+                      height, ::GetAncestor(above, GA_ROOT), nullptr, ownModule(), this);
     if (handle_ == nullptr)
         return false;
     ::SetLayeredWindowAttributes(handle_, 0, Opacity, LWA_ALPHA);
     const std::int32_t fieldLeft = std::clamp(request.prefixWidth, 0, width);
     const std::int32_t fieldRight = std::max(width - std::max(request.postfixWidth, 0), fieldLeft);
-    const std::int32_t bottom = Margin + line;
-    add(L"STATIC", SS_NOPREFIX, request.prefix, {0, Margin, fieldLeft, bottom});
-    field_ = add(L"EDIT", ES_AUTOHSCROLL, request.text, {fieldLeft, Margin, fieldRight, bottom});
-    add(L"STATIC", SS_NOPREFIX, request.postfix, {fieldRight, Margin, width, bottom});
+    const std::int32_t top = (height - line) / 2, bottom = top + line;
+    add(L"STATIC", SS_NOPREFIX, request.prefix, {0, top, fieldLeft, bottom});
+    field_ = add(L"EDIT", ES_AUTOHSCROLL, request.text, {fieldLeft, top, fieldRight, bottom});
+    add(L"STATIC", SS_NOPREFIX, request.postfix, {fieldRight, top, width, bottom});
     ::SendMessageW(field_, EM_SETSEL, 0, -1);
     ::ShowWindow(handle_, SW_SHOW);
     ::SetFocus(field_);
@@ -232,14 +235,15 @@ std::optional<LRESULT> TextBox::receive(UINT message, WPARAM wParam) {
         case WM_ERASEBKGND: {
             RECT all{};
             ::GetClientRect(handle_, &all);
-            ::FillRect(reinterpret_cast<HDC>(wParam), &all, ground());
+            ::FillRect(reinterpret_cast<HDC>(wParam), &all,
+                       groundOf(reinterpret_cast<HDC>(wParam)));
             return TRUE;
         }
         case WM_CTLCOLOREDIT:
         case WM_CTLCOLORSTATIC:
             ::SetTextColor(reinterpret_cast<HDC>(wParam), White);
             ::SetBkMode(reinterpret_cast<HDC>(wParam), TRANSPARENT);
-            return reinterpret_cast<LRESULT>(ground());
+            return reinterpret_cast<LRESULT>(groundOf(reinterpret_cast<HDC>(wParam)));
         case WM_COMMAND:
             if (HIWORD(wParam) == EN_KILLFOCUS)
                 cancel();
