@@ -55,6 +55,9 @@ constexpr std::int32_t SizesId = 1010;
 constexpr std::int32_t FirstSizeId = 1020;
 constexpr std::int32_t FirstSkinId = 1100;
 
+// What a preset holds is its module's.
+constexpr std::uint32_t KeptByPrograms = Parameter::ModuleScope | Parameter::ProgramScope;
+
 constexpr std::int32_t HighestRedrawRate = 1'000;
 Word<std::int32_t> redrawRate{25};
 
@@ -536,7 +539,7 @@ void Editor::followPrograms() {
     if (module_ == nullptr)
         return;
     for (const auto& parameter : module_->settings().getParameters())
-        if (parameter->inScope(Parameter::ProgramScope))
+        if (parameter->inScope(KeptByPrograms))
             tuneIn(parameter.get());
 }
 
@@ -548,7 +551,7 @@ void Editor::tellProgram(ParameterMessage& change) const {
     // By its name: of what was queued, the sender isn't known any more.
     const Parameter* const parameter =
         module_->settings().find(change.parameterName, change.cloneNumber);
-    if (parameter == nullptr || !parameter->inScope(Parameter::ProgramScope))
+    if (parameter == nullptr || !parameter->inScope(KeptByPrograms))
         return;
     if (Program* const program = preset->getProgram(currentModule_))
         program->receive(change);

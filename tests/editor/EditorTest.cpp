@@ -156,11 +156,15 @@ TEST_F(EditorTest, OtherThreadsAreHeardAtTheNextTick) {
 TEST_F(EditorTest, EditsMarkTheCurrentProgram) {
     Preset& preset = *plugin.getCurrent();
     preset.clearModified();
-    plugin.parameter("Volume").setNormalised(0.3f, FromUser);
-    plugin.parameter("Cutoff").setNormalised(0.3f, FromHost);
+    plugin.parameter("Bend").setNormalised(0.3f, FromUser);
+    for (const char* id : {"Cutoff", "Volume"})
+        plugin.parameter(id).setNormalised(0.3f, FromHost);
     EXPECT_FALSE(preset.isModified());
-    plugin.parameter("Cutoff").setNormalised(0.4f, FromUser);
-    EXPECT_TRUE(preset.isModified());
+    for (const char* id : {"Cutoff", "Volume"}) {
+        preset.clearModified();
+        plugin.parameter(id).setNormalised(0.4f, FromUser);
+        EXPECT_TRUE(preset.isModified());
+    }
 }
 
 // Faults: a press that gets lost or stays held, a drag in the wrong place, an edit without an end,
