@@ -16,7 +16,7 @@ constexpr std::int32_t Margin = 2;  // above and below the letters, at least
 constexpr std::int32_t MostPixels = 1000;
 constexpr BYTE Opacity = 204;
 constexpr COLORREF White = RGB(255, 255, 255);
-constexpr COLORREF Ground = RGB(24, 28, 34);
+constexpr COLORREF Ground = RGB(10, 12, 15);
 
 HBRUSH groundOf(HDC context) {
     ::SetDCBrushColor(context, Ground);
