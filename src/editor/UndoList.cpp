@@ -73,7 +73,9 @@ void UndoList::begin(const Control& control, Kind kind) {
         return;
     }
     OpenEdit edit{&control, 1, kind, std::nullopt, {}, platform::highResolutionSeconds()};
-    if (const Parameter* const parameter = control.getParameter()) {
+    // What is never saved is no setting: an open page, a lamp that was put out.
+    if (const Parameter* const parameter = control.getParameter();
+        parameter != nullptr && parameter->hasFlag(Parameter::Export)) {
         edit.place = placeOf(*parameter);
         edit.before = valueOf(*parameter);
     }

@@ -179,6 +179,99 @@ TEST_F(HostedEditor, PictureOfEveryState) {
     platform::setHighResolutionClock(nullptr);
 }
 
+// What docs/skins.md tells, as an interface. Faults: an example that doesn't load, a class that is
+// told and not there, or draws nothing.
+TEST_F(HostedEditor, PictureOfThePageOnSkins) {
+    static double now;
+    now = 1000.0;
+    platform::setHighResolutionClock([]() noexcept { return now; });
+    std::string page;
+    ASSERT_TRUE(File(DOCS "/skins.md").contents(page, std::size_t{1} << 20));
+    const test::ScratchFolder files;
+    const test::HostedEffect effect = load();
+    effect.run();
+    const auto show = [&](const std::string& controls, const std::string& picture) {
+        files.write("Controls.xml", controls);
+        Editor& editor = editorOf(effect);
+        ASSERT_TRUE(editor.loadControls(File(files.path("Controls.xml"))).isOk());
+        ASSERT_TRUE(open(effect));
+        effect.play(test::Channel(64, 0.3f));
+        window().owner->tick();
+        now += 0.05;
+        TimerMessage timer(nullptr, TimerMessage::Tick, fourCharacterCode("CVUt"), 0);
+        for (Control* const control : editor.getControls())
+            if (dynamic_cast<ControlVUMeter*>(control) != nullptr)
+                control->handle(timer);
+        window().owner->tick();
+        test::expectPicture(*editor.getCanvas()->getPixels(), picture);
+        effect.call(effEditClose);
+    };
+    const std::size_t begin = page.find("```xml\n") + 7;
+    show(page.substr(begin, page.find("```", begin) - begin), "skin-example");
+
+    const std::string decibels =
+        "parameter='OutputLevel' foreground='#43D184'><scaling><p value='-60'/><p "
+        "value='0'/></scaling></a>";
+    const std::map<std::string, std::string> keys = {
+        {"About", "parameter='ShowAbout' handle='fault' background='#304860'"},
+        {"Background", "background='#304860'"},
+        {"Bitmap", "handle='field'"},
+        {"Button", "parameter='MuteOutput' text='Mute' foreground='#FFBE00' textcolor='#8E99A7'"},
+        {"ButtonChoice", "parameter='BrimtideChannel' handle='clip'"},
+        {"Container", "background='#304860'"},
+        {"Display", "parameter='BrimtideChannel'"},
+        {"FavoriteButton", "handle='lamp' on='0'"},
+        {"Help", "visible='true' text='A tooltip' background='#304860'"},
+        {"Knob", "parameter='OutputLevel'"},
+        {"LED", "parameter='Connected' handle='lamp'"},
+        {"LevelMeter", decibels},
+        {"MenuButton", "handle='menu'"},
+        {"PopupMenu", "parameter='MuteOutput' background='#304860'"},
+        {"PresetStep", "handle='next'"},
+        {"Quorl", "text='Help' foreground='#304860' textcolor='#8E99A7'"},
+        {"RadioButtons", "background='#304860'"},
+        {"Range", "parameter='OutputLevel'"},
+        {"Slider", "parameter='OutputLevel'"},
+        {"Text", "text='A text'"},
+        {"TextValue", "parameter='BrimtideID'"},
+        {"Trigger", "parameter='OutputLevel' foreground='#FFBE00' textcolor='#8E99A7'"},
+        {"URL", "text='A link' foreground='#304860' textcolor='#8E99A7'"},
+        {"VUMeter", decibels},
+        {"VUMeterLED", "parameter='OutputLevel' handle='clip'"},
+    };
+    parameter(effect, "ShowAbout").setNormalised(1.0f, FromUser);
+    constexpr int Columns = 5, Width = 104, Height = 64;
+    std::string controls;
+    int cells = 0;
+    std::size_t at = page.find("## The classes");
+    while ((at = page.find("\n| `", at)) != std::string::npos) {
+        at += 4;
+        const std::string name = page.substr(at, page.find('`', at) - at);
+        const auto place = [&](int top, int height, int width = 96) {
+            return " x='" + std::to_string(4 + cells % Columns * Width) + "' y='" +
+                   std::to_string(top + cells / Columns * Height) + "' width='" +
+                   std::to_string(width) + "' height='" + std::to_string(height) + "' ";
+        };
+        const auto own = keys.find(name);
+        controls += "<a class='" + name + "' font='Inter' " +
+                    place(4, 36, name == "Knob" ? 36 : 96) +
+                    (own != keys.end() ? own->second : "") +
+                    (own != keys.end() && own->second.ends_with(">") ? "" : "/>") +
+                    "<b class='Text' font='Inter' " + "textsize='0.8' textcolor='#8E99A7' text='" +
+                    name + "'" + place(44, 14) + "/>";
+        ++cells;
+    }
+    EXPECT_EQ(cells, 27);
+    show(
+        "<dict><info creator='Brimtide' version='1.2.0'/><file-format value='0.7'/><controls><c "
+        "class='Background' id='special::background' background='#1B1F25' width='524' height='" +
+            std::to_string((cells + Columns - 1) / Columns * Height) + "'><controls>" + controls +
+            "</controls></c></controls></dict>",
+        "classes");
+    effect.call(effClose);
+    platform::setHighResolutionClock(nullptr);
+}
+
 // With the longest texts that there can be. Faults: a text that runs into its neighbour or is cut;
 // a tooltip that the status line has no room for.
 TEST_F(HostedEditor, TextsFitAtEverySize) {
