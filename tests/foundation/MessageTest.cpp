@@ -34,34 +34,23 @@ TEST(Message, SendingAllocatesNothingAndCopiesKeepEveryField) {
     Radio station(nullptr);
     Radio listener(nullptr);
     listener.tuneIn(&station);
-    const MidiEvent event{7, 0.5F, 9};
     const NoteEvent values{1, 2, 3, 4, 5, {6, 7}, 8};
     const long before = test::allocationsOfThisThread();
-    ControlMessage control(&station, 1, {1, 2}, 3);
-    control.extent = {4, 5};
-    MidiMessage midi(&station, MidiMessage::Event, &event, -1);
     MidiMessage note(&station, MidiMessage::NoteOn, &values, values, 9);
     ParameterMessage number(&station, 1, text, 1, 2, 0.5F, 3);
     ParameterMessage name(&station, 1, "Name", 4, text, 5);
-    PluginMessage plugin(&station, 1, 2);
-    plugin.text = text;
     WindowMessage window(&station, WindowMessage::DropSample, {1, 2}, {text, 11, 12});
-    window.target = &control;
+    window.target = &listener;
     window.keyCode = 3;
     window.payload = 4;
     window.previousPosition = {5, 6};
     window.rectangle = {7, 8, 9, 10};
     window.button = WindowMessage::RightButton;
-    for (Message* message :
-         std::initializer_list<Message*>{&control, &midi, &note, &number, &name, &plugin, &window})
+    for (Message* message : std::initializer_list<Message*>{&note, &number, &name, &window})
         station.transmit(*message);
     EXPECT_EQ(test::allocationsOfThisThread(), before);
     listener.disconnect();
 
-    expectKept(control, [](auto& m) { return std::tuple(m.payload, m.position, m.extent); });
-    expectKept(midi, [](auto& m) {
-        return std::tuple(m.data(), m.event.controller, m.event.value, m.event.extra, m.companion);
-    });
     for (const std::int32_t code : {MidiMessage::NoteOn, MidiMessage::OtherNote}) {
         note.code = code;
         expectKept(note, [&](auto& m) {
@@ -74,7 +63,6 @@ TEST(Message, SendingAllocatesNothingAndCopiesKeepEveryField) {
                               m.hasText ? fromPayload<const char*>(m.payload) : std::string(),
                               m.hasText ? 0 : m.payload);
         });
-    expectKept(plugin, [](auto& m) { return std::tuple(m.payload, m.text.str()); });
     expectKept(window, [](auto& m) {
         return std::tuple(m.payload, m.target, m.position, m.keyCode, m.previousPosition,
                           m.rectangle, m.text.str(), m.regionStart, m.regionEnd, m.button);
@@ -89,9 +77,8 @@ TEST(MessageSlot, CutsLongTextsBetweenCharactersAndRefusesLongIds) {
     for (const auto& [given, kept] : {
              std::pair(x(255), x(255)),
              {x(256), x(252) + "\u2026"},
-             {x(250) + "\u00eb" + x(4), x(250) + "\u00eb\u2026"},  // ends at the edge
-             {x(249) + "\U0001F3B8" + x(3), x(249) + "\u2026"},    // stands across it
-             {std::string(300, '\x80'), std::string("\u2026")},    // isn't UTF-8
+             {x(249) + "\U0001F3B8" + x(3), x(249) + "\u2026"},  // stands across it
+             {std::string(300, '\x80'), std::string("\u2026")},  // isn't UTF-8
          }) {
         const auto source = std::make_unique<std::string>(given);
         slot.store(ParameterMessage(nullptr, 0, std::string_view(x(255)), 0, *source, 0));

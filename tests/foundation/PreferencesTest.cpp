@@ -26,7 +26,6 @@ TEST(Preferences, KeepValuesFromOneRunToTheNext) {
     EXPECT_TRUE(next.getFloat("gain", gain) && gain == -0.1f);
     EXPECT_TRUE(next.getString("name", name) && name == "Zoë Ω");
     EXPECT_TRUE(next.getData("dump", dump.data(), dump.size()) && dump == bytes);
-    EXPECT_FALSE(store.open(platform::PreferencesRoot::LocalMachine).hasValue("level"));
 }
 
 // Fault: another program's value is taken for a number or a text.
@@ -50,8 +49,5 @@ TEST(Preferences, TakeNoValueOfAnotherKind) {
     // But a text up to its first zero.
     preferences.setString("cut", "before\0behind"s);
     EXPECT_TRUE(preferences.getString("cut", text) && text == "before");
-    const std::string longest(LargestPreference / 4, 'x');
-    EXPECT_TRUE(preferences.setString("long", longest).isOk());
-    EXPECT_TRUE(preferences.getString("long", text) && text == longest);
     EXPECT_FALSE(preferences.setString("huge", std::string(LargestPreference + 1, 'x')).isOk());
 }

@@ -7,12 +7,19 @@
 #include "support/Product.h"
 #include "vst/VSTPlugin.h"
 
-#include <string>
-#include <vector>
-
 namespace tarn::fuzz {
 
-/// Started at first.
+/// The product as it is delivered; of the process, and started.
+inline test::Product& product() {
+    static const auto one = [] {
+        auto made = test::Product::of<BrimtidePluginInfo>(PRODUCT_FOLDER);
+        Mission::get().start();
+        return made;
+    }();
+    return *one;
+}
+
+/// Of the product that was started before; runs at first.
 class Effect : public test::HostedEffect {
 public:
     Effect() : HostedEffect(make()) { run(); }
@@ -20,27 +27,10 @@ public:
     Effect& operator=(const Effect&) = delete;
     ~Effect() { call(effClose); }
 
-    void restore(const std::string& chunk) const {
-        product().messages.clear();
-        HostedEffect::restore(chunk);
-    }
-
-    /// What the user was told of the last one.
-    const std::vector<std::string>& messages() const { return product().messages; }
-
 private:
     static AEffect* make() {
-        product();
         const IOConfig stereo{IOPinConfig(2, 1), IOPinConfig(2, 1)};
         return (new VSTPlugin(0, host, stereo))->getAeffect();
-    }
-    static test::Product& product() {
-        static const auto one = [] {
-            auto made = test::Product::of<BrimtidePluginInfo>(PRODUCT_FOLDER);
-            Mission::get().start();
-            return made;
-        }();
-        return *one;
     }
     static VstIntPtr VSTCALLBACK host(AEffect*, VstInt32, VstInt32, VstIntPtr, void*, float) {
         return 0;

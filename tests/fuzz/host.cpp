@@ -59,6 +59,7 @@ void process(fuzz::Effect& effect, FuzzedDataProvider& host) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzedDataProvider host(data, size);
+    fuzz::product();
     fuzz::Effect effect;
     const AEffect before = *effect.record;
     while (host.remaining_bytes() > 0) {

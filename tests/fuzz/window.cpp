@@ -3,6 +3,7 @@
 // is pointed at that is gone, there are as many windows as open interfaces, and audio passes.
 #include "editor/Window.h"
 
+#include "Effect.h"
 #include "Interface.h"
 #include "Require.h"
 #include "audio/Module.h"
@@ -13,13 +14,12 @@
 #include "parameters/Settings.h"
 #include "platform/Dialogs.h"
 #include "plugin/Plugin.h"
-#include "support/HostedEffect.h"
-#include "vst/VSTPlugin.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -66,18 +66,9 @@ std::string controlsOf(char shade) {
     return text;
 }
 
-VstIntPtr VSTCALLBACK answer(AEffect*, VstInt32, VstInt32, VstIntPtr, void*, float) {
-    return 0;
-}
-
 // Closed by its host, or at the end.
-class Instance : public test::HostedEffect {
+class Instance : public fuzz::Effect {
 public:
-    Instance() : HostedEffect(make()) { run(); }
-    Instance(const Instance&) = delete;
-    Instance& operator=(const Instance&) = delete;
-    ~Instance() { call(effClose); }
-
     Editor& editor() const {
         auto& effect = *static_cast<AudioEffect*>(record->object);
         return dynamic_cast<Editor&>(*static_cast<VSTPlugin&>(effect).HostInterface::getEditor());
@@ -86,12 +77,6 @@ public:
         const Window* const shown = editor().getWindow();
         return shown != nullptr ? static_cast<OffscreenDesktop::Window*>(shown->getHandle())
                                 : nullptr;
-    }
-
-private:
-    static AEffect* make() {
-        const IOConfig stereo{IOPinConfig(2, 1), IOPinConfig(2, 1)};
-        return (new VSTPlugin(0, answer, stereo))->getAeffect();
     }
 };
 
@@ -133,13 +118,17 @@ public:
 
     void step() {
         auto& instance = instances_[user_.ConsumeIntegralInRange(0, 7) == 7 ? 1 : 0];
-        if (!instance) {
-            instance = makeInstance();
-        } else if (user_.ConsumeIntegralInRange(0, 3) == 0 || instance->window() == nullptr) {
-            act(instance);
-        } else {
+        if (instance && user_.ConsumeIntegralInRange(0, 3) != 0 && instance->window() != nullptr) {
             happen(*instance->window());
+            return;
         }
+        // No host does anything else from within its own call.
+        const bool wasInHostCall = std::exchange(isInHostCall_, true);
+        if (instance)
+            act(instance);
+        else
+            instance = std::make_unique<Instance>();
+        isInHostCall_ = wasInHostCall;
     }
 
     void check() {
@@ -208,75 +197,49 @@ private:
         return data;
     }
 
-    // No host does anything else from within its own call.
-    struct HostCall {
-        explicit HostCall(bool& isInside)
-            : inside(isInside), before(std::exchange(isInside, true)) {}
-        HostCall(const HostCall&) = delete;
-        HostCall& operator=(const HostCall&) = delete;
-        ~HostCall() { inside = before; }
-        bool& inside;
-        const bool before;
-    };
-
-    std::unique_ptr<Instance> makeInstance() {
-        const HostCall here(isInHostCall_);
-        return std::make_unique<Instance>();
-    }
-
     // What the host does.
     void act(std::unique_ptr<Instance>& instance) {
-        const HostCall here(isInHostCall_);
-        OffscreenDesktop::Window* const window = instance->window();
         const test::HostedEffect& effect = *instance;
-        switch (user_.ConsumeIntegralInRange(0, 11)) {
-            case 0:
-            case 1:
-                desktop_.isFull = user_.ConsumeIntegralInRange(0, 7) == 0;
-                desktop_.scale = user_.PickValueInArray({1.0f, 1.5f, 2.0f, 1.0e9f});
-                effect.call(effEditOpen, 0, 0, this);
-                break;
-            case 2:
-                effect.call(effEditClose);
-                break;
-            case 3: {
-                const std::unique_ptr<Instance> closed = std::move(instance);
-                break;
-            }
-            case 4:
-                if (window != nullptr)
+        const auto open = [&] {
+            desktop_.isFull = user_.ConsumeIntegralInRange(0, 7) == 0;
+            desktop_.scale = user_.PickValueInArray({1.0f, 1.5f, 2.0f, 1.0e9f});
+            effect.call(effEditOpen, 0, 0, this);
+        };
+        const std::function<void()> acts[] = {
+            open,
+            open,
+            [&] { effect.call(effEditClose); },
+            [&] { const std::unique_ptr<Instance> closed = std::move(instance); },
+            [&] {
+                if (OffscreenDesktop::Window* const window = instance->window())
                     desktop_.destroyParent(*window);
-                break;
-            case 5: {
+            },
+            [&] {
                 ERect* rect = nullptr;
                 require(effect.call(effEditGetRect, 0, 0, &rect) == 1 && rect->right >= 0 &&
                         rect->bottom >= 0);
-                break;
-            }
-            case 6:
+            },
+            [&] {
                 effect.call(effEditIdle);
                 effect.call(effSetEditKnobMode, 0, user_.ConsumeIntegral<std::int8_t>());
-                break;
-            case 7:
+            },
+            [&] {
                 effect.call(user_.ConsumeBool() ? effEditKeyDown : effEditKeyUp,
                             user_.ConsumeIntegral<std::uint8_t>(),
                             user_.ConsumeIntegral<std::uint8_t>(), nullptr,
                             static_cast<float>(user_.ConsumeIntegralInRange(0, 15)));
-                break;
-            case 8:
+            },
+            [&] {
                 effect.set(user_.ConsumeIntegralInRange(0, 1), user_.ConsumeBool() ? 1.0f : 0.0f);
-                break;
-            case 9:
+            },
+            [&] {
                 effect.restore(user_.ConsumeBool() ? effect.chunk()
                                                    : user_.ConsumeRandomLengthString());
-                break;
-            case 10:
-                save();
-                break;
-            default:
-                changeInside(instance->editor());
-                break;
-        }
+            },
+            [&] { save(); },
+            [&] { changeInside(instance->editor()); },
+        };
+        acts[user_.ConsumeIntegralInRange<std::size_t>(0, std::size(acts) - 1)]();
     }
 
     void save() {
@@ -291,28 +254,20 @@ private:
         const auto& controls = editor.getControls();
         const Settings& settings = editor.instance().moduleAt(0)->settings();
         const float level = user_.ConsumeProbability<float>();
-        switch (user_.ConsumeIntegralInRange(0, 6)) {
-            case 0:
-                settings.find("InputPeak", 0)->setNormalised(level, FromUser);
-                break;
-            case 1:
-                settings.find("CurrentModule", 0)->setNormalised(level, FromUser);
-                break;
-            case 2:
-                settings.find("BrimtideID", 0)->setText(level > 0.5f ? "Drums" : "", FromUser);
-                break;
-            case 3:
-                settings.find("MuteOutput", 0)->setNormalised(level > 0.5f, FromUser);
-                break;
-            case 4:
+        const std::function<void()> acts[] = {
+            [&] { settings.find("InputPeak", 0)->setNormalised(level, FromUser); },
+            [&] { settings.find("CurrentModule", 0)->setNormalised(level, FromUser); },
+            [&] { settings.find("BrimtideID", 0)->setText(level > 0.5f ? "Drums" : "", FromUser); },
+            [&] { settings.find("MuteOutput", 0)->setNormalised(level > 0.5f, FromUser); },
+            [&] {
                 editor.setSize(user_.PickValueInArray({0, 50, 100, 400}));
-                break;
-            case 5:
+            },
+            [&] {
                 editor.redraw({0, 0, 20, 20});
-                break;
-            default: {
+            },
+            [&] {
                 if (controls.empty())
-                    break;
+                    return;
                 Control* const control =
                     controls[user_.ConsumeIntegral<std::uint8_t>() % controls.size()];
                 TimerMessage tick(
@@ -321,58 +276,40 @@ private:
                                             fourCharacterCode("CHds"), fourCharacterCode("CHdh")}),
                     toPayload(level));
                 editor.enqueue(tick, control);
-                break;
-            }
-        }
+            },
+        };
+        acts[user_.ConsumeIntegralInRange<std::size_t>(0, std::size(acts) - 1)]();
     }
 
     // What the user does, or the system.
     void happen(OffscreenDesktop::Window& window) {
         platform::WindowOwner& owner = *window.owner;
-        switch (user_.ConsumeIntegralInRange(0, 14)) {
-            case 0:
-                owner.wheel(spot(), user_.ConsumeIntegral<std::int32_t>());
-                break;
-            case 1:
-                type(owner);
-                break;
-            case 2:
-                owner.focusGained();
-                break;
-            case 3: {
+        const std::function<void()> acts[] = {
+            [&] { owner.wheel(spot(), user_.ConsumeIntegral<std::int32_t>()); },
+            [&] { type(owner); },
+            [&] { owner.focusGained(); },
+            [&] {
                 const platform::Spot from = spot(), to = spot();
                 owner.paint({from.x, from.y, to.x, to.y});
-                break;
-            }
-            case 4:
-            case 5:
-                owner.tick();
-                break;
-            case 6:
-                owner.dragEnter(dropped(), spot());
-                break;
-            case 7:
-                owner.dragOver(spot());
-                break;
-            case 8:
-                owner.dragEnd();
-                break;
-            case 9:
-                owner.drop(dropped(), spot());
-                break;
-            case 10:
+            },
+            [&] { owner.tick(); },
+            [&] { owner.tick(); },
+            [&] { owner.dragEnter(dropped(), spot()); },
+            [&] { owner.dragOver(spot()); },
+            [&] { owner.dragEnd(); },
+            [&] { owner.drop(dropped(), spot()); },
+            [&] {
                 owner.measureEntry(user_.ConsumeIntegral<std::int8_t>());
                 owner.drawEntry(user_.ConsumeIntegral<std::int8_t>(), user_.ConsumeBool());
-                break;
-            case 11:
-                click(window, spot());
-                break;
-            default:
-                desktop_.point(
-                    window, static_cast<platform::PointerEvent>(user_.ConsumeIntegralInRange(0, 7)),
-                    spot());
-                break;
-        }
+            },
+            [&] { click(window, spot()); },
+            [&] {
+                const auto event = user_.ConsumeIntegralInRange(0, 7);
+                desktop_.point(window, static_cast<platform::PointerEvent>(event), spot());
+            },
+        };
+        const auto act = user_.ConsumeIntegralInRange<std::size_t>(0, 14);
+        acts[std::min(act, std::size(acts) - 1)]();
     }
 
     // Half of the keys are those that the interface itself does something about.
@@ -408,30 +345,16 @@ private:
     bool isInHostCall_ = false;
 };
 
-void forget(const char* choice, std::int32_t value) {
-    std::int32_t present = value;
-    Preferences::user()->getInteger(choice, present);
-    if (present != value)
-        require(Preferences::user()->setInteger(choice, value).isOk());
-}
-
-void forget(const char* choice, bool value) {
-    bool present = !value;
-    Preferences::user()->getBool(choice, present);
-    if (present != value)
-        require(Preferences::user()->setBool(choice, value).isOk());
-}
-
 // What the user has chosen before.
 void forgetChoices(bool reloads) {
     fuzz::Interface::get().writeControls(controlsOf('0'));
     Resources& resources = *Mission::get().getResources();
     if (resources.getCurrentSkin() != "default")
         resources.setCurrentSkin("default");
-    forget("EditorScale", 0);
-    forget("KnobMode", 0);
-    forget("ShowTooltips", true);
-    forget("ReloadSkin", reloads);
+    Preferences& user = *Preferences::user();
+    require(user.setInteger("EditorScale", 0).isOk() && user.setInteger("KnobMode", 0).isOk() &&
+            user.setBool("ShowTooltips", true).isOk() &&
+            user.setBool("ReloadSkin", reloads).isOk());
 }
 
 }  // namespace

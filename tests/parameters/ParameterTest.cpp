@@ -1,16 +1,11 @@
 // What all parameters have in common: names for the host, and what is kept from one run to the
-// next; then choices, lists and texts.
+// next; then choices and texts.
 #include "parameters/Definition.h"
-#include "parameters/ParameterArray.h"
 #include "parameters/ParameterEnum.h"
 #include "support/ScratchStore.h"
 
-#include <tuple>
-
 namespace tarn {
 namespace {
-
-using Keys = Range<std::int16_t>;
 
 // Faults: names that are too long for the host's field, or the same for two parameters.
 TEST(Parameter, NamesForTheHost) {
@@ -26,15 +21,9 @@ TEST(Parameter, NamesForTheHost) {
     };
     expect("Gain", 24, "[B] Gain (EQ)");
     expect("Gain", 15, "B Gain EQ");
-    expect("Gain", 2, "B  EQ");
-    expect("Long", 16, "[A] Output Level");
-    Radio stranger(&modules);
-    settings.get("Long").setParent(&stranger);
-    expect("Long", 40, "[UNKNOW MODULE ID] Output Level");
     modules.count = 1;
     expect("Short", 7, "Out Lev");
     expect("Short", 6, "Output");
-    expect("Short", 1, "O");
     expect("Short", 0, "");
     settings.get("Long").setName("Lautstärke");
     expect("Long", 7, "Lautst");  // no half of a letter
@@ -84,44 +73,11 @@ TEST(ParameterEnum, ChoosesAmongItsEntries) {
     EXPECT_EQ(ears.heard(),
               "P0 0.5 1 from 3; P0 1 2 from 2; P0 0.5 1 from 2; P0 0 0 from 2; "
               "P0 1 2 from 2; P0 0 0 from 2; P0 1 2 from 2; P0 0 0 from 2; ");
-    ParameterMessage select(nullptr, ParameterMessage::ValueChanged, "", 0, 1, 0.0f, FromHost);
-    choice.receive(select);
-    select.payload = std::uint64_t{1} << 32;
-    choice.receive(select);  // the first can't be selected so
     choice.setIndex(3, FromUser);
     choice.setIndex(-1, FromUser);
     choice.resetToDefault(FromUser);
-    choice.addEntry("d", "Delta");
-    EXPECT_EQ(ears.heard(), "P0 0.5 1 from 0; P0 1 2 from 2; P0 0.666667 2 from 3; ");
+    EXPECT_EQ(ears.heard(), "P0 1 2 from 2; ");
     take(settings.get("I"), "= -4; % 0; n 0.5; v 1; = -4");
-}
-
-// Faults: ranges that swallow one another, a list that isn't sorted, entries that come back twice.
-TEST(ParameterArray, KeyRangesGiveWayToOneAnother) {
-    Defined settings("<P class='ParameterArray' type='custom' value='61:96|36:60'/>");
-    auto& keys = settings.get<ParameterKeyranges>();
-    EXPECT_EQ(keys.getText(), "36:60|61:96");
-    keys.addEntry(Keys{97, 127}, FromUser);
-    const std::tuple<int, Keys, const char*> edits[] = {
-        {0, {30, 70}, "30:60|61:96|97:127"},   // up to the next one's beginning
-        {1, {50, 100}, "30:60|61:96|97:127"},  // between its neighbours
-        {2, {0, 40}, "0:29|30:60|61:96"},
-        {0, {40, 45}, "30:60|40:45|61:96"},  // within another: nothing to trim
-        {2, {30, 60}, "30:60|40:45|60:60"},  // all covered: a key is left
-        {3, {1, 2}, "30:60|40:45|60:60"},
-    };
-    for (const auto& [index, range, result] : edits) {
-        keys.setEntry(index, range, FromMidi);
-        EXPECT_EQ(keys.getText(), result);
-    }
-    Ears ears(keys);
-    keys.removeEntry(1);
-    keys.setEntry(1, {61, 70}, FromUser);
-    EXPECT_EQ(keys.getText(), "30:60|61:70");
-    EXPECT_EQ(ears.heard(), "P0 0 3 from 3; P0 0 1 from 2; ");
-    settings.read(savedState("<P value=' 1 - 2|x|99999:-99999'/>"), Parameter::AllScopes, 1, true);
-    EXPECT_EQ(keys.getText(), "0:0|1:2|32767:-32768");
-    EXPECT_EQ(keys.getEntry(3), Keys());
 }
 
 // Faults: a text that is taken against the rule, told of wrongly, or gone after a state is loaded.

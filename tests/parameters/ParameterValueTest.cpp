@@ -1,10 +1,8 @@
 // Numbers: the way from the host's 0.0 to 1.0 to the value, to what is shown, and back.
 #include "foundation/CommaLocale.h"
 #include "parameters/Definition.h"
-#include "parameters/DisplayMapper.h"
 
 #include <cmath>
-#include <limits>
 #include <random>
 #include <tuple>
 
@@ -59,7 +57,7 @@ TEST(ParameterValue, EachScaleShowsByItsFormulaAndComesBack) {
 // Faults: an index that automation can't hold.
 TEST(ParameterValue, WholeNumbersComeBackFromTheHost) {
     using Ends = std::pair<std::int32_t, std::int32_t>;
-    for (const auto& [low, high] : {Ends{0, 7}, {-50, 50}, {1, 1000}, {-100000, 100000}, {9, -9}}) {
+    for (const auto& [low, high] : {Ends{1, 1000}, {-100000, 100000}, {9, -9}}) {
         Integer parameter(nullptr, "P", "", low, high, low);
         for (std::int32_t value = std::min(low, high); value <= std::max(low, high); ++value) {
             parameter.setValue(value, FromUser);
@@ -80,7 +78,6 @@ TEST(ParameterValue, ValuesStepByStep) {
              std::pair{number("float", "-1", "2"),
                        "v 1; v nan; v inf; n nan; n -inf; d nan; = 1; v 5; = 2; n -7; = -1; "
                        "v 1e-40; % 0.333333333; v 1.17549435e-38; : 0.00"},
-             {number("float", "2", "-1"), "v 5; = 2; % 0; n 7; = -1; n 0.5; = 0.5"},
              {number("float", "-3e38", "3e38"), "n 0.5; = 0.5; v 2e38; % 0"},
              {number("float", "1", "1"), "n 0.5; = 1; % 0"},
              {number("integer", "0", "7"), "n 0.5; = 3; n nan; = 3; v 6.9; = 6; v 1e20; = 7"},
@@ -96,11 +93,7 @@ TEST(ParameterValue, ValuesStepByStep) {
              {wide,
               "v 0; : 0.000; v -0.0004; : 0.000; v -0.002; : -0.002; v 1.23456; : 1.235; "
               "v 123.456; : 123.5; v 10; : 10.00; t  +2.5 dB; : 2.500; t dB; : 2.500; t ; : 2.500"},
-             {shown("scaling='dB'"), "n 0; : -oo; n 1; : 0.00"},
-             {shown("precision='99' nrdigits='99'"), "n 0.5; : 0.5000000000000000"},
-             {number("integer", "0", "9", "><display precision='0'/>"), "t 7.9; = 7; : 7"},
              // Scales on which what is typed doesn't come back as it is shown.
-             {shown("scaling='exponential' min='5' max='15'"), "n 0; ~ 5; d 10; % 1"},
              {shown("scaling='dB'", "0.1", "1"), "n 0; ~ -20; v 0.5; ~ -6.0206; d -10; % 0.5"},
              {shown("scaling='logarithmic' min='1' max='10'"),
               "v 0.25; d 5; = 0.25; : 1.0"},  // a division by 0
@@ -113,43 +106,6 @@ TEST(ParameterValue, ValuesStepByStep) {
     EXPECT_THAT(stateOf(Defined(wide)), testing::HasSubstr("\"0.5000000000000000\""));
     EXPECT_FALSE(Defined(wide).get().setText("1e999", FromUser));
     EXPECT_TRUE(Defined(mix).get().setText("50/50", FromUser));
-}
-
-// Faults: a converter that isn't asked, or asked though there is none.
-TEST(ParameterValue, TheProductsOwnScale) {
-    struct Double : DisplayMapper {
-        float toNormalised(const Parameter*, float value) override { return value / 2; }
-        float toDisplay(const Parameter*, float n) override { return n * 2; }
-    } mapper;
-    const Defined fed(shown("scaling='feedback'"));
-    take(fed.get(), "d 1; % 0; n 0.5; ~ 0");
-    fed.get<Float>().setFeedback(&mapper);
-    take(fed.get(), "d 1.5; % 0.75; ~ 1.5");
-}
-
-// Faults: steps that nobody asked for; ends that are no numbers, or leave a value outside.
-TEST(ParameterValue, RangesAndStepsChange) {
-    const Defined settings(number("float", "0", "1", "steps='5'>") +
-                           "<B class='ParameterValue' type='bool'/>"
-                           "<I class='ParameterValue' type='integer' minval='0' maxval='7'/>");
-    for (const auto& [id, count, step] :
-         {std::tuple{"P", 4, 0.25}, {"B", 2, 1.0}, {"I", 8, 1.0 / 7}}) {
-        EXPECT_EQ(settings.get(id).getStepCount(), count) << id;
-        EXPECT_EQ(settings.get(id).getStep(), step) << id;
-    }
-    auto& parameter = settings.get<Float>();
-    EXPECT_FLOAT_EQ(parameter.toDisplayValue(0.4f), 0.5f);
-    parameter.setStep(0.6f);
-    take(parameter, "n 1; = 1");  // 1.2 is no value
-    parameter.setSettings(nullptr);
-    take(parameter, "n 0.3; = 0.3");
-    constexpr std::int32_t Lowest = std::numeric_limits<std::int32_t>::lowest();
-    EXPECT_EQ(parameter.getStep(), 2.220446049250313e-16);
-    EXPECT_EQ(parameter.getStepCount(), Lowest);
-    parameter.setRange(0.5f, 0.75f, FromInternal);
-    parameter.setMinimum(std::nanf(""));
-    parameter.setMaximum(HUGE_VALF);
-    take(parameter, "= 0.5; % 0; n 1; = 0.75");
 }
 
 // Faults: changes that nobody hears of, that are told twice, or with another's source; requests

@@ -39,35 +39,6 @@ struct Last {
     Hearer hearer;
 };
 
-// Faults: listeners that are left with an older value than the parameter's, because another one
-// changed it while the first message was on its way; texts that are gone while they are looked at.
-TEST(Parameter, AListenerChangesWhatItHears) {
-    const Defined settings("<N class='ParameterValue' type='float'/><T class='ParameterText'/>");
-    Parameter& number = settings.get("N");
-    Parameter& text = settings.get("T");
-    std::list<Last> listeners;
-    listeners.emplace_back(number);
-    listeners.emplace_back(text);
-    const Hearer changing(number, [&](Message& message) {
-        if (static_cast<ParameterMessage&>(message).mode == FromUser)
-            number.setFloat(0.75f, FromInternal);
-    });
-    const Hearer editing(text, [&](Message& message) {
-        const std::string_view seen = fromPayload<const char*>(message.payload);
-        if (static_cast<ParameterMessage&>(message).mode == FromUser) {
-            text.setText("a longer text, on the heap, than the first", FromInternal);
-            EXPECT_EQ(seen, "first");
-        }
-    });
-    listeners.emplace_back(number);
-    listeners.emplace_back(text);
-    number.setFloat(0.25f, FromUser);
-    text.setText("first", FromUser);
-    take(number, "= 0.75");
-    for (const Last& listener : listeners)
-        EXPECT_TRUE(listener.isTrue());
-}
-
 // What another thread does while this one waits for it.
 void onAnotherThread(const std::function<void()>& what) {
     std::thread(what).join();
