@@ -3,10 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <climits>
 #include <functional>
 #include <memory>
-#include <new>
 #include <random>
 #include <vector>
 
@@ -47,24 +45,6 @@ TEST(IOChannel, BuffersLiveAsLongAsTheirHoldersInWhateverOrderTheyGo) {
     }
     std::fill(std::begin(all), std::end(all), nullptr);
     EXPECT_EQ(Channel::liveBuffers(), buffers);
-}
-
-TEST(IOChannel, SizesAreRoundedUpAndCutToWhatThereIs) {
-    Channel channel(100);
-    EXPECT_EQ(channel.getCapacity(), 112);
-    EXPECT_EQ(reinterpret_cast<std::size_t>(channel.getData()) % 16, 0u);
-    for (const auto& [offset, length, size] : {std::array{50, 20, 20}, {110, 0, 2}, {500, 9, 0}}) {
-        const Channel view(channel, offset, length);
-        EXPECT_EQ(view.getSize(), size);
-        EXPECT_FALSE(view.isOwned());
-    }
-    const int clears[][3] = {{50, 30, 80}, {113, -1, 60}, {1, INT_MAX, 112}, {INT_MAX, 1, 60}};
-    for (const auto& [start, length, count] : clears) {
-        channel.setCount(60);
-        channel.clear(start, length);
-        EXPECT_EQ(channel.getCount(), count) << start << ", " << length;
-    }
-    EXPECT_THROW(channel.setSize(INT_MAX - 14), std::bad_alloc);
 }
 
 // Faults: a remainder left out, sums in another order, samples that are read after they changed,

@@ -2,8 +2,9 @@
 // written too. One that is refused leaves the former list.
 #include "resources/Resources.h"
 
-#include "Product.h"
 #include "Require.h"
+#include "drawing/PngFile.h"
+#include "support/ScratchStore.h"
 
 #include <cstdint>
 
@@ -11,6 +12,18 @@ using namespace tarn;
 using fuzz::require;
 
 namespace {
+
+// A nameless one in a folder of its own, with one image.
+struct Product {
+    Product() {
+        machine.setString("InstallPath", store.path());
+        machine.setString("ResourcesDir", "R");
+        Preferences::setStores(&machine, nullptr);
+        store.write("R/Images/a.png", test::plainPng(8, 8));
+    }
+    test::ScratchStore store;
+    Preferences machine = store.open(platform::PreferencesRoot::LocalMachine);
+};
 
 void requireInside(const Bitmap& bitmap) {
     const Rect whole = bitmap.getRect();
@@ -25,7 +38,7 @@ void requireInside(const Bitmap& bitmap) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const fuzz::Product product;
+    static const Product product;
     const std::string text(reinterpret_cast<const char*>(data), size);
     const auto load = [](Resources& resources, const std::string& list) {
         product.store.write("list", list);

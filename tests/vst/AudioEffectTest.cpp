@@ -9,17 +9,13 @@
 namespace tarn {
 namespace {
 
-struct Effect : AudioEffectX, test::HostedEffect {
-    Effect() : AudioEffectX(nullptr, 0, 0), HostedEffect(getAeffect()) {}
+struct Recorder : AudioEffectX, test::HostedEffect {
+    Recorder() : AudioEffectX(nullptr, 0, 0), HostedEffect(getAeffect()) { numPrograms = 2; }
     using AudioEffectX::getMasterVersion;
-    void processReplacing(float**, float**, VstInt32) noexcept override {}
-};
-
-struct Recorder : Effect {
-    Recorder() { numPrograms = 2; }
     ~Recorder() override {
         EXPECT_EQ(log, "open,p0,p1,bypass,none,bank,preset,arrangement,asked,close,");
     }
+    void processReplacing(float**, float**, VstInt32) noexcept override {}
     void open() override { log += "open,"; }
     void setProgram(VstInt32 program) override { log += "p" + std::to_string(program) + ","; }
     bool setBypass(bool isOn) override {

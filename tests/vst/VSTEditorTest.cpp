@@ -14,7 +14,6 @@
 #include "support/Connections.h"
 #include "support/HostedEffect.h"
 #include "support/Product.h"
-#include "support/ScratchFolder.h"
 #include "vst/VSTPlugin.h"
 
 #include <gmock/gmock.h>
@@ -47,10 +46,7 @@ VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32 index, VstIntPtr,
 // A host with windows, in memory, and the instances that it has loaded.
 class HostedEditor : public testing::Test {
 protected:
-    explicit HostedEditor(const std::string& folder = BUILT_PRODUCT)
-        : product(test::Product::of<BrimtidePluginInfo>(folder)) {
-        edits.clear();
-    }
+    HostedEditor() { edits.clear(); }
 
     static test::HostedEffect load() {
         Mission::get().start();
@@ -99,16 +95,11 @@ protected:
             return chosen;
         };
     }
-    std::string statusLine(const test::HostedEffect& effect) {
-        for (Control* const control : editorOf(effect).getControls())
-            if (control->getControlId() == "special::textdisplay")
-                return dynamic_cast<ControlText&>(*control).getText();
-        return "none";
-    }
 
     platform::OffscreenDesktop desktop;
     int parent = 0;  // whose address is the host's window
-    std::unique_ptr<test::Product> product;
+    const std::unique_ptr<test::Product> product =
+        test::Product::of<BrimtidePluginInfo>(BUILT_PRODUCT);
 };
 
 // In all states, each at the size at which it is easiest looked at. Faults: a text, a lamp or a
@@ -466,64 +457,6 @@ TEST_F(HostedEditor, EndsWhereverTheHostEndsIt) {
             beside.call(effClose);
             EXPECT_TRUE(desktop.windows().empty()) << moment;
         }
-}
-
-class HostedSkin : public HostedEditor {
-protected:
-    HostedSkin() : HostedSkin(std::make_unique<test::ScratchFolder>()) {}
-
-    /// Until the file system tells the change from the one before.
-    void saveControls(const std::string& color, const std::string& more = "") const {
-        const std::string path = "Brimtide Resources/Controls.xml";
-        const std::int64_t before = File(folder->path(path)).getChangeStamp();
-        do
-            folder->write(path,
-                          "<dict><info creator='Brimtide' version='1.2.0'/>\n"
-                          "<file-format value='0.7'/><controls>\n"
-                          "<a class='Background' id='special::background' "
-                          "width='40' height='20' background='" +
-                              color +
-                              "'><controls>\n"
-                              "<s class='Text' id='special::textdisplay' width='1' height='1'/>\n" +
-                              more + "</controls></a></controls></dict>");
-        while (File(folder->path(path)).getChangeStamp() == before);
-    }
-    /// What is shown after some ticks.
-    int green(const test::HostedEffect& effect) {
-        for (int i = 0; i < 5; ++i)
-            window().owner->tick();
-        return editorOf(effect).getCanvas()->getPixels()->row(0)[35 * 4 + 1];
-    }
-
-    std::unique_ptr<test::ScratchFolder> folder;
-
-private:
-    explicit HostedSkin(std::unique_ptr<test::ScratchFolder> itsFolder)
-        : HostedEditor(itsFolder->path()), folder(std::move(itsFolder)) {}
-};
-
-// Faults: a change that isn't shown; a broken file that takes the interface away, or that isn't
-// told of; a file that is mended and still told of.
-TEST_F(HostedSkin, ShowsWhatIsSavedMeanwhile) {
-    const std::string head =
-        "<dict><info creator='Brimtide' version='1.2.0'/><file-format value='0.7'/>";
-    folder->write("Settings.xml", head + "<parameters/></dict>");
-    folder->write("Resources.xml", head + "</dict>");
-    saveControls("#000A00");
-    ASSERT_TRUE(product->store.openUser().setBool("ReloadSkin", true).isOk());
-    const test::HostedEffect effect = load();
-    ASSERT_TRUE(open(effect));
-    EXPECT_EQ(green(effect), 10);
-    saveControls("#001E00");
-    EXPECT_EQ(green(effect), 30);
-    saveControls("#003200", "<b class='Knobb'/>\n");
-    EXPECT_EQ(green(effect), 30);
-    EXPECT_THAT(statusLine(effect),
-                testing::StartsWith("Controls.xml, line 5: Unknown control type Knobb<>"));
-    saveControls("#003200");
-    EXPECT_EQ(green(effect), 50);
-    EXPECT_EQ(statusLine(effect), "Brimtide 1.2.0");
-    effect.call(effClose);
 }
 
 }  // namespace

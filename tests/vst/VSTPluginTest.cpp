@@ -297,25 +297,6 @@ TEST(VSTPlugin, HandsOnMidiEvents) {
     }
 }
 
-// Faults: a pin that is known by another number than hosts count, or has no end of the list.
-TEST(VSTPlugin, DescribesItsPins) {
-    Instance instance;
-    const auto pin = [&](VstInt32 opcode, VstInt32 index) {
-        VstPinProperties its;
-        std::memset(&its, opcode == effGetOutputProperties ? 'x' : 0, sizeof its);
-        const VstIntPtr isThere = instance.call(opcode, index, 0, &its);
-        return std::to_string(isThere) + " " + its.label + " " + std::to_string(its.flags) + " " +
-               std::to_string(its.arrangementType);
-    };
-    EXPECT_EQ(pin(effGetInputProperties, 0), "1 Brimtide 0 3 1");
-    EXPECT_EQ(pin(effGetInputProperties, 1), "0  0 0");
-    for (const VstInt32 channel : {0, 1})
-        EXPECT_EQ(pin(effGetOutputProperties, channel), "1 Brimtide ST1 3 1");
-    EXPECT_EQ(pin(effGetOutputProperties, 2), "0  0 -1");
-    ASSERT_TRUE(instance.setChannels(1, 1));
-    EXPECT_EQ(pin(effGetOutputProperties, 0), "1 Brimtide M1 1 0");
-}
-
 // Faults: a name that a host can't set, a state that doesn't come back or, when it is damaged,
 // comes back by halves, a pointer or size of the host's that is believed.
 TEST(VSTPlugin, KeepsItsStateInChunks) {

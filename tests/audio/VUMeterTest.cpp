@@ -1,32 +1,28 @@
-// The meters of levels and of load, with a clock that the test sets.
-#include "audio/CPUMeter.h"
+// The meters of levels, with a clock that the test sets.
 #include "audio/IOChannel.h"
 #include "audio/VUMeter.h"
-#include "foundation/Message.h"
 #include "platform/Clock.h"
 #include "support/AllocationCount.h"
-#include "support/Hearer.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cmath>
 #include <limits>
 
 namespace tarn {
 namespace {
 
-std::atomic<double> clockNow{0.0};
+double clockNow = 0.0;
 
 struct MeterTest : testing::Test {
     MeterTest() {
         clockNow = 1000.0;
-        platform::setHighResolutionClock([]() noexcept { return clockNow.load(); });
+        platform::setHighResolutionClock([]() noexcept { return clockNow; });
     }
     ~MeterTest() override { platform::setHighResolutionClock(nullptr); }
 
     static float after(double seconds, VUMeter& meter, float input) {
-        clockNow = clockNow + seconds;
+        clockNow += seconds;
         meter.update(input);
         return meter.getLevel();
     }
@@ -50,7 +46,7 @@ TEST_F(MeterTest, MovesAsItsModeSays) {
     for (const Row& row : rows)
         for (const int blocks : {1, 10}) {
             VUMeterPeak meter(nullptr);
-            clockNow = clockNow + 5.0;
+            clockNow += 5.0;
             meter.setMode(row.mode);
             for (int i = 0; i < blocks; ++i)
                 after(row.riseSeconds / blocks, meter, 1.0f);
@@ -125,41 +121,6 @@ TEST_F(MeterTest, HearsAChannelAndLetsItPass) {
     EXPECT_EQ(meter.clearChannel(channel), 0);
     EXPECT_EQ(channel.getCount(), 0);
     EXPECT_EQ(test::allocationsOfThisThread(), allocations);
-}
-
-// Faults: a load of another time than the one that has passed, the first one included; a section
-// that counts as a period.
-TEST_F(MeterTest, LoadIsTheSectionsShareOfTheTime) {
-    CPUMeter meter(nullptr, 4);
-    int told = 0;
-    const Hearer hearer(meter, [&](Message&) { ++told; });
-    TimerMessage tick(nullptr, TimerMessage::Tick, fourCharacterCode("CPUx"), 0);
-    const auto period = [&](double seconds) {
-        clockNow = clockNow + 0.5;
-        meter.begin();
-        clockNow = clockNow + seconds;
-        meter.end();
-    };
-    period(0.25);
-    meter.receive(tick);
-    EXPECT_EQ(meter.getMean(), 0.0);
-    period(0.5);
-    const double smoothed = (1000.5 * 0.01 + 0.99) * 0.99 + 0.75 * 0.01;
-    EXPECT_DOUBLE_EQ(meter.getPeriod(), smoothed);
-    meter.receive(tick);
-    meter.receive(tick);  // no time has passed
-    EXPECT_DOUBLE_EQ(meter.getPeak(), 0.5);
-    for (int i = 0; i < 2; ++i) {
-        clockNow = clockNow + 0.5;
-        meter.beginSection();
-        clockNow = clockNow + 0.125;
-        meter.endSection();
-    }
-    EXPECT_DOUBLE_EQ(meter.getPeriod(), smoothed);
-    meter.receive(tick);
-    EXPECT_DOUBLE_EQ(meter.getLoad(3), 0.2);
-    EXPECT_DOUBLE_EQ(meter.getMean(), 0.175);
-    EXPECT_EQ(told, 4);
 }
 
 }  // namespace
