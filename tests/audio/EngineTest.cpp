@@ -90,6 +90,8 @@ TEST(Engine, PlaysAPreviewOverBlocksAndThenLetsGoOfItsSample) {
     player.engine.idle();
     EXPECT_FALSE(wide->isShared());
     EXPECT_EQ(player.block(4), "1200|");
+    player.engine.playSample(nullptr, 0);
+    EXPECT_EQ(player.block(4), "0000|");
     player.engine.idle();
     EXPECT_FALSE(ramp->isShared());
 }
@@ -165,7 +167,7 @@ TEST(Module, AnEngineLivesWithinTheModulesSettings) {
     module->loadDefaults();
     prototype.get().setFloat(0.75f, FromUser);
     module.reset();
-    EXPECT_EQ(story, "reset,start,block,reset,1on,0off,0.50 ends");
+    EXPECT_EQ(story, "reset,start,block,reset,on,0off,10.50 ends");
 }
 
 }  // namespace

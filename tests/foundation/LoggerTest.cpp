@@ -12,8 +12,7 @@ double clockTime = 1000.0;
 
 }  // namespace
 
-// Faults: lines below the threshold, a time that overflows after 24 days, a watch that repeats
-// itself.
+// Faults: lines below the threshold, a time that overflows after 24 days.
 TEST(Logger, KeepsWhatReachesTheThresholdWithTheTimeSinceItsStart) {
     LogFolder folder;
     platform::setHighResolutionClock([]() noexcept { return clockTime; });
@@ -23,8 +22,6 @@ TEST(Logger, KeepsWhatReachesTheThresholdWithTheTimeSinceItsStart) {
     logger.log(LogProgress, "host sent %d frames", 64);
     clockTime += 700.0 * 3600.0;
     logger.logError(LogError, ErrorPrefsKeyNotFound("Preferences::get", "LogLevel"));
-    for (int frames : {512, 512})
-        logger.watch(LogMachine, "host blocksize", frames);
     logger.log(LogProgress, std::string_view("100 % whole, cut", 11));
     folder.close();
     platform::setHighResolutionClock(nullptr);
@@ -33,7 +30,6 @@ TEST(Logger, KeepsWhatReachesTheThresholdWithTheTimeSinceItsStart) {
                             "01:02:03:004 |host sent 64 frames",
                             "701:02:03:004 |!! Preferences key 'LogLevel' not "
                             "found [EPKNF] at Preferences::get",
-                            "701:02:03:004 |host blocksize is now 512",
                             "701:02:03:004 |100 % whole", "701:02:03:004 |log closed"));
 }
 

@@ -308,8 +308,8 @@ private:
                 desktop_.point(window, static_cast<platform::PointerEvent>(event), spot());
             },
         };
-        const auto act = user_.ConsumeIntegralInRange<std::size_t>(0, 14);
-        acts[std::min(act, std::size(acts) - 1)]();
+        const auto which = user_.ConsumeIntegralInRange<std::size_t>(0, 14);
+        acts[std::min(which, std::size(acts) - 1)]();
     }
 
     // Half of the keys are those that the interface itself does something about.

@@ -13,7 +13,6 @@ TEST(HostInterface, KnowsHostsByTheirNames) {
     const std::tuple<const char*, HostType, const char*> hosts[] = {
         {"Fruity Wrapper", HostType::FLStudio, "FL Studio"},
         {"Nuendo and Cubase", HostType::Cubase, "Cubase"},
-        {"Vst2Rtas2", HostType::ProTools, "ProTools"},
         {"REAPERx64", HostType::Reaper, "REAPER"},
         {"reaper", HostType::Other, "your host (reaper)"},
     };
