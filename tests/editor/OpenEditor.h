@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
 #include <map>
 #include <memory>
@@ -72,21 +73,31 @@ struct ProbeManager : ControlManager {
     std::unique_ptr<Control> createControl(const Dictionary& dictionary,
                                            const std::string& className, const Parameter* parameter,
                                            Editor& editor) const override {
-        if (className == "Probe")
-            return std::make_unique<Probe>(editor);
-        return ControlManager::createControl(dictionary, className, parameter, editor);
+        const auto found = classes.find(className);
+        return found != classes.end()
+                   ? found->second(editor)
+                   : ControlManager::createControl(dictionary, className, parameter, editor);
     }
+    std::map<std::string, std::function<std::unique_ptr<Control>(Editor&)>> classes;
 };
 
 struct TestedEditor : Editor {
     explicit TestedEditor(Plugin& plugin) : Editor(plugin, plugin.moduleAt(0), nullptr) {
-        manager_ = std::make_unique<ProbeManager>(*this);
+        auto manager = std::make_unique<ProbeManager>(*this);
+        classes = &manager->classes;
+        manager_ = std::move(manager);
+        addClass<Probe>("Probe");
         tuneIn(&listened);
     }
     std::shared_ptr<Bitmap> getBitmap(const std::string& id) const override {
         const auto found = bitmaps.find(id);
         return found != bitmaps.end() ? found->second : nullptr;
     }
+    template <typename T>
+    void addClass(const std::string& name) {
+        (*classes)[name] = [](Editor& editor) { return std::make_unique<T>(editor); };
+    }
+    std::map<std::string, std::function<std::unique_ptr<Control>(Editor&)>>* classes = nullptr;
     std::map<std::string, std::shared_ptr<Bitmap>> bitmaps;
     Radio listened{nullptr};
 };
@@ -128,12 +139,13 @@ protected:
         };
     }
 
-    /// Of the list "controls" in a background of 100 by 80.
-    static std::string skin(const std::string& controls) {
-        return "<dict>" + Header +
-               "<controls><c class='Probe' id='special::background' width='100' height='80' "
-               "label='' focusable='false'><controls>" +
-               controls + "</controls></c></controls></dict>";
+    /// Of the list "controls" in a background of 100 by 80, or what its keys say.
+    static std::string skin(
+        const std::string& controls,
+        const std::string& background =
+            "class='Probe' width='100' height='80' label='' focusable='false'") {
+        return "<dict>" + Header + "<controls><c id='special::background' " + background +
+               "><controls>" + controls + "</controls></c></controls></dict>";
     }
     bool load(const std::string& text) {
         files.write("Controls.xml", text);
@@ -151,18 +163,36 @@ protected:
                 return dynamic_cast<T&>(*control);
         throw std::runtime_error("no control " + id);
     }
+    /// Frames of one size, in columns and rows; each place's red, green, blue and alpha.
+    Bitmap& addFrames(const std::string& id, Point frame, int columns, int rows,
+                      const std::function<std::array<int, 4>(int x, int y)>& colorAt) {
+        std::string rgba;
+        for (int y = 0; y < frame.y * rows; ++y)
+            for (int x = 0; x < frame.x * columns; ++x)
+                for (const int byte : colorAt(x, y))
+                    rgba += static_cast<char>(byte);
+        std::istringstream stream(test::pngFile(static_cast<png_uint_32>(frame.x * columns),
+                                                static_cast<png_uint_32>(frame.y * rows), rgba));
+        auto bitmap = std::make_shared<Bitmap>();
+        EXPECT_TRUE(bitmap->load(stream).isOk());
+        bitmap->setFrames({0, 0, frame.x, frame.y}, columns, rows);
+        editor->bitmaps[id] = bitmap;
+        return *bitmap;
+    }
     /// 10 by 8, a half of it transparent.
     void addBitmap(const std::string& id, const std::string& glyphs = {}) {
-        std::string rgba;
-        for (int i = 0; i < 10 * 8; ++i)
-            for (const int byte : {i * 3, 120, 255 - i, i % 10 < 5 ? 255 : 0})
-                rgba += static_cast<char>(byte);
-        std::istringstream stream(test::pngFile(10, 8, rgba));
-        auto bitmap = std::make_shared<Bitmap>();
-        ASSERT_TRUE(bitmap->load(stream).isOk());
-        bitmap->setFrames({0, 0, 5, 8}, 2, 1);
-        bitmap->setGlyphs(glyphs);
-        editor->bitmaps[id] = bitmap;
+        addFrames(id, {5, 8}, 2, 1, [](int x, int y) {
+            const int i = 10 * y + x;
+            return std::array{i * 3, 120, 255 - i, x < 5 ? 255 : 0};
+        }).setGlyphs(glyphs);
+    }
+    /// As the control is at this moment, without ticks of timers.
+    static std::unique_ptr<Canvas> draw(Control& control, float scale = 1.0f) {
+        const Rect area = control.getLocalRect();
+        auto canvas = std::make_unique<Canvas>(area, scale);
+        canvas->beginFrame(area);
+        control.draw(*canvas, area);
+        return canvas;
     }
     /// A key that is pressed and let go; whether the press was used.
     bool press(std::int32_t key, std::set<int> held = {}) {
@@ -177,6 +207,10 @@ protected:
     platform::OffscreenDesktop::Window& window() { return *desktop.windows().back(); }
     void point(Pointer event, std::int32_t x = 0, std::int32_t y = 0) {
         desktop.point(window(), event, {x, y});
+    }
+    void click(std::int32_t x = 5, std::int32_t y = 5) {
+        point(Pointer::LeftDown, x, y);
+        point(Pointer::LeftUp, x, y);
     }
 
     /// What was offered where the user chose the text.
