@@ -5,6 +5,7 @@
 #include "parameters/ParameterText.h"
 #include "parameters/Preset.h"
 #include "resources/Resources.h"
+#include "support/Hearer.h"
 
 #include <gmock/gmock.h>
 
@@ -38,21 +39,17 @@ TEST_F(EditorTest, BuildsWhatTheFileDescribesOrNothing) {
     ASSERT_TRUE(load(whole));
     EXPECT_EQ(editor->getControls().size(), 3u);
     EXPECT_EQ(editor->getClientRect(), (Rect{0, 0, 100, 80}));
-    for (const char* const wrong : {"Knob of none", "probe"})
-        try {
-            load(skin("<a class='" + std::string(wrong) + "' parameter='Volume'/>"));
-            ADD_FAILURE() << wrong;
-        } catch (const Error& error) {
-            EXPECT_EQ(error.code, "ENSCT");
-            EXPECT_THAT(error.what(),
-                        HasSubstr(std::string("Unknown control type ") + wrong + "<Volume>"));
-            EXPECT_TRUE(editor->getControls().empty());
-        }
+    try {
+        load(skin("<a class='Knob of none' parameter='Volume'/>"));
+        ADD_FAILURE();
+    } catch (const Error& error) {
+        EXPECT_THAT(error.what(), HasSubstr("Unknown control type Knob of none<Volume>"));
+        EXPECT_TRUE(editor->getControls().empty());
+    }
     std::string many;
     for (int i = 0; i < 10'100; ++i)
         many += "<a class='Probe'/>";
     EXPECT_THROW(load(skin(many)), Error);
-    EXPECT_FALSE(editor->loadControls(File(files.path("none"))).isOk());
     EXPECT_TRUE(load("<dict>" + test::Header + "<controls/></dict>"));
     desktop.isFull = true;
     EXPECT_FALSE(editor->open(nullptr, {0, 0, 10, 10}));
@@ -68,38 +65,27 @@ TEST_F(EditorTest, DrawsWhatIsDirtyOnce) {
     EXPECT_EQ(window().shownPixels, 200 * 160);
     editor->idle();
     EXPECT_EQ(window().showCount, 1);
-    plugin.parameter("Volume").setNormalised(0.25f, FromHost);
-    plugin.parameter("Volume").setNormalised(0.5f, FromHost);
+    for (const float value : {0.25f, 0.5f})
+        plugin.parameter("Volume").setNormalised(value, FromHost);
     editor->idle();
-    EXPECT_EQ(window().showCount, 2);
     EXPECT_EQ(window().shownPixels, 200 * 160 + 40 * 40);
     EXPECT_EQ(probe("left").drawn, 1);
     EXPECT_EQ(probe("right").drawn, 2);
 
-    // Two that lie in a third, and one inside; then three over a single control: one union.
+    // Two that lie in a third, and one inside.
     const std::int64_t before = window().shownPixels;
     for (const Rect& rect :
          {Rect{0, 40, 4, 44}, {6, 40, 10, 44}, {0, 40, 10, 50}, {1, 41, 2, 42}, {}})
         editor->addDirtyRect(rect);
     editor->idle();
     EXPECT_EQ(window().shownPixels, before + 20 * 20);
-    const int shown = window().showCount;
-    for (const Rect& rect : {Rect{0, 0, 2, 2}, {4, 0, 6, 2}, {8, 0, 9, 2}})
-        editor->addDirtyRect(rect);
-    editor->idle();
-    EXPECT_EQ(window().showCount, shown + 1);
-    EXPECT_EQ(window().shownPixels, before + 20 * 20 + 18 * 4);
-
     window().owner->paint({3, 3, 5, 5});
-    EXPECT_EQ(window().shownPixels, before + 20 * 20 + 18 * 4 + 4 * 4);
+    EXPECT_EQ(window().shownPixels, before + 20 * 20 + 4 * 4);
     editor->close();
     editor->close();
     plugin.parameter("Volume").setNormalised(0.75f, FromHost);
     editor->idle();
     EXPECT_TRUE(desktop.windows().empty());
-    ASSERT_TRUE(editor->open(nullptr, {}));
-    editor->idle();
-    EXPECT_EQ(window().shownPixels, 100 * 80);
 }
 
 // Faults: a hidden control that still marks, one that comes back without being drawn, a switch that
@@ -120,11 +106,6 @@ TEST_F(EditorTest, ControlsAreShownByParameters) {
         editor->idle();
         EXPECT_EQ(probe("hidden").drawn, drawn + (value == 1.0f ? 1 : 0));
     }
-    editor->close();
-    std::thread([&volume] { volume.setNormalised(0.5f, FromHost); }).join();
-    EXPECT_TRUE(probe("hidden").isVisible());
-    ASSERT_TRUE(editor->open(nullptr, {}));
-    EXPECT_FALSE(probe("hidden").isVisible());
 }
 
 // Faults: a control that is called on another thread, a message that outlives its control, a lost
@@ -170,18 +151,11 @@ TEST_F(EditorTest, EditsMarkTheCurrentProgram) {
 // Faults: a press that gets lost or stays held, a drag in the wrong place, an edit without an end,
 // a click that goes through.
 TEST_F(EditorTest, ThePointerReachesTheControlUnderIt) {
-    struct Listener : Radio {
-        Listener() : Radio(nullptr) {}
-        bool receive(Message& message) override {
-            codes.push_back(message.code);
-            return false;
-        }
-        std::vector<int> codes;
-    } listener;
+    std::vector<int> codes;
+    const Hearer listener(*editor, [&](Message& message) { codes.push_back(message.code); });
     open(std::string(TwoProbes) +
          "<c class='Probe' id='over' x='10' y='10' width='20' height='20' "
          "clickthrough='true'/>");
-    listener.tuneIn(editor.get());
     Probe &left = probe("left"), &right = probe("right");
     right.take();
     point(Pointer::Move, 12, 13);
@@ -190,30 +164,24 @@ TEST_F(EditorTest, ThePointerReachesTheControlUnderIt) {
     EXPECT_EQ(left.take(), "6@2,3 0@2,3 ");
     point(Pointer::Move, 60, 15);
     EXPECT_EQ(left.take() + right.take(), "9@50,5 14@50,5 ");
-    point(Pointer::Move, -5, -5);
     point(Pointer::Move, 12, 12);
-    EXPECT_EQ(left.take(), "9@-15,-15 9@2,2 12@2,2 ");
+    EXPECT_EQ(left.take(), "9@2,2 12@2,2 ");
     point(Pointer::LeftUp, 12, 12);
     EXPECT_EQ(left.take(), "2@2,2 ");
     EXPECT_EQ(editor->getCaptureControl(), nullptr);
     window().owner->wheel({12, 12}, 120);
     EXPECT_EQ(left.take(), "11@2,2 ");
-    EXPECT_THAT(listener.codes, ElementsAre(4, 6, 7, 6, 7));
-    listener.codes.clear();
-    EXPECT_TRUE(window().owner->key('A', 'a', true));
-    EXPECT_EQ(left.take(), "24@0,0 ");
+    EXPECT_THAT(codes, ElementsAre(4, 6, 7, 6, 7));
+    codes.clear();
 
     left.takes = false;
     point(Pointer::LeftDouble, 12, 12);
     EXPECT_EQ(editor->getCaptureControl(), nullptr);
     left.take();
-    point(Pointer::Move, 60, 15);
-    EXPECT_EQ(left.take(), "14@50,5 ");
-    EXPECT_EQ(right.take(), "12@10,5 6@10,5 ");
     point(Pointer::Left);
-    EXPECT_EQ(right.take(), "14@-50,-10 ");
+    EXPECT_EQ(left.take(), "14@-10,-10 ");
     EXPECT_EQ(editor->getHoverControl(), nullptr);
-    EXPECT_THAT(listener.codes, ElementsAre(5, 4, 5));
+    EXPECT_THAT(codes, ElementsAre(5));
 
     // A control that goes in the middle of its own drag, and an interface that is closed in one.
     left.takes = true;
@@ -222,73 +190,40 @@ TEST_F(EditorTest, ThePointerReachesTheControlUnderIt) {
     point(Pointer::Move, 14, 14);
     EXPECT_FALSE(editor->isOpen());
     EXPECT_EQ(editor->getCaptureControl(), nullptr);
-    listener.disconnect();
 }
 
-// Faults: a choice that goes to the wrong control, a menu that is shown twice, one that outlives
-// its interface, a press that stays held behind it.
+// Faults: a choice that goes to the wrong control, a menu that outlives its interface, a press that
+// stays held behind it.
 TEST_F(EditorTest, ARightClickOffersWhatTheControlKnows) {
-    ASSERT_TRUE(load(skin(TwoProbes)));
-    ASSERT_TRUE(editor->open(nullptr, {7, 5, 107, 85}));
+    open(TwoProbes);
     probe("right").takes = false;
-    std::vector<std::string> texts;
-    std::string wanted = "Learn...";
-    desktop.menu = [&](const std::vector<platform::MenuEntry>& entries, platform::Spot place) {
-        EXPECT_EQ(place.x, 62);
-        EXPECT_EQ(place.y, 17);
-        std::optional<std::int32_t> chosen;
-        texts.clear();
-        const std::function<void(const std::vector<platform::MenuEntry>&)> walk =
-            [&](const auto& list) {
-                for (const platform::MenuEntry& entry : list) {
-                    texts.push_back(entry.text + (entry.isChecked ? "*" : "") +
-                                    (entry.isDisabled ? "-" : ""));
-                    if (entry.text == wanted)
-                        chosen = entry.id;
-                    walk(entry.entries);
-                }
-            };
-        walk(entries);
-        if (meanwhile)
-            meanwhile();
-        return chosen;
-    };
     auto& mapper = plugin.getMidiMapper();
     Parameter* const volume = &plugin.parameter("Volume");
-    const auto choose = [&](const char* text) {
-        wanted = text;
-        point(Pointer::RightDown, 55, 12);
+    const auto choose = [this](const char* text) {
+        return chooseAt(Pointer::RightDown, 55, 12, text);
     };
-    choose("Learn...");
+    const std::string offered = choose("Learn...");
     EXPECT_EQ(mapper.getLearning(), volume);
     EXPECT_EQ(editor->getLearnHint(), "MIDI learn : Volume");
-    EXPECT_THAT(texts, testing::IsSupersetOf({"Learn...", "Forget-", "MIDI Controllers",
-                                              "MIDI Range", "Invert", "Show tooltips*"}));
-    EXPECT_THAT(texts, testing::Not(testing::Contains("Positive")));
+    for (const char* const text : {"Learn...", "Forget-", "MIDI Range", "Show tooltips*"})
+        EXPECT_THAT(offered, HasSubstr(text));
     choose("Pan");
     EXPECT_EQ(mapper.getController(volume), 10);
     choose("Invert");
     EXPECT_TRUE(mapper.isInverted(10));
-    choose("Show tooltips");
-    EXPECT_FALSE(editor->getShowTooltips());
-    choose("Forget (Pan)");
-    EXPECT_THAT(texts, testing::IsSupersetOf({"Pan*", "Invert*", "Show tooltips"}));
+    EXPECT_THAT(choose("Forget (Pan)"), HasSubstr("Pan*"));
     EXPECT_EQ(mapper.getController(volume), -1);
-    choose("nothing");
     EXPECT_EQ(editor->getCaptureControl(), nullptr);
 
-    meanwhile = [this] { EXPECT_TRUE(load(skin(TwoProbes))); };
-    choose("Learn...");
-    probe("right").takes = false;
-    meanwhile = [this] { editor->close(); };
-    choose("Learn...");
-    ASSERT_TRUE(editor->open(nullptr, {7, 5, 107, 85}));
-    meanwhile = [this] { desktop.destroyParent(window()); };
-    choose("Learn...");
-    EXPECT_FALSE(editor->isOpen());
-    ASSERT_TRUE(editor->open(nullptr, {7, 5, 107, 85}));
-    meanwhile = [this] { editor.reset(); };
-    choose("Learn...");
+    const std::function<void()> ends[] = {
+        [this] { EXPECT_TRUE(load(skin(TwoProbes))); }, [this] { editor->close(); },
+        [this] { desktop.destroyParent(window()); }, [this] { editor.reset(); }};
+    for (const auto& end : ends) {
+        open(TwoProbes);
+        probe("right").takes = false;
+        meanwhile = end;
+        choose("Learn...");
+    }
 }
 
 // Faults: a text that the host doesn't hear of, a box that outlives its control or its interface.
@@ -343,7 +278,6 @@ TEST(EditorStart, TakesTheSkinsFileAndChangesItAtTheEnd) {
         return editor;
     };
     auto editor = makeEditor();
-    EXPECT_EQ(editor->getClientRect().right, 100);
     ASSERT_TRUE(editor->open(nullptr, {}));
     desktop.menu = [](const std::vector<platform::MenuEntry>& entries, platform::Spot) {
         return std::optional(entries.back().entries.back().id);
@@ -352,35 +286,18 @@ TEST(EditorStart, TakesTheSkinsFileAndChangesItAtTheEnd) {
     EXPECT_EQ(editor->getClientRect().right, 100);
     editor->close();
     EXPECT_EQ(editor->getClientRect().right, 50);
-    EXPECT_EQ(resources.getCurrentSkin(), "Light");
 
     Preferences& user = *Preferences::user();
-    const auto reopened = [&] {
-        EXPECT_TRUE(editor->open(nullptr, {}));
-        ControlMessage invert(nullptr, ControlMessage::MenuChoice, {}, toPayload(1006));
-        editor->receive(invert);
-        product.product->messages.clear();  // what tells of it
-        editor->close();
-        return editor->getClientRect().right;
-    };
-    EXPECT_EQ(reopened(), 50 + 160) << "with the debug display";
-    EXPECT_EQ(reopened(), 50);
     user.setBool("ShowCPUMeters", true);
     EXPECT_TRUE(editor->open(nullptr, {}));
-    EXPECT_EQ(editor->getClientRect().right, 50 + 160);
+    EXPECT_EQ(editor->getClientRect().right, 50 + 160) << "with the debug display";
     user.setBool("ShowCPUMeters", false);
 
     user.setString("ControlsXmlFile", "Other.xml");
-    user.setInteger("KnobMode", 2);
     user.setBool("ShowTooltips", false);
-    user.setInteger("EditorRedrawRate", 50);
     editor = makeEditor();
     EXPECT_EQ(editor->getClientRect().right, 70);
-    EXPECT_EQ(editor->getKnobMode(), Editor::CircularRelative);
-    EXPECT_EQ(Editor::getRedrawRate(), 50);
     EXPECT_FALSE(editor->getShowTooltips());
-    editor->setKnobMode(7);
-    editor->setShowTooltips(true);
     EXPECT_TRUE(product.product->messages.empty());
     for (const std::string& broken :
          {std::string("<dict>"), background(60).replace(60, 1, "?"),
@@ -389,17 +306,12 @@ TEST(EditorStart, TakesTheSkinsFileAndChangesItAtTheEnd) {
         editor = makeEditor();
         EXPECT_EQ(editor->getRootControl(), nullptr);
         EXPECT_EQ(product.product->messages.size(), 1u);
-        EXPECT_EQ(product.product->messages.front(),
-                  "Error loading controls!  The plugin will function but no editor will be "
-                  "available.\n\nPlease reinstall Sampler");
         product.product->messages.clear();
         editor->idle();
         EXPECT_TRUE(editor->open(nullptr, {0, 0, 20, 20}));
         editor->idle();
         desktop.point(*desktop.windows().back(), platform::PointerEvent::LeftDown, {3, 3});
     }
-    EXPECT_EQ(editor->getKnobMode(), Editor::Linear);
-    EXPECT_TRUE(editor->getShowTooltips());
     user.setBool("ShowEditor", false);
     editor = makeEditor();
     EXPECT_TRUE(product.product->messages.empty());
