@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <sstream>
 #include <thread>
 
 namespace tarn {
@@ -160,6 +161,42 @@ TEST_F(MetersTest, StandsWhateverSkinAndParameterAre) {
         if (dynamic_cast<ControlVUMeter*>(each) != nullptr)
             tick(*each, 1.0);
         EXPECT_NE(draw(*each), nullptr);
+    }
+}
+
+// Faults: an LED that is lit at another level than its own, or from the wrong end.
+TEST_F(MetersTest, LedsAreLitUpToThePeak) {
+    struct Row {
+        const char* values;
+        float dB;
+        std::size_t count;
+    };
+    const Row rows[] = {
+        {"", -10.0f, 0},      {"", -9.4f, 1},
+        {"", -8.9f, 1},       {"", -3.0f, 3},
+        {"", -0.6f, 3},       {"", -0.4f, 4},
+        {"-2", -5.4f, 1},     {"-2", -4.4f, 2},
+        {"-2", -2.0f, 4},     {"-6", -3.0f, 0},
+        {"0 -10", -25.0f, 1}, {"0 -10", -19.6f, 2},
+        {"0 -10", -10.0f, 3}, {"-1 -2 -3 -50 -51", -49.0f, 1},
+    };
+    for (const Row& row : rows) {
+        std::string values;
+        std::istringstream list(row.values);
+        for (std::string value; list >> value;)
+            values += "<v value='" + value + "'/>";
+        setDecibels(-200.0f);
+        const std::string inside = values.empty() ? "" : "<values>" + values + "</values>";
+        open(meter("VUMeterLED", "id='m' parameter='Volume' width='8' height='16' handle='leds'",
+                   inside) +
+             meter("VUMeterLED", "id='w' parameter='Volume' width='16' height='8' handle='row'",
+                   inside));
+        setDecibels(row.dB);
+        EXPECT_EQ(shown(probe<Control>("m")),
+                  std::string(16 - 4 * row.count, '.') + std::string(4 * row.count, '#'))
+            << row.values << ", " << row.dB;
+        EXPECT_EQ(shown(probe<Control>("w")),
+                  std::string(4 * row.count, '#') + std::string(16 - 4 * row.count, '.'));
     }
 }
 

@@ -2,6 +2,8 @@
 #include "editor/ControlValue.h"
 #include "editor/OpenEditor.h"
 
+#include <gmock/gmock.h>
+
 #include <array>
 #include <cmath>
 
@@ -9,6 +11,7 @@ namespace tarn {
 namespace {
 
 using test::EditorTest;
+using testing::HasSubstr;
 
 const std::string Settings =
     "<dict>" + test::Header +
@@ -157,6 +160,46 @@ TEST_F(ValueControlsTest, TheWheelAndTheKeysMakeSteps) {
         EXPECT_NEAR(value(parameter), end, 1e-5f) << parameter << " " << keys << " " << amount;
         close();
     }
+}
+
+// Faults: a knob that turns the other way or jumps where the circle closes, a choice that isn't
+// kept.
+TEST_F(ValueControlsTest, AKnobTurnsAsTheUserPrefers) {
+    show("class='Knob' parameter='Volume'");
+    const auto choose = [this](const std::string& text) {
+        user = {text, {}};
+        point(Pointer::RightDown, 15, 15);
+        return user.offered;
+    };
+    EXPECT_THAT(choose("Circular"), HasSubstr("Knob Mode[Linear*,Circular,"));
+    EXPECT_THAT(choose("Circular Relative"), HasSubstr("Knob Mode[Linear,Circular*,"));
+    const Point top{15, 5}, right{25, 15}, bottom{15, 25}, left{5, 15};
+    const auto follow = [this](Point from, std::initializer_list<std::pair<Point, float>> path) {
+        plugin.parameter("Volume").setNormalised(0.5f, FromHost);
+        point(Pointer::LeftDown, from.x, from.y);
+        for (const auto& [to, end] : path) {
+            point(Pointer::Move, to.x, to.y);
+            EXPECT_NEAR(value("Volume"), end, 1e-4f) << to.x << ", " << to.y;
+        }
+        point(Pointer::LeftUp, from.x, from.y);
+    };
+    follow(right, {{bottom, 0.7733f},
+                   {left, 1.0f},
+                   {top, 1.0f},
+                   {left, 1.0f},
+                   {bottom, 0.7733f},
+                   {right, 0.5f},
+                   {top, 0.2267f},
+                   {left, 0.0f},
+                   {top, 0.2267f}});
+    editor->setKnobMode(Editor::Circular);
+    follow(top, {{top, 0.5f}, {right, 0.8333f}, {left, 0.1667f}, {{24, 24}, 1.0f}});
+    close();
+    show("class='Knob' parameter='Volume' minangle='-90' maxangle='90'");
+    follow(top, {{right, 1.0f}, {{22, 8}, 0.75f}});
+    close();
+    show("class='Knob' parameter='Volume' minangle='90' maxangle='90'");
+    follow({15, 15}, {{{15, 5}, 0.51f}});
 }
 
 // Faults: a box that opens where the user slid off or dragged, a text parameter that a drag
