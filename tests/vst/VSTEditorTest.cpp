@@ -35,6 +35,7 @@ namespace {
 
 using Pointer = platform::PointerEvent;
 
+std::atomic<double> now;  // of the clock that some tests set; timers of the process read it too
 std::vector<std::pair<VstInt32, VstInt32>> edits;  // opcodes of the host, with the parameter
 
 VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32 index, VstIntPtr, void*, float) {
@@ -105,14 +106,13 @@ protected:
 // In all states, each at the size at which it is easiest looked at. Faults: a text, a lamp or a
 // level in the wrong place or colour, an image that is missing or blurred.
 TEST_F(HostedEditor, PictureOfEveryState) {
-    static double now;
     now = 1000.0;
-    platform::setHighResolutionClock([]() noexcept { return now; });
+    platform::setHighResolutionClock([]() noexcept { return now.load(); });
     const test::HostedEffect effect = load();
     effect.call(effSetSampleRate, 0, 0, nullptr, 48'000.0f);
     effect.run();
     const auto tick = [this](float seconds) {
-        now += seconds;
+        now = now + seconds;
         window().owner->tick();
     };
     const auto play = [&](const std::vector<float>& peaks) {
@@ -172,9 +172,8 @@ TEST_F(HostedEditor, PictureOfEveryState) {
 // What docs/skins.md tells, as an interface. Faults: an example that doesn't load, a class that is
 // told and not there, or draws nothing.
 TEST_F(HostedEditor, PictureOfThePageOnSkins) {
-    static double now;
     now = 1000.0;
-    platform::setHighResolutionClock([]() noexcept { return now; });
+    platform::setHighResolutionClock([]() noexcept { return now.load(); });
     std::string page;
     ASSERT_TRUE(File(DOCS "/skins.md").contents(page, std::size_t{1} << 20));
     const test::ScratchFolder files;
@@ -187,7 +186,7 @@ TEST_F(HostedEditor, PictureOfThePageOnSkins) {
         ASSERT_TRUE(open(effect));
         effect.play(test::Channel(64, 0.3f));
         window().owner->tick();
-        now += 0.05;
+        now = now + 0.05;
         TimerMessage timer(nullptr, TimerMessage::Tick, fourCharacterCode("CVUt"), 0);
         for (Control* const control : editor.getControls())
             if (dynamic_cast<ControlVUMeter*>(control) != nullptr)
