@@ -56,12 +56,7 @@ void ControlVUMeter::initialize() {
 
 void ControlVUMeter::importDictionary(const Dictionary& dictionary) {
     ControlValue::importDictionary(dictionary);
-    if (std::string handle; dictionary.getString("handle", handle))
-        meterBitmap_ = editor().getBitmap(handle);
-    if (meterBitmap_ && !rect_.hasArea()) {
-        const Point size = meterBitmap_->getFrameSize();
-        setSize({0, 0, size.x, size.y});
-    }
+    meterBitmap_ = readHandle(dictionary);
     dictionary.getBool("attenuation", attenuation_);
 }
 

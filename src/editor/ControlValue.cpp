@@ -1,5 +1,6 @@
 #include "editor/ControlValue.h"
 
+#include "editor/Editor.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Message.h"
 #include "parameters/Parameter.h"
@@ -105,6 +106,17 @@ void ControlValue::readScaling(const Dictionary& dictionary) {
     for (std::size_t i = 0; i < scaling_.size() && last > 0.0f; ++i)
         if (scaling_[i].position == 0.0f)
             scaling_[i].position = static_cast<float>(i) / last;
+}
+
+std::shared_ptr<Bitmap> ControlValue::readHandle(const Dictionary& dictionary) {
+    std::string id;
+    dictionary.getString("handle", id);
+    std::shared_ptr<Bitmap> strip = id.empty() ? nullptr : editor().getBitmap(id);
+    if (strip && !rect_.hasArea()) {
+        const Point size = strip->getFrameSize();
+        setSize({0, 0, size.x, size.y});
+    }
+    return strip;
 }
 
 void ControlValue::exportDictionary(Dictionary& dictionary) const {

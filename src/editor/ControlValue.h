@@ -6,6 +6,7 @@
 #include "editor/Control.h"
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace tarn {
@@ -38,6 +39,10 @@ protected:
     // last one's holds beyond it; and the position of a value, from 0 to 1.
     float valueAt(float position) const;
     float positionOf(float value) const;
+
+    /// The strip that the key "handle" names, null if there is none; a control without a size takes
+    /// that of a frame.
+    std::shared_ptr<Bitmap> readHandle(const Dictionary& dictionary);
 
     /// Of the parameter's normalised range; 0 without a parameter, and for one without steps.
     float step() const;

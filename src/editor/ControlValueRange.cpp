@@ -17,13 +17,8 @@ ControlValueRange::ControlValueRange(Editor& editor) : ControlValue(editor) {
 
 void ControlValueRange::importDictionary(const Dictionary& dictionary) {
     ControlValue::importDictionary(dictionary);
+    handleBitmap_ = readHandle(dictionary);
     std::string text;
-    if (dictionary.getString("handle", text))
-        handleBitmap_ = editor().getBitmap(text);
-    if (handleBitmap_ && !rect_.hasArea()) {
-        const Point size = handleBitmap_->getFrameSize();
-        setSize({0, 0, size.x, size.y});
-    }
     if (bool isHorizontal = false; dictionary.getBool("horizontal", isHorizontal))
         vertical_ = !isHorizontal;
     if (dictionary.getString("direction", text)) {

@@ -27,13 +27,8 @@ std::int32_t partOf(std::int32_t length, float position) {
 
 void ControlValueSlider::importDictionary(const Dictionary& dictionary) {
     ControlValue::importDictionary(dictionary);
+    handleBitmap_ = readHandle(dictionary);
     std::string text;
-    if (dictionary.getString("handle", text))
-        handleBitmap_ = editor().getBitmap(text);
-    if (handleBitmap_ && !rect_.hasArea()) {
-        const Point size = handleBitmap_->getFrameSize();
-        setSize({0, 0, size.x, size.y});
-    }
     if (dictionary.getString("direction", text)) {
         if (text == "bottomfill")
             direction_ = Direction::BottomFill;
