@@ -1,6 +1,5 @@
 #include "drawing/Canvas.h"
 
-#include "drawing/FontFace.h"
 #include "drawing/FontLibrary.h"
 #include "foundation/Logger.h"
 
@@ -22,20 +21,16 @@ constexpr std::int32_t MostPixelsASide = 16'384;
 constexpr std::int64_t MostPixels = std::int64_t{1} << 24;
 constexpr std::int64_t MostPixelsTogether = 4 * MostPixels;  // with all parents' pictures
 constexpr double Farthest = 1e6;                             // that a rectangle reaches
-constexpr double FarthestPoint = 32'768;   // of a path: what the products of cairo's numbers hold
-constexpr std::size_t MostLetters = 4096;  // of a text that is drawn
-constexpr float FullAlpha = 0.99f;         // from here on a copy is drawn as it is
+constexpr double FarthestPoint = 32'768;  // of a path: what the products of cairo's numbers hold
+constexpr float FullAlpha = 0.99f;        // from here on a copy is drawn as it is
 constexpr double MiddleOfPixel = 0.5;
 constexpr float MostScale = 256.0f;
-constexpr float MostFontPixels = 1000.0f;
 
 struct Destroy {
     void operator()(cairo_t* context) const { cairo_destroy(context); }
     void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
     void operator()(cairo_pattern_t* pattern) const { cairo_pattern_destroy(pattern); }
     void operator()(cairo_path_t* path) const { cairo_path_destroy(path); }
-    void operator()(cairo_scaled_font_t* font) const { cairo_scaled_font_destroy(font); }
-    void operator()(cairo_font_options_t* options) const { cairo_font_options_destroy(options); }
 };
 template <typename T>
 using Handle = std::unique_ptr<T, Destroy>;
@@ -83,6 +78,7 @@ Handle<cairo_surface_t> surfaceOf(const PixelsData& pixels, const Rect& part,
 struct Canvas::Cairo {
     Handle<cairo_surface_t> surface;
     Handle<cairo_t> context;
+    bool isClipped = false;
 };
 
 Canvas::Canvas() = default;
@@ -153,8 +149,7 @@ void Canvas::present() {
         return;
     const View former = frames_.back();
     const Rect whole{0, 0, pixels_ ? pixels_->getWidth() : 0, pixels_ ? pixels_->getHeight() : 0};
-    setView({{}, view_.bounds, view_.bounds, 1.0f, 1.0f});
-    const Rect part = common(toDevice(view_.bounds, Rounding::Outward), whole);
+    const Rect part = common(toDevice(view_.bounds, Rounding::Outward, {}), whole);
     frames_.pop_back();
     setView(former);
     if (window_ != nullptr && !isNothing(part))
@@ -182,17 +177,23 @@ void Canvas::popChild() {
 
 void Canvas::setView(const View& view) {
     view_ = view;
-    if (cairo_ == nullptr)
-        return;
-    const View local = view_;
-    view_ = {};
-    const Rect device = toDevice(common(local.bounds, local.clip), Rounding::Outward);
-    view_ = local;
+    if (cairo_ != nullptr)
+        cairo_->isClipped = false;
+}
+
+// Clipped by what the view says now, which changes more often than anything is drawn in it.
+cairo_t* Canvas::context() const {
     cairo_t* const cr = cairo_->context.get();
+    if (cairo_->isClipped)
+        return cr;
+    cairo_->isClipped = true;
+    const Rect clip = common(view_.bounds, view_.clip);
+    const Rect device = toDevice(clip, Rounding::Outward, {});
     cairo_reset_clip(cr);
     cairo_identity_matrix(cr);
     cairo_rectangle(cr, device.left, device.top, widthOf(device), heightOf(device));
     cairo_clip(cr);
+    return cr;
 }
 
 void Canvas::offsetOrigin(Point by) {
@@ -247,12 +248,16 @@ Rect Canvas::toArea(const Rect& rect) const {
 }
 
 Rect Canvas::toDevice(const Rect& rect, Rounding rounding) const {
+    return toDevice(rect, rounding, view_);
+}
+
+Rect Canvas::toDevice(const Rect& rect, Rounding rounding, const View& view) const {
     const double scale = deviceScale_;
     const auto x = [&](std::int32_t value) {
-        return (view_.origin.x + double{view_.scaleX} * value) * scale - deviceOrigin_.x;
+        return (view.origin.x + double{view.scaleX} * value) * scale - deviceOrigin_.x;
     };
     const auto y = [&](std::int32_t value) {
-        return (view_.origin.y + double{view_.scaleY} * value) * scale - deviceOrigin_.y;
+        return (view.origin.y + double{view.scaleY} * value) * scale - deviceOrigin_.y;
     };
     if (rounding == Rounding::Nearest)
         return {whole(std::floor(x(rect.left) + 0.5)), whole(std::floor(y(rect.top) + 0.5)),
@@ -267,18 +272,18 @@ void Canvas::useSkinPixels(double shift) const {
     cairo_matrix_init(&matrix, scale * view_.scaleX, 0, 0, scale * view_.scaleY,
                       (view_.origin.x + shift * view_.scaleX) * scale - deviceOrigin_.x,
                       (view_.origin.y + shift * view_.scaleY) * scale - deviceOrigin_.y);
-    cairo_set_matrix(cairo_->context.get(), &matrix);
+    cairo_set_matrix(context(), &matrix);
 }
 
 void Canvas::setSource(const Color& color) const {
-    cairo_set_source_rgba(cairo_->context.get(), color.getRed(), color.getGreen(), color.getBlue(),
+    cairo_set_source_rgba(context(), color.getRed(), color.getGreen(), color.getBlue(),
                           color.getAlpha() * getGlobalAlpha());
 }
 
 void Canvas::fillDevice(const Rect& device, const Color& color) const {
     if (color.isNone() || isNothing(device))
         return;
-    cairo_t* const cr = cairo_->context.get();
+    cairo_t* const cr = context();
     cairo_identity_matrix(cr);
     setSource(color);
     cairo_new_path(cr);
@@ -314,61 +319,6 @@ void Canvas::frameRect(const Rect& rect) {
 
 namespace {
 
-bool isAntialiased(const Font& font) {
-    return (font.alignment & Font::NotAntialiased) == 0;
-}
-
-Handle<cairo_scaled_font_t> scaledFont(const FontFace& face, double pixels, bool isSmooth) {
-    const Handle<cairo_font_options_t> options(cairo_font_options_create());
-    cairo_font_options_set_hint_style(options.get(), CAIRO_HINT_STYLE_SLIGHT);
-    cairo_font_options_set_hint_metrics(options.get(), CAIRO_HINT_METRICS_ON);
-    cairo_font_options_set_antialias(options.get(),
-                                     isSmooth ? CAIRO_ANTIALIAS_GRAY : CAIRO_ANTIALIAS_NONE);
-    cairo_matrix_t size, identity;
-    cairo_matrix_init_scale(&size, pixels, pixels);
-    cairo_matrix_init_identity(&identity);
-    return Handle<cairo_scaled_font_t>(
-        cairo_scaled_font_create(face.getCairo(), &size, &identity, options.get()));
-}
-
-// A line of text, ready to be drawn from its top left, in the screen's pixels.
-struct Line {
-    struct Part {
-        Handle<cairo_scaled_font_t> font;
-        std::vector<cairo_glyph_t> glyphs;
-    };
-    std::vector<Part> parts;
-    double width = 0.0;
-    double ascent = 0.0;
-    double descent = 0.0;
-};
-
-// The caller holds the library's lock.
-Line layOut(const Font& font, double scale, std::string_view text) {
-    std::string letters(text.substr(0, MostLetters));
-    for (char& letter : letters)
-        if (letter >= 0 && letter < ' ')
-            letter = ' ';
-    Line line;
-    const double pixels = std::clamp(font.size * scale, 1.0, double{MostFontPixels});
-    for (const FontLibrary::Run& run : FontLibrary::get().layOut(font, letters)) {
-        Line::Part part{scaledFont(*run.face, pixels, isAntialiased(font)), {}};
-        cairo_font_extents_t extents{};
-        cairo_scaled_font_extents(part.font.get(), &extents);
-        line.ascent = std::max(line.ascent, extents.ascent);
-        line.descent = std::max(line.descent, extents.descent);
-        for (const std::uint32_t number : run.glyphs) {
-            const cairo_glyph_t glyph{number, line.width, 0.0};
-            cairo_text_extents_t advance{};
-            cairo_scaled_font_glyph_extents(part.font.get(), &glyph, 1, &advance);
-            part.glyphs.push_back(glyph);
-            line.width += std::round(advance.x_advance);
-        }
-        line.parts.push_back(std::move(part));
-    }
-    return line;
-}
-
 template <typename Visit>
 void forEachLine(std::string_view text, Visit visit) {
     for (std::size_t from = 0; from <= text.size();) {
@@ -387,15 +337,10 @@ void Canvas::drawText(std::string_view text, const Rect& rect, std::int32_t flag
     fillDevice(device, textBackground_);
     if (flags == 0)
         flags = font_.alignment;
-    cairo_t* const cr = cairo_->context.get();
-    cairo_save(cr);
-    cairo_identity_matrix(cr);
-    cairo_new_path(cr);
-    cairo_rectangle(cr, device.left, device.top, widthOf(device), heightOf(device));
-    cairo_clip(cr);
+    cairo_identity_matrix(context());
     setSource(text_);
     if ((flags & Font::Multiline) == 0) {
-        drawLine(text, device, flags);
+        drawLine(text, device, flags, device);
     } else {
         const double height = double{font_.lineHeight} * deviceScale_ * view_.scaleY;
         double count = 0.0;
@@ -407,44 +352,63 @@ void Canvas::drawText(std::string_view text, const Rect& rect, std::int32_t flag
                 drawLine(line,
                          {device.left, whole(std::round(top)), device.right,
                           whole(std::round(top + height))},
-                         flags | Font::CenterVertical);
+                         flags | Font::CenterVertical, device);
             top += height;
         });
     }
-    cairo_restore(cr);
 }
 
-void Canvas::drawLine(std::string_view line, const Rect& device, std::int32_t flags) const {
-    const std::lock_guard<Mutex> inside(FontLibrary::get().lock());
-    Line letters = layOut(font_, double{deviceScale_} * view_.scaleY, line);
+// Places the line in the rectangle, and cuts it at the box's edges, where it reaches them.
+void Canvas::drawLine(std::string_view text, const Rect& device, std::int32_t flags,
+                      const Rect& box) {
+    FontLibrary& fonts = FontLibrary::get();
+    const std::lock_guard<Mutex> inside(fonts.lock());
+    const FontLibrary::Line& line = fonts.layOut(font_, double{deviceScale_} * view_.scaleY, text);
     double x = device.left;
     if ((flags & Font::Right) != 0)
-        x = device.right - letters.width;
+        x = device.right - line.width;
     else if ((flags & Font::CenterHorizontal) != 0)
-        x += std::floor((widthOf(device) - letters.width) / 2);
-    const double height = letters.ascent + letters.descent;
+        x += std::floor((widthOf(device) - line.width) / 2);
+    const double height = line.ascent + line.descent;
     const bool isCentered =
         (flags & (Font::CenterVertical | (Font::CenteredLine & ~Font::CenterHorizontal))) != 0;
     const double top = isCentered ? std::floor((heightOf(device) - height) / 2) : 0.0;
-    const double baseline = std::round(device.top + top + letters.ascent);
-    for (Line::Part& part : letters.parts) {
-        for (cairo_glyph_t& glyph : part.glyphs) {
-            glyph.x += x;
-            glyph.y = baseline;
-        }
-        cairo_set_scaled_font(cairo_->context.get(), part.font.get());
-        cairo_show_glyphs(cairo_->context.get(), part.glyphs.data(),
-                          static_cast<int>(part.glyphs.size()));
+    const double baseline = std::round(device.top + top + line.ascent);
+    constexpr double Smoothing = 1.0;  // what an edge may add to the ink
+    const bool isCut = x + line.inkLeft - Smoothing < box.left ||
+                       x + line.inkRight + Smoothing > box.right ||
+                       baseline + line.inkTop - Smoothing < box.top ||
+                       baseline + line.inkBottom + Smoothing > box.bottom;
+    cairo_t* const cr = context();
+    if (isCut) {
+        cairo_save(cr);
+        cairo_new_path(cr);
+        cairo_rectangle(cr, box.left, box.top, widthOf(box), heightOf(box));
+        cairo_clip(cr);
     }
+    std::vector<cairo_glyph_t> glyphs;
+    for (const FontLibrary::Run& run : line.runs) {
+        glyphs.clear();
+        for (const FontLibrary::Glyph& glyph : run.glyphs)
+            glyphs.push_back({glyph.number, x + glyph.x, baseline});
+        cairo_set_scaled_font(cr, run.font.get());
+        cairo_show_glyphs(cr, glyphs.data(), static_cast<int>(glyphs.size()));
+    }
+    if (isCut)
+        cairo_restore(cr);
 }
 
 Rect Canvas::measureText(std::string_view text) const {
-    const std::lock_guard<Mutex> inside(FontLibrary::get().lock());
-    const double scale = double{deviceScale_} * view_.scaleY;
+    return measureText(font_, text, double{deviceScale_} * view_.scaleY);
+}
+
+Rect Canvas::measureText(const Font& font, std::string_view text, double scale) {
+    FontLibrary& fonts = FontLibrary::get();
+    const std::lock_guard<Mutex> inside(fonts.lock());
     double width = 0.0, height = 0.0;
     forEachLine(text, [&](std::string_view line) {
-        width = std::max(width, layOut(font_, scale, line).width);
-        height += font_.lineHeight;
+        width = std::max(width, fonts.layOut(font, scale, line).width);
+        height += font.lineHeight;
     });
     return {0, 0, whole(std::ceil(width / scale)), whole(std::ceil(height))};
 }
@@ -521,18 +485,19 @@ void Canvas::composite(const PixelsData& pixels, const Rect& source, const Rect&
     const bool isScaled = widthOf(there) != widthOf(target) || heightOf(there) != heightOf(target);
     cairo_pattern_set_filter(pattern.get(), isScaled ? CAIRO_FILTER_GOOD : CAIRO_FILTER_NEAREST);
     cairo_pattern_set_extend(pattern.get(), isScaled ? CAIRO_EXTEND_PAD : CAIRO_EXTEND_NONE);
-    cairo_t* const cr = cairo_->context.get();
-    cairo_save(cr);
+    cairo_t* const cr = context();
     cairo_identity_matrix(cr);
     cairo_new_path(cr);
     cairo_rectangle(cr, target.left, target.top, widthOf(target), heightOf(target));
-    cairo_clip(cr);
     cairo_set_source(cr, pattern.get());
-    if (alpha < 1.0f)
+    if (alpha < 1.0f) {
+        cairo_save(cr);
+        cairo_clip(cr);
         cairo_paint_with_alpha(cr, alpha);
-    else
-        cairo_paint(cr);
-    cairo_restore(cr);
+        cairo_restore(cr);
+    } else {
+        cairo_fill(cr);
+    }
 }
 
 Bitmap Canvas::grab(const Rect& rect) const {
@@ -557,7 +522,7 @@ void Canvas::addPoint(Point point, double shift, bool isStart) const {
     const double scale = deviceScale_;
     const double x = (view_.origin.x + (point.x + shift) * view_.scaleX) * scale - deviceOrigin_.x;
     const double y = (view_.origin.y + (point.y + shift) * view_.scaleY) * scale - deviceOrigin_.y;
-    cairo_t* const cr = cairo_->context.get();
+    cairo_t* const cr = context();
     cairo_identity_matrix(cr);
     (isStart ? cairo_move_to : cairo_line_to)(cr, std::clamp(x, -FarthestPoint, FarthestPoint),
                                               std::clamp(y, -FarthestPoint, FarthestPoint));
@@ -577,7 +542,7 @@ void Canvas::lineTo(Point point) {
         addPoint(point, 0.0, false);
         return;
     }
-    cairo_t* const cr = cairo_->context.get();
+    cairo_t* const cr = context();
     cairo_new_path(cr);
     addPoint(from, MiddleOfPixel, true);
     addPoint(point, MiddleOfPixel, false);
@@ -589,7 +554,7 @@ void Canvas::lineTo(Point point) {
 void Canvas::beginPath() {
     if (!canDraw())
         return;
-    cairo_new_path(cairo_->context.get());
+    cairo_new_path(context());
     isInPath_ = true;
 }
 
@@ -603,7 +568,7 @@ void Canvas::strokeOrFillPath(std::int32_t mode) {
 }
 
 void Canvas::drawPath(std::int32_t mode) const {
-    cairo_t* const cr = cairo_->context.get();
+    cairo_t* const cr = context();
     useSkinPixels(0.0);
     const Handle<cairo_path_t> path(cairo_copy_path(cr));
     if ((mode & Fill) != 0 && !fill_.isNone()) {
@@ -624,7 +589,7 @@ void Canvas::addArc(const Rect& rect, float from, float to) const {
     const Rect device = toDevice(rect, Rounding::Outward);
     if (std::max({-device.left, -device.top, device.right, device.bottom}) > whole(FarthestPoint))
         return;
-    cairo_t* const cr = cairo_->context.get();
+    cairo_t* const cr = context();
     const double degree = std::numbers::pi / 180.0;
     const double width = widthOf(rect), height = heightOf(rect);
     if (width == 0.0 || height == 0.0 || !std::isfinite(from) || !std::isfinite(to))
@@ -655,10 +620,10 @@ void Canvas::arc(const Rect& rect, float from, float to) {
 void Canvas::pie(const Rect& rect, float from, float to) {
     drawShape(rect, Fill | Stroke, [=, this](const Rect& outline) {
         useSkinPixels(0.0);
-        cairo_move_to(cairo_->context.get(), (outline.left + outline.right) / 2.0,
+        cairo_move_to(context(), (outline.left + outline.right) / 2.0,
                       (outline.top + outline.bottom) / 2.0);
         addArc(outline, from, to);
-        cairo_close_path(cairo_->context.get());
+        cairo_close_path(context());
     });
 }
 
@@ -667,7 +632,7 @@ void Canvas::drawShape(const Rect& any, std::int32_t mode, AddPath addPath) {
     const Rect rect = bounded(any);
     if (!canDraw() || isNothing(rect))
         return;
-    cairo_t* const cr = cairo_->context.get();
+    cairo_t* const cr = context();
     cairo_new_path(cr);
     if ((mode & Fill) != 0) {
         addPath(rect);

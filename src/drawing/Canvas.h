@@ -15,6 +15,8 @@
 #include <string_view>
 #include <vector>
 
+using cairo_t = struct _cairo;  // NOLINT: cairo's name
+
 namespace tarn {
 
 /// What shows a finished picture: a window.
@@ -109,6 +111,9 @@ public:
     /// What the text takes in the font, from 0, 0; of several lines where it has line ends.
     Rect measureText(std::string_view text) const;
 
+    /// The same on a canvas with `scale` pixels of the screen for one of the skin; above 0.
+    static Rect measureText(const Font& font, std::string_view text, double scale);
+
     /// Puts the frames that stand for the text's characters side by side from the rectangle's top
     /// left, without gaps for those that have none, until one would pass its right edge.
     void drawBitmapText(const Bitmap& bitmap, const Rect& rect, std::string_view text);
@@ -170,10 +175,12 @@ private:
     void setView(const View& view);
     Rect toArea(const Rect& rect) const;
     Rect toDevice(const Rect& rect, Rounding rounding) const;
+    Rect toDevice(const Rect& rect, Rounding rounding, const View& view) const;
+    cairo_t* context() const;
     void useSkinPixels(double shift) const;
     void setSource(const Color& color) const;
     void fillDevice(const Rect& device, const Color& color) const;
-    void drawLine(std::string_view line, const Rect& device, std::int32_t flags) const;
+    void drawLine(std::string_view text, const Rect& device, std::int32_t flags, const Rect& box);
     void composite(const PixelsData& pixels, const Rect& source, const Rect& device, bool isOpaque,
                    float alpha) const;
     void addPoint(Point point, double shift, bool isStart) const;

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdlib>
 #include <mutex>
 
@@ -20,6 +21,10 @@ constexpr std::size_t MostFiles = 64;
 constexpr std::size_t MostFileBytes = std::size_t{64} << 20;
 constexpr std::size_t MostInstalled = 64;  // families and weights that are kept
 constexpr std::size_t MostOthers = 4096;   // letters of other families that are known
+constexpr std::size_t MostLines = 256;     // that are kept
+constexpr std::size_t MostKept = 65536;    // bytes of text of these
+constexpr std::size_t MostLetters = 4096;  // bytes of a line
+constexpr double MostPixels = 1000.0;      // that letters are high
 
 constexpr char32_t Replacement = 0xFFFD;
 
@@ -32,6 +37,22 @@ std::int32_t weightOf(const Font& font) {
 bool isFontFile(const File& file) {
     const std::string extension = lowerCase(file.getExtension());
     return extension == "ttf" || extension == "otf" || extension == "ttc" || extension == "otc";
+}
+
+std::shared_ptr<cairo_scaled_font_t> scaledFont(const FontFace& face, double pixels,
+                                                bool isSmooth) {
+    cairo_font_options_t* const options = cairo_font_options_create();
+    cairo_font_options_set_hint_style(options, CAIRO_HINT_STYLE_SLIGHT);
+    cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_ON);
+    cairo_font_options_set_antialias(options,
+                                     isSmooth ? CAIRO_ANTIALIAS_GRAY : CAIRO_ANTIALIAS_NONE);
+    cairo_matrix_t size, identity;
+    cairo_matrix_init_scale(&size, pixels, pixels);
+    cairo_matrix_init_identity(&identity);
+    cairo_scaled_font_t* const font =
+        cairo_scaled_font_create(face.getCairo(), &size, &identity, options);
+    cairo_font_options_destroy(options);
+    return {font, cairo_scaled_font_destroy};
 }
 
 }  // namespace
@@ -53,6 +74,7 @@ FontLibrary::FontLibrary() : freetype_(std::make_unique<FreeType>()) {
 }
 
 FontLibrary::~FontLibrary() {
+    lines_.clear();
     others_.clear();
     installed_.clear();
     folderFaces_.clear();
@@ -84,6 +106,7 @@ void FontLibrary::visitFiles(const Visit& visit) const {
 
 void FontLibrary::readFolders() {
     areFoldersRead_ = true;
+    lines_.clear();
     folderFaces_.clear();
     visitFiles([this](const File& file) { addFile(file); });
 }
@@ -157,31 +180,66 @@ const FontFace* FontLibrary::findWith(char32_t character, std::int32_t weight) {
     return place->second;
 }
 
-std::vector<FontLibrary::Run> FontLibrary::layOut(const Font& font, std::string_view line) {
+const FontLibrary::Line& FontLibrary::layOut(const Font& font, double scale,
+                                             std::string_view line) {
     if (!areFoldersRead_)
         readFolders();
     if (installed_.size() > MostInstalled || others_.size() > MostOthers) {
+        lines_.clear();
         others_.clear();
         installed_.clear();
     }
-    std::vector<Run> runs;
-    const std::int32_t weight = weightOf(font);
-    const FontFace* const own = find(font.name, weight);
+    const double pixels = font.size * scale;
+    line = line.substr(0, MostLetters);
+    const LineKeyView key(pixels > 1.0 ? std::min(pixels, MostPixels) : 1.0,
+                          (font.alignment & Font::NotAntialiased) == 0, weightOf(font), font.name,
+                          line);
+    if (const auto known = lines_.find(key); known != lines_.end())
+        return known->second;
+    if (lines_.size() >= MostLines || keptBytes_ + line.size() > MostKept) {
+        lines_.clear();
+        keptBytes_ = 0;
+    }
+    keptBytes_ += line.size();
+    return lines_.emplace(key, makeLine(key)).first->second;
+}
+
+FontLibrary::Line FontLibrary::makeLine(const LineKeyView& key) {
+    const auto [pixels, isSmooth, weight, family, text] = key;
+    Line line;
+    const FontFace* const own = find(std::string(family), weight);
     if (own == nullptr)
-        return runs;
-    for (const char32_t letter : lettersOf(line)) {
+        return line;
+    for (char32_t letter : lettersOf(text)) {
+        if (letter < U' ')
+            letter = U' ';
         const FontFace* face = own;
-        std::uint32_t glyph = own->getGlyph(letter);
-        if (glyph == 0)
+        std::uint32_t number = own->getGlyph(letter);
+        if (number == 0)
             if (const FontFace* const other = findWith(letter, weight)) {
                 face = other;
-                glyph = other->getGlyph(letter);
+                number = other->getGlyph(letter);
             }
-        if (runs.empty() || runs.back().face != face)
-            runs.push_back({face, {}});
-        runs.back().glyphs.push_back(glyph);
+        if (line.runs.empty() || line.runs.back().face != face) {
+            line.runs.push_back({face, scaledFont(*face, pixels, isSmooth), {}});
+            cairo_font_extents_t extents{};
+            cairo_scaled_font_extents(line.runs.back().font.get(), &extents);
+            line.ascent = std::max(line.ascent, extents.ascent);
+            line.descent = std::max(line.descent, extents.descent);
+        }
+        Run& run = line.runs.back();
+        run.glyphs.push_back({number, line.width});
+        const cairo_glyph_t glyph{number, 0.0, 0.0};
+        cairo_text_extents_t size{};
+        cairo_scaled_font_glyph_extents(run.font.get(), &glyph, 1, &size);
+        const double left = line.width + size.x_bearing;
+        line.inkLeft = std::min(line.inkLeft, left);
+        line.inkRight = std::max(line.inkRight, left + size.width);
+        line.inkTop = std::min(line.inkTop, size.y_bearing);
+        line.inkBottom = std::max(line.inkBottom, size.y_bearing + size.height);
+        line.width += std::round(size.x_advance);
     }
-    return runs;
+    return line;
 }
 
 std::u32string lettersOf(std::string_view text) {

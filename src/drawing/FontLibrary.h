@@ -7,13 +7,17 @@
 #include "foundation/Folder.h"
 #include "foundation/Mutex.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
+
+using cairo_scaled_font_t = struct _cairo_scaled_font;  // NOLINT: cairo's name
 
 namespace tarn {
 
@@ -23,10 +27,27 @@ class FontFace;
 /// One a process. Any thread; its users hold the lock for as long as they use what `layOut` gave.
 class FontLibrary {
 public:
+    struct Glyph {
+        std::uint32_t number;  // in the face; 0 is the box of a missing letter
+        double x;
+    };
+
     /// Letters side by side from one face.
     struct Run {
         const FontFace* face;
-        std::vector<std::uint32_t> glyphs;  // numbers in the face; 0 is the box of a missing letter
+        std::shared_ptr<cairo_scaled_font_t> font;  // the face in the text's size
+        std::vector<Glyph> glyphs;
+    };
+
+    /// A line of text, ready to be drawn from its top left, in the screen's pixels.
+    struct Line {
+        std::vector<Run> runs;
+        double width = 0.0;
+        double ascent = 0.0;
+        double descent = 0.0;
+
+        // What the letters touch; above the baseline it is less than 0.
+        double inkLeft = 0.0, inkRight = 0.0, inkTop = 0.0, inkBottom = 0.0;
     };
 
     static FontLibrary& get();
@@ -41,22 +62,33 @@ public:
     /// The paths of the folders' files that a text may come from.
     std::vector<std::string> getFiles();
 
-    /// Splits a line of UTF-8 text into runs: letters that the font's family doesn't have come from
-    /// another one that does. A family that isn't there is replaced by "Arial", or else by any.
-    /// Empty if there is no font at all. What isn't UTF-8 is drawn as U+FFFD. For a thread that
-    /// holds the lock, and until it lets it go.
-    std::vector<Run> layOut(const Font& font, std::string_view line);
+    /// Lays out a line of UTF-8 text, of which 4,096 bytes are taken, with `scale` pixels of the
+    /// screen for one of the font's. Letters that its family doesn't have come from another one
+    /// that does; a family that isn't there is replaced by "Arial", or else by any. Empty if there
+    /// is no font at all. What isn't UTF-8 is drawn as U+FFFD, and a line's control characters as
+    /// spaces. For a thread that holds the lock, and until it lets it go or lays out another line;
+    /// those of last time are kept.
+    const Line& layOut(const Font& font, double scale, std::string_view line);
 
     Mutex& lock() { return lock_; }
 
 private:
     using Key = std::pair<std::string, std::int32_t>;  // a family in lower case, its weight
+    // How large, smooth or not, the weight, the family, the text.
+    template <typename String>
+    using LineKey = std::tuple<double, bool, std::int32_t, String, String>;
+    using LineKeyView = LineKey<std::string_view>;
+    struct LineOrder {
+        using is_transparent = void;
+        bool operator()(const LineKeyView& a, const LineKeyView& b) const { return a < b; }
+    };
 
     struct FreeType;
 
     FontLibrary();
     ~FontLibrary();
 
+    Line makeLine(const LineKeyView& key);
     const FontFace* find(const std::string& family, std::int32_t weight);
     const FontFace* findInFolders(const std::string& family, std::int32_t weight) const;
     const FontFace* findInstalled(const std::string& family, std::int32_t weight);
@@ -75,6 +107,8 @@ private:
     std::vector<std::unique_ptr<FontFace>> folderFaces_;
     std::map<Key, std::unique_ptr<FontFace>> installed_;  // null where there is none
     std::map<std::pair<char32_t, std::int32_t>, const FontFace*> others_;
+    std::map<LineKey<std::string>, Line, LineOrder> lines_;  // that were laid out last
+    std::size_t keptBytes_ = 0;                              // of their texts, at most
 };
 
 /// The letters of a text, one after the other, of UTF-8; U+FFFD for each byte that fits nowhere.

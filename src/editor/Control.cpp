@@ -1003,9 +1003,8 @@ std::string Control::fitted(const std::string& text, std::int32_t width) const {
 Point Control::measureText(const std::string& text) const {
     if (!alphabet_) {
         const Canvas* const shown = editor_.getCanvas();
-        Canvas scratch({0, 0, 1, 1}, shown != nullptr ? shown->getDeviceScale() : 1.0f);
-        scratch.selectFont(font_);
-        const Rect size = scratch.measureText(text);
+        const Rect size =
+            Canvas::measureText(font_, text, shown != nullptr ? shown->getDeviceScale() : 1.0);
         return {size.right, size.bottom};
     }
     const std::u32string glyphs = lettersOf(alphabet_->getGlyphs());

@@ -88,9 +88,8 @@ bool ControlEnumPopupMenu::measure(OwnerDrawnEntry& drawn) const {
     if (entry == nullptr)
         return false;
     const Canvas* const shown = editor().getCanvas();
-    Canvas scratch({0, 0, 200, 50}, shown != nullptr ? shown->getDeviceScale() : 1.0f);
-    scratch.selectFont(Canvas::getDefaultFont(EntryTextSize));
-    const Rect text = scratch.measureText(entry->text);
+    const Rect text = Canvas::measureText(Canvas::getDefaultFont(EntryTextSize), entry->text,
+                                          shown != nullptr ? shown->getDeviceScale() : 1.0);
     drawn.size = {text.right + EntryIndent + EntryMargin, text.bottom + 2 * EntryMargin};
     return true;
 }

@@ -283,12 +283,14 @@ TEST_F(CanvasTest, TextsComeFromTheFontsThatHaveThem) {
     FontLibrary& fonts = FontLibrary::get();
     const Font inter("Inter", 20);
     const std::lock_guard<Mutex> inside(fonts.lock());
-    const auto runs = fonts.layOut(inter, "Aa\xD7\x90z");
+    const auto runs = fonts.layOut(inter, 1.0, "Aa\xD7\x90z").runs;
     ASSERT_EQ(runs.size(), 3u);
-    EXPECT_NE(runs[1].glyphs[0], 0u);
+    EXPECT_NE(runs[1].glyphs[0].number, 0u);
     EXPECT_EQ(runs[0].face, runs[2].face);
-    EXPECT_NE(fonts.layOut(Font("Inter", 20, 0, 3), "A")[0].face, runs[0].face);
-    EXPECT_EQ(fonts.layOut(Font("No such family"), "A").size(), 1u);
+    EXPECT_NE(fonts.layOut(Font("Inter", 20, 0, 3), 1.0, "A").runs[0].face, runs[0].face);
+    EXPECT_EQ(fonts.layOut(Font("No such family"), 1.0, "A").runs.size(), 1u);
+    for (int i = 0; i < 1000; ++i)  // more than are kept
+        fonts.layOut(inter, 1.0, std::to_string(i));
     EXPECT_EQ(lettersOf("\xC3\xA9\xF0\x9F\x8E\xB5\xC3(\xED\xA0\x80\xC0\x80"),
               U"\u00E9\U0001F3B5\uFFFD(\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD");
     Canvas canvas({}, 1.5f);
@@ -304,7 +306,7 @@ TEST_F(CanvasTest, TextsComeFromTheFontsThatHaveThem) {
     for (std::size_t size = 1; size < file.size(); size = size * 3 / 2 + 1) {
         ASSERT_TRUE(File(store.path("cut.otf")).save(file.substr(0, size)));
         fonts.setFolders({Folder(store.path()), Folder(store.path("none"))});
-        fonts.layOut(inter, "A");
+        fonts.layOut(inter, 1.0, "A");
     }
 }
 
