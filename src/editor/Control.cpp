@@ -911,7 +911,7 @@ void Control::draw(Canvas& canvas, const Rect& rect) {
 void Control::drawContent(Canvas& canvas, const Rect& clip) {
     if (backgroundBitmap_) {
         canvas.drawBitmap(*backgroundBitmap_, clip, clip);
-    } else if (!backgroundColor_.isNone()) {
+    } else if (!backgroundColor_.isNone() && !coversBackground()) {
         canvas.setFillColor(backgroundColor_);
         canvas.fillRect(isShownSmall() ? atOrigin(rect_) : getLocalRect());
     }

@@ -167,6 +167,10 @@ public:
     /// Adds the entries of this control and of those above; `position` is in own coordinates.
     virtual void buildContextMenu(PopupMenu& menu, Point position);
 
+    /// Whether `drawBackground` leaves nothing to be seen of the background's colour, which isn't
+    /// filled in then.
+    virtual bool coversBackground() const { return false; }
+
     // Between the background and the children, over the background; over the children; and above
     // the foregrounds of all siblings. `rect` is the part to draw, in own coordinates.
     virtual void drawBackground(Canvas& /*canvas*/, const Rect& /*rect*/) {}

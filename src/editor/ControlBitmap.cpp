@@ -75,8 +75,14 @@ bool ControlBitmap::follow(std::string_view parameter, bool isOn) {
     return isUsed;
 }
 
+bool ControlBitmap::coversBackground() const {
+    const Bitmap* const shown = shownBitmap();
+    return shown != nullptr && !shown->usesAlpha() && shown->getOpacity() == 1.0f &&
+           shown->getRect().contains(getLocalRect());
+}
+
 void ControlBitmap::drawBackground(Canvas& canvas, const Rect& /*rect*/) {
-    const Bitmap* const shown = altBitmap_ ? altBitmap_.get() : bitmap_.get();
+    const Bitmap* const shown = shownBitmap();
     if (shown != nullptr)
         canvas.drawBitmap(*shown, shown->getRect(), shown->getRect());
 }

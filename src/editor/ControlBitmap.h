@@ -28,9 +28,11 @@ public:
 
     bool handle(Message& message) override;
     void refresh() override;
+    bool coversBackground() const override;
     void drawBackground(Canvas& canvas, const Rect& rect) override;
 
 private:
+    const Bitmap* shownBitmap() const { return altBitmap_ ? altBitmap_.get() : bitmap_.get(); }
     bool follow(std::string_view parameter, bool isOn);
 
     std::shared_ptr<Bitmap> bitmap_;
