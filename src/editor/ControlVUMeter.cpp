@@ -1,6 +1,6 @@
 #include "editor/ControlVUMeter.h"
 
-#include "drawing/Canvas.h"
+#include "editor/BitmapFrame.h"
 #include "editor/Editor.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Message.h"
@@ -19,10 +19,6 @@ constexpr std::uint32_t MeterTimer = fourCharacterCode("CVUt");
 constexpr double HoldSeconds = 0.25;
 constexpr std::int32_t LineSize = 2;
 constexpr float HeldBrightness = 0.75f;
-
-std::int32_t partOf(std::int32_t length, float part) {
-    return static_cast<std::int32_t>(std::lround(static_cast<float>(length) * part));
-}
 
 std::int32_t evenPartOf(std::int32_t length, float part) {
     return static_cast<std::int32_t>(static_cast<float>(length) * part) / LineSize * LineSize;
@@ -167,13 +163,6 @@ void ControlVUMeter::drawForeground(Canvas& canvas, const Rect& rect) {
     drawPicture(canvas, pictureOf(shown_));
 }
 
-void ControlVUMeter::drawPart(Canvas& canvas, std::int32_t frame, const Rect& part) const {
-    const Rect source = meterBitmap_->getFrameRect(frame);
-    const Rect shown = part.intersectedWith({0, 0, source.width(), source.height()});
-    if (shown.hasArea())
-        canvas.drawBitmap(*meterBitmap_, shown.movedBy(source.topLeft()), shown);
-}
-
 void ControlVUMeter::drawBars(Canvas& canvas, const Picture& picture) const {
     const Rect local = getLocalRect();
     const Color& bright = foregroundColor_;
@@ -192,18 +181,20 @@ void ControlVUMeter::drawPicture(Canvas& canvas, const Picture& picture) const {
     }
     const Rect local = getLocalRect();
     if (meterBitmap_->getFrameCount() != 2) {
-        drawPart(canvas, picture.lit, local);
+        drawBitmapPart(canvas, *meterBitmap_, picture.lit, local);
         return;
     }
     const std::int32_t width = local.width(), height = local.height(), lit = picture.lit;
-    drawPart(canvas, 0, local);
+    drawBitmapPart(canvas, *meterBitmap_, 0, local);
     // Attenuation is read from the other end, and its lit part ends at the peak.
     if (isTall())
-        drawPart(canvas, 1,
-                 attenuation_ ? Rect{0, 0, width, lit} : Rect{0, height - lit, width, height});
+        drawBitmapPart(
+            canvas, *meterBitmap_, 1,
+            attenuation_ ? Rect{0, 0, width, lit} : Rect{0, height - lit, width, height});
     else
-        drawPart(canvas, 1,
-                 attenuation_ ? Rect{width - lit, 0, width, height} : Rect{0, 0, lit, height});
+        drawBitmapPart(
+            canvas, *meterBitmap_, 1,
+            attenuation_ ? Rect{width - lit, 0, width, height} : Rect{0, 0, lit, height});
     if (attenuation_)
         return;
     drawPeakLine(canvas, isTall() ? Rect{0, picture.peak, width, picture.peak + LineSize}
@@ -211,7 +202,7 @@ void ControlVUMeter::drawPicture(Canvas& canvas, const Picture& picture) const {
 }
 
 void ControlVUMeter::drawPeakLine(Canvas& canvas, const Rect& line) const {
-    drawPart(canvas, 1, line);
+    drawBitmapPart(canvas, *meterBitmap_, 1, line);
 }
 
 }  // namespace tarn

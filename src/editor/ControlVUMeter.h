@@ -66,9 +66,6 @@ protected:
     bool isTall() const;
     const Bitmap* strip() const { return meterBitmap_.get(); }
 
-    /// A part of a frame, where it stands in the frame too.
-    void drawPart(Canvas& canvas, std::int32_t frame, const Rect& part) const;
-
 private:
     void drawBars(Canvas& canvas, const Picture& picture) const;
 

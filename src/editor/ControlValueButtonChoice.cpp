@@ -6,7 +6,6 @@
 #include "foundation/Message.h"
 #include "parameters/Parameter.h"
 
-#include <cmath>
 #include <string>
 
 namespace tarn {
@@ -39,10 +38,8 @@ void ControlValueButtonChoice::pressAndRelease() {
 }
 
 void ControlValueButtonChoice::drawForeground(Canvas& canvas, const Rect& /*rect*/) {
-    if (!handle_)
-        return;
-    const auto last = static_cast<float>(handle_->getFrameCount() - 1);
-    drawBitmapFrame(canvas, *handle_, static_cast<std::int32_t>(std::lround(getPosition() * last)));
+    if (handle_)
+        drawBitmapFrame(canvas, *handle_, partOf(handle_->getFrameCount() - 1, getPosition()));
 }
 
 }  // namespace tarn

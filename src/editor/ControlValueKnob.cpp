@@ -1,6 +1,6 @@
 #include "editor/ControlValueKnob.h"
 
-#include "drawing/Canvas.h"
+#include "editor/BitmapFrame.h"
 #include "editor/Editor.h"
 #include "editor/PopupMenu.h"
 #include "foundation/Dictionary.h"
@@ -55,8 +55,7 @@ Rect ControlValueKnob::frameRect() const {
 }
 
 std::int32_t ControlValueKnob::frame() const {
-    const std::int32_t last = handleBitmap_->getFrameCount() - 1;
-    return static_cast<std::int32_t>(std::lround(getPosition() * static_cast<float>(last)));
+    return partOf(handleBitmap_->getFrameCount() - 1, getPosition());
 }
 
 bool ControlValueKnob::hitTest(Point point) const {
@@ -144,16 +143,13 @@ void ControlValueKnob::drawForeground(Canvas& canvas, const Rect& /*rect*/) {
     const Point centre{(dial.left + dial.right) / 2, (dial.top + dial.bottom) / 2};
     const Point half{dial.width() / 2, dial.height() / 2};
     const float angle = getPosition() * Sweep + StartAngle;
-    const auto along = [](float part, std::int32_t length) {
-        return static_cast<std::int32_t>(std::lround(part * static_cast<float>(length)));
-    };
     canvas.setPenColor(Color(0.0f, 0.0f, 0.0f, 1.0f));
     canvas.setFillColor(foregroundColor_);
     canvas.arc(dial, StartDegrees, EndDegrees);
     canvas.ellipse({centre.x - half.x / 2, centre.y - half.y / 2, centre.x + half.x / 2,
                     centre.y + half.y / 2});
     canvas.moveTo(centre);
-    canvas.lineTo(centre + Point{along(std::cos(angle), half.x), along(std::sin(angle), half.y)});
+    canvas.lineTo(centre + Point{partOf(half.x, std::cos(angle)), partOf(half.y, std::sin(angle))});
 }
 
 }  // namespace tarn

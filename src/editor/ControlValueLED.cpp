@@ -1,6 +1,6 @@
 #include "editor/ControlValueLED.h"
 
-#include "drawing/Canvas.h"
+#include "editor/BitmapFrame.h"
 #include "editor/Editor.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Message.h"
@@ -53,13 +53,9 @@ void ControlValueLED::follow(float value) {
 void ControlValueLED::drawForeground(Canvas& canvas, const Rect& /*rect*/) {
     if (!ledBitmap_)
         return;
-    const auto draw = [this, &canvas](std::int32_t frame) {
-        const Rect source = ledBitmap_->getFrameRect(frame);
-        canvas.drawBitmap(*ledBitmap_, source, {0, 0, source.width(), source.height()});
-    };
-    draw(0);
+    drawBitmapFrame(canvas, *ledBitmap_, 0);
     canvas.setGlobalAlpha(brightness_);
-    draw(1);
+    drawBitmapFrame(canvas, *ledBitmap_, 1);
     canvas.restoreAlpha();
 }
 

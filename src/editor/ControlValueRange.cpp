@@ -1,6 +1,6 @@
 #include "editor/ControlValueRange.h"
 
-#include "drawing/Canvas.h"
+#include "editor/BitmapFrame.h"
 #include "editor/Editor.h"
 #include "foundation/Dictionary.h"
 #include "parameters/ParameterValue.h"
@@ -41,9 +41,8 @@ Rect ControlValueRange::filled() const {
     const bool isFromMax = growth_ == Growth::MaxToMin;
     const std::int32_t fixed = growth_ == Growth::Centered ? length / 2 : (isFromMax ? length : 0);
     const bool isUp = growth_ == Growth::Centered ? value >= 0.0f : !isFromMax;
-    const auto room = static_cast<float>(isUp ? length - fixed : fixed);
-    const auto grown =
-        static_cast<std::int32_t>(std::lround(std::min(std::abs(value), 1.0f) * room));
+    const std::int32_t grown =
+        partOf(isUp ? length - fixed : fixed, std::min(std::abs(value), 1.0f));
     const std::int32_t from = isUp ? fixed : fixed - grown, to = isUp ? fixed + grown : fixed;
     return vertical_ ? Rect{0, length - to, local.width(), length - from}
                      : Rect{from, 0, to, local.height()};

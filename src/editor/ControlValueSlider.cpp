@@ -1,13 +1,12 @@
 #include "editor/ControlValueSlider.h"
 
-#include "drawing/Canvas.h"
+#include "editor/BitmapFrame.h"
 #include "editor/Editor.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Message.h"
 #include "platform/Desktop.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace tarn {
 
@@ -18,10 +17,6 @@ constexpr std::int32_t HandleReach = 8;      // above and beneath the handle
 constexpr int AltKey = 0x12;
 constexpr float LabelSize = 6.0f;
 constexpr std::int32_t LabelInset = 2;
-
-std::int32_t partOf(std::int32_t length, float position) {
-    return static_cast<std::int32_t>(std::lround(static_cast<float>(length) * position));
-}
 
 }  // namespace
 
@@ -61,11 +56,10 @@ Rect ControlValueSlider::handleRect() const {
         const std::int32_t y = local.height() - partOf(local.height(), position);
         return {0, y, local.width(), y};
     }
-    const Point size = handleBitmap_->getFrameSize();
-    const Rect handle{0, 0, size.x, size.y};
+    const Rect handle = frameOf(*handleBitmap_);
     if (isHorizontal())
-        return handle.movedBy({partOf(local.width() - size.x, position), 0});
-    const std::int32_t travel = local.height() - size.y;
+        return handle.movedBy({partOf(local.width() - handle.width(), position), 0});
+    const std::int32_t travel = local.height() - handle.height();
     return handle.movedBy({0, travel - partOf(travel, position)});
 }
 
@@ -139,21 +133,16 @@ void ControlValueSlider::drawPlain(Canvas& canvas) const {
         Font::CenteredLine);
 }
 
-void ControlValueSlider::drawPart(Canvas& canvas, std::int32_t frame, const Rect& part) const {
-    const Rect source = handleBitmap_->getFrameRect(frame);
-    if (source.isEmpty())
-        return;
-    const Rect shown = part.intersectedWith({0, 0, source.width(), source.height()});
-    canvas.drawBitmap(*handleBitmap_, shown.movedBy(source.topLeft()), shown);
-}
-
 void ControlValueSlider::drawFilled(Canvas& canvas) const {
     const float position = getPosition();
     const std::int32_t width = getLocalRect().width(), height = getLocalRect().height();
+    const auto draw = [&](std::int32_t frame, const Rect& part) {
+        drawBitmapPart(canvas, *handleBitmap_, frame, part);
+    };
     if (isHorizontal()) {
         const std::int32_t split = partOf(width, position);
-        drawPart(canvas, 1, {0, 0, split, height});
-        drawPart(canvas, 0, {split, 0, width, height});
+        draw(1, {0, 0, split, height});
+        draw(0, {split, 0, width, height});
         return;
     }
     // The filled span, from the bottom up.
@@ -172,12 +161,12 @@ void ControlValueSlider::drawFilled(Canvas& canvas) const {
     filled.top = std::max(filled.top, least / 2);
     filled.bottom = std::min(std::max(filled.bottom, filled.top + least), height);
     if (direction_ == Direction::CenterFill)
-        drawPart(canvas, 0, {0, 0, width, height});
+        draw(0, {0, 0, width, height});
     else if (direction_ == Direction::TopFill)
-        drawPart(canvas, 0, {0, filled.bottom, width, height});
+        draw(0, {0, filled.bottom, width, height});
     else
-        drawPart(canvas, 0, {0, 0, width, filled.top});
-    drawPart(canvas, 1, filled);
+        draw(0, {0, 0, width, filled.top});
+    draw(1, filled);
 }
 
 }  // namespace tarn

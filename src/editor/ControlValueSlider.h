@@ -33,7 +33,6 @@ private:
     Rect handleRect() const;
     void drawPlain(Canvas& canvas) const;
     void drawFilled(Canvas& canvas) const;
-    void drawPart(Canvas& canvas, std::int32_t frame, const Rect& part) const;
 
     Type sliderType_ = Type::Fill;
     std::shared_ptr<Bitmap> handleBitmap_;
