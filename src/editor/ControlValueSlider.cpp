@@ -160,6 +160,7 @@ void ControlValueSlider::drawFilled(Canvas& canvas) const {
         filled.top -= missing / 2;
     filled.top = std::max(filled.top, least / 2);
     filled.bottom = std::min(std::max(filled.bottom, filled.top + least), height);
+    filled.top = std::min(filled.top, filled.bottom - least);
     if (direction_ == Direction::CenterFill)
         draw(0, {0, 0, width, height});
     else if (direction_ == Direction::TopFill)

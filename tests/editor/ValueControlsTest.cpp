@@ -246,6 +246,7 @@ TEST_F(ValueControlsTest, PictureOfValues) {
         add("class='Slider' handle='tall' parameter='Volume' minfill='6' direction='" +
                 std::string(direction) + "'",
             8, 30);
+    add("class='Slider' handle='tall' minfill='6'", 8, 30);  // at 0
     add("class='Slider' handle='wide' parameter='Volume'", 30, 8);
     add("class='Slider' handle='small' type='move' parameter='Volume'", 30, 8);
     for (const std::string direction : {"min2max", "centered"})
