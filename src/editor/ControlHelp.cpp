@@ -185,11 +185,9 @@ Rect ControlHelp::place(Point size, std::int32_t placement, const Rect& control,
 
     // Where the box begins, and where it does on the other side.
     Point corner, other;
-    bool hasOther = (placement & LeftOf) != 0;
     if ((placement & AtMouse) != 0) {
         corner = pointer + AtPointer;
         other = pointer - size;
-        hasOther = true;
     } else if ((placement & (LeftOf | RightOf)) != 0) {
         corner = {control.right, middle.y - size.y / 2};
         other = {control.left - size.x, middle.y - size.y};
@@ -198,13 +196,13 @@ Rect ControlHelp::place(Point size, std::int32_t placement, const Rect& control,
     } else {
         corner = {middle.x - size.x / 2, control.bottom};
         other = {corner.x, control.top - size.y};
-        hasOther = (placement & Above) != 0;
         if ((placement & Below) == 0)
             corner.y = other.y;
     }
-    if (hasOther && corner.y + size.y > window.bottom)
+    const bool turns = (placement & LeftOf) != 0;
+    if (turns && corner.y + size.y > window.bottom)
         corner.y = other.y;
-    if (hasOther && corner.x + size.x > window.right)
+    if (turns && corner.x + size.x > window.right)
         corner.x = other.x;
 
     const Rect box = movedInto(window, boxAt(corner, size));

@@ -33,7 +33,7 @@ public:
 
     /// Where a box of that size stands. `placement` are bits of Control::TooltipPlacement, or 0 for
     /// beside the control, or under or above a slim one. Where the right or lower edge of the
-    /// window is in the way, the box goes to the other side if the placement has that. It never
+    /// window is in the way, a box whose placement has `LeftOf` goes to the other side. It never
     /// leaves the window, nor covers the pointer if there is room beside it. All in the window's
     /// coordinates.
     static Rect place(Point size, std::int32_t placement, const Rect& control, Point pointer,
