@@ -240,17 +240,24 @@ bool Control::handleParameter(const Message& any) {
     if (name.empty())
         return false;
     if (name == visibilityParameter_) {
-        followVisibility(message.value);
+        if (isOwnClone(message))
+            followVisibility(message.value);
         return true;
     }
     if (name == altReverseParameter_) {
-        altReverse_ = (message.payload & 0xFF) != 0;
+        if (isOwnClone(message))
+            altReverse_ = (message.payload & 0xFF) != 0;
         return true;
     }
     if (name != parameterName_ && listenTo_.count(std::string(name)) == 0)
         return false;
     setDirty(true);
     return true;
+}
+
+bool Control::isOwnClone(const ParameterMessage& change) const {
+    const Parameter* const parameter = parameterOf(change.parameterName.view());
+    return parameter == nullptr || parameter->getClone() == change.cloneNumber;
 }
 
 void Control::followVisibility(float normalised) {
@@ -575,7 +582,7 @@ Parameter* Control::getParameter() const {
     return parameterOf(parameterName_);
 }
 
-Parameter* Control::parameterOf(const std::string& name) const {
+Parameter* Control::parameterOf(std::string_view name) const {
     const Settings* const settings = name.empty() ? nullptr : settingsOf(*this);
     return settings != nullptr ? settings->find(name, parameterIndex_) : nullptr;
 }

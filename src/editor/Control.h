@@ -16,6 +16,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tarn {
@@ -239,6 +240,10 @@ protected:
     /// From now on `fadeLevel_` follows the pointer.
     void enableFade();
 
+    /// Whether the message isn't of another clone than the one that the control looks at: what is
+    /// listened to by name are all parameters of that name.
+    bool isOwnClone(const ParameterMessage& change) const;
+
     /// The distance of two of the parameter's positions, of its normalised range; 0.0 where values
     /// aren't stepped.
     static double normalisedStep(const Parameter& parameter);
@@ -292,7 +297,7 @@ private:
     bool handlePress(const WindowMessage& message);
     bool handleDrag(const WindowMessage& message);
     bool handleDropOver(WindowMessage& message);
-    Parameter* parameterOf(const std::string& name) const;
+    Parameter* parameterOf(std::string_view name) const;
     void followVisibility(float normalised);
     void fadeTo(float level, double ms);
     void readFont(const Dictionary& dictionary);

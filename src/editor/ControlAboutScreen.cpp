@@ -54,7 +54,8 @@ bool ControlAboutScreen::handle(Message& message) {
             if (const auto& change = static_cast<const ParameterMessage&>(message);
                 change.code == ParameterMessage::ValueChanged && !parameterName_.empty() &&
                 change.parameterName == parameterName_) {
-                fade((change.payload & 0xFF) != 0);
+                if (isOwnClone(change))
+                    fade((change.payload & 0xFF) != 0);
                 return true;
             }
             break;

@@ -46,7 +46,7 @@ bool ControlBitmap::handle(Message& message) {
         return false;
     if (message.type == MessageType::Parameter && message.code == ParameterMessage::ValueChanged) {
         const auto& change = static_cast<const ParameterMessage&>(message);
-        if (follow(change.parameterName.view(), (change.payload & 0xFF) != 0))
+        if (isOwnClone(change) && follow(change.parameterName.view(), (change.payload & 0xFF) != 0))
             return true;
     }
     return Control::handle(message);

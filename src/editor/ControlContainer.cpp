@@ -43,7 +43,8 @@ bool ControlContainer::handle(Message& message) {
         const auto& change = static_cast<const ParameterMessage&>(message);
         if (change.code == ParameterMessage::ValueChanged && !change.parameterName.empty() &&
             change.parameterName == getParameterName()) {
-            showFor(change);
+            if (isOwnClone(change))
+                showFor(change);
             return true;
         }
         // What a parameter tells a new listener is no change.

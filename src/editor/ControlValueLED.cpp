@@ -26,7 +26,8 @@ bool ControlValueLED::handle(Message& message) {
     if (message.type == MessageType::Parameter && message.code == ParameterMessage::ValueChanged) {
         const auto& change = static_cast<const ParameterMessage&>(message);
         if (!change.parameterName.empty() && change.parameterName == parameterName_) {
-            follow(change.value);
+            if (isOwnClone(change))
+                follow(change.value);
             return true;
         }
     }

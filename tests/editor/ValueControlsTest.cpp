@@ -21,6 +21,8 @@ const std::string Settings =
     "<Bend class='ParameterValue' type='float' minval='-1.0' maxval='1.0' defval='0.0'/>"
     "<Steps class='ParameterValue' type='integer' minval='-2' maxval='2' defval='0' "
     "automatable='true'/>"
+    "<section name='Band'><Gain class='ParameterValue' type='bool'/></section>"
+    "<section name='Band'><Gain class='ParameterValue' type='bool'/></section>"
     "</parameters></dict>";
 
 class ValueControlsTest : public EditorTest {
@@ -268,6 +270,26 @@ TEST_F(ValueControlsTest, PictureOfValues) {
     ASSERT_TRUE(editor->open(nullptr, {}));
     editor->idle();
     test::expectPicture(*editor->getCanvas()->getPixels(), "values-100");
+}
+
+// Fault: a control that follows another parameter of the same name.
+TEST_F(ValueControlsTest, EachFollowsItsOwnClone) {
+    addStrip("strip", 8, 8);
+    const std::string keys = "width='8' height='8' background='#ff8000' parameter='Gain' ";
+    open("<a class='LED' handle='strip' " + keys + "/><b class='Container' x='20' " + keys +
+         "/><c class='Text' x='40' " + keys +
+         "><visibility parameter='Gain' normalized='1'/></c><d class='Bitmap' x='60'><bitmaps>"
+         "<e value='Gain' handle='strip'/></bitmaps></d><f class='About' x='80' " +
+         keys + "/>");
+    const auto shown = [this](std::int32_t clone, float value) {
+        plugin.moduleAt(0)->settings().find("Gain", clone)->setNormalised(value, FromHost);
+        return test::bytesOf(*draw(*editor->getRootControl())->getPixels());
+    };
+    const std::string off = shown(0, 0.0f);
+    EXPECT_EQ(shown(1, 1.0f), off);
+    const std::string on = shown(0, 1.0f);
+    EXPECT_NE(on, off);
+    EXPECT_EQ(shown(1, 0.0f), on);
 }
 
 // Faults: a skin that moves what the user has set when it is saved or chosen again.
