@@ -1,6 +1,7 @@
 #include "editor/ControlRadioButtons.h"
 
 #include "editor/ControlValue.h"
+#include "editor/Editor.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Message.h"
 #include "parameters/Parameter.h"
@@ -58,10 +59,11 @@ void ControlRadioButtons::findSelected() {
 }
 
 bool ControlRadioButtons::handle(Message& message) {
+    const bool isUsed = Control::handle(message);
     if (message.type == MessageType::Parameter && message.code == ParameterMessage::ValueChanged &&
         isStarted_)
         follow(static_cast<const ParameterMessage&>(message));
-    return Control::handle(message);
+    return isUsed;
 }
 
 void ControlRadioButtons::follow(const ParameterMessage& change) {
@@ -81,10 +83,15 @@ void ControlRadioButtons::follow(const ParameterMessage& change) {
     }
 }
 
+// The host may end the interface over each of them.
 void ControlRadioButtons::turnOthersOff(const Parameter& on, std::int32_t source) const {
-    for (const Control* const child : getChildren())
+    const auto alive = editor().life();
+    for (const Control* const child : getChildren()) {
         if (Parameter* const other = parameterOfButton(child); other != nullptr && other != &on)
             other->setNormalised(0.0f, source);
+        if (alive.expired())
+            return;
+    }
 }
 
 Control* ControlRadioButtons::findControlAt(Point point) {

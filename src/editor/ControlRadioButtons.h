@@ -24,6 +24,7 @@ public:
 
 private:
     void findSelected();
+    // The control may be gone after either of these.
     void follow(const ParameterMessage& change);
     void turnOthersOff(const Parameter& on, std::int32_t source) const;
 

@@ -182,13 +182,13 @@ void ControlValue::setPosition(float position) {
     if (wrap_)
         position = wrapped(position, step());
     position = std::clamp(position, 0.0f, 1.0f);
+    setDirty(true);
     if (Parameter* const parameter = getParameter()) {
         const float value = fromPosition(position);
         parameter->setNormalised(invert_ ? 1.0f - value : value, FromUser);
     } else {
         privateValue_ = position;
     }
-    setDirty(true);
 }
 
 float ControlValue::step() const {
@@ -197,9 +197,9 @@ float ControlValue::step() const {
 }
 
 void ControlValue::resetToDefault() {
+    setDirty(true);
     if (Parameter* const parameter = getParameter())
         parameter->resetToDefault(FromUser);
-    setDirty(true);
 }
 
 // What the user does
@@ -242,8 +242,11 @@ bool ControlValue::press(const WindowMessage& message) {
         resetToDefault();
         return true;
     }
+    const auto alive = editor().life();
     if (pressMode_ == PressMode::Increment)
         setPosition(getPosition() + step());
+    if (alive.expired())
+        return true;
     platform::setCursor(platform::CursorShape::Move);
     dragAnchor_ = message.position;
     dragStart_ = getPosition();

@@ -24,8 +24,9 @@ public:
     /// From 0 to 1; of the parameter's normalised value, cut to the part that the control has.
     float getPosition() const;
 
-    /// The same, as from the user: the host hears of it. Clamped, or taken around the end where the
-    /// skin says so; what isn't a number does nothing.
+    /// The same, as from the user: the host hears of it, and may end the interface, this control
+    /// included. Clamped, or taken around the end where the skin says so; what isn't a number does
+    /// nothing.
     void setPosition(float position);
 
 protected:
@@ -60,6 +61,7 @@ protected:
     /// Takes off the first pixels of a drag, in which nothing moves.
     static float withoutDeadZone(float pixels);
 
+    /// As from the user. The control may be gone afterwards.
     void resetToDefault();
 
     bool isDragging() const { return isDragging_; }

@@ -71,6 +71,7 @@ bool ControlValueSlider::press(const WindowMessage& message) {
     const bool isJump = handleBitmap_ && !grabAnywhere_ && !near.contains(message.position) &&
                         message.button == WindowMessage::LeftButton &&
                         (message.modifiers & WindowMessage::Control) == 0;
+    const auto alive = editor().life();
     if (isJump) {
         const bool isMoved = sliderType_ == Type::Move;
         const Point handle = isMoved ? handleBitmap_->getFrameSize() : Point{};
@@ -81,7 +82,7 @@ bool ControlValueSlider::press(const WindowMessage& message) {
         setPosition(isHorizontal() ? place(message.position.x, handle.x, local.width())
                                    : 1.0f - place(message.position.y, handle.y, local.height()));
     }
-    return ControlValue::press(message);
+    return alive.expired() || ControlValue::press(message);
 }
 
 bool ControlValueSlider::handle(Message& message) {
