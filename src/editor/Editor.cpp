@@ -1272,6 +1272,15 @@ void Editor::showPendingMenu(platform::SystemWindow& system) {
     const std::unique_ptr<PopupMenu> menu = std::move(pendingMenu_);
     const Speaking here(*this);
     const auto alive = life();
+    // What a menu's owner does is a part of the press that opened the menu, or of an edit of its
+    // own if that was a key.
+    if (auto* const owner = dynamic_cast<Control*>(menu->getOwner());
+        owner != nullptr && captureControl_ == nullptr) {
+        captureControl_ = owner;
+        beginEdit(*owner, pendingMenuPlace_);
+        if (alive.expired())
+            return;
+    }
     shownMenu_ = menu.get();
     const PopupMenuEntry* const chosen = menu->show(system, window_->toScreen(pendingMenuPlace_));
     if (alive.expired())

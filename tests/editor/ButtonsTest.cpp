@@ -257,6 +257,17 @@ TEST_F(ButtonsTest, AMenuIsHeardWhileTheUserLooks) {
     point(Pointer::LeftDown, 5, 5);
     EXPECT_EQ(chosen(), 0);
     EXPECT_EQ(editor->getUndoList().getUndoCount(), undone);
+    // By keys: what was only looked at is a part of the edit.
+    look = [&](const auto& entries) {
+        highlight(entries[2]);
+        highlight(entries[3]);
+        return std::optional(entries[3].id);
+    };
+    press(WindowMessage::TabKey);
+    press(WindowMessage::ReturnKey);
+    EXPECT_EQ(editor->getUndoList().getUndoCount(), undone + 1);
+    EXPECT_TRUE(press('Z', {0x11}));
+    EXPECT_EQ(chosen(), 0);
     openMenu("parameter='Mode'");
     // The host's change under a menu that the user only leaves, and an end in its middle.
     look = [&](const auto&) {
