@@ -20,6 +20,8 @@ std::int32_t ControlEnumButton::getNext() const {
 bool ControlEnumButton::press(const WindowMessage& /*message*/) {
     if (getChoiceCount() == 0)
         return false;
+    if (isPressed_)
+        return true;  // by the other button of the mouse
     isPressed_ = true;
     before_ = getChoice();
     pressed_ = getNext();

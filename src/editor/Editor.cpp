@@ -135,6 +135,7 @@ Editor::Editor(Plugin& plugin, Module* module, Resources* resources)
 }
 
 Editor::~Editor() {
+    letGo();
     disconnect();
     life_.reset();
     pendingSkin_.clear();
@@ -620,7 +621,8 @@ double Editor::getOpenSeconds() const {
 void Editor::close() {
     if (!window_)
         return;
-    endCapture();
+    if (!letGo() || !window_)
+        return;  // the host was quicker
     if (Control* const hovered = std::exchange(hoverControl_, nullptr)) {
         WindowMessage exit(this, WindowMessage::ControlExit, nullptr);
         hovered->handle(exit);
@@ -1057,8 +1059,8 @@ void Editor::press(WindowMessage& message, std::int32_t button) {
             beginEdit(*pressed, message.position);
         return;
     }
-    if (isHeldAlready && captureControl_ == pressed)
-        endCapture();
+    if (isHeldAlready && captureControl_ == pressed && !letGo())
+        return;
     undo_.end(pressed);
     captureControl_ = nullptr;
     isMouseHeld_ = false;
@@ -1094,6 +1096,24 @@ void Editor::release(const WindowMessage& message, std::int32_t button) {
     deliverLocal(*captured, message);
     if (!alive.expired() && captureControl_ == captured)
         endCapture();
+}
+
+// Of a press that ends without a release: far from the control, so that nothing counts as a click.
+// False if the host has ended the interface over it.
+bool Editor::letGo() {
+    constexpr Point FarAway{-1'000'000, -1'000'000};
+    const auto alive = life();
+    if (Control* const held = captureControl_;
+        held != nullptr && std::exchange(isMouseHeld_, false)) {
+        const WindowMessage up(this, WindowMessage::LeftUp, nullptr, FarAway, 0);
+        deliverLocal(*held, up, WindowMessage::ControlExit);
+        if (!alive.expired() && captureControl_ == held)
+            deliverLocal(*held, up);
+        if (alive.expired())
+            return false;
+    }
+    endCapture();
+    return true;
 }
 
 void Editor::endCapture() {
@@ -1285,11 +1305,10 @@ void Editor::showPendingMenu(platform::SystemWindow& system) {
     const PopupMenuEntry* const chosen = menu->show(system, window_->toScreen(pendingMenuPlace_));
     if (alive.expired())
         return;
-    shownMenu_ = nullptr;
-    // What a menu's owner does is a part of the press that opened the menu.
     const bool isOwned = menu->getOwner() != nullptr;
-    if (!isOwned)
-        endCapture();
+    if (!isOwned && !letGo())
+        return;
+    shownMenu_ = nullptr;
     Radio* const target = chosen != nullptr ? chosen->target : menu->getOwner();
     const std::int32_t id = chosen != nullptr ? chosen->id : NothingChosen;
     ControlMessage choice(this, ControlMessage::MenuChoice, pendingMenuPlace_, toPayload(id));

@@ -335,6 +335,7 @@ private:
     void press(WindowMessage& message, std::int32_t button);
     void contextMenu(const WindowMessage& message);
     void release(const WindowMessage& message, std::int32_t button);
+    bool letGo();
     void endCapture();
     void move(WindowMessage& message);
     void drag(WindowMessage& message);

@@ -137,7 +137,7 @@ TEST_F(ButtonsTest, EveryOrderOfPressSlideAndRelease) {
         EXPECT_EQ(sources, "23");
     }
 
-    // A parameter that goes, a press that the interface's end cuts off.
+    // A parameter that goes.
     auto& button = probe<ControlValueButton>("b");
     point(Pointer::LeftDown, 5, 5);
     button.setParameterName("Nothing");
@@ -145,21 +145,64 @@ TEST_F(ButtonsTest, EveryOrderOfPressSlideAndRelease) {
     EXPECT_FALSE(button.isOn());
     button.clearFlags(Control::AutoReset);
     button.setParameterName("Switch");
-    point(Pointer::LeftDown, 5, 5);
-    editor->close();
-    ASSERT_TRUE(editor->open(nullptr, {}));
-    point(Pointer::LeftUp, 5, 5);
-    EXPECT_FALSE(button.isOn());
-    click(50, 50);
     press(WindowMessage::TabKey);
     EXPECT_TRUE(press(WindowMessage::ReturnKey));
     EXPECT_TRUE(button.isOn());
-    const Hearer end(parameter, [this](Message& message) {
-        if (static_cast<ParameterMessage&>(message).mode == FromUser)
-            editor.reset();
-    });
-    click();
-    EXPECT_EQ(editor, nullptr);
+}
+
+// Faults: a value that stays as a press has it when the window closes or the other button comes in
+// between, an edit without an end, a control that goes on after the host has ended the interface.
+TEST_F(ButtonsTest, APressEndsInManyWays) {
+    struct Row {
+        const char* keys;
+        const char* id;
+        float kept;
+    };
+    const Row rows[] = {
+        {"class='Button' pushbutton='true' parameter='Switch'/>", "Switch", 0.0f},
+        {"class='Trigger' parameter='Volume'/>", "Volume", 0.0f},
+        {"class='Button' parameter='Mode'/>", "Mode", 0.0f},
+        {"class='ButtonChoice' parameter='Steps'/>", "Steps", 0.5f},
+        {"class='Knob' autoreset='true' parameter='Volume'/>", "Volume", 0.5f},
+        {"class='Knob' mousedown='inc' autoreset='true' parameter='Steps'/>", "Steps", 0.25f},
+        {"class='Slider' autoreset='true' type='move' handle='two' parameter='Volume'/>", "Volume",
+         0.5f},
+        {"class='RadioButtons'><controls><b class='Button' parameter='Switch' latchbutton='true' "
+         "width='30' height='30'/><c class='Button' parameter='Bend'/></controls></a>",
+         "Bend", 0.0f},
+    };
+    const auto bitmaps = editor->bitmaps;
+    for (const auto& [keys, id, kept] : rows)
+        for (const char* const end : {"closed", "other button", "destroyed"}) {
+            for (const char* const each : {"Switch", "Volume", "Mode", "Steps", "Bend"})
+                plugin.parameter(each).resetToDefault(FromHost);
+            open(std::string("<a width='30' height='30' ") + keys);
+            std::string edits;
+            const Hearer edited(*editor, [&edits](Message& message) {
+                edits += message.code == ControlMessage::EditBegin ? "(" : "";
+                edits += message.code == ControlMessage::EditEnd ? ")" : "";
+            });
+            const Hearer host(plugin.parameter(id), [&](Message& message) {
+                if (end[0] == 'd' && static_cast<ParameterMessage&>(message).mode == FromUser)
+                    editor.reset();
+            });
+            point(Pointer::LeftDown, 4, 7);
+            if (editor)
+                point(Pointer::Move, 4, -50);
+            if (end[0] == 'd') {
+                EXPECT_EQ(editor, nullptr) << keys;
+                editor = std::make_unique<test::TestedEditor>(plugin);
+                editor->bitmaps = bitmaps;
+                continue;
+            }
+            if (end[0] == 'c')
+                editor->close();
+            else
+                for (const Pointer event : {Pointer::RightDown, Pointer::RightUp})
+                    point(event, 4, -50);
+            EXPECT_EQ(plugin.parameter(id).getNormalised(), kept) << keys << ", " << end;
+            EXPECT_EQ(edits, "()") << keys << ", " << end;
+        }
 }
 
 // Fault: a button that blinks while it is off, or not while it is on.
