@@ -167,8 +167,8 @@ TEST_F(ButtonsTest, APressEndsInManyWays) {
         {"class='Knob' mousedown='inc' autoreset='true' parameter='Steps'/>", "Steps", 0.25f},
         {"class='Slider' autoreset='true' type='move' handle='two' parameter='Volume'/>", "Volume",
          0.5f},
-        {"class='RadioButtons'><controls><b class='Button' parameter='Switch' latchbutton='true' "
-         "width='30' height='30'/><c class='Button' parameter='Bend'/></controls></a>",
+        {"class='RadioButtons'><controls><b class='Button' parameter='Bend'/><c class='Button' "
+         "parameter='Switch' latchbutton='true' width='30' height='30'/></controls></a>",
          "Bend", 0.0f},
     };
     const auto bitmaps = editor->bitmaps;
@@ -186,7 +186,7 @@ TEST_F(ButtonsTest, APressEndsInManyWays) {
                 if (end[0] == 'd' && static_cast<ParameterMessage&>(message).mode == FromUser)
                     editor.reset();
             });
-            point(Pointer::LeftDown, 4, 7);
+            point(Pointer::LeftDown, 4, 29);
             if (editor)
                 point(Pointer::Move, 4, -50);
             if (end[0] == 'd') {

@@ -278,7 +278,8 @@ TEST_F(ValueControlsTest, EachFollowsItsOwnClone) {
     const std::string keys = "width='8' height='8' background='#ff8000' parameter='Gain' ";
     open("<a class='LED' handle='strip' " + keys + "/><b class='Container' x='20' " + keys +
          "/><c class='Text' x='40' " + keys +
-         "><visibility parameter='Gain' normalized='1'/></c><d class='Bitmap' x='60'><bitmaps>"
+         "><visibility parameter='Gain' normalized='1'/></c><d class='Bitmap' x='60' width='8' "
+         "height='8'><bitmaps>"
          "<e value='Gain' handle='strip'/></bitmaps></d><f class='About' x='80' " +
          keys + "/>");
     const auto shown = [this](std::int32_t clone, float value) {
