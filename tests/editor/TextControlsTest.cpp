@@ -246,19 +246,6 @@ TEST_F(TextControlsTest, TheStatusLineTellsTheMostImportant) {
     info.removeLines(&source);
 }
 
-// Fault: an image that stays switched.
-TEST_F(TextControlsTest, AnImageFollowsItsSwitch) {
-    addBitmap("image");
-    addBitmap("Switch");
-    editor->bitmaps["Switch"]->blur(12, 0.5f);
-    open("<a class='Bitmap' id='image'><bitmaps><x value='Switch'/></bitmaps></a>");
-    const std::string plain = bytes(probe<Control>("image"));
-    for (const bool isOn : {true, false}) {
-        plugin.parameter("Switch").setNormalised(isOn ? 1.0f : 0.0f, FromHost);
-        EXPECT_EQ(bytes(probe<Control>("image")) == plain, !isOn);
-    }
-}
-
 // Faults: a dialog in its own blur, clicks that go through it, a blur that stays, one of the wrong
 // size.
 TEST_F(TextControlsTest, PictureOfADialogOverABlur) {

@@ -272,16 +272,15 @@ TEST_F(ValueControlsTest, PictureOfValues) {
     test::expectPicture(*editor->getCanvas()->getPixels(), "values-100");
 }
 
-// Fault: a control that follows another parameter of the same name.
+// Faults: a control that follows another parameter of the same name, an image that stays switched.
 TEST_F(ValueControlsTest, EachFollowsItsOwnClone) {
-    addStrip("strip", 8, 8);
+    addBitmap("image");
+    addStrip("Gain", 8, 8);
     const std::string keys = "width='8' height='8' background='#ff8000' parameter='Gain' ";
-    open("<a class='LED' handle='strip' " + keys + "/><b class='Container' x='20' " + keys +
+    open("<a class='LED' handle='Gain' " + keys + "/><b class='Container' x='20' " + keys +
          "/><c class='Text' x='40' " + keys +
-         "><visibility parameter='Gain' normalized='1'/></c><d class='Bitmap' x='60' width='8' "
-         "height='8'><bitmaps>"
-         "<e value='Gain' handle='strip'/></bitmaps></d><f class='About' x='80' " +
-         keys + "/>");
+         "><visibility parameter='Gain' normalized='1'/></c><d class='Bitmap' id='image' x='60'>"
+         "<bitmaps><e value='Gain'/></bitmaps></d>");
     const auto shown = [this](std::int32_t clone, float value) {
         plugin.moduleAt(0)->settings().find("Gain", clone)->setNormalised(value, FromHost);
         return test::bytesOf(*draw(*editor->getRootControl())->getPixels());
@@ -291,6 +290,7 @@ TEST_F(ValueControlsTest, EachFollowsItsOwnClone) {
     const std::string on = shown(0, 1.0f);
     EXPECT_NE(on, off);
     EXPECT_EQ(shown(1, 0.0f), on);
+    EXPECT_EQ(shown(0, 0.0f), off);
 }
 
 // Faults: a skin that moves what the user has set when it is saved or chosen again.
