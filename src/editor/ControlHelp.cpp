@@ -18,7 +18,9 @@ constexpr std::uint32_t TooltipTimer = fourCharacterCode("CHds");
 constexpr std::uint32_t HideTimer = fourCharacterCode("CHdh");
 constexpr double TooltipDelayMs = 600.0;
 constexpr double HideDelayMs = 1500.0;  // of a value that doesn't change any more
-constexpr std::int32_t MarginX = 3, MarginY = 1;
+constexpr std::int32_t MarginX = 6, MarginY = 4;
+constexpr std::int32_t WindowEdge = 4;  // between the box and the window's edges
+constexpr float FrameOpacity = 0.3f;    // of the text's colour
 
 // From the pointer's hot spot to a box at its right or below it, past the arrow.
 constexpr Point AtPointer{16, 8};
@@ -158,6 +160,13 @@ void ControlHelp::hide() {
     setVisible(false);
 }
 
+void ControlHelp::drawForeground(Canvas& canvas, const Rect& rect) {
+    ControlText::drawForeground(canvas, rect);
+    canvas.setPenColor(
+        {textColor_.getRed(), textColor_.getGreen(), textColor_.getBlue(), FrameOpacity});
+    canvas.frameRect(getLocalRect());
+}
+
 void ControlHelp::showNow() {
     const std::string text = current_ != nullptr ? textFor(*current_) : std::string();
     if (text.empty()) {
@@ -169,8 +178,11 @@ void ControlHelp::showNow() {
     if (text != getText())
         setText(text);
     const Point size = getTextSize() + Point{2 * marginX_, 2 * marginY_};
+    Rect window = editor().getClientRect();
+    window = {window.left + WindowEdge, window.top + WindowEdge, window.right - WindowEdge,
+              window.bottom - WindowEdge};
     const Rect box = place(size, current_->getTooltipPlacement(), current_->getAbsoluteRect(),
-                           editor().getLastMouse(), editor().getClientRect());
+                           editor().getLastMouse(), window);
     const Control* const parent = getParentControl();
     setPosition(box.movedBy(parent != nullptr ? -parent->getAbsoluteOrigin() : Point{}));
     setVisible(true);

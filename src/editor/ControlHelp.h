@@ -24,6 +24,7 @@ public:
     void importDictionary(const Dictionary& dictionary) override;
     bool handle(Message& message) override;
     void suspend() override;
+    void drawForeground(Canvas& canvas, const Rect& rect) override;
 
     /// Until the pointer comes to another control, or the value changes.
     void hide();
