@@ -199,6 +199,7 @@ public:
     const std::string& getControlId() const { return id_; }
     const std::string& getLabel() const { return label_; }
     std::int32_t getTooltipPlacement() const { return tooltipPlacement_; }
+    const Color& getTextColor() const { return textColor_; }
     std::uint64_t getDropMask() const { return dropMask_; }
 
     /// In the window's coordinates, cut by those above; empty where nothing is left.

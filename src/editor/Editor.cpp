@@ -80,6 +80,11 @@ const char* const ControlsKey = "controls";
 const char* const CurrentModuleId = "CurrentModule";
 
 // In percent, as the user wants it; 0 for the screen's own.
+// By how bright the eye finds the three colours.
+bool isDark(const Color& color) {
+    return 0.299f * color.getRed() + 0.587f * color.getGreen() + 0.114f * color.getBlue() < 0.5f;
+}
+
 std::int32_t chosenSize() {
     std::int32_t percent = 0;
     if (const Preferences* const user = Preferences::user())
@@ -1233,8 +1238,7 @@ void Editor::addContextMenuEntries(PopupMenu& menu, Point /*position*/) {
     PopupMenu& skins = menu.addSubMenu(PopupMenuEntry::of(this, SkinsId, "Skins"));
     for (const Skin& skin : resources_->getSkins()) {
         const auto id = FirstSkinId + static_cast<std::int32_t>(skins_.size());
-        skins.addEntry(PopupMenuEntry::of(this, id, skin.getName(),
-                                          skin.getUid() == resources_->getCurrentSkin()));
+        skins.addEntry(PopupMenuEntry::of(this, id, skin.getName(), skin.getUid() == resources_->getCurrentSkin()));
         if (skins_.empty())
             skins.addSeparator();
         skins_.push_back(skin.getUid());
@@ -1366,6 +1370,7 @@ void Editor::showPendingEdit(platform::SystemWindow& system) {
     request.className = "Quorl PopupEditBox";
     request.family = "Inter";
     request.fontFiles = FontLibrary::get().getFiles();
+    request.isLight = isDark(control->getTextColor());
     request.pixels = pixels(static_cast<std::int32_t>(std::lround(editLetterSize_)));
     const auto alive = life();
     isEditing_ = true;

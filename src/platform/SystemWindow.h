@@ -112,6 +112,7 @@ struct TextRequest {
     std::string family;  // of the letters, installed or one of `fontFiles`
     std::int32_t pixels = 12;
     std::vector<std::string> fontFiles;  // paths; known to this process only
+    bool isLight = false;                // dark letters on a light ground, as the interface's are
 };
 
 /// Made, used and destroyed on one thread, the one that runs the host's windows; the destructor may

@@ -16,12 +16,7 @@ constexpr std::int32_t Margin = 2;  // above and below the letters, at least
 constexpr std::int32_t MostPixels = 1000;
 constexpr BYTE Opacity = 204;
 constexpr COLORREF White = RGB(255, 255, 255);
-constexpr COLORREF Ground = RGB(10, 12, 15);
-
-HBRUSH groundOf(HDC context) {
-    ::SetDCBrushColor(context, Ground);
-    return static_cast<HBRUSH>(::GetStockObject(DC_BRUSH));
-}
+constexpr COLORREF Black = RGB(10, 12, 15);
 
 HFONT makeFont(const TextRequest& request) {
     const std::wstring family = wide(request.family).substr(0, LF_FACESIZE - 1);
@@ -128,7 +123,10 @@ std::optional<std::string> TextBox::edit(const std::shared_ptr<ChildWindow>& win
     return window->owner != nullptr ? text : std::nullopt;
 }
 
-TextBox::TextBox(const TextRequest& request) : class_(wide(request.className), procedure) {
+TextBox::TextBox(const TextRequest& request)
+    : class_(wide(request.className), procedure),
+      ink_(request.isLight ? Black : White),
+      ground_(request.isLight ? White : Black) {
     for (const std::string& path : request.fontFiles)
         fontFiles_.push_back(std::make_unique<FontFile>(path));
     font_ = own<OwnedFont>(makeFont(request));
@@ -230,6 +228,11 @@ LRESULT CALLBACK TextBox::procedure(HWND handle, UINT message, WPARAM wParam, LP
     return ::DefWindowProcW(handle, message, wParam, lParam);
 }
 
+HBRUSH TextBox::groundOf(HDC context) const {
+    ::SetDCBrushColor(context, ground_);
+    return static_cast<HBRUSH>(::GetStockObject(DC_BRUSH));
+}
+
 std::optional<LRESULT> TextBox::receive(UINT message, WPARAM wParam) {
     switch (message) {
         case WM_ERASEBKGND: {
@@ -241,7 +244,7 @@ std::optional<LRESULT> TextBox::receive(UINT message, WPARAM wParam) {
         }
         case WM_CTLCOLOREDIT:
         case WM_CTLCOLORSTATIC:
-            ::SetTextColor(reinterpret_cast<HDC>(wParam), White);
+            ::SetTextColor(reinterpret_cast<HDC>(wParam), ink_);
             ::SetBkMode(reinterpret_cast<HDC>(wParam), TRANSPARENT);
             return reinterpret_cast<LRESULT>(groundOf(reinterpret_cast<HDC>(wParam)));
         case WM_COMMAND:

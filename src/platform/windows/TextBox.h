@@ -51,12 +51,14 @@ private:
 
     static LRESULT CALLBACK procedure(HWND handle, UINT message, WPARAM wParam, LPARAM lParam);
     std::optional<LRESULT> receive(UINT message, WPARAM wParam);
+    HBRUSH groundOf(HDC context) const;
 
     enum class End { StillOpen, Accepted, Cancelled };
 
     WindowClass class_;
     std::vector<std::unique_ptr<FontFile>> fontFiles_;
     OwnedFont font_;
+    COLORREF ink_, ground_;
     HWND handle_ = nullptr;  // null once the box is gone
     HWND field_ = nullptr;
     End end_ = End::StillOpen;
