@@ -849,6 +849,7 @@ bool Editor::receiveMenuChoice(std::int32_t identifier) {
         tellOfReopening();
     } else if (skin >= 0 && static_cast<std::size_t>(skin) < skins_.size()) {
         pendingSkin_ = skins_[static_cast<std::size_t>(skin)];
+        tellOfReopening();
     } else {
         return false;
     }
@@ -1235,10 +1236,11 @@ void Editor::addContextMenuEntries(PopupMenu& menu, Point /*position*/) {
     if (resources_ == nullptr || resources_->getSkins().size() < 2)
         return;
     menu.addSeparator();
+    const std::string chosen = pendingSkin_.empty() ? resources_->getCurrentSkin() : pendingSkin_;
     PopupMenu& skins = menu.addSubMenu(PopupMenuEntry::of(this, SkinsId, "Skins"));
     for (const Skin& skin : resources_->getSkins()) {
         const auto id = FirstSkinId + static_cast<std::int32_t>(skins_.size());
-        skins.addEntry(PopupMenuEntry::of(this, id, skin.getName(), skin.getUid() == resources_->getCurrentSkin()));
+        skins.addEntry(PopupMenuEntry::of(this, id, skin.getName(), skin.getUid() == chosen));
         if (skins_.empty())
             skins.addSeparator();
         skins_.push_back(skin.getUid());

@@ -298,7 +298,9 @@ TEST(EditorStart, TakesTheSkinsFileAndChangesItAtTheEnd) {
     editor = makeEditor();
     EXPECT_EQ(editor->getClientRect().right, 70);
     EXPECT_FALSE(editor->getShowTooltips());
-    EXPECT_TRUE(product.product->messages.empty());
+    ASSERT_EQ(product.product->messages.size(), 1u);
+    EXPECT_TRUE(product.product->messages[0].starts_with("Please close and re-open"));
+    product.product->messages.clear();
     for (const std::string& broken :
          {std::string("<dict>"), background(60).replace(60, 1, "?"),
           "<dict>" + test::Header + "<controls><c class='X'/></controls></dict>"}) {
