@@ -126,6 +126,11 @@ void ControlInfo::watch(Control* control) {
         clearTimer_.restart();
 }
 
+void ControlInfo::forgetValue() {
+    clearTimer_.stop(false);
+    replaceOwn(Watched, {});
+}
+
 void ControlInfo::follow() {
     const Control* const control = watched_ != nullptr ? watched_ : hovered_;
     const std::string name = control != nullptr ? control->getParameterName() : std::string();

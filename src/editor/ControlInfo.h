@@ -35,6 +35,9 @@ public:
     /// free again.
     void watch(Control* control);
 
+    /// The value that was shown last doesn't hold any more.
+    void forgetValue();
+
     /// An empty text ends it.
     void setHint(const std::string& text);
 

@@ -42,7 +42,8 @@ enum MenuId : std::int32_t {
     FirstPreset = 2000,
 };
 constexpr std::int32_t MostFavorites = FirstDuplicate - FirstFavorite;
-constexpr int DeepestFolder = 8;  // what is deeper stays in the name
+constexpr std::int32_t NameMargin = 6;  // at both sides
+constexpr int DeepestFolder = 8;        // what is deeper stays in the name
 
 const char* const DefaultPresetsKey = "DefaultPresets";
 
@@ -112,7 +113,12 @@ void duplicatePreset(Plugin& presets, std::int32_t index) {
 
 void renamePreset(Editor& editor, const std::string& name) {
     Plugin& presets = editor.instance();
-    presets.renameCurrent(inCurrentBank(presets, name));
+    const Preset* const current = presets.getCurrent();
+    if (current == nullptr)
+        return;
+    const std::string before = current->getName(Preset::BankName | Preset::OwnName);
+    if (presets.renameCurrent(inCurrentBank(presets, name)))
+        editor.noteRename(before);
 }
 
 void savePreset(Editor& editor, const std::string& name) {
@@ -211,9 +217,9 @@ bool ControlPresetsPopup::handle(Message& message) {
 bool ControlPresetsPopup::handleWindow(const WindowMessage& message) {
     switch (message.code) {
         case WindowMessage::LeftDown:
+        case WindowMessage::LeftDouble:  // the second press of a quick pair
             pressAndRelease();
             return true;
-        case WindowMessage::LeftDouble:
         case WindowMessage::LeftUp:
         case WindowMessage::RightUp:
             return true;
@@ -345,7 +351,8 @@ void ControlPresetsPopup::select(std::int32_t index) {
 void ControlPresetsPopup::askForName(void (*take)(Editor& editor, const std::string& name)) {
     Editor& shown = editor();
     const std::string id = presetIdOf(shown.instance().getCurrent());
-    shown.setPendingEdit(*this, getAbsoluteRect(), shown.instance().getCurrentName(),
+    shown.setPendingEdit(*this, nameRoom().movedBy(getAbsoluteOrigin()),
+                         shown.instance().getCurrentName(),
                          [&shown, take, id](const std::string& name) {
                              const bool isName = name.find_first_not_of(' ') != std::string::npos;
                              if (isName && presetIdOf(shown.instance().getCurrent()) == id)
@@ -353,12 +360,20 @@ void ControlPresetsPopup::askForName(void (*take)(Editor& editor, const std::str
                          });
 }
 
+Rect ControlPresetsPopup::nameRoom() const {
+    Rect room = getLocalRect();
+    room.left += NameMargin;
+    room.right -= NameMargin;
+    return room;
+}
+
 void ControlPresetsPopup::drawForeground(Canvas& canvas, const Rect& /*rect*/) {
     const PresetsLibrary& presets = editor().instance();
     const Preset* const current = presets.getCurrent();
-    const bool isModified = current != nullptr && current->isModified();
+    const std::string mark = current != nullptr && current->isModified() ? "*" : "";
     const std::string name = presets.getProgramName(presets.getCurrentIndex());
-    drawText(canvas, getLocalRect(), fitted(name + (isModified ? "*" : ""), getLocalRect().width()),
+    const Rect room = nameRoom();
+    drawText(canvas, room, fitted(name, room.width() - measureText(mark).x) + mark,
              Font::CenteredLine);
 }
 

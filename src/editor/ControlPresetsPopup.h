@@ -40,6 +40,7 @@ private:
     std::int32_t findOffered(std::int32_t index) const;
     void select(std::int32_t index);
     void askForName(void (*take)(Editor& editor, const std::string& name));
+    Rect nameRoom() const;
 
     std::vector<std::string> offered_;  // the presets of the last list, by their ids
     std::string menuPreset_;            // the one that was current for the last context menu

@@ -952,6 +952,7 @@ bool Editor::undoAt(const WindowMessage& key) {
         return false;
     if (captureControl_ != nullptr)
         return true;  // first the edit that is under way is to end
+    info_->forgetValue();
     return isRedo ? undo_.redo() : undo_.undo();
 }
 

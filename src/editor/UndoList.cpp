@@ -4,6 +4,7 @@
 #include "editor/Control.h"
 #include "foundation/Message.h"
 #include "parameters/Parameter.h"
+#include "parameters/Preset.h"
 #include "parameters/Settings.h"
 #include "platform/Clock.h"
 #include "plugin/Plugin.h"
@@ -132,6 +133,16 @@ void UndoList::noteProgramChange(std::int32_t before) {
         add(Entry{{}, {}, {}, before, after});
 }
 
+void UndoList::noteRename(const std::string& before) {
+    followLoads();
+    const Preset* const current = plugin_.getCurrent();
+    const std::string after =
+        current != nullptr ? current->getName(Preset::BankName | Preset::OwnName) : before;
+    const std::int32_t index = plugin_.getCurrentIndex();
+    if (before != after)
+        add(Entry{{}, {before}, {after}, index, index});
+}
+
 bool UndoList::goTo(bool isForwards) {
     followLoads();
     lastIsStep_ = false;
@@ -149,17 +160,17 @@ bool UndoList::goTo(bool isForwards) {
 
 // Whether there is still what the entry is about.
 bool UndoList::set(const Entry& entry, bool isForwards) {
+    const Value& value = isForwards ? entry.after : entry.before;
     if (entry.place.id.empty()) {
         const std::int32_t program = isForwards ? entry.programAfter : entry.programBefore;
         if (plugin_.getPreset(program) == nullptr)
             return false;
         plugin_.setProgram(program);
-        return true;
+        return entry.before == entry.after || plugin_.renameCurrent(value.text);
     }
     Parameter* const parameter = find(entry.place);
     if (parameter == nullptr)
         return false;
-    const Value& value = isForwards ? entry.after : entry.before;
     hand_.parameter = parameter;
     ControlMessage begin(&hand_, ControlMessage::EditBegin);
     station_.transmit(begin);

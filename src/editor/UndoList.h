@@ -49,6 +49,9 @@ public:
     /// Another preset than this one has become current, as an edit of its own.
     void noteProgramChange(std::int32_t before);
 
+    /// The current preset was called "Bank/Name" before, and is called otherwise now.
+    void noteRename(const std::string& before);
+
     /// Set back, or again, what the last entry says of which that is possible; an entry whose
     /// parameter or preset is gone is dropped. False if there is none left.
     bool undo() { return goTo(false); }
@@ -67,13 +70,13 @@ private:
     };
     struct Place {
         std::int32_t module = 0;
-        std::string id;  // empty for the current preset
+        std::string id;  // empty for the current preset or its name
         std::int32_t clone = 0;
         bool operator==(const Place&) const = default;
     };
     struct Entry {
         Place place;
-        Value before;
+        Value before;  // of a renamed preset, texts
         Value after;
         std::int32_t programBefore = 0;
         std::int32_t programAfter = 0;
