@@ -1,6 +1,7 @@
 // A host's window, in which a plug-in's interface stands, and a user who is played there.
 #pragma once
 
+#include "platform/Dialogs.h"
 #include "platform/SystemWindow.h"
 
 #include <cstdint>
@@ -56,6 +57,20 @@ public:
 
     /// Drags it over the place and drops it there; whether it was taken.
     virtual bool drop(const DroppedData& data, Spot place) = 0;
+
+    // What waits for the user in a window of its own. False while there is none; nothing is done
+    // then.
+
+    /// Takes an entry of the menu that is open: the last text's, in the sub-menus that the others
+    /// open. An entry that isn't there leaves its menu without a choice.
+    virtual bool choose(const std::vector<std::string>& entries) = 0;
+
+    /// Puts the text into the box for one line, or into a file dialog as the file's name, and
+    /// accepts it.
+    virtual bool enter(const std::string& text) = 0;
+
+    /// Presses a button of a message box, whose text is filled in.
+    virtual bool answer(MessageAnswer button, std::string& text) = 0;
 };
 
 /// What this process holds, as far as the system tells: windows, menus, drawing objects, files,

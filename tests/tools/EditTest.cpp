@@ -4,6 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <filesystem>
+
 namespace tarn::test {
 namespace {
 
@@ -41,6 +44,46 @@ TEST(Edit, PlaysTheUserOfTheInterface) {
         EXPECT_THAT(edit(folder, ends, {"--instances", "2"}), FieldsAre(0, _, "", _)) << ends;
     EXPECT_THAT(edit(folder, "close\nclose\nwait 20\n", {"--times", "20"}),
                 FieldsAre(0, _, HasSubstr("20 openings"), _));
+}
+
+// Faults: a choice or a name that is lost between the system's menus and boxes and the presets; a
+// file that is overwritten unasked, or not written without a word; presets that a failure takes
+// along.
+TEST(Edit, PresetsAreKeptThroughMenusBoxesAndDialogs) {
+    if (!platform::hasWindows())
+        GTEST_SKIP() << "this system has no windows";
+    const ToolFolder folder;
+    const std::string save = "'Preset library' 'Save presets to file...'",
+                      load = "'Preset library' 'Load presets from file...'",
+                      kept = "enter '" + (folder / "kept.xml") + "'",
+                      locked = "enter '" + (folder / "locked.xml") + "'";
+    folder.write("locked.xml", "old");
+    std::filesystem::permissions(folder / "locked.xml", std::filesystem::perms::owner_read);
+    const struct {
+        const char* button;
+        std::string entry, then, program;
+    } choices[] = {
+        {"right", "'Save preset as...'", "enter Voices/Lead", "Lead"},
+        {"left", "'Send only'", "expect Mute On", "Send only"},
+        {"left", "'No such entry'", "", "Send only"},
+        {"left", "Voices Lead", "", "Lead"},
+        {"right", "'Rename preset'", "enter Solo\nkey ctrl+z\nexpect-program Lead\nkey ctrl+y",
+         "Solo"},
+        {"right", save, kept, "Solo"},
+        {"right", "'Delete preset'", "", "Send only"},
+        {"right", save, locked + "\nanswer yes Overwrite\nanswer ok 'not be written'", "Send only"},
+        {"right", load, locked + "\nanswer ok 'not be read'", "Send only"},
+        {"right", load, kept, "Send only"},
+        {"left", "Voices Solo", "", "Solo"},
+    };
+    std::string script;
+    for (const auto& [button, entry, then, program] : choices)
+        script += std::string("click ") + button + " 290 28\nchoose " + entry + "\n" + then +
+                  "\nexpect-program '" + program + "'\n";
+    std::ranges::replace(script, '\'', '"');
+    EXPECT_THAT(edit(folder, script), FieldsAre(0, _, "", _));
+    EXPECT_EQ(folder.read("locked.xml"), "old");
+    std::filesystem::permissions(folder / "locked.xml", std::filesystem::perms::owner_all);
 }
 
 }  // namespace

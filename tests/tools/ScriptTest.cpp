@@ -43,6 +43,8 @@ TEST(Script, ALineIsWhatItSaysOrNamedAsWrong) {
         {"wait 41", "8:0,0,3; "},
         {"screenshot a.png", "9:0,0,0 'a.png'; "},
         {"open\nclose\ndestroy", "10:0,0,0; 11:0,0,0; 12:0,0,0; "},
+        {"expect-program a\nchoose a \"b c\"", "15:0,0,0 'a'; 16:0,0,0 'a' 'b c'; "},
+        {"enter \"\"\nanswer no x", "17:0,0,0 ''; 18:0,0,2 'x'; "},
         {"set Name \"\"\nexpect Name x", "13:0,0,0 'Name' ''; 14:0,0,0 'Name' 'x'; "},
     };
     for (const auto& [line, steps] : lines)
@@ -53,6 +55,7 @@ TEST(Script, ALineIsWhatItSaysOrNamedAsWrong) {
         {"move 1 x", "'x' is no number"},
         {"move 1 100001", "'100001' is no number from -100000 to 100000"},
         {"press middle", "'middle' is no button"},
+        {"answer perhaps x", "'perhaps' is no button: give ok"},
         {"close now", "'now' is too much"},
         {"key ctrl++z", "'' is no key"},
         {"key f99", "'f99' is no key"},

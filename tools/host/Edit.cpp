@@ -33,6 +33,7 @@ using platform::Spot;
 
 constexpr double kRate = 44100.0;
 constexpr int kBlockFrames = 512;
+constexpr int kMostTicksUnasked = 1500;       // half a minute, for slow machines
 constexpr int kMostPixels = 16'384;           // of an interface's side
 constexpr int kSettledAfter = 10;             // openings
 constexpr std::int64_t kUsualBytes = 65'536;  // that come and go with the system's own work
@@ -159,6 +160,10 @@ private:
     void playAudio();
     void tick();
     void play(const Step& step);
+    bool takeAnswer(const Step& step);
+    void waitToAnswer(const Step& step);
+    void expect(const Step& step, const std::string& what, const std::string& shown);
+    std::string programName();
     void openAgainAndAgain();
     std::string display(const std::string& parameter);
     VstInt32 indexOf(const std::string& parameter);
@@ -168,6 +173,7 @@ private:
     std::vector<Step> steps_;
     std::size_t next_ = 0;
     int waiting_ = 0;  // ticks
+    int unasked_ = 0;  // ticks since an answer was due
     std::optional<Failure> failure_;
     std::atomic<bool> isScriptOver_{false};
     std::atomic<bool> isOver_{false};
@@ -175,6 +181,11 @@ private:
     PluginLibrary library_;
     std::vector<std::unique_ptr<Stage>> stages_;
 };
+
+bool isAnswer(const Step& step) {
+    return step.kind == Step::Kind::Choose || step.kind == Step::Kind::Enter ||
+           step.kind == Step::Kind::Answer;
+}
 
 HostSettings settingsFor(const std::string& plugin) {
     HostSettings settings;
@@ -262,6 +273,11 @@ VstInt32 Session::indexOf(const std::string& parameter) {
     return *index;
 }
 
+std::string Session::programName() {
+    return stages_.front()->instance.text(effGetProgramName, 0, kVstMaxProgNameLen,
+                                          "the program's name");
+}
+
 std::string Session::display(const std::string& parameter) {
     return stages_.front()->instance.text(effGetParamDisplay, indexOf(parameter),
                                           kVstMaxParamStrLen, "a parameter's display");
@@ -271,7 +287,8 @@ void Session::play(const Step& step) {
     Stage& stage = *stages_.front();
     const Spot place{step.x, step.y};
     const bool needsWindow = step.kind != Step::Kind::Wait && step.kind != Step::Kind::Close &&
-                             step.kind != Step::Kind::Set && step.kind != Step::Kind::Expect;
+                             step.kind != Step::Kind::Set && step.kind != Step::Kind::Expect &&
+                             step.kind != Step::Kind::ExpectProgram;
     if (needsWindow && stage.window->handle() == nullptr)
         throw Failure(ExitBadUse, "there is no window any more");
     switch (step.kind) {
@@ -312,9 +329,45 @@ void Session::play(const Step& step) {
                 throw Failure(ExitBadUse, "the plug-in doesn't take '" + step.texts[1] + "'");
             return;
         case Step::Kind::Expect:
-            if (const std::string shown = display(step.texts[0]); shown != step.texts[1])
-                findings_.add("line " + std::to_string(step.line) + " expected " + step.texts[0] +
-                              " to be '" + step.texts[1] + "', and it is '" + shown + "'");
+            return expect(step, step.texts[0], display(step.texts[0]));
+        case Step::Kind::ExpectProgram:
+            return expect(step, "the program", programName());
+        case Step::Kind::Choose:
+        case Step::Kind::Enter:
+        case Step::Kind::Answer:
+            return;  // they wait
+    }
+}
+
+// False while the plug-in doesn't ask that. Nothing else is played meanwhile.
+bool Session::takeAnswer(const Step& step) {
+    HostWindow& window = *stages_.front()->window;
+    if (step.kind == Step::Kind::Choose)
+        return window.choose(step.texts);
+    if (step.kind == Step::Kind::Enter)
+        return window.enter(step.texts.front());
+    std::string shown;
+    if (!window.answer(static_cast<platform::MessageAnswer>(step.number), shown))
+        return false;
+    if (shown.find(step.texts.front()) == std::string::npos)
+        findings_.add("line " + std::to_string(step.line) + " expected a box that says '" +
+                      step.texts.front() + "', and it says '" + shown + "'");
+    return true;
+}
+
+void Session::expect(const Step& step, const std::string& what, const std::string& shown) {
+    if (shown != step.texts.back())
+        findings_.add("line " + std::to_string(step.line) + " expected " + what + " to be '" +
+                      step.texts.back() + "', and it is '" + shown + "'");
+}
+
+void Session::waitToAnswer(const Step& step) {
+    if (takeAnswer(step)) {
+        unasked_ = 0;
+        ++next_;
+    } else if (++unasked_ > kMostTicksUnasked) {
+        throw Failure(ExitBadUse, "line " + std::to_string(step.line) +
+                                      " of the script: the plug-in asks nothing of that kind");
     }
 }
 
@@ -325,7 +378,9 @@ void Session::tick() {
     if (isScriptOver_ || (waiting_ > 0 && --waiting_ > 0))
         return;
     try {
-        if (next_ < steps_.size())
+        if (next_ < steps_.size() && isAnswer(steps_[next_]))
+            waitToAnswer(steps_[next_]);
+        else if (next_ < steps_.size())
             play(steps_[next_++]);
     } catch (const Failure& failure) {
         failure_ = failure;

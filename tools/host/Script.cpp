@@ -30,6 +30,8 @@ constexpr Key kKeys[] = {
     {"ctrl", 0x11},   {"alt", 0x12},
 };
 
+constexpr std::string_view kButtons[] = {"ok", "yes", "no", "cancel"};
+
 // Words, and texts in double quotes, of a line.
 std::vector<std::string> wordsOf(const std::string& line) {
     std::vector<std::string> words;
@@ -215,6 +217,17 @@ void Line::parse() {
         texts(command == "set" ? Step::Kind::Set : Step::Kind::Expect, 2);
         if (steps_.back().texts.size() != 2)
             throw Failure(ExitBadUse, "give a parameter and its value");
+    } else if (command == "choose") {
+        texts(Step::Kind::Choose, kMostSteps);
+    } else if (command == "enter" || command == "expect-program") {
+        texts(command == "enter" ? Step::Kind::Enter : Step::Kind::ExpectProgram, 1);
+    } else if (command == "answer") {
+        const std::string button = word();
+        const auto* const known = std::ranges::find(kButtons, button);
+        if (known == std::end(kButtons))
+            throw Failure(ExitBadUse, "'" + button + "' is no button: give ok, yes, no or cancel");
+        texts(Step::Kind::Answer, 1);
+        steps_.back().number = static_cast<std::int32_t>(known - std::begin(kButtons));
     } else {
         throw Failure(ExitBadUse, "'" + command + "' is no step");
     }
@@ -250,7 +263,11 @@ const char* scriptHelp() {
   type "letters and digits"       drop-file X Y FILE...
   drop-text X Y "TEXT"            wait MILLISECONDS
   screenshot FILE.png             set|expect PARAMETER "TEXT"
-  close, open                     destroy, as hosts do that don't close the interface first)";
+  close, open                     destroy, as hosts do that don't close the interface first
+  expect-program "NAME"
+What the plug-in asks its user, which these wait for:
+  choose "ENTRY"..., of a menu    enter "TEXT", into a box, or a file's name into a dialog
+  answer ok|yes|no|cancel "WORDS", of which a message box must hold some)";
 }
 
 }  // namespace tarn::host

@@ -24,14 +24,18 @@ struct Step {
         Close,
         Destroy,
         Set,
-        Expect
+        Expect,
+        ExpectProgram,
+        Choose,
+        Enter,
+        Answer
     };
     Kind kind = Kind::Wait;
     std::int32_t x = 0;  // pixels from the interface's top left
     std::int32_t y = 0;
     std::int32_t number = 0;         // ticks, notches, or a key's Windows virtual-key code
     bool isRight = false;            // of the buttons
-    std::vector<std::string> texts;  // files, a text, or a parameter and its value
+    std::vector<std::string> texts;  // files, entries, a text, or a parameter and its value
     int line = 0;                    // of the script, from 1
 };
 

@@ -4,6 +4,7 @@
 #include "platform/windows/Text.h"
 #include "platform/windows/WindowClass.h"
 
+#include <dlgs.h>
 #include <shlobj.h>
 
 #include <algorithm>
@@ -59,6 +60,36 @@ std::int64_t heapBytes() {
 // Those that stand twice on a keyboard; without the mark the one of the number block is meant.
 bool isExtended(std::int32_t key) {
     return (key >= VK_PRIOR && key <= VK_DOWN) || key == VK_INSERT || key == VK_DELETE;
+}
+
+constexpr wchar_t MenuClass[] = L"#32768";
+constexpr wchar_t DialogClass[] = L"#32770";
+constexpr int MessageText = 0xFFFF;  // of a message box, the part that says it
+constexpr int LongestText = 1000;
+
+// Of this thread, of a class of the system's, with that part if it is another one than 0.
+HWND ownWindow(const wchar_t* className, int part) {
+    for (HWND found = nullptr;
+         (found = ::FindWindowExW(nullptr, found, className, nullptr)) != nullptr;)
+        if (::GetWindowThreadProcessId(found, nullptr) == ::GetCurrentThreadId() &&
+            ::IsWindowVisible(found) != 0 && (part == 0 || ::GetDlgItem(found, part) != nullptr))
+            return found;
+    return nullptr;
+}
+
+bool isLine(HMENU menu, int place) {
+    return (::GetMenuState(menu, static_cast<UINT>(place), MF_BYPOSITION) & MF_SEPARATOR) != 0;
+}
+
+// -1 without such an entry.
+int placeOf(HMENU menu, const std::string& entry) {
+    int place = ::GetMenuItemCount(menu) - 1;
+    for (wchar_t text[LongestText] = L""; place >= 0; --place)
+        if (::GetMenuStringW(menu, static_cast<UINT>(place), text, LongestText, MF_BYPOSITION) >
+                0 &&
+            utf8(text) == entry)
+            break;
+    return place;
 }
 
 SIZE outerSize(Spot inner) {
@@ -216,7 +247,61 @@ public:
         return isWanted && effect != DROPEFFECT_NONE;
     }
 
+    bool choose(const std::vector<std::string>& entries) override {
+        const HWND shown = ownWindow(MenuClass, 0);
+        if (shown == nullptr)
+            return false;
+        auto menu = reinterpret_cast<HMENU>(::SendMessageW(shown, MN_GETHMENU, 0, 0));
+        press(VK_DOWN);  // the first entry; in a menu below it is selected already
+        for (const std::string& entry : entries) {
+            const int place = placeOf(menu, entry);
+            if (place < 0) {
+                for (std::size_t i = 0; i < entries.size(); ++i)
+                    press(VK_ESCAPE);
+                break;
+            }
+            for (int above = 0; above < place; ++above)
+                if (!isLine(menu, above))
+                    press(VK_DOWN);
+            menu = ::GetSubMenu(menu, place);
+            press(menu != nullptr ? VK_RIGHT : VK_RETURN);
+        }
+        return true;
+    }
+
+    bool enter(const std::string& text) override {
+        const HWND focused = ::GetFocus(), root = ::GetAncestor(focused, GA_ROOT);
+        for (const int field : {edt1, cmb13})  // either, of a file dialog
+            if (::SetDlgItemTextW(root, field, wide(text).c_str()) != 0)
+                return ::PostMessageW(root, WM_COMMAND, IDOK, 0) != 0;
+        wchar_t name[LongestText] = L"";
+        ::GetClassNameW(focused, name, LongestText);
+        if (::lstrcmpiW(name, L"Edit") != 0)
+            return false;
+        ::SetWindowTextW(focused, wide(text).c_str());
+        return ::PostMessageW(focused, WM_KEYDOWN, VK_RETURN, 0) != 0;
+    }
+
+    bool answer(MessageAnswer button, std::string& text) override {
+        const HWND box = ownWindow(DialogClass, MessageText);
+        if (box == nullptr)
+            return false;
+        wchar_t shown[LongestText] = L"";
+        ::GetDlgItemTextW(box, MessageText, shown, LongestText);
+        text = utf8(shown);
+        const std::map<MessageAnswer, WPARAM> buttons = {{MessageAnswer::Ok, IDOK},
+                                                         {MessageAnswer::Yes, IDYES},
+                                                         {MessageAnswer::No, IDNO},
+                                                         {MessageAnswer::Cancel, IDCANCEL}};
+        return ::PostMessageW(box, WM_COMMAND, buttons.at(button), 0) != 0;
+    }
+
 private:
+    void press(std::int32_t virtualKey) {
+        key(virtualKey, true);
+        key(virtualKey, false);
+    }
+
     // By the thread's timers, which have no place for more.
     static std::map<UINT_PTR, HostWindow*>& ticking() {
         static std::map<UINT_PTR, HostWindow*> windows;
