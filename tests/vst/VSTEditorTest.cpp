@@ -1,5 +1,6 @@
 #include "audio/Module.h"
 #include "drawing/Pictures.h"
+#include "editor/ControlHelp.h"
 #include "editor/ControlLevelMeter.h"
 #include "editor/ControlText.h"
 #include "editor/ControlValueLED.h"
@@ -181,84 +182,110 @@ TEST_F(HostedEditor, PictureOfThePageOnSkins) {
     const test::ScratchFolder files;
     const test::HostedEffect effect = load();
     effect.run();
-    const auto show = [&](const std::string& controls, const std::string& picture) {
+    Editor& editor = editorOf(effect);
+    const auto show = [&](const std::string& controls) {
         files.write("Controls.xml", controls);
-        Editor& editor = editorOf(effect);
         ASSERT_TRUE(editor.loadControls(File(files.path("Controls.xml"))).isOk());
         ASSERT_TRUE(open(effect));
-        effect.play(test::Channel(64, 0.3f));
+        effect.play(test::Channel(64, 0.75f));
         window().owner->tick();
         now = now + 0.05;
         TimerMessage timer(nullptr, TimerMessage::Tick, fourCharacterCode("CVUt"), 0);
         for (Control* const control : editor.getControls())
             if (dynamic_cast<ControlVUMeter*>(control) != nullptr)
                 control->handle(timer);
+        editor.getHelpControl()->setVisible(!editor.getHelpControl()->getText().empty());
         window().owner->tick();
-        test::expectPicture(*editor.getCanvas()->getPixels(), picture);
-        effect.call(effEditClose);
     };
     const std::size_t begin = page.find("```xml\n") + 7;
-    show(page.substr(begin, page.find("```", begin) - begin), "skin-example");
+    show(page.substr(begin, page.find("```", begin) - begin));
+    test::expectPicture(*editor.getCanvas()->getPixels(), "skin-example");
+    effect.call(effEditClose);
 
+    const std::string ground = " background='#304860' ", small = " width='48' height='48' ",
+                      meter = " width='16' height='48' parameter='OutputLevel' ",
+                      mute = " parameter='MuteOutput' text='Mute' texton='Mute' ";
+    const auto holding = [](const std::string& children) {
+        return "><controls>" + children + "</controls></a>";
+    };
+    const auto text = [](const std::string& shown) {
+        return "<b class='Text' font='Inter' x='8' y='6' width='84' height='16' text='" + shown +
+               "'/>";
+    };
     const std::string decibels =
-        "parameter='OutputLevel' foreground='#43D184'><scaling><p value='-60'/><p "
-        "value='0'/></scaling></a>";
+        meter + "foreground='#43D184'><scaling><p value='-10'/><p value='0'/></scaling></a>";
     const std::map<std::string, std::string> keys = {
-        {"About", "parameter='ShowAbout' handle='fault' background='#304860'"},
-        {"Background", "background='#304860'"},
-        {"Bitmap", "handle='field'"},
-        {"Button", "parameter='MuteOutput' text='Mute' foreground='#FFBE00' textcolor='#8E99A7'"},
-        {"ButtonChoice", "parameter='BrimtideChannel' handle='clip'"},
-        {"Container", "background='#304860'"},
+        {"About", "parameter='ShowAbout'" + ground + holding(text("Made by us"))},
+        {"Background", ground + holding(text("A window"))},
+        {"Bitmap", "handle='mark'"},
+        {"Button", mute + ground},
+        {"ButtonChoice", "parameter='BrimtideChannel' handle='previous'"},
+        {"Container", ground + holding(text("A child"))},
         {"Display", "parameter='BrimtideChannel'"},
-        {"FavoriteButton", "handle='lamp' on='0'"},
-        {"Help", "visible='true' text='A tooltip' background='#304860'"},
-        {"Knob", "parameter='OutputLevel'"},
+        {"FavoriteButton", "width='28' text='1' texton='1' align='center'" + ground},
+        {"Help", "id='special::help' text='A tooltip'" + ground},
+        {"Knob", "width='48' height='48' parameter='OutputLevel'" + ground},
         {"LED", "parameter='Connected' handle='lamp'"},
         {"LevelMeter", decibels},
         {"MenuButton", "handle='menu'"},
-        {"PopupMenu", "parameter='MuteOutput' background='#304860'"},
+        {"PopupMenu", "parameter='MuteOutput'" + ground},
+        {"PresetsMenu", "width='132'" + ground},
         {"PresetStep", "handle='next'"},
-        {"Quorl", "text='Help' foreground='#304860' textcolor='#8E99A7'"},
-        {"RadioButtons", "background='#304860'"},
-        {"Range", "parameter='OutputLevel'"},
-        {"Slider", "parameter='OutputLevel'"},
+        {"Quorl", "text='Help'" + ground},
+        {"RadioButtons",
+         holding(
+             "<b class='Button' width='44' height='28' textcoloron='#FFBE00'" + mute + ground +
+             "/><b class='Button' x='48' width='44' height='28' textcoloron='#FFBE00' text='On' "
+             "texton='On' parameter='ShowAbout'" +
+             ground + "/>")},
+        {"Range", "parameter='OutputLevel'" + small},
+        {"Slider", "parameter='OutputLevel'" + small},
         {"Text", "text='A text'"},
-        {"TextValue", "parameter='BrimtideID'"},
-        {"Trigger", "parameter='OutputLevel' foreground='#FFBE00' textcolor='#8E99A7'"},
-        {"URL", "text='A link' foreground='#304860' textcolor='#8E99A7'"},
+        {"TextValue", "parameter='BrimtideID' marginleft='8'" + ground},
+        {"Trigger", "parameter='OutputLevel' text='Play' texton='Play'" + ground},
+        {"URL", "text='A link'" + ground},
         {"VUMeter", decibels},
-        {"VUMeterLED", "parameter='OutputLevel' handle='clip'"},
+        {"VUMeterLED",
+         "parameter='OutputLevel' handle='clip'><values><p value='-60'/></values></a>"},
     };
     parameter(effect, "ShowAbout").setNormalised(1.0f, FromUser);
-    constexpr int Columns = 5, Width = 104, Height = 64;
+    constexpr int Width = 96, Height = 28, Margin = 4, Step = 60;
     std::string controls;
-    int cells = 0;
-    std::size_t at = page.find("## The classes");
-    while ((at = page.find("\n| `", at)) != std::string::npos) {
+    std::vector<std::string> names;
+    for (std::size_t at = page.find("## The classes");
+         (at = page.find("\n| `", at)) != std::string::npos;) {
         at += 4;
-        const std::string name = page.substr(at, page.find('`', at) - at);
-        const auto place = [&](int top, int height, int width = 96) {
-            return " x='" + std::to_string(4 + cells % Columns * Width) + "' y='" +
-                   std::to_string(top + cells / Columns * Height) + "' width='" +
-                   std::to_string(width) + "' height='" + std::to_string(height) + "' ";
+        const std::string& name = names.emplace_back(page.substr(at, page.find('`', at) - at));
+        std::string own = keys.contains(name) ? keys.at(name) : "";
+        own += own.ends_with(">") ? "" : "/>";
+        const auto side = [&own](const std::string& key, int usual) {
+            const bool isGiven = own.substr(0, own.find('>')).find(key) != std::string::npos;
+            return isGiven ? "" : " " + key + std::to_string(usual) + "'";
         };
-        const auto own = keys.find(name);
-        controls += "<a class='" + name + "' font='Inter' " +
-                    place(4, 36, name == "Knob" ? 36 : 96) +
-                    (own != keys.end() ? own->second : "") +
-                    (own != keys.end() && own->second.ends_with(">") ? "" : "/>") +
-                    "<b class='Text' font='Inter' " + "textsize='0.8' textcolor='#8E99A7' text='" +
-                    name + "'" + place(44, 14) + "/>";
-        ++cells;
+        controls += "<a class='" + name + "' font='Inter' x='4' y='" +
+                    std::to_string(Margin + Step * static_cast<int>(names.size() - 1)) + "'" +
+                    side("width='", Width) + side("height='", Height) + " " + own;
     }
-    EXPECT_EQ(cells, 27);
+    EXPECT_EQ(names.size(), 27u);
     show(
         "<dict><info creator='Brimtide' version='1.2.0'/><file-format value='0.7'/><controls><c "
-        "class='Background' id='special::background' background='#1B1F25' width='524' height='" +
-            std::to_string((cells + Columns - 1) / Columns * Height) + "'><controls>" + controls +
-            "</controls></c></controls></dict>",
-        "classes");
+        "class='Background' id='special::background' background='#1B1F25' width='140' "
+        "height='1620'><controls>" +
+        controls + "</controls></c></controls></dict>");
+    for (Control* const control : editor.getControls()) {
+        const Rect rect = control->getRect();
+        if (rect.left != Margin)
+            continue;
+        const Rect cut{0, 0, rect.width() + 2 * Margin, rect.height() + 2 * Margin};
+        Canvas picture(cut);
+        picture.beginFrame(cut);
+        picture.copyFrom(*editor.getCanvas(), cut.movedBy(rect.topLeft() - Point{Margin, Margin}),
+                         cut);
+        test::expectPicture(*picture.getPixels(),
+                            names.at(static_cast<std::size_t>(rect.top / Step)),
+                            PICTURES "/classes");
+    }
+    effect.call(effEditClose);
     effect.call(effClose);
     platform::setHighResolutionClock(nullptr);
 }
