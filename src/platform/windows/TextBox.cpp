@@ -17,6 +17,7 @@ constexpr std::int32_t MostPixels = 1000;
 constexpr BYTE Opacity = 204;
 constexpr COLORREF White = RGB(255, 255, 255);
 constexpr COLORREF Black = RGB(10, 12, 15);
+constexpr COLORREF Paper = RGB(226, 231, 237);  // which is told from a white card
 
 HFONT makeFont(const TextRequest& request) {
     const std::wstring family = wide(request.family).substr(0, LF_FACESIZE - 1);
@@ -126,7 +127,7 @@ std::optional<std::string> TextBox::edit(const std::shared_ptr<ChildWindow>& win
 TextBox::TextBox(const TextRequest& request)
     : class_(wide(request.className), procedure),
       ink_(request.isLight ? Black : White),
-      ground_(request.isLight ? White : Black) {
+      ground_(request.isLight ? Paper : Black) {
     for (const std::string& path : request.fontFiles)
         fontFiles_.push_back(std::make_unique<FontFile>(path));
     font_ = own<OwnedFont>(makeFont(request));
