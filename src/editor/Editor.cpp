@@ -510,6 +510,8 @@ void Editor::forget(Control& control) {
     removeControl(&control);
     std::erase(modals_, &control);
     keyboard_.forget(control);
+    if (undo_.isEditing(&control))
+        endEdit(control, lastMouse_);
     undo_.forget(control);
     if (info_)
         info_->forget(control);
@@ -775,19 +777,22 @@ bool Editor::receive(Message& message) {
         enqueue(message, this);
         return false;
     }
+    return perform([&] { return dispatch(message); });
+}
+
+// Exceptions end here. A window that is closed meanwhile leaves its controls to those who are in
+// them.
+bool Editor::perform(const std::function<bool()>& act) {
     const auto alive = life();
     const Speaking here(*this);
     ++dispatching_;
     bool isUsed = false;
     try {
-        isUsed = dispatch(message);
+        isUsed = act();
     } catch (const std::exception& error) {
         logLine(LogError, std::string_view(error.what()));
     }
-    if (alive.expired())
-        return isUsed;
-    // A window that was closed meanwhile left its controls to those who were in them.
-    if (--dispatching_ == 0)
+    if (!alive.expired() && --dispatching_ == 0)
         takePendingChoices();
     return isUsed;
 }
@@ -888,6 +893,12 @@ void Editor::setFocus(Control* control) {
     accepting->handle(gained);
 }
 
+void Editor::expectEdit(Control& control, UndoList::Kind kind) {
+    undo_.begin(control, kind);
+    ControlMessage message(&control, ControlMessage::EditExpected, lastMouse_, toPayload(&control));
+    transmit(message);
+}
+
 void Editor::beginEdit(Control& control, Point position) {
     undo_.begin(control, UndoList::Kind::Whole);
     ControlMessage message(&control, ControlMessage::EditBegin, position, toPayload(&control));
@@ -937,8 +948,7 @@ bool Editor::takeKey(WindowMessage& key) {
 
 bool Editor::tellKey(Control& control, WindowMessage& key) {
     const bool isEdit = key.keyCode >= WindowMessage::PageUpKey &&
-                        key.keyCode <= WindowMessage::DownKey && !control.isButton() &&
-                        control.getParameter() != nullptr;
+                        key.keyCode <= WindowMessage::DownKey && control.getParameter() != nullptr;
     return isEdit ? editOnce(control, UndoList::Kind::Step, [&] { return control.handle(key); })
                   : control.handle(key);
 }
@@ -1055,7 +1065,7 @@ void Editor::press(WindowMessage& message, std::int32_t button) {
         previousMouse_ = lastDragMouse_ = message.position;
         info_->watch(pressed);
         if (!isHeldAlready)
-            undo_.begin(*pressed, UndoList::Kind::Whole);
+            expectEdit(*pressed, UndoList::Kind::Whole);
         isUsed = isRight ? pressed->handle(message) : deliverLocal(*pressed, message);
         if (alive.expired())
             return;
@@ -1066,12 +1076,13 @@ void Editor::press(WindowMessage& message, std::int32_t button) {
             beginEdit(*pressed, message.position);
         return;
     }
-    if (isHeldAlready && captureControl_ == pressed && !letGo())
-        return;
-    undo_.end(pressed);
-    captureControl_ = nullptr;
-    isMouseHeld_ = false;
-    info_->watch(nullptr);
+    // Meanwhile the user may have pressed something else.
+    if (captureControl_ == pressed) {
+        if (!isHeldAlready)
+            endCapture();
+        else if (!letGo())
+            return;
+    }
     if (isRight && isOpen_)
         contextMenu(message);
 }
@@ -1299,16 +1310,13 @@ void Editor::showPendingMenu(platform::SystemWindow& system) {
     const std::unique_ptr<PopupMenu> menu = std::move(pendingMenu_);
     const Speaking here(*this);
     const auto alive = life();
-    // What a menu's owner does is a part of the press that opened the menu, or of an edit of its
-    // own if that was a key.
-    if (auto* const owner = dynamic_cast<Control*>(menu->getOwner());
-        owner != nullptr && captureControl_ == nullptr) {
-        captureControl_ = owner;
-        beginEdit(*owner, pendingMenuPlace_);
-        if (alive.expired())
-            return;
-    }
     shownMenu_ = menu.get();
+    // What is highlighted may be heard: one edit has all of it, also where a key opened the menu.
+    auto* const owner = dynamic_cast<Control*>(menu->getOwner());
+    if (owner != nullptr && captureControl_ == nullptr) {
+        captureControl_ = owner;
+        expectEdit(*owner, UndoList::Kind::Whole);
+    }
     const PopupMenuEntry* const chosen = menu->show(system, window_->toScreen(pendingMenuPlace_));
     if (alive.expired())
         return;
@@ -1318,11 +1326,13 @@ void Editor::showPendingMenu(platform::SystemWindow& system) {
     shownMenu_ = nullptr;
     Radio* const target = chosen != nullptr ? chosen->target : menu->getOwner();
     const std::int32_t id = chosen != nullptr ? chosen->id : NothingChosen;
-    ControlMessage choice(this, ControlMessage::MenuChoice, pendingMenuPlace_, toPayload(id));
-    if (target != nullptr)
-        target->receive(choice);
-    if (isOwned && !alive.expired())
-        endCapture();
+    perform([&] {
+        ControlMessage choice(this, ControlMessage::MenuChoice, pendingMenuPlace_, toPayload(id));
+        const bool isUsed = target != nullptr && target->receive(choice);
+        if (isOwned && !alive.expired())
+            endCapture();
+        return isUsed;
+    });
 }
 
 Point Editor::measureMenuEntry(std::int32_t id) {
@@ -1383,20 +1393,20 @@ void Editor::showPendingEdit(platform::SystemWindow& system) {
     isEditing_ = false;
     if (std::exchange(editedControl_, nullptr) != control || !text)
         return;  // the control or the window went meanwhile, or the user gave up
-    const Speaking here(*this);
-    if (take)
-        take(*text);
-    else
-        takeParameterText(*control, *text);
+    perform([&] {
+        if (take)
+            take(*text);
+        else
+            takeParameterText(*control, *text);
+        return true;
+    });
 }
 
 void Editor::takeParameterText(Control& control, const std::string& text) {
     Parameter* const present = control.getParameter();
     if (present == nullptr)
         return;
-    beginEdit(control, editRect_.topLeft());
-    present->setText(text, FromUser);
-    endEdit(control, editRect_.topLeft());
+    editOnce(control, UndoList::Kind::Whole, [&] { return present->setText(text, FromUser); });
 }
 
 void Editor::setKnobMode(std::int32_t mode) {

@@ -194,8 +194,8 @@ public:
     virtual void beginEdit(Control& control, Point position);
     virtual void endEdit(Control& control, Point position);
 
-    /// An edit that is over when `act` returns, whose answer is returned. The control may go
-    /// meanwhile.
+    /// An edit that is over when `act` returns, whose answer is returned; none if `act` changes
+    /// nothing, and a part of that under way if the control is held. The control may go meanwhile.
     template <typename Act>
     bool editOnce(Control& control, UndoList::Kind kind, Act act);
 
@@ -295,6 +295,7 @@ protected:
 
 private:
     bool dispatch(Message& message);
+    bool perform(const std::function<bool()>& act);
     // What one "Controls.xml" brought to life.
     struct Tree {
         std::vector<Control*> all;                    // in the order of the file
@@ -338,6 +339,7 @@ private:
     void release(const WindowMessage& message, std::int32_t button);
     bool letGo();
     void endCapture();
+    void expectEdit(Control& control, UndoList::Kind kind);
     void move(WindowMessage& message);
     void drag(WindowMessage& message);
     void hover(const WindowMessage& message);
@@ -435,14 +437,14 @@ private:
 
 template <typename Act>
 bool Editor::editOnce(Control& control, UndoList::Kind kind, Act act) {
+    if (captureControl_ == &control)
+        return act();
     const auto alive = life();
-    undo_.begin(control, kind);
-    beginEdit(control, lastMouse_);
+    expectEdit(control, kind);
     const auto end = [&, this] {
         if (alive.expired() || !undo_.isEditing(&control))
             return;
         endEdit(control, lastMouse_);
-        undo_.end(&control);
     };
     bool isUsed = false;
     try {

@@ -127,7 +127,8 @@ public:
         HelpRefresh = 10,
         HelpRefreshCurve = 11,  // the same, from an EQ curve that is dragged
         HelpHide = 12,
-        MenuChoice = 13,  // payload: the chosen item's identifier
+        MenuChoice = 13,    // payload: the chosen item's identifier
+        EditExpected = 14,  // begins with its first change; without one there is none
     };
 
     ControlMessage(Radio* from, std::int32_t what) noexcept;

@@ -63,6 +63,7 @@ bool HostInterfaceRadio::receive(Message& message) {
         auto* const parameter = dynamic_cast<Parameter*>(message.sender);
         if (change.code == ParameterMessage::ValueChanged && change.mode == FromUser &&
             parameter != nullptr) {
+            beginExpected(*parameter);
             host_.parameterChanged(parameter, change.value);
             isHandled = true;
         }
@@ -73,18 +74,46 @@ bool HostInterfaceRadio::receive(Message& message) {
 }
 
 bool HostInterfaceRadio::edit(const Message& message) {
+    const bool isExpected = message.code == ControlMessage::EditExpected;
     const bool isBegin = message.code == ControlMessage::EditBegin;
-    if (!isBegin && message.code != ControlMessage::EditEnd)
+    if (!isExpected && !isBegin && message.code != ControlMessage::EditEnd)
         return false;
     const auto* const control = dynamic_cast<const ParameterEditor*>(message.sender);
     const std::int32_t index = control != nullptr ? host_.indexOf(control->getParameter()) : -1;
     if (index < 0)
         return false;
-    if (isBegin)
+    if (isExpected)
+        expect(index);
+    else if (isBegin && (take(expected_, index) || !take(begun_, index)))
         host_.beginEdit(index);
-    else
-        host_.endEdit(index);
+    else if (!isBegin && !take(expected_, index))
+        end(index);
     return true;
+}
+
+// The end of another one that is under way will be told.
+void HostInterfaceRadio::expect(std::int32_t index) {
+    if (const std::int32_t before = expected_.exchange(index); before != NoParameter)
+        host_.beginEdit(before);
+    begun_ = NoParameter;
+}
+
+void HostInterfaceRadio::beginExpected(const Parameter& changed) {
+    const std::int32_t index = expected_;
+    if (index == NoParameter || host_.indexOf(&changed) != index || !take(expected_, index))
+        return;
+    begun_ = index;
+    host_.beginEdit(index);
+}
+
+void HostInterfaceRadio::end(std::int32_t index) {
+    take(begun_, index);
+    host_.endEdit(index);
+}
+
+// Whether it was this one.
+bool HostInterfaceRadio::take(std::atomic<std::int32_t>& held, std::int32_t index) {
+    return held.compare_exchange_strong(index, NoParameter);
 }
 
 bool HostInterface::setIOConfig(const IOConfig& ioConfig) {

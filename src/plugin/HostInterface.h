@@ -9,6 +9,7 @@
 #include "foundation/Radio.h"
 #include "foundation/Word.h"
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 
@@ -43,13 +44,22 @@ public:
     Radio* getEditor() const override;
 
     /// A control's begin and end of an edit, and what a user changed, go to the host; a change from
-    /// anywhere else doesn't, above all none of the host's own. Any thread.
+    /// anywhere else doesn't, above all none of the host's own. The host hears of an edit that is
+    /// expected just before its first change, or at the control's begin. Any thread.
     bool receive(Message& message) override;
 
 private:
+    static constexpr std::int32_t NoParameter = -1;
+
     bool edit(const Message& message);
+    void expect(std::int32_t index);
+    void beginExpected(const Parameter& changed);
+    void end(std::int32_t index);
+    static bool take(std::atomic<std::int32_t>& held, std::int32_t index);
 
     HostInterface& host_;
+    std::atomic<std::int32_t> expected_{NoParameter};  // whose edit the host hasn't heard of
+    std::atomic<std::int32_t> begun_{NoParameter};     // whose edit a change began, not the control
 };
 
 /// What an instance may ask of its host. Implemented by the format's boundary, which outlives the

@@ -294,6 +294,13 @@ TEST_F(ButtonsTest, AMenuIsHeardWhileTheUserLooks) {
     press(WindowMessage::ReturnKey);
     EXPECT_EQ(chosen(), 0);
     EXPECT_EQ(editor->getUndoList().getUndoCount(), undone);
+    look = [&](const auto& entries) {
+        highlight(entries[3]);
+        return std::optional(entries[3].id);
+    };
+    EXPECT_TRUE(press(WindowMessage::TabKey) && press(WindowMessage::ReturnKey));
+    EXPECT_EQ(editor->getCaptureControl(), nullptr);
+    EXPECT_TRUE(chosen() == 3 && press('Z', {0x11}) && chosen() == 0);
     openMenu("parameter='Mode'");
     // The host's change under a menu that the user only leaves, and an end in its middle.
     look = [&](const auto&) {

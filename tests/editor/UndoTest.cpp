@@ -151,7 +151,8 @@ TEST_F(UndoTest, TheHostHearsOfWhatIsUndone) {
     const Hearer hand(*editor, [&](Message& message) {
         const auto* const sender = dynamic_cast<const ParameterEditor*>(message.sender);
         if (sender != nullptr &&
-            (message.code == ControlMessage::EditBegin || message.code == ControlMessage::EditEnd))
+            (message.code == ControlMessage::EditBegin || message.code == ControlMessage::EditEnd ||
+             message.code == ControlMessage::EditExpected))
             heard += sender->getParameter()->getId() + " ";
     });
     heard.clear();

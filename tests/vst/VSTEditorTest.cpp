@@ -40,8 +40,10 @@ std::atomic<double> now;  // of the clock that some tests set; timers of the pro
 std::vector<std::pair<VstInt32, VstInt32>> edits;  // opcodes of the host, with the parameter
 
 VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32 index, VstIntPtr, void*, float) {
-    if (opcode == audioMasterBeginEdit || opcode == audioMasterEndEdit)
+    if (opcode == audioMasterBeginEdit || opcode == audioMasterEndEdit ||
+        opcode == audioMasterAutomate) {
         edits.emplace_back(opcode, index);
+    }
     return opcode == audioMasterGetInputLatency ? 321 : 0;
 }
 
@@ -423,6 +425,63 @@ TEST_F(HostedEditor, TakesTheHostsKeys) {
         return "late";
     };
     EXPECT_EQ(key(effEditKeyDown, 0, Return, 0), 1);
+}
+
+// Faults: a value that the host hears before the edit, an edit of nothing, an arrow key that can't
+// be undone, a value that stays though nobody can hold its button any more.
+TEST_F(HostedEditor, EditsReachTheHostInOrder) {
+    const test::ScratchFolder files;
+    const test::HostedEffect effect = load();
+    const std::string shown = "parameter='MuteOutput' width='20' height='20'/>";
+    files.write(
+        "Controls.xml",
+        "<dict><info creator='Brimtide' version='1.2.0'/><file-format value='0.7'/><controls>"
+        "<c class='Background' id='special::background' width='60' height='20'><controls>"
+        "<a class='Button' pushbutton='true' " +
+            shown + "<b class='Text' x='30' editable='false' " + shown +
+            "</controls></c></controls></dict>");
+    ASSERT_TRUE(editorOf(effect).loadControls(File(files.path("Controls.xml"))).isOk());
+    ASSERT_TRUE(open(effect));
+    platform::WindowOwner& user = *window().owner;
+    const std::pair<std::function<void()>, std::string> steps[] = {
+        {[&] { click(Pointer::LeftDown, Pointer::LeftUp, 5, 5); }, "begin set set end "},
+        {[&] { user.key(0x26, 0, true); }, "begin set end "},
+        {[&] { effect.call(effEditKeyDown, 'z', 0, nullptr, 8); }, "begin set end "},
+        {[&] {
+             desktop.point(window(), Pointer::Move, {35, 5});
+         },
+         ""},
+        {[&] {
+             user.wheel({35, 5}, 120);
+         },
+         ""},
+        {[&] {
+             desktop.point(window(), Pointer::LeftDown, {5, 5});
+         },
+         "begin set "},
+        {[&] {
+             user.wheel({5, 5}, -120);
+         },
+         "set "},
+        {[&] {
+             user.wheel({5, 5}, 120);
+         },
+         "set "},
+        {[&] { effect.call(effEditClose); }, "set end "},
+    };
+    int row = 0;
+    for (const auto& [act, expected] : steps) {
+        edits.clear();
+        act();
+        std::string heard;
+        for (const auto& [opcode, index] : edits)
+            heard += opcode == audioMasterAutomate    ? "set "
+                     : opcode == audioMasterBeginEdit ? "begin "
+                                                      : "end ";
+        EXPECT_EQ(heard, expected) << row++;
+    }
+    EXPECT_EQ(effect.get(1), 0.0f);
+    effect.call(effClose);
 }
 
 // Faults: what waits for the user outlives the window, the instance or the host's own window;
