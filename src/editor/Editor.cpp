@@ -150,11 +150,33 @@ Editor::~Editor() {
     queue_.purge(this);
 }
 
-Editor::Speaking::Speaking(const Editor& editor) noexcept
+Editor::Speaking::Speaking(Editor& editor) noexcept
     : editor_(editor), life_(editor.life_), before_(std::exchange(speaking, this)) {}
 
 Editor::Speaking::~Speaking() {
     speaking = before_;
+    if (life_.expired() || !editor_.end_ || editor_.isSpeaking())
+        return;
+    const std::function<void()> end = std::exchange(editor_.end_, nullptr);
+    end();
+}
+
+bool Editor::Speaking::isOf(const Editor& editor) const noexcept {
+    return &editor_ == &editor && !life_.expired();
+}
+
+bool Editor::isSpeaking() const noexcept {
+    const Speaking* found = speaking;
+    while (found != nullptr && !found->isOf(*this))
+        found = found->before_;
+    return found != nullptr;
+}
+
+bool Editor::putOffEnd(std::function<void()> end) {
+    if (!isSpeaking())
+        return false;
+    end_ = std::move(end);
+    return true;
 }
 
 void* Editor::dialogOwner() noexcept {

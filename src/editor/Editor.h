@@ -58,17 +58,23 @@ public:
     /// While it lives, boxes and dialogs that its thread shows stand over this editor's window.
     class Speaking {
     public:
-        explicit Speaking(const Editor& editor) noexcept;
+        explicit Speaking(Editor& editor) noexcept;
         Speaking(const Speaking&) = delete;
         Speaking& operator=(const Speaking&) = delete;
         ~Speaking();
 
     private:
         friend class Editor;
-        const Editor& editor_;
+        bool isOf(const Editor& editor) const noexcept;
+
+        Editor& editor_;
         std::weak_ptr<const int> life_;
         const Speaking* before_;
     };
+
+    /// Calls `end`, which may delete the editor, when the last `Speaking` of it on this thread
+    /// goes; false, and `end` isn't called, if there is none.
+    bool putOffEnd(std::function<void()> end);
 
     /// Numbers of the editor's menu that others offer too, or tell themselves.
     enum MenuId : std::int32_t {
@@ -296,6 +302,7 @@ protected:
 private:
     bool dispatch(Message& message);
     bool perform(const std::function<bool()>& act);
+    bool isSpeaking() const noexcept;
     // What one "Controls.xml" brought to life.
     struct Tree {
         std::vector<Control*> all;                    // in the order of the file
@@ -359,6 +366,7 @@ private:
     Plugin& plugin_;
     Module* module_;
     Resources* resources_;
+    std::function<void()> end_;  // of the instance, as soon as it isn't under way any more
     Word<std::thread::id> interfaceThread_;
 
     Mutex dirtyLock_;  // guards dirtyRects_

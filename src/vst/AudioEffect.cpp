@@ -19,9 +19,10 @@ AudioEffect& effectOf(AEffect* record) {
 VST_REALIGN VstIntPtr VSTCALLBACK dispatch(AEffect* record, VstInt32 opcode, VstInt32 index,
                                            VstIntPtr value, void* ptr, float opt) noexcept try {
     AudioEffect& effect = effectOf(record);
-    const std::unique_ptr<AudioEffect> closed(opcode == effClose ? &effect : nullptr);
+    const bool isEnd = opcode == effClose;
+    const std::unique_ptr<AudioEffect> closed(isEnd && !effect.putOffEnd() ? &effect : nullptr);
     const VstIntPtr answer = effect.dispatcher(opcode, index, value, ptr, opt);
-    return closed != nullptr ? 1 : answer;
+    return isEnd ? 1 : answer;
 } catch (...) {
     return opcode == effClose;
 }

@@ -3,6 +3,7 @@
 // and deletes the object through it.
 #pragma once
 
+#include "foundation/Word.h"
 #include "vst/AEffEditor.h"
 #include "vst/VstInterface.h"
 
@@ -28,6 +29,10 @@ public:
 
     virtual void open() {}
     virtual void close() {}
+
+    /// Whether the effect can't be deleted at `effClose`, since the host calls from inside a call
+    /// of the effect's own, and deletes itself once that is over. The host hears nothing more.
+    virtual bool putOffEnd() { return false; }
     virtual void suspend() {}
     virtual void resume() {}
     virtual void setSampleRate(float rate) { sampleRate = rate; }       // Hz
@@ -93,7 +98,8 @@ protected:
     /// Asks the host; 0 without one.
     VstIntPtr callHost(VstInt32 opcode, VstInt32 index = 0, VstIntPtr value = 0,
                        void* ptr = nullptr, float opt = 0.0f) noexcept {
-        return audioMaster != nullptr ? audioMaster(&cEffect, opcode, index, value, ptr, opt) : 0;
+        const audioMasterCallback host = audioMaster;
+        return host != nullptr ? host(&cEffect, opcode, index, value, ptr, opt) : 0;
     }
 
     /// 1 where the host doesn't tell.
@@ -109,7 +115,7 @@ protected:
         cEffect.flags = is ? cEffect.flags | flag : cEffect.flags & ~flag;
     }
 
-    audioMasterCallback audioMaster;
+    Word<audioMasterCallback> audioMaster;
     AEffEditor* editor = nullptr;
     float sampleRate = 44100.0f;
     VstInt32 blockSize = 1024;

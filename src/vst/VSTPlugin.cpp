@@ -187,6 +187,15 @@ VstIntPtr VSTPlugin::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr value
     return AudioEffectX::dispatcher(opcode, index, value, ptr, opt);
 }
 
+bool VSTPlugin::putOffEnd() {
+    if (!vstEditor_ || !vstEditor_->getInterface().putOffEnd([this] { delete this; }))
+        return false;
+    suspend();
+    audioMaster = nullptr;
+    vstEditor_->close();
+    return true;
+}
+
 void VSTPlugin::suspend() {
     gate_.close();
     const AudioGate::Change change(gate_);

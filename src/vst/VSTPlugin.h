@@ -27,6 +27,7 @@ public:
     // AudioEffect
     VstIntPtr dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
                          float opt) override;
+    bool putOffEnd() override;
     void suspend() override;
     void resume() override;
 

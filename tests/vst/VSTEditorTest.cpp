@@ -38,11 +38,14 @@ using Pointer = platform::PointerEvent;
 
 std::atomic<double> now;  // of the clock that some tests set; timers of the process read it too
 std::vector<std::pair<VstInt32, VstInt32>> edits;  // opcodes of the host, with the parameter
+std::function<void(VstInt32 opcode)> duringEdit;
 
 VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32 index, VstIntPtr, void*, float) {
     if (opcode == audioMasterBeginEdit || opcode == audioMasterEndEdit ||
         opcode == audioMasterAutomate) {
         edits.emplace_back(opcode, index);
+        if (duringEdit)
+            duringEdit(opcode);
     }
     return opcode == audioMasterGetInputLatency ? 321 : 0;
 }
@@ -489,7 +492,8 @@ TEST_F(HostedEditor, EditsReachTheHostInOrder) {
 TEST_F(HostedEditor, EndsWhereverTheHostEndsIt) {
     enum class End { Close, Delete, Destroy };
     for (const End end : {End::Close, End::Delete, End::Destroy})
-        for (const std::string moment : {"menu", "text", "box", "drop", "none"}) {
+        for (const std::string moment :
+             {"menu", "text", "box", "drop", "none", "begin", "set", "finish"}) {
             const test::HostedEffect effect = load();
             const test::HostedEffect beside = load();
             ASSERT_TRUE(open(beside));
@@ -509,6 +513,14 @@ TEST_F(HostedEditor, EndsWhereverTheHostEndsIt) {
                     effect.call(effClose);
                 else
                     desktop.destroyParent(window());
+            };
+            bool isEnded = false;
+            duringEdit = [&](VstInt32 opcode) {
+                const bool isNow = (opcode == audioMasterBeginEdit && moment == "begin") ||
+                                   (opcode == audioMasterAutomate && moment == "set") ||
+                                   (opcode == audioMasterEndEdit && moment == "finish");
+                if (isNow && !std::exchange(isEnded, true))
+                    endIt();
             };
             choose("100 %");
             if (moment == "menu")
@@ -532,8 +544,11 @@ TEST_F(HostedEditor, EndsWhereverTheHostEndsIt) {
                 window().owner->drop({{"no preset"}, std::nullopt}, {5, 5});
             else if (moment == "text")
                 desktop.point(window(), Pointer::LeftDouble, {200, 110});
+            else if (moment == "begin" || moment == "set" || moment == "finish")
+                click(Pointer::LeftDown, Pointer::LeftUp, 60, 220);
             else
                 click(Pointer::RightDown, Pointer::RightUp, 5, 5);
+            duringEdit = nullptr;
             EXPECT_EQ(desktop.windows().size(), 1u) << moment;
             if (end != End::Delete) {
                 effect.call(effEditClose);
