@@ -123,8 +123,11 @@ void renamePreset(Editor& editor, const std::string& name) {
 
 void savePreset(Editor& editor, const std::string& name) {
     Plugin& presets = editor.instance();
-    if (name != presets.getCurrentName() || !presets.storeCurrent())
-        tellOfRoom(presets.addPreset(inCurrentBank(presets, name)));
+    if (name == presets.getCurrentName() && presets.storeCurrent())
+        return;
+    const std::int32_t before = presets.getCurrentIndex();
+    tellOfRoom(presets.addPreset(inCurrentBank(presets, name)));
+    editor.noteProgramChange(before);
 }
 
 FileDialog dialogOf(const std::string& title, const std::string& prompt) {

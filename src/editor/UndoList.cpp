@@ -25,12 +25,18 @@ bool isText(const Parameter& parameter) {
 }  // namespace
 
 UndoList::UndoList(Plugin& plugin, Radio& station)
-    : plugin_(plugin), station_(station), loads_(plugin.getLoadCount()) {}
+    : plugin_(plugin),
+      station_(station),
+      loads_(plugin.getLoadCount()),
+      program_(plugin.getCurrentIndex()) {}
 
-// An edit that was begun before a state came has nothing to go back to.
-void UndoList::followLoads() {
+// `program` is the preset that the entries lead to. An edit that was begun before a state or
+// another preset came has nothing to go back to.
+void UndoList::followLoads(std::int32_t program) {
     const std::uint32_t loads = plugin_.getLoadCount();
-    if (std::exchange(loads_, loads) == loads)
+    const bool isLoaded = std::exchange(loads_, loads) != loads;
+    const bool isOther = std::exchange(program_, plugin_.getCurrentIndex()) != program;
+    if (!isLoaded && !isOther)
         return;
     entries_.clear();
     doneCount_ = 0;
@@ -68,7 +74,7 @@ bool UndoList::isEditing(const Control* control) const {
 }
 
 void UndoList::begin(const Control& control, Kind kind) {
-    followLoads();
+    followLoads(plugin_.getCurrentIndex());
     if (const auto found = findOpen(&control); found != open_.end()) {
         ++found->depth;
         return;
@@ -84,7 +90,7 @@ void UndoList::begin(const Control& control, Kind kind) {
 }
 
 void UndoList::end(const Control* control) {
-    followLoads();
+    followLoads(plugin_.getCurrentIndex());
     const auto found = findOpen(control);
     if (found == open_.end() || --found->depth > 0)
         return;
@@ -127,14 +133,14 @@ void UndoList::forget(const Control& control) {
 }
 
 void UndoList::noteProgramChange(std::int32_t before) {
-    followLoads();
+    followLoads(before);
     const std::int32_t after = plugin_.getCurrentIndex();
     if (before != after)
         add(Entry{{}, {}, {}, before, after});
 }
 
 void UndoList::noteRename(const std::string& before) {
-    followLoads();
+    followLoads(plugin_.getCurrentIndex());
     const Preset* const current = plugin_.getCurrent();
     const std::string after =
         current != nullptr ? current->getName(Preset::BankName | Preset::OwnName) : before;
@@ -144,7 +150,7 @@ void UndoList::noteRename(const std::string& before) {
 }
 
 bool UndoList::goTo(bool isForwards) {
-    followLoads();
+    followLoads(plugin_.getCurrentIndex());
     lastIsStep_ = false;
     while (isForwards ? doneCount_ < entries_.size() : doneCount_ > 0) {
         const std::size_t index = isForwards ? doneCount_ : doneCount_ - 1;
@@ -165,7 +171,9 @@ bool UndoList::set(const Entry& entry, bool isForwards) {
         const std::int32_t program = isForwards ? entry.programAfter : entry.programBefore;
         if (plugin_.getPreset(program) == nullptr)
             return false;
-        plugin_.setProgram(program);
+        if (program != plugin_.getCurrentIndex())
+            plugin_.setProgram(program);
+        program_ = plugin_.getCurrentIndex();
         return entry.before == entry.after || plugin_.renameCurrent(value.text);
     }
     Parameter* const parameter = find(entry.place);

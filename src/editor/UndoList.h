@@ -1,7 +1,7 @@
 // What the user has changed in an instance's interface, to be undone and done again.
 // Everything rests on one rule: an entry holds what was before and after an edit, and undoing sets
-// that as the user would, whatever the host has changed in between. What a state brings is no edit:
-// it clears the list.
+// that as the user would, whatever the host has changed in between. What a state brings, or another
+// preset that the user didn't choose here, is no edit: it clears the list.
 #pragma once
 
 #include "foundation/Radio.h"
@@ -96,7 +96,7 @@ private:
         Parameter* parameter = nullptr;
     };
 
-    void followLoads();
+    void followLoads(std::int32_t program);
     std::optional<Place> placeOf(const Parameter& parameter) const;
     Parameter* find(const Place& place) const;
     static Value valueOf(const Parameter& parameter);
@@ -115,6 +115,7 @@ private:
     bool lastIsStep_ = false;  // the last entry, and nothing was undone since
     double lastStep_ = 0.0;    // when it ended; seconds, of the clock
     std::uint32_t loads_;      // the plug-in's, when the list was looked at last
+    std::int32_t program_;     // that was current then
 };
 
 }  // namespace tarn

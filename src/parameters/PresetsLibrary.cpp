@@ -120,6 +120,7 @@ void PresetsLibrary::revertCurrent() {
         return;
     current->activate(Parameter::PluginRealm);
     current->clearModified();
+    loadCount_ = loadCount_ + 1;
     currentChanged();
 }
 

@@ -101,7 +101,8 @@ public:
     std::int32_t getCurrentIndex() const;
     Preset* getCurrent() const;
 
-    /// How often presets were read, one or all, or made anew. Any thread.
+    /// How often presets were read, one or all, made anew, deleted or brought back to what they
+    /// have stored. Any thread.
     std::uint32_t getLoadCount() const noexcept { return loadCount_; }
 
     /// Null for an index that isn't there.

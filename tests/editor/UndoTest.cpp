@@ -125,7 +125,8 @@ TEST_F(UndoTest, StepsWithinASecondAreOne) {
     EXPECT_EQ(count(), before + 1);
 }
 
-// Faults: a list that grows without end, one that brings a former state's values into another one.
+// Faults: a list that grows without end, one that brings a former state's or another preset's
+// values into this one.
 TEST_F(UndoTest, TheLast100EditsOfOneStateAreKept) {
     for (int i = 1; i <= 130; ++i)
         drag(Volume, {static_cast<float>(i) / 200});
@@ -142,6 +143,15 @@ TEST_F(UndoTest, TheLast100EditsOfOneStateAreKept) {
     values = {0.4f};
     point(Pointer::LeftUp, Volume, 5);
     EXPECT_FALSE(undo() || redo());
+
+    ASSERT_TRUE(plugin.addPreset("two"));
+    drag(Volume, {0.9f});
+    plugin.setProgram(0);  // by the host
+    EXPECT_FALSE(undo());
+    drag(Volume, {0.2f});
+    drag(Volume, {0.6f});
+    plugin.revertCurrent();
+    EXPECT_FALSE(undo());
 }
 
 // Faults: a host that records nothing of an undo or of a key, a preset that can't be left again.
