@@ -7,6 +7,8 @@
 #include "support/Product.h"
 #include "vst/VSTPlugin.h"
 
+#include <functional>
+
 namespace tarn::fuzz {
 
 /// The product as it is delivered; of the process, and started.
@@ -18,6 +20,9 @@ inline test::Product& product() {
     }();
     return *one;
 }
+
+/// What the host does while it hears of a user's edit; null for nothing.
+inline std::function<void()> onHostCall;
 
 /// Of the product that was started before; runs at first.
 class Effect : public test::HostedEffect {
@@ -32,7 +37,12 @@ private:
         const IOConfig stereo{IOPinConfig(2, 1), IOPinConfig(2, 1)};
         return (new VSTPlugin(0, host, stereo))->getAeffect();
     }
-    static VstIntPtr VSTCALLBACK host(AEffect*, VstInt32, VstInt32, VstIntPtr, void*, float) {
+    static VstIntPtr VSTCALLBACK host(AEffect*, VstInt32 opcode, VstInt32, VstIntPtr, void*,
+                                      float) {
+        const bool isEdit = opcode == audioMasterAutomate || opcode == audioMasterBeginEdit ||
+                            opcode == audioMasterEndEdit;
+        if (isEdit && onHostCall)
+            onHostCall();
         return 0;
     }
 };

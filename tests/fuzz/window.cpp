@@ -57,6 +57,23 @@ constexpr std::string_view Controls = R"(<dict><info creator='Brimtide' version=
 <seen class='Bitmap' handle='strip' x='100' y='60'>
 <visibility parameter='MuteOutput' normalized='1.0' action='disable'/></seen>
 <name class='Text' parameter='BrimtideID' x='2' y='60' width='60' height='16' editable='true'/>
+<knob class='Knob' parameter='MuteOutput' x='66' y='62' width='12' height='12' learn='true'/>
+<slider class='Slider' parameter='MuteOutput' x='80' y='62' width='6' height='14'/>
+<push class='Button' parameter='MuteOutput' pushbutton='true' blink='true' x='88' y='62' width='8' height='8'/>
+<shut class='Button' parameter='MuteOutput' x='88' y='71' width='8' height='6' autoreset='true'/>
+<next class='ButtonChoice' parameter='MuteOutput' x='98' y='72' width='8' height='5'/>
+<list class='PopupMenu' parameter='MuteOutput' x='46' y='40' width='12' height='8'/>
+<pad class='Trigger' parameter='MuteOutput' x='46' y='49' width='12' height='8'/>
+<presets class='PresetsMenu' x='2' y='20' width='16' height='8'/>
+<step class='PresetStep' x='2' y='30' width='8' height='8'/>
+<favorite class='FavoriteButton' on='0' x='12' y='30' width='8' height='8'/>
+<menu class='MenuButton' x='22' y='30' width='8' height='8'/>
+<typed class='TextValue' edit='click' parameter='BrimtideID' x='22' y='20' width='30' height='8'/>
+<meter class='LevelMeter' parameter='OutputLevel' x='110' y='72' width='4' height='6'/>
+<bar class='VUMeter' parameter='OutputLevel' x='115' y='72' width='4' height='6'/>
+<radio class='RadioButtons' x='32' y='30' width='20' height='8'><controls>
+<one class='Button' parameter='MuteOutput' width='8' height='8'/>
+<two class='Button' parameter='ResetPeak' x='10' width='8' height='8'/></controls></radio>
 <status class='Text' id='special::textdisplay' x='0' y='78' width='120' height='12'/>
 <help class='Help' id='special::help'/></controls></g></controls></dict>)";
 
@@ -102,6 +119,10 @@ public:
                                         return platform::MessageAnswer::Ok;
                                     },
                                     {}});
+        fuzz::onHostCall = [this] {
+            if (!isInHostCall_ && user_.ConsumeIntegralInRange(0, 3) == 0)
+                interrupt();
+        };
         desktop_.isFull = false;
         desktop_.scale = 1.0f;
         desktop_.heldKeys.clear();
@@ -109,6 +130,7 @@ public:
     Play(const Play&) = delete;
     Play& operator=(const Play&) = delete;
     ~Play() {
+        fuzz::onHostCall = nullptr;
         instances_ = {};
         require(desktop_.windows().empty());
         platform::setDialogAnswers({});
