@@ -298,9 +298,10 @@ TEST_F(ButtonsTest, AMenuIsHeardWhileTheUserLooks) {
         highlight(entries[3]);
         return std::optional(entries[3].id);
     };
+    mode.setNormalised(1.0f / 3.0f, FromHost);
     EXPECT_TRUE(press(WindowMessage::TabKey) && press(WindowMessage::ReturnKey));
     EXPECT_EQ(editor->getCaptureControl(), nullptr);
-    EXPECT_TRUE(chosen() == 3 && press('Z', {0x11}) && chosen() == 0);
+    EXPECT_TRUE(chosen() == 3 && press('Z', {0x11}) && chosen() == 1);
     openMenu("parameter='Mode'");
     // The host's change under a menu that the user only leaves, and an end in its middle.
     look = [&](const auto&) {
