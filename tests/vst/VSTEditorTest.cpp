@@ -445,31 +445,17 @@ TEST_F(HostedEditor, EditsReachTheHostInOrder) {
             "</controls></c></controls></dict>");
     ASSERT_TRUE(editorOf(effect).loadControls(File(files.path("Controls.xml"))).isOk());
     ASSERT_TRUE(open(effect));
-    platform::WindowOwner& user = *window().owner;
+    const auto point = [&](Pointer event, int x) { desktop.point(window(), event, {x, 5}); };
+    const auto wheel = [&](int x, int delta) { window().owner->wheel({x, 5}, delta); };
     const std::pair<std::function<void()>, std::string> steps[] = {
         {[&] { click(Pointer::LeftDown, Pointer::LeftUp, 5, 5); }, "begin set set end "},
-        {[&] { user.key(0x26, 0, true); }, "begin set end "},
+        {[&] { window().owner->key(0x26, 0, true); }, "begin set end "},
         {[&] { effect.call(effEditKeyDown, 'z', 0, nullptr, 8); }, "begin set end "},
-        {[&] {
-             desktop.point(window(), Pointer::Move, {35, 5});
-         },
-         ""},
-        {[&] {
-             user.wheel({35, 5}, 120);
-         },
-         ""},
-        {[&] {
-             desktop.point(window(), Pointer::LeftDown, {5, 5});
-         },
-         "begin set "},
-        {[&] {
-             user.wheel({5, 5}, -120);
-         },
-         "set "},
-        {[&] {
-             user.wheel({5, 5}, 120);
-         },
-         "set "},
+        {[&] { point(Pointer::Move, 35); }, ""},
+        {[&] { wheel(35, 120); }, ""},
+        {[&] { point(Pointer::LeftDown, 5); }, "begin set "},
+        {[&] { wheel(5, -120); }, "set "},
+        {[&] { wheel(5, 120); }, "set "},
         {[&] { effect.call(effEditClose); }, "set end "},
     };
     int row = 0;
