@@ -126,8 +126,9 @@ void savePreset(Editor& editor, const std::string& name) {
     if (name == presets.getCurrentName() && presets.storeCurrent())
         return;
     const std::int32_t before = presets.getCurrentIndex();
-    tellOfRoom(presets.addPreset(inCurrentBank(presets, name)));
+    const bool isThere = presets.addPreset(inCurrentBank(presets, name));
     editor.noteProgramChange(before);
+    tellOfRoom(isThere);  // the host may end the instance meanwhile
 }
 
 FileDialog dialogOf(const std::string& title, const std::string& prompt) {

@@ -44,8 +44,6 @@ bool ControlPushButton::handleWindow(const WindowMessage& message) {
             return isPressed_;
         case WindowMessage::ControlEnter:
         case WindowMessage::ControlExit:
-            // A menu that the press opened got the release.
-            isPressed_ = isPressed_ && editor().getCaptureControl() == this;
             setDirty(true);
             return false;
         default:
