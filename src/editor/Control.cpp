@@ -355,6 +355,13 @@ bool Control::hasTextEntry() const {
     return testFlags(Editable | TextEntry) && getParameter() != nullptr;
 }
 
+bool Control::activate() {
+    if (!isButton())
+        return openTextBox();
+    pressAndRelease();
+    return true;
+}
+
 bool Control::openTextBox() {
     if (!hasTextEntry())
         return false;

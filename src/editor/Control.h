@@ -161,9 +161,12 @@ public:
     /// Whether Space activates the control too, within an edit of its parameter.
     virtual bool isButton() const { return false; }
 
+    /// What a click does to a button. The control may be gone afterwards.
+    virtual void pressAndRelease() {}
+
     /// What Return does to a control that has the keyboard: presses a button, or opens a box for
     /// the value. Whether it did something.
-    virtual bool activate() { return openTextBox(); }
+    virtual bool activate();
 
     /// Adds the entries of this control and of those above; `position` is in own coordinates.
     virtual void buildContextMenu(PopupMenu& menu, Point position);

@@ -19,13 +19,7 @@ public:
     void suspend() override { isPressed_ = false; }
     bool takesKeyboard() const override { return testFlags(Editable); }
     bool isButton() const override { return true; }
-    bool activate() override {
-        pressAndRelease();
-        return true;
-    }
-
-    /// What a click does. The control may be gone afterwards.
-    void pressAndRelease();
+    void pressAndRelease() override;
 
 protected:
     bool press(const WindowMessage& message) override;

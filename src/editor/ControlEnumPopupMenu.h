@@ -22,16 +22,12 @@ public:
     void drawForeground(Canvas& canvas, const Rect& rect) override;
     bool takesKeyboard() const override { return testFlags(Editable); }
     bool isButton() const override { return true; }
-    bool activate() override {
-        pressAndRelease();
-        return true;
-    }
 
     /// Adds an entry for each choice, of the choice's number.
     virtual void fillMenu(PopupMenu& menu);
 
     /// Opens the menu beneath the control.
-    void pressAndRelease();
+    void pressAndRelease() override;
 
 protected:
     bool press(const WindowMessage& message) override;

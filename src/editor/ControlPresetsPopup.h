@@ -25,13 +25,7 @@ public:
     void drawForeground(Canvas& canvas, const Rect& rect) override;
     bool takesKeyboard() const override { return true; }
     bool isButton() const override { return true; }
-    bool activate() override {
-        pressAndRelease();
-        return true;
-    }
-
-    /// What a click does.
-    void pressAndRelease();
+    void pressAndRelease() override;
 
 private:
     bool handleWindow(const WindowMessage& message);

@@ -21,13 +21,6 @@ public:
     void drawForeground(Canvas& canvas, const Rect& rect) override;
     bool takesKeyboard() const override { return true; }
     bool isButton() const override { return true; }
-    bool activate() override {
-        pressAndRelease();
-        return true;
-    }
-
-    /// What a click does. The control may be gone afterwards.
-    virtual void pressAndRelease() = 0;
 
 protected:
     /// Whether it happens at the press, not where the button is let go over the control.

@@ -31,16 +31,11 @@ public:
     void drawForeground(Canvas& canvas, const Rect& rect) override;
     bool takesKeyboard() const override { return testFlags(Editable); }
     bool isButton() const override { return true; }
-    bool activate() override {
-        pressAndRelease();
-        return true;
-    }
 
     /// Whether the parameter has the value of "on".
     virtual bool isOn() const { return isAt(true); }
 
-    /// What a click does. The control may be gone afterwards.
-    void pressAndRelease();
+    void pressAndRelease() override;
 
     /// Flips a second of a button that blinks.
     float getBlinkFrequency() const { return blinkFrequency_; }

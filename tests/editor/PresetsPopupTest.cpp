@@ -137,7 +137,6 @@ TEST_F(PresetsPopupTest, TheMenuActsOnTheCurrentPreset) {
     EXPECT_EQ(proposed, "Mine");
     // With Ctrl.
     EXPECT_TRUE(press('Z', {0x11}) && presets() == "Init Pads/Warm [Own/Mine] 0.75");
-    plugin.setProgram(0);
     EXPECT_TRUE(press('Y', {0x11}) && presets() == "Init Pads/Warm [Own/New] 0.75");
     edit(1.0f);
     EXPECT_EQ(choose("Save preset as...", "More"), "Init Pads/Warm Own/New [Own/More] 1.0");
