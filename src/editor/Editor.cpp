@@ -79,12 +79,12 @@ const char* const TextDisplayId = "special::textdisplay";
 const char* const ControlsKey = "controls";
 const char* const CurrentModuleId = "CurrentModule";
 
-// In percent, as the user wants it; 0 for the screen's own.
 // By how bright the eye finds the three colours.
 bool isDark(const Color& color) {
     return 0.299f * color.getRed() + 0.587f * color.getGreen() + 0.114f * color.getBlue() < 0.5f;
 }
 
+// In percent, as the user wants it; 0 for the screen's own.
 std::int32_t chosenSize() {
     std::int32_t percent = 0;
     if (const Preferences* const user = Preferences::user())
