@@ -29,7 +29,7 @@ class FontLibrary {
 public:
     struct Glyph {
         std::uint32_t number;  // in the face; 0 is the box of a missing letter
-        double x;
+        double x;              // of its origin, from the line's left
     };
 
     /// Letters side by side from one face.
@@ -66,8 +66,8 @@ public:
     /// screen for one of the font's. Letters that its family doesn't have come from another one
     /// that does; a family that isn't there is replaced by "Arial", or else by any. Empty if there
     /// is no font at all. What isn't UTF-8 is drawn as U+FFFD, and a line's control characters as
-    /// spaces. For a thread that holds the lock, and until it lets it go or lays out another line;
-    /// those of last time are kept.
+    /// spaces. The answer is for a thread that holds the lock, until it lets it go or lays out
+    /// another line. Up to 256 lines are kept, so that asking again is quick.
     const Line& layOut(const Font& font, double scale, std::string_view line);
 
     Mutex& lock() { return lock_; }

@@ -208,7 +208,11 @@ public:
     /// For a control that has made another preset current than this one, so that the user may go
     /// back. What it does with an edit of its parameter needs no such call.
     void noteProgramChange(std::int32_t before) { undo_.noteProgramChange(before); }
+
+    /// The same for a control that has renamed the current preset, which was called "Bank/Name"
+    /// before.
     void noteRename(const std::string& before) { undo_.noteRename(before); }
+
     const UndoList& getUndoList() const { return undo_; }
 
     /// Shows the menu once the message under way is over, in place of one that waits.

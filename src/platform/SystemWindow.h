@@ -106,13 +106,13 @@ struct TextRequest {
     std::string prefix;
     std::string text;
     std::string postfix;
-    std::int32_t prefixWidth = 0;
+    std::int32_t prefixWidth = 0;  // of the screen's pixels, as all sizes here
     std::int32_t postfixWidth = 0;
     std::string className;
     std::string family;  // of the letters, installed or one of `fontFiles`
     std::int32_t pixels = 12;
     std::vector<std::string> fontFiles;  // paths; known to this process only
-    bool isLight = false;                // dark letters on a light ground, as the interface's are
+    bool isLight = false;                // dark letters on a light ground, not the other way round
 };
 
 /// Made, used and destroyed on one thread, the one that runs the host's windows; the destructor may
