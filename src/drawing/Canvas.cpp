@@ -218,6 +218,15 @@ Rect Canvas::getClip() const {
     return {x(clip.left), y(clip.top), x(clip.right), y(clip.bottom)};
 }
 
+void Canvas::clear() {
+    if (!canDraw())
+        return;
+    cairo_t* const cr = context();
+    cairo_set_operator(cr, CAIRO_OPERATOR_CLEAR);
+    cairo_paint(cr);
+    cairo_set_operator(cr, CAIRO_OPERATOR_OVER);
+}
+
 void Canvas::setScale(float x, float y) {
     const auto factor = [](float value) {
         return value > 0.0f ? std::clamp(value, 1.0f / MostScale, MostScale) : 1.0f;

@@ -84,6 +84,9 @@ public:
     void setClip(const Rect& rect);
     Rect getClip() const;
 
+    /// Makes all that lies in the clip transparent again.
+    void clear();
+
     /// Factors for all coordinates from now on, clamped to 1 / 256 to 256; one that isn't above 0
     /// is 1.
     void setScale(float x, float y);

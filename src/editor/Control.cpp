@@ -922,6 +922,13 @@ void Control::draw(Canvas& canvas, const Rect& rect) {
         setDirty(true);
 }
 
+bool Control::hidesGround() const {
+    const bool isFilled =
+        !backgroundBitmap_ && !backgroundColor_.isNone() && backgroundColor_.getAlpha() >= 1.0f;
+    return isVisible() && !isShownSmall() && getOpacity() >= OpaqueFrom &&
+           (isFilled || coversBackground());
+}
+
 void Control::drawContent(Canvas& canvas, const Rect& clip) {
     if (backgroundBitmap_) {
         canvas.drawBitmap(*backgroundBitmap_, clip, clip);

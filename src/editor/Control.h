@@ -175,6 +175,9 @@ public:
     /// filled in then.
     virtual bool coversBackground() const { return false; }
 
+    /// Whether it hides whatever was drawn beneath it, all over its rectangle.
+    bool hidesGround() const;
+
     // Between the background and the children, over the background; over the children; and above
     // the foregrounds of all siblings. `rect` is the part to draw, in own coordinates.
     virtual void drawBackground(Canvas& /*canvas*/, const Rect& /*rect*/) {}

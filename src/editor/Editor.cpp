@@ -743,6 +743,8 @@ void Editor::paintRect(CanvasTarget* target, const Rect& rect) {
         return;
     }
     canvas_->beginFrame(rect);
+    if (!rootControl_->hidesGround())
+        canvas_->clear();  // or what isn't opaque would add to what it drew before
     canvas_->offsetOrigin(rootControl_->getRect().topLeft());
     rootControl_->draw(*canvas_, rect.movedBy(-rootControl_->getRect().topLeft()));
     canvas_->present();
@@ -751,6 +753,15 @@ void Editor::paintRect(CanvasTarget* target, const Rect& rect) {
 void Editor::paintRects(CanvasTarget* target, const std::vector<Rect>& rects) {
     for (const Rect& rect : rects)
         paintRect(target, rect);
+}
+
+void Editor::showAgain(const Rect& part) {
+    paint(nullptr, {});
+    const std::lock_guard<Mutex> drawing(canvasLock_);
+    if (!canvas_ || rootControl_ == nullptr || !part.hasArea())
+        return;
+    canvas_->beginFrame(part);
+    canvas_->present();
 }
 
 void Editor::idle() {

@@ -155,6 +155,10 @@ public:
     virtual void paintRect(CanvasTarget* target, const Rect& rect);
     virtual void paintRects(CanvasTarget* target, const std::vector<Rect>& rects);
 
+    /// For a part of the window that its system wants again: what is dirty is drawn, then the part
+    /// is shown as the canvas keeps it. Nothing is drawn anew that hasn't changed.
+    void showAgain(const Rect& part);
+
     /// A tick: the engines', then what other threads have queued, then what is dirty. Exceptions
     /// end here.
     virtual void idle();

@@ -134,7 +134,7 @@ void Window::paint(const platform::Area& part) {
         return toPlace(std::ceil(static_cast<float>(value) / scale_));
     };
     const Point corner = toSkin({part.left, part.top});
-    owner_.paint(this, {corner.x, corner.y, up(part.right), up(part.bottom)});
+    owner_.showAgain({corner.x, corner.y, up(part.right), up(part.bottom)});
 }
 
 void Window::pointer(platform::PointerEvent event, platform::Spot place) {

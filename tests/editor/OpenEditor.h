@@ -10,6 +10,7 @@
 #include "foundation/File.h"
 #include "foundation/Message.h"
 #include "plugin/Sampler.h"
+#include "support/KeptPicture.h"
 #include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
@@ -137,6 +138,10 @@ protected:
                 std::exchange(meanwhile, nullptr)();
             return chosen;
         };
+    }
+
+    void TearDown() override {
+        EXPECT_TRUE(!editor || keepsItsPicture(*editor)) << "a control changed and isn't dirty";
     }
 
     /// Of the list "controls" in a background of 100 by 80, or what its keys say.

@@ -70,6 +70,7 @@ void show(Editor& editor, const Settings& settings, float scale) {
     changeParameters(settings, 0.0f, editor);
     moveAll(editor, {1, 1});
     owner.paint({-5, -5, 9'000, 9'000});
+    editor.paint(nullptr, {-5, -5, 9'000, 9'000});
 }
 
 }  // namespace

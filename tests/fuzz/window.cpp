@@ -14,6 +14,7 @@
 #include "parameters/Settings.h"
 #include "platform/Dialogs.h"
 #include "plugin/Plugin.h"
+#include "support/KeptPicture.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -175,6 +176,11 @@ public:
             require(instance->passesAudio());
         }
         require(open == desktop_.windows().size());
+    }
+
+    void checkPictures() const {
+        for (const auto& instance : instances_)
+            require(!instance || test::keepsItsPicture(instance->editor()));
     }
 
 private:
@@ -390,5 +396,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         play.step();
         play.check();
     }
+    play.checkPictures();
     return 0;
 }

@@ -14,6 +14,7 @@
 #include "plugin/Mission.h"
 #include "support/Connections.h"
 #include "support/HostedEffect.h"
+#include "support/KeptPicture.h"
 #include "support/Product.h"
 #include "vst/VSTPlugin.h"
 
@@ -141,6 +142,7 @@ TEST_F(HostedEditor, PictureOfEveryState) {
         ASSERT_TRUE(open(effect));
         play(peaks);
         tick(0.0f);
+        EXPECT_TRUE(test::keepsItsPicture(editorOf(effect)));
         test::expectPicture(*editorOf(effect).getCanvas()->getPixels(), name);
         effect.call(effEditClose);
     };
