@@ -205,8 +205,10 @@ bool ControlPresetsPopup::handle(Message& message) {
             setDirty(true);
             return true;
         case MessageType::Control:
-            if (message.code == ControlMessage::MenuChoice)
-                return choose(fromPayload<std::int32_t>(message.payload));
+            if (message.code == ControlMessage::MenuChoice) {
+                choose(fromPayload<std::int32_t>(message.payload));
+                return true;
+            }
             break;
         case MessageType::Window:
             if (!isInThumbnail() && handleWindow(static_cast<const WindowMessage&>(message)))
@@ -279,56 +281,47 @@ void ControlPresetsPopup::buildContextMenu(PopupMenu& menu, Point position) {
 }
 
 // The control may be gone afterwards.
-bool ControlPresetsPopup::choose(std::int32_t identifier) {
+void ControlPresetsPopup::choose(std::int32_t identifier) {
     Editor& shown = editor();
     setDirty(true);
-    switch (identifier) {
-        case Load:
-            loadPresets(shown);
-            return true;
-        case RestoreFactory:
-            restoreFactory(shown);
-            return true;
-        case Save:
-        case SaveAsDefault:
-            savePresets(shown, identifier == SaveAsDefault);
-            return true;
-        default:
-            break;
-    }
-    if (identifier >= FirstPreset)
+    if (identifier == Load)
+        loadPresets(shown);
+    else if (identifier == RestoreFactory)
+        restoreFactory(shown);
+    else if (identifier == Save || identifier == SaveAsDefault)
+        savePresets(shown, identifier == SaveAsDefault);
+    else if (identifier >= FirstPreset)
         select(findOffered(identifier - FirstPreset));
     else if (identifier >= FirstDuplicate)
         duplicatePreset(shown.instance(), identifier - FirstDuplicate);
     else if (presetIdOf(shown.instance().getCurrent()) == menuPreset_)
-        return chooseForPreset(identifier);
-    return true;
+        chooseForPreset(identifier);
 }
 
-bool ControlPresetsPopup::chooseForPreset(std::int32_t identifier) {
+void ControlPresetsPopup::chooseForPreset(std::int32_t identifier) {
     Plugin& presets = editor().instance();
     switch (identifier) {
         case Rename:
             askForName(renamePreset);
-            return true;
+            break;
         case SaveAs:
             askForName(savePreset);
-            return true;
+            break;
         case Duplicate:
             duplicatePreset(presets, presets.getCurrentIndex());
-            return true;
+            break;
         case Delete:
             presets.deleteCurrent();
-            return true;
+            break;
         case Revert:
             presets.revertCurrent();
-            return true;
+            break;
         case Reset:
             if (Module* const module = editor().getModule())
                 module->loadDefaults();
-            return true;
+            break;
         default:
-            return presets.moveToFavorite(identifier - FirstFavorite);
+            presets.moveToFavorite(identifier - FirstFavorite);
     }
 }
 

@@ -29,8 +29,8 @@ public:
 
 private:
     bool handleWindow(const WindowMessage& message);
-    bool choose(std::int32_t identifier);
-    bool chooseForPreset(std::int32_t identifier);
+    void choose(std::int32_t identifier);
+    void chooseForPreset(std::int32_t identifier);
     std::int32_t findOffered(std::int32_t index) const;
     void select(std::int32_t index);
     void askForName(void (*take)(Editor& editor, const std::string& name));
