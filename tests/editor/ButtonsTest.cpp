@@ -81,6 +81,7 @@ protected:
         return all;
     }
     void open(const std::string& controls) {
+        editor->close();
         ASSERT_TRUE(load(
             skin("<a class='Text' width='100' height='80' background='#303030'/>" + controls)));
         ASSERT_TRUE(editor->open(nullptr, {}));
@@ -113,17 +114,16 @@ TEST_F(ButtonsTest, EveryOrderOfPressSlideAndRelease) {
         parameter.setNormalised(0.0f, FromHost);
         open("<b class='Button' parameter='Switch' width='10' height='10' " + row.keys + "/>");
         EXPECT_EQ(play(row.gestures, parameter), row.expected) << row.keys;
-        editor->close();
     }
     // Values of its own, and who is told what.
     Parameter& steps = plugin.parameter("Steps");
-    for (const auto& [keys, expected] :
-         {std::pair("on='3' off='1'", " sf4 df2 uf2"), {"on='two'", " sf4 df0 uf0"}}) {
+    for (const auto& [keys, expected] : {std::pair("on='3' off='1'", " sf4 df2 uf2 df4"),
+                                         {"on='two'", " sf4 df0 uf0 df4"},
+                                         {"on='true' off='false'", " sf4 df1 uf1 df2"}}) {
         open(std::string("<b class='Button' parameter='Steps' width='10' height='10' "
                          "handle='off' latchbutton='true' ") +
              keys + "/>");
-        EXPECT_EQ(play("sdu", steps), expected) << keys;
-        editor->close();
+        EXPECT_EQ(play("sdud", steps), expected) << keys;
     }
     open("<b class='Button' id='b' parameter='Switch' autoreset='true' width='10' height='10'/>");
     parameter.setNormalised(0.0f, FromHost);
@@ -144,6 +144,8 @@ TEST_F(ButtonsTest, EveryOrderOfPressSlideAndRelease) {
     point(Pointer::LeftUp, 5, 5);
     EXPECT_FALSE(button.isOn());
     button.clearFlags(Control::AutoReset);
+    click();
+    EXPECT_TRUE(button.isOn());
     button.setParameterName("Switch");
     press(WindowMessage::TabKey);
     EXPECT_TRUE(press(WindowMessage::ReturnKey));
@@ -215,6 +217,10 @@ TEST_F(ButtonsTest, ABlinkingButtonBlinksWhileItIsOn) {
     parameter.setNormalised(0.0f, FromUser);
     EXPECT_EQ(look(), 'f');
     EXPECT_EQ(tick(), 'f');
+    open("<b class='Button' id='b' parameter='Switch' handle='two' blink='true' blinkfreq='99'/>");
+    EXPECT_FLOAT_EQ(probe<ControlValueButton>("b").getBlinkFrequency(), 19.0f);
+    parameter.setNormalised(1.0f, FromUser);
+    EXPECT_EQ(tick(), 'f');
 }
 
 // Faults: a choice that is skipped or stuck at the end, one that a slide off leaves in place.
@@ -237,7 +243,6 @@ TEST_F(ButtonsTest, ChoicesGoRound) {
         plugin.parameter(id).resetToDefault(FromHost);
         open(std::string("<b width='10' height='10' ") + keys + " parameter='" + id + "'/>");
         EXPECT_EQ(play(gestures, plugin.parameter(id)), std::string(" ") + expected) << id;
-        editor->close();
     }
 
     Parameter& mode = plugin.parameter("Mode");
@@ -379,11 +384,14 @@ TEST_F(ButtonsTest, PictureOfButtons) {
             "x='4' y='24' width='60' height='16' textcolor='#808080' foreground='#3060a0'/>" +
             button +
             "x='84' y='24' handle='two' text='T' textcolor='#ff8080'/>"
+            "<p class='PresetsMenu' x='60' y='44' width='70' height='16' textcolor='#ffffff'/>"
             "<m class='PopupMenu' parameter='Mode' x='100' y='24' width='50' height='14' "
             "background='#404040'/>"
             "<b class='Button' parameter='Mode' x='4' y='44' width='50' height='14'/>",
         "class='Text' width='170' height='64' background='#303030'")));
     ASSERT_TRUE(editor->open(nullptr, {}));
+    plugin.addPreset("A name that is too long");
+    plugin.parameter("Cutoff").setNormalised(1.0f, FromUser);
     plugin.parameter("Switch").setNormalised(1.0f, FromHost);
     plugin.parameter("Mode").setNormalised(1.0f, FromHost);
     point(Pointer::LeftDown, 10, 30);

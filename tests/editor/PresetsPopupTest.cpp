@@ -1,5 +1,6 @@
 #include "editor/ControlPresetsPopup.h"
 #include "editor/OpenEditor.h"
+#include "foundation/Preferences.h"
 #include "platform/FileSystem.h"
 
 namespace tarn {
@@ -21,12 +22,14 @@ protected:
         openControls();
         desktop.text = [this](const platform::TextRequest& request) {
             proposed = request.text;
+            EXPECT_EQ(request.area.right - request.area.left, 68);
             if (meanwhile)
                 std::exchange(meanwhile, nullptr)();
             return typed;
         };
         platform::setDialogAnswers({[this](const platform::MessageRequest& request) {
                                         product.product->messages.push_back(request.text);
+                                        EXPECT_TRUE(request.parented) << request.text;
                                         return answer;
                                     },
                                     [this](const platform::FileRequest&) {
@@ -38,7 +41,7 @@ protected:
 
     void openControls() {
         open(
-            "<p class='PresetsMenu' id='menu' width='80' height='20'/>"
+            "<p class='PresetsMenu' id='menu' width='80' height='20' background='#000000'/>"
             "<s class='PresetStep' id='back' step='-1' y='40' width='9' height='9'/>"
             "<s class='PresetStep' id='next' x='20' y='40' width='9' height='9'/>"
             "<m class='MenuButton' id='button' x='40' y='40' width='9' height='9'/>");
@@ -65,6 +68,13 @@ protected:
         chooseAt(Pointer::RightDown, 5, 5, wanted);
         return presets();
     }
+    // Also what no entry leads to.
+    std::string send(std::int32_t id) {
+        chooseAt(Pointer::RightDown, 5, 5, "");
+        ControlMessage choice(nullptr, ControlMessage::MenuChoice, {}, toPayload(id));
+        probe<Control>("menu").handle(choice);
+        return presets();
+    }
     std::string takeMessages() {
         std::string all;
         for (const std::string& message : std::exchange(product.product->messages, {}))
@@ -84,6 +94,7 @@ TEST_F(PresetsPopupTest, TheListChoosesAmongFolders) {
          {"Pads/Far/Out", "Init/", "/Top", "a//b/", "a/b/c/d/e/f/g/h/i/j", "Pads/Last", ""})
         ASSERT_TRUE(plugin.addPreset(name));
     list("Out");
+    EXPECT_TRUE(press('Z', {0x11}) && plugin.getCurrentIndex() == 8 && press('Y', {0x11}));
     EXPECT_EQ(plugin.getCurrentIndex(), 2);
     EXPECT_EQ(list("init 9"),
               "Init,Pads*[Warm,Far*[Out*,],Last,],Init/,Top,a[b/,b[c[d[e[f[g[h[i/j,],],],],],],],]"
@@ -100,9 +111,8 @@ TEST_F(PresetsPopupTest, TheListChoosesAmongFolders) {
     meanwhile = [&] { deleteAt(6); };
     list("Last");
     EXPECT_EQ(plugin.getCurrentIndex(), 6);
-    for (const std::int32_t id : {2001, 999, 2147483647, -1}) {
-        ControlMessage stale(nullptr, ControlMessage::MenuChoice, {}, toPayload(id));
-        probe<Control>("menu").handle(stale);
+    for (const std::int32_t id : {2001, 999, 1999, 2147483647, -1}) {
+        send(id);
         EXPECT_EQ(plugin.getCurrentIndex(), 1) << id;
     }
     for (const auto& end : {std::function<void()>([this] { editor->close(); }),
@@ -123,12 +133,17 @@ TEST_F(PresetsPopupTest, TheMenuActsOnTheCurrentPreset) {
         const std::string all = chooseAt(Pointer::RightDown, 5, 5, "");
         return all.substr(0, all.find("Preset library["));
     };
+    const auto unchanged = window().shown;
     edit(0.75f);
+    editor->idle();
+    EXPECT_TRUE(window().shown != unchanged);
     EXPECT_EQ(offered(), "Rename preset-,Save preset as...,Revert to saved,Delete preset-,");
     EXPECT_EQ(choose("Rename preset", "x"), "[Init*] Pads/Warm 0.75");
     EXPECT_EQ(choose("Revert to saved"), "[Init] Pads/Warm 0.50");
+    editor->idle();
+    EXPECT_TRUE(window().shown == unchanged);
     edit(0.25f);
-    EXPECT_EQ(choose("Save preset as..."), "[Init*] Pads/Warm 0.25");
+    EXPECT_EQ(choose("Save preset as...", " "), "[Init*] Pads/Warm 0.25");
     EXPECT_EQ(choose("Save preset as...", "Init"), "Init Pads/Warm [Init] 0.25");
     edit(0.75f);
     EXPECT_EQ(choose("Save preset as...", "Init"), "Init Pads/Warm [Init] 0.75");
@@ -140,12 +155,14 @@ TEST_F(PresetsPopupTest, TheMenuActsOnTheCurrentPreset) {
     EXPECT_TRUE(press('Y', {0x11}) && presets() == "Init Pads/Warm [Own/New] 0.75");
     edit(1.0f);
     EXPECT_EQ(choose("Save preset as...", "More"), "Init Pads/Warm Own/New [Own/More] 1.0");
-    plugin.setProgram(2);
+    EXPECT_TRUE(press('Z', {0x11}));
     EXPECT_EQ(presets(), "Init Pads/Warm [Own/New] Own/More 0.75");
 
     // Favourites change their places.
-    plugin.setFavorite(0, 1);
-    plugin.setFavorite(1, 2);
+    for (const auto& [slot, index] : {std::pair(0, 1), {1, 2}, {100, 0}})
+        plugin.setFavorite(slot, index);
+    EXPECT_EQ(offered(),
+              "Rename preset,Save preset as...,Delete preset,Store as favorite[1) Warm,2) New-,],");
     choose("1) Warm");
     EXPECT_EQ(plugin.getFavorite(0), 2);
     EXPECT_EQ(plugin.getFavorite(1), 1);
@@ -164,13 +181,16 @@ TEST_F(PresetsPopupTest, TheMenuActsOnTheCurrentPreset) {
     EXPECT_EQ(plugin.getFavorite(0), -1);
     EXPECT_EQ(choose("Delete preset"), "Init [Pads/Warm] 0.50");
     EXPECT_FALSE(plugin.deleteCurrent());
+    EXPECT_EQ(send(1), "Init Pads/Warm [Pads/Warm copy] 0.50");
+    edit(1.0f);
+    EXPECT_EQ(send(5), "Init Pads/Warm [Pads/Warm copy*] 0.50");
 
     files.write("full.xml", bank(std::vector<const char*>(5000, "x")));
     std::string message;
     ASSERT_TRUE(plugin.loadFile(File(files.path("full.xml")), message));
     EXPECT_EQ(plugin.getPresetCount(), 4096);
-    EXPECT_EQ(takeMessages(), "");
-    EXPECT_FALSE(plugin.duplicatePreset(0));
+    send(1000);
+    EXPECT_EQ(takeMessages(), "There is no room for another preset.\n");
     choose("Save preset as...", "one too many");
     EXPECT_EQ(takeMessages(), "There is no room for another preset.\n");
 }
@@ -206,16 +226,21 @@ TEST_F(PresetsPopupTest, FilesBringAndKeepAllPresets) {
     const std::string changed = presets();
     EXPECT_EQ(choose("Restore factory presets"), changed);
     EXPECT_NE(takeMessages(), "");
-    plugin.setModified(false);
+    answer = platform::MessageAnswer::Yes;
     platform::removeFile(product.files.path("Sampler Resources/Factory Presets.xml"));
     const std::string left = presets();
     EXPECT_EQ(choose("Restore factory presets"), left);
     EXPECT_NE(takeMessages().find("could not be read"), std::string::npos);
 
     // What new instances begin with, from wherever it lies.
-    answer = platform::MessageAnswer::Yes;
+    file = files.path("default.xml");
     choose("Save as default presets...");
     EXPECT_EQ(test::StartedPlugin().getPresetCount(), plugin.getPresetCount());
+    Preferences* const ownStore = Preferences::user();
+    Preferences::setStores(Preferences::machine(), nullptr);
+    send(11);
+    EXPECT_NE(takeMessages().find("DefaultPresets"), std::string::npos);
+    Preferences::setStores(Preferences::machine(), ownStore);
 
     for (const char* const action : {"Load presets from file...", "Save presets to file..."}) {
         plugin.setProgram(1);

@@ -128,12 +128,21 @@ TEST(TooltipPlace, IsWorkedOutByHand) {
     constexpr std::int32_t Beside = Control::LeftOf | Control::RightOf,
                            Vertical = Control::Above | Control::Below;
     const Case cases[] = {
-        {"right, centred", {30, 10}, Beside, {40, 40, 60, 60}, {50, 50}, {60, 45, 90, 55}},
         {"flips left", {30, 10}, Beside, {160, 40, 180, 60}, {170, 50}, {130, 45, 160, 55}},
-        {"below, centred", {30, 10}, Vertical, {40, 40, 60, 60}, {50, 50}, {35, 60, 65, 70}},
         {"at the edge", {30, 10}, Vertical, {40, 80, 60, 95}, {50, 84}, {35, 90, 65, 100}},
-        {"at the pointer", {30, 10}, Control::AtMouse, {}, {180, 50}, {170, 58, 200, 68}},
         {"clamped right", {30, 10}, Vertical, {190, 40, 200, 60}, {195, 50}, {170, 60, 200, 70}},
+        {"above", {30, 10}, Control::Above, {40, 40, 60, 60}, {50, 50}, {35, 30, 65, 40}},
+        {"left", {30, 10}, Control::LeftOf, {40, 40, 60, 60}, {50, 50}, {10, 45, 40, 55}},
+        {"below a tall one", {30, 10}, 0, {40, 20, 55, 60}, {45, 40}, {32, 60, 62, 70}},
+        {"right of others", {30, 10}, 0, {40, 20, 60, 60}, {45, 40}, {60, 35, 90, 45}},
+        {"just fits", {30, 10}, Beside, {150, 90, 170, 100}, {160, 95}, {170, 90, 200, 100}},
+        {"moves up", {30, 10}, Beside, {40, 94, 60, 100}, {50, 97}, {60, 87, 90, 97}},
+        {"at the pointer", {30, 10}, Control::AtMouse, {}, {50, 50}, {66, 58, 96, 68}},
+        {"turns", {30, 10}, Control::AtMouse | Beside, {}, {190, 95}, {160, 85, 190, 95}},
+        {"under the pointer", {30, 10}, Vertical, {40, 40, 60, 60}, {50, 65}, {35, 85, 65, 95}},
+        {"over it", {30, 10}, Vertical, {40, 75, 60, 90}, {50, 95}, {35, 85, 65, 95}},
+        {"right of it", {30, 90}, Vertical, {40, 0, 60, 5}, {50, 50}, {66, 5, 96, 95}},
+        {"left of it", {30, 90}, Vertical, {180, 0, 200, 5}, {180, 50}, {150, 5, 180, 95}},
         {"too large", {300, 300}, Beside, {0, 0, 9, 9}, {5, 5}, {0, 0, 200, 100}},
     };
     for (const Case& c : cases)

@@ -32,6 +32,7 @@ protected:
     // A control "v" at the window's corner, 30 by 30 unless the keys, or elements behind them, say
     // otherwise.
     ControlValue& show(const std::string& keys) {
+        editor->close();
         open("<v id='v' " + keys + (keys.find('>') == std::string::npos ? "/>" : ">"));
         return probe<ControlValue>("v");
     }
@@ -41,7 +42,6 @@ protected:
         point(Pointer::Move, to.x, to.y);
         point(Pointer::LeftUp, to.x, to.y);
     }
-    void close() { editor->close(); }
 
     // A dark frame and a lit one beside it, each a little brighter towards its top left.
     void addStrip(const std::string& id, int width, int height) {
@@ -55,21 +55,30 @@ protected:
 // Faults: a dead zone, a factor or a lock that isn't there, a detent that holds for too long or
 // jumps, a drag that adds up where it should follow the pointer.
 TEST_F(ValueControlsTest, ADragFollowsThePointer) {
-    const std::string knob = "class='Knob' parameter='Volume' ";
+    const std::string knob = "class='Knob' parameter='Volume' ", detent = knob + "detent='0'",
+                      slider = "class='Slider' parameter='Volume' width='40' height='30'";
     const struct {
         std::string keys;
         float start;
         Point to;  // from 15, 15
         float end;
     } drags[] = {
-        {knob, 0.5f, {15, 9}, 0.5f},     // the dead zone
-        {knob, 0.5f, {15, 5}, 0.51f},    // 4 pixels behind it
-        {knob, 0.5f, {55, 15}, 0.51f},   // across, 40 count as 10
-        {knob, 0.5f, {23, -5}, 0.535f},  // the larger one alone
+        // The dead zone, 4 pixels behind it, and 40 across, which count as 10.
+        {knob, 0.5f, {15, 9}, 0.5f},
+        {knob, 0.5f, {15, 5}, 0.51f},
+        {knob, 0.5f, {55, 15}, 0.51f},
+        {slider, 0.5f, {25, 15}, 0.6f},
         {knob, 0.5f, {15, -999}, 1.0f},
+        // From 7 on the larger one alone.
+        {knob, 0.5f, {21, 9}, 0.50375f},
+        {knob, 0.5f, {22, 9}, 0.5f},
+        {knob, 0.5f, {23, -5}, 0.535f},
+        {detent, 0.4f, {15, -45}, 0.52f},
+        {detent, 0.4f, {15, -34}, 0.5f},
+        {detent, 0.6f, {15, 75}, 0.48f},
+        {detent, 0.51f, {15, 41}, 0.46f},
         {knob + "dragspeed='2'", 0.5f, {15, 5}, 0.52f},
         {knob + "invert='true'", 0.5f, {15, 5}, 0.49f},
-        {knob + "detent='0'", 0.4f, {15, -25}, 0.485f},
         {knob + "autoreset='true'", 0.5f, {15, 5}, 0.25f},
     };
     for (const auto& [keys, start, to, end] : drags) {
@@ -77,7 +86,6 @@ TEST_F(ValueControlsTest, ADragFollowsThePointer) {
         plugin.parameter("Volume").setNormalised(start, FromHost);
         drag({15, 15}, to);
         EXPECT_NEAR(value("Volume"), end, 1e-5f) << keys << " to " << to.x << ", " << to.y;
-        close();
     }
     // A move back leads back, and after the release nothing moves.
     show(knob);
@@ -86,9 +94,15 @@ TEST_F(ValueControlsTest, ADragFollowsThePointer) {
     for (const int y : {-100, 300, 5})
         point(Pointer::Move, 15, y);
     EXPECT_NEAR(value("Volume"), 0.51f, 1e-5f);
+    desktop.heldKeys = {0x10};  // Shift
+    point(Pointer::Move, 15, -15);
+    EXPECT_NEAR(value("Volume"), 0.512f, 1e-5f);
     point(Pointer::LeftUp, 15, 5);
     point(Pointer::Move, 15, -100);
-    EXPECT_NEAR(value("Volume"), 0.51f, 1e-5f);
+    EXPECT_NEAR(value("Volume"), 0.512f, 1e-5f);
+    desktop.heldKeys = {0x11};  // Ctrl
+    click(15, 15);
+    EXPECT_EQ(value("Volume"), 0.25f);
 }
 
 // Faults: a table that is read in the wrong order or only one way, an end that can't be reached,
@@ -106,6 +120,7 @@ TEST_F(ValueControlsTest, TheTableMapsPositionsAndBack) {
     } places[] = {
         {table(curve), 0.25f, 0.05f},
         {table(placed), 0.6f, 0.75f},
+        {table("<p value='1'/><p value='0.5' position='0.2'/><p position='1'/>"), 0.6f, 0.75f},
         {"min='0.5' class='Knob' parameter='Volume'", 0.75f, 0.75f},
         {"invert='true' class='Knob' parameter='Volume'", 0.2f, 0.8f},
     };
@@ -114,7 +129,6 @@ TEST_F(ValueControlsTest, TheTableMapsPositionsAndBack) {
         control.setPosition(position);
         EXPECT_NEAR(value("Volume"), expected, 1e-5f) << keys;
         EXPECT_NEAR(control.getPosition(), position, 1e-5f) << keys;
-        close();
     }
     // Equal ends are no number.
     for (const std::string& keys :
@@ -127,14 +141,13 @@ TEST_F(ValueControlsTest, TheTableMapsPositionsAndBack) {
             EXPECT_TRUE(control.getPosition() >= 0.0f && control.getPosition() <= 1.0f) << keys;
             EXPECT_TRUE(value("Volume") >= 0.0f && value("Volume") <= 1.0f) << keys;
         }
-        close();
     }
 }
 
 // Faults: a wheel that doesn't reach the next step, keys that go the wrong way, an end that is
 // walked over or not.
 TEST_F(ValueControlsTest, TheWheelAndTheKeysMakeSteps) {
-    enum Input { Wheel, Key };
+    enum Input { Wheel, Key, ShiftedKey };
     const struct {
         const char* keys;
         const char* parameter;
@@ -145,11 +158,18 @@ TEST_F(ValueControlsTest, TheWheelAndTheKeysMakeSteps) {
     } steps[] = {
         {"", "Volume", 0.5f, Wheel, 120, 0.525f},
         {"", "Steps", 0.5f, Wheel, 30, 0.75f},
+        {"", "Steps", 0.5f, Wheel, 2400, 1.0f},
         {"wrap='true'", "Steps", 1.0f, Wheel, 120, 0.0f},
+        {"wrap='true' dragspeed='90'", "Steps", 0.5f, Wheel, 120, 0.25f},
+        {"wrap='true' dragspeed='90'", "Steps", 0.5f, Wheel, -120, 0.75f},
         {"editable='false'", "Volume", 0.5f, Wheel, 120, 0.5f},
         {"", "Volume", 0.5f, Key, 0x26, 0.51f},
         {"", "Volume", 0.5f, Key, 0x25, 0.49f},
-        {"", "Bend", 0.5f, Key, 0x26, 0.5f},  // not automatable
+        {"", "Volume", 0.5f, Key, 0x21, 0.6f},
+        {"", "Volume", 0.5f, ShiftedKey, 0x28, 0.4f},
+        {"", "Volume", 0.5f, Key, 'A', 0.5f},
+        {"", "Bend", 0.5f, Key, 0x26, 0.5f},
+        {"editable='false'", "Volume", 0.5f, Key, 0x26, 0.5f},
     };
     for (const auto& [keys, parameter, start, input, amount, end] : steps) {
         show("class='Knob' parameter='" + std::string(parameter) + "' " + keys);
@@ -158,9 +178,8 @@ TEST_F(ValueControlsTest, TheWheelAndTheKeysMakeSteps) {
         if (input == Wheel)
             window().owner->wheel({15, 15}, amount);
         else
-            window().owner->key(amount, 0, true);
+            EXPECT_EQ(press(amount, input == Key ? std::set<int>() : std::set{0x10}), start != end);
         EXPECT_NEAR(value(parameter), end, 1e-5f) << parameter << " " << keys << " " << amount;
-        close();
     }
 }
 
@@ -168,13 +187,9 @@ TEST_F(ValueControlsTest, TheWheelAndTheKeysMakeSteps) {
 // kept.
 TEST_F(ValueControlsTest, AKnobTurnsAsTheUserPrefers) {
     show("class='Knob' parameter='Volume'");
-    const auto choose = [this](const std::string& text) {
-        user = {text, {}};
-        point(Pointer::RightDown, 15, 15);
-        return user.offered;
-    };
-    EXPECT_THAT(choose("Circular"), HasSubstr("Knob Mode[Linear*,Circular,"));
-    EXPECT_THAT(choose("Circular Relative"), HasSubstr("Knob Mode[Linear,Circular*,"));
+    for (const auto& [mode, offered] : {std::pair("Circular", "Knob Mode[Linear*,Circular,"),
+                                        {"Circular Relative", "Knob Mode[Linear,Circular*,"}})
+        EXPECT_THAT(chooseAt(Pointer::RightDown, 15, 15, mode), HasSubstr(offered));
     const Point top{15, 5}, right{25, 15}, bottom{15, 25}, left{5, 15};
     const auto follow = [this](Point from, std::initializer_list<std::pair<Point, float>> path) {
         plugin.parameter("Volume").setNormalised(0.5f, FromHost);
@@ -196,10 +211,8 @@ TEST_F(ValueControlsTest, AKnobTurnsAsTheUserPrefers) {
                    {top, 0.2267f}});
     editor->setKnobMode(Editor::Circular);
     follow(top, {{top, 0.5f}, {right, 0.8333f}, {left, 0.1667f}, {{24, 24}, 1.0f}});
-    close();
     show("class='Knob' parameter='Volume' minangle='-90' maxangle='90'");
     follow(top, {{right, 1.0f}, {{22, 8}, 0.75f}});
-    close();
     show("class='Knob' parameter='Volume' minangle='90' maxangle='90'");
     follow({15, 15}, {{{15, 5}, 0.51f}});
 }
@@ -296,15 +309,19 @@ TEST_F(ValueControlsTest, EachFollowsItsOwnClone) {
 // Faults: a skin that moves what the user has set when it is saved or chosen again.
 TEST_F(ValueControlsTest, ASkinsFirstValuesHoldOnce) {
     const std::string keys = "class='Knob' parameter='Volume' midi='7' defval='0.75'";
+    Dictionary kept;
     show(keys);
     EXPECT_NEAR(value("Volume"), 0.75f, 1e-6f);
     EXPECT_EQ(plugin.getMidiMapper().getController(&plugin.parameter("Volume")), 7);
     plugin.parameter("Volume").setNormalised(0.1f, FromUser);
-    close();
-    show(keys);
+    show(keys + " detent='0.25' dragspeed='2' stayon='true' wrap='true'").exportDictionary(kept);
+    std::string text;
+    ASSERT_TRUE(kept.toString(text));
+    for (const char* const each : {"detent value=\"0.25", "dragspeed value=\"2.0",
+                                   "stayon value=\"true", "wrap value=\"true", "id value=\"v"})
+        EXPECT_THAT(text, HasSubstr(each));
     EXPECT_NEAR(value("Volume"), 0.1f, 1e-6f);
     // What can't be shown is no control.
-    close();
     EXPECT_THROW(load(skin("<v class='Display'/>")), Error);
 }
 
