@@ -280,10 +280,9 @@ void ControlPresetsPopup::buildContextMenu(PopupMenu& menu, Point position) {
     Control::buildContextMenu(menu, position);
 }
 
-// The control may be gone afterwards.
+// The control may be gone afterwards. What changes, the instance tells.
 void ControlPresetsPopup::choose(std::int32_t identifier) {
     Editor& shown = editor();
-    setDirty(true);
     if (identifier == Load)
         loadPresets(shown);
     else if (identifier == RestoreFactory)

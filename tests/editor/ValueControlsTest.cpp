@@ -158,7 +158,6 @@ TEST_F(ValueControlsTest, TheWheelAndTheKeysMakeSteps) {
     } steps[] = {
         {"", "Volume", 0.5f, Wheel, 120, 0.525f},
         {"", "Steps", 0.5f, Wheel, 30, 0.75f},
-        {"", "Steps", 0.5f, Wheel, 2400, 1.0f},
         {"wrap='true'", "Steps", 1.0f, Wheel, 120, 0.0f},
         {"wrap='true' dragspeed='90'", "Steps", 0.5f, Wheel, 120, 0.25f},
         {"wrap='true' dragspeed='90'", "Steps", 0.5f, Wheel, -120, 0.75f},
