@@ -10,17 +10,16 @@
 namespace tarn::test {
 
 /// Whether nothing on the canvas is out of date once what is dirty has been drawn. True for an
-/// interface that isn't open.
+/// interface that has no picture.
 inline bool keepsItsPicture(Editor& editor) {
     const auto rows = [&editor] {
         std::string bytes;
-        if (const Canvas* const canvas = editor.getCanvas()) {
-            const PixelsData& pixels = *canvas->getPixels();
-            for (std::int32_t y = 0; y < pixels.getHeight(); ++y)
-                bytes.append(reinterpret_cast<const char*>(pixels.row(y)),
-                             std::size_t{PixelsData::BytesPerPixel} *
-                                 static_cast<std::size_t>(pixels.getWidth()));
-        }
+        const Canvas* const canvas = editor.getCanvas();
+        const PixelsData* const pixels = canvas != nullptr ? canvas->getPixels() : nullptr;
+        for (std::int32_t y = 0; pixels != nullptr && y < pixels->getHeight(); ++y)
+            bytes.append(reinterpret_cast<const char*>(pixels->row(y)),
+                         std::size_t{PixelsData::BytesPerPixel} *
+                             static_cast<std::size_t>(pixels->getWidth()));
         return bytes;
     };
     editor.idle();
