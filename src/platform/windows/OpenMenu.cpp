@@ -84,8 +84,14 @@ void OpenMenu::draw(const ChildWindow& window, const DRAWITEMSTRUCT& entry) cons
     if (!id)
         return;
     const Pixels picture = window.owner->drawEntry(*id, (entry.itemState & ODS_SELECTED) != 0);
-    if (window.owner == nullptr)  // and its picture with it
+    if (window.owner == nullptr ||  // and its picture with it
+        picture.bytes == nullptr || picture.width <= 0)
         return;
+    // The menu is as wide as its widest entry, and wider: what is beside the picture looks like its
+    // corner.
+    const std::uint8_t* const corner = picture.bytes + 4 * (picture.width - 1);
+    ::SetDCBrushColor(entry.hDC, RGB(corner[2], corner[1], corner[0]));
+    ::FillRect(entry.hDC, &entry.rcItem, static_cast<HBRUSH>(::GetStockObject(DC_BRUSH)));
     const Area part{0, 0, entry.rcItem.right - entry.rcItem.left,
                     entry.rcItem.bottom - entry.rcItem.top};
     copyPixels(entry.hDC, {entry.rcItem.left, entry.rcItem.top}, picture, part);

@@ -232,15 +232,18 @@ TEST_F(SystemWindowTest, MenusReturnTheChoiceOfAWindowThatStillLives) {
         {{}, [this] { window.reset(); }, std::nullopt},
         {{}, [this] { ::DestroyWindow(host); }, std::nullopt},
     };
-    const std::vector<std::uint8_t> red(std::size_t{4} * 6 * 4, 200);
-    owner.entryPicture = {red.data(), 6, 4};
+    std::vector<std::uint8_t> grey(std::size_t{4} * 6 * 4, 200);
+    std::fill_n(&grey[std::size_t{4} * 5], 3, std::uint8_t{100});  // at the bottom right
+    owner.entryPicture = {grey.data(), 6, 4};
     const auto drawOwnEntry = [this] {
         const HDC context = ::GetDC(handle);
         DRAWITEMSTRUCT entry{ODT_MENU, 0, 3, 0, 0, nullptr, context, {5, 6, 50, 60}, 0};
         ::SendMessageW(handle, WM_DRAWITEM, 0, reinterpret_cast<LPARAM>(&entry));
         EXPECT_EQ(::GetPixel(context, 5, 6), RGB(200, 200, 200));
-        EXPECT_EQ(::GetPixel(context, 10, 9), RGB(200, 200, 200));
-        EXPECT_NE(::GetPixel(context, 11, 9), RGB(200, 200, 200));
+        EXPECT_EQ(::GetPixel(context, 10, 8), RGB(200, 200, 200));
+        EXPECT_EQ(::GetPixel(context, 11, 8), RGB(100, 100, 100));
+        EXPECT_EQ(::GetPixel(context, 49, 8), RGB(100, 100, 100));
+        EXPECT_NE(::GetPixel(context, 50, 8), RGB(100, 100, 100));
         ::ReleaseDC(handle, context);
     };
     for (const auto& [keys, act, chosen] : choices) {
