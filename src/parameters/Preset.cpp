@@ -93,7 +93,12 @@ bool Preset::isModified() const {
 
 void Preset::clearModified() {
     for (const auto& program : programs_)
-        program->setModified(false);
+        program->clearModified();
+}
+
+void Preset::dropEdits() {
+    for (const auto& program : programs_)
+        program->dropEdits();
 }
 
 void Preset::read(const Dictionary& tree) {

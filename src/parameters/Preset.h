@@ -46,11 +46,12 @@ public:
     /// The one of a module, by its number; null if there is none.
     Program* getProgram(int module) const;
 
-    // The same operations of all programs.
+    // The same operations of all programs, and whether one of them is modified.
     void store();
     void activate(std::uint32_t realmMask);
     bool isModified() const;
     void clearModified();
+    void dropEdits();
 
     /// A "program" of a tree; unmodified afterwards. A module of which the tree has nothing gets an
     /// empty snapshot, which gives all values their defaults.

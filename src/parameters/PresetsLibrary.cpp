@@ -118,8 +118,8 @@ void PresetsLibrary::revertCurrent() {
     Preset* const current = getCurrent();
     if (current == nullptr)
         return;
+    current->dropEdits();
     current->activate(Parameter::PluginRealm);
-    current->clearModified();
     loadCount_ = loadCount_ + 1;
     currentChanged();
 }
@@ -159,7 +159,7 @@ bool PresetsLibrary::selectAppended(const std::string& name, const Preset* sourc
         added.makePrograms();
     Preset* const left = getCurrent();
     if (left != nullptr && source == nullptr)
-        left->clearModified();  // its edits are in the new one
+        left->dropEdits();  // they are in the new one
     else if (left != nullptr && left->isModified())
         left->store();
     current_ = std::prev(presets_.end());

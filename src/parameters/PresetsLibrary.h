@@ -71,7 +71,8 @@ public:
     /// The live values become what the current preset has stored; false for one of the factory's.
     bool storeCurrent();
 
-    /// The live values become again what the current preset has stored.
+    /// The live values become again what the current preset had before its edits, even where these
+    /// were stored with the host's state, or when the preset was left.
     void revertCurrent();
 
     /// False for one of the factory's.

@@ -20,7 +20,20 @@ void Program::store() {
     const auto values = taken.addDict(SnapshotKey);
     if (const Settings* const settings = settingsOf(*this))
         settings->write(*values, Parameter::ModuleScope, false);
+    if (modified_ && !unedited_)
+        unedited_ = std::move(state_);
     state_ = std::move(taken);
+}
+
+void Program::clearModified() {
+    modified_ = false;
+    unedited_.reset();
+}
+
+void Program::dropEdits() {
+    if (unedited_)
+        state_ = std::move(*unedited_);
+    clearModified();
 }
 
 void Program::activate(std::uint32_t realmMask) {

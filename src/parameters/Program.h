@@ -5,6 +5,8 @@
 #include "foundation/Radio.h"
 #include "foundation/Word.h"
 
+#include <optional>
+
 namespace tarn {
 
 class PresetsLibrary;
@@ -37,11 +39,18 @@ public:
     bool receive(Message& message) override;
 
     bool isModified() const noexcept { return modified_; }
-    void setModified(bool isModified) noexcept { modified_ = isModified; }
+
+    /// The edits are kept: no longer marked, nor dropped later.
+    void clearModified();
+
+    /// The snapshot becomes what it was before the edits, even where `store` has taken them
+    /// meanwhile. The live values stay.
+    void dropEdits();
 
 private:
     PresetsLibrary* library_;
     Dictionary state_;
+    std::optional<Dictionary> unedited_;  // the snapshot before edits that were stored
     Word<bool> modified_{false};
 };
 

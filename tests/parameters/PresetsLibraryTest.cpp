@@ -88,6 +88,39 @@ TEST(PresetsLibrary, EditsStayInThePresetThatIsLeft) {
     EXPECT_EQ(preset.getName(1) + preset.getName(2) + preset.getName(4), "PadsWarm/Soft*");
 }
 
+// Faults: edits that can't be undone once the host has saved its project or the preset was left, or
+// that stay where they were taken from; an undo of what was kept on purpose.
+TEST(PresetsLibrary, RevertingDropsEditsAlsoOnceTheyAreWritten) {
+    Instance instance;
+    Dictionary state;
+    const auto write = [&] { instance.writeAll(state); };
+    const auto leave = [&] {
+        instance.selectProgram(1);
+        instance.selectProgram(0);
+    };
+    for (const auto& meanwhile : {std::function<void()>(write), {leave}, {[] {}}}) {
+        for (const float value : {0.75f, 0.25f}) {
+            instance.edit(value);
+            meanwhile();
+        }
+        instance.revertCurrent();
+        instance.expectValues(0.5f, 0.5f);
+        EXPECT_EQ(instance.names(), ",init 2,init 3,");
+    }
+    instance.edit(0.75f);
+    write();
+    ASSERT_TRUE(instance.addPreset("New"));
+    leave();
+    instance.expectValues(0.5f, 0.5f);
+    instance.edit(0.25f);
+    write();
+    ASSERT_TRUE(instance.storeCurrent());
+    instance.revertCurrent();
+    instance.expectValues(0.25f, 0.5f);
+    instance.selectProgram(3);
+    instance.expectValues(0.75f, 0.5f);
+}
+
 // Faults: a preset, a module or a favourite that a file loses; saving that changes what sounds.
 TEST(PresetsLibrary, FilesComeBackAsTheyWere) {
     const Product product;
