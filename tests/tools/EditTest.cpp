@@ -15,12 +15,24 @@ using testing::FieldsAre;
 using testing::HasSubstr;
 
 ToolResult edit(const ToolFolder& folder, const std::string& script,
-                const std::vector<std::string>& more = {}) {
+                const std::vector<std::string>& more = {},
+                const std::string& plugin = PROGRAM_Brimtide) {
     folder.write("script.txt", script);
-    std::vector<std::string> arguments = {"edit", PROGRAM_Brimtide, "--script",
-                                          folder / "script.txt"};
+    std::vector<std::string> arguments = {"edit", plugin, "--script", folder / "script.txt"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return runTool(PROGRAM_brimtide_host, arguments);
+}
+
+// A copy of the plug-in that shows these controls too.
+std::string pluginWith(const std::string& controls, const ToolFolder& folder) {
+    const std::filesystem::path original = PROGRAM_Brimtide;
+    std::filesystem::copy(original.parent_path() / "Brimtide", folder / "Brimtide",
+                          std::filesystem::copy_options::recursive);
+    std::filesystem::copy(original, folder / "Brimtide.dll");
+    const std::string file = "Brimtide/Brimtide Resources/Controls.xml";
+    std::string all = folder.read(file);
+    folder.write(file, all.insert(all.find("<about "), controls));
+    return folder / "Brimtide.dll";
 }
 
 // Faults: an interface that hears nothing of its user, or whose edits don't reach the plug-in; one
@@ -48,7 +60,7 @@ TEST(Edit, PlaysTheUserOfTheInterface) {
 
 // Faults: a choice or a name that is lost between the system's menus and boxes and the presets; a
 // file that is overwritten unasked, or not written without a word; presets that a failure takes
-// along.
+// along; edits that stay, or go unasked; a favourite that is another preset.
 TEST(Edit, PresetsAreKeptThroughMenusBoxesAndDialogs) {
     if (!platform::hasWindows())
         GTEST_SKIP() << "this system has no windows";
@@ -56,7 +68,10 @@ TEST(Edit, PresetsAreKeptThroughMenusBoxesAndDialogs) {
     const std::string save = "'Preset library' 'Save presets to file...'",
                       load = "'Preset library' 'Load presets from file...'",
                       kept = "enter '" + (folder / "kept.xml") + "'",
-                      locked = "enter '" + (folder / "locked.xml") + "'";
+                      locked = "enter '" + (folder / "locked.xml") + "'",
+                      restore = "'Preset library' 'Restore factory presets'",
+                      mute = "click left 100 220\nexpect Mute ",
+                      preview = "click left 60 285\nkey up\nexpect Mute On\nkey escape\n";
     folder.write("locked.xml", "old");
     std::filesystem::permissions(folder / "locked.xml", std::filesystem::perms::owner_read);
     const struct {
@@ -74,14 +89,27 @@ TEST(Edit, PresetsAreKeptThroughMenusBoxesAndDialogs) {
         {"right", save, locked + "\nanswer yes Overwrite\nanswer ok 'not be written'", "Send only"},
         {"right", load, locked + "\nanswer ok 'not be read'", "Send only"},
         {"right", load, kept, "Send only"},
+        {"left", "Voices Solo", mute + "On", "Solo"},
+        {"right", "'Revert to saved'", "expect Mute Off", "Solo"},
+        {"right", restore, "", "Solo"},  // there is nothing to ask about any more
+        {"left", "'Send only'", "click shift+left 20 285\n" + mute + "Off", "Send only"},
+        {"right", restore, "answer no 'not been saved'\nexpect Mute Off", "Send only"},
+        {"right", restore, "answer yes 'not been saved'\nexpect Mute On", "Send only"},
+        {"left", "Voices Solo", preview + "expect Mute Off\nclick left 20 285", "Send only"},
         {"left", "Voices Solo", "", "Solo"},
+        {"right", "'Store as favorite' '1) Send only'", "", "Solo"},
+        {"left", "'Send only'", "click left 20 285", "Solo"},
     };
     std::string script;
     for (const auto& [button, entry, then, program] : choices)
         script += std::string("click ") + button + " 290 28\nchoose " + entry + "\n" + then +
                   "\nexpect-program '" + program + "'\n";
     std::ranges::replace(script, '\'', '"');
-    EXPECT_THAT(edit(folder, script), FieldsAre(0, _, "", _));
+    const std::string plugin = pluginWith(
+        "<f class='FavoriteButton' on='0' x='0' y='270' width='40' height='30'/>"
+        "<m class='PopupMenu' parameter='MuteOutput' x='40' y='270' width='40' height='30'/>",
+        folder);
+    EXPECT_THAT(edit(folder, script, {}, plugin), FieldsAre(0, _, "", _));
     EXPECT_EQ(folder.read("locked.xml"), "old");
     std::filesystem::permissions(folder / "locked.xml", std::filesystem::perms::owner_all);
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <functional>
 #include <iterator>
 #include <optional>
 #include <sstream>
@@ -92,8 +93,7 @@ private:
         step.y = y;
     }
 
-    bool isRight() {
-        const std::string side = word();
+    static bool isRight(const std::string& side) {
         if (side != "left" && side != "right")
             throw Failure(ExitBadUse, "'" + side + "' is no button: give left or right");
         return side == "right";
@@ -110,6 +110,7 @@ private:
 
     void drag();
     void key(const std::string& name);
+    void hold(const std::string& names, const std::function<void()>& act);
     void texts(Step::Kind kind, std::size_t most);
 
     std::vector<std::string> words_;
@@ -146,12 +147,17 @@ std::int32_t codeOf(const std::string& name) {
 
 // "ctrl+shift+z": down in this order, up in the other one.
 void Line::key(const std::string& name) {
+    hold(name, [] {});
+}
+
+void Line::hold(const std::string& names, const std::function<void()>& act) {
     std::vector<std::int32_t> codes;
-    std::istringstream parts(name);
+    std::istringstream parts(names);
     for (std::string part; std::getline(parts, part, '+');)
         codes.push_back(codeOf(part));
     for (const std::int32_t code : codes)
         add(Step::Kind::KeyDown).number = code;
+    act();
     for (auto code = codes.rbegin(); code != codes.rend(); ++code)
         add(Step::Kind::KeyUp).number = *code;
 }
@@ -170,14 +176,19 @@ void Line::parse() {
     const std::string command = word();
     if (command == "move") {
         place(Step::Kind::Move);
-    } else if (command == "press" || command == "release" || command == "click") {
-        const bool right = isRight();
+    } else if (command == "press" || command == "release") {
+        const bool right = isRight(word());
         if (hasMore())
             place(Step::Kind::Move);
-        if (command == "click")
-            click(right, 1);
-        else
-            button(command == "press" ? Step::Kind::Press : Step::Kind::Release, right);
+        button(command == "press" ? Step::Kind::Press : Step::Kind::Release, right);
+    } else if (command == "click") {
+        std::string keys = word();
+        const std::size_t side = keys.rfind('+') + 1;  // 0 without keys
+        const bool right = isRight(keys.substr(side));
+        keys.resize(side);
+        if (hasMore())
+            place(Step::Kind::Move);
+        hold(keys, [&] { click(right, 1); });
     } else if (command == "double") {
         place(Step::Kind::Move);
         click(false, 2);
@@ -262,6 +273,7 @@ const char* scriptHelp() {
   wheel X Y NOTCHES               key NAME, as in key ctrl+shift+z
   type "letters and digits"       drop-file X Y FILE...
   drop-text X Y "TEXT"            wait MILLISECONDS
+  click shift+left|right [X Y], with other keys as well
   screenshot FILE.png             set|expect PARAMETER "TEXT"
   close, open                     destroy, as hosts do that don't close the interface first
   expect-program "NAME"
