@@ -5,6 +5,7 @@
 #include "editor/Editor.h"
 #include "foundation/Message.h"
 #include "parameters/Parameter.h"
+#include "plugin/Plugin.h"
 
 #include <algorithm>
 #include <utility>
@@ -86,11 +87,13 @@ void ControlInfo::setHint(const std::string& text) {
 
 void ControlInfo::start() {
     tuneIn(&editor());
+    tuneIn(&editor().instance());
     rotateTimer_.start();
 }
 
 void ControlInfo::stop() {
     tuneOut(&editor());
+    tuneOut(&editor().instance());
     rotateTimer_.stop(false);
     clearTimer_.stop(false);
     hovered_ = watched_ = nullptr;
@@ -165,6 +168,11 @@ bool ControlInfo::handle(Message& message) {
             hover(static_cast<Control*>(fromPayload<void*>(message.payload)));
         else if (message.code == ControlMessage::HoverEnd)
             hover(nullptr);
+        return false;
+    }
+    if (message.type == MessageType::Plugin) {
+        if (message.code == PluginMessage::ProgramChanged)
+            forgetValue();
         return false;
     }
     if (message.type == MessageType::Timer) {

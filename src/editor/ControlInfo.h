@@ -15,8 +15,8 @@ class ControlText;
 /// One an editor; it isn't drawn itself, but has a ControlText show its line. Priorities go from 0
 /// to 3. Of the highest that has lines, the last one is shown; those of 0 take turns. It gives
 /// lines of its own: 0 which product this is, 1 what the pointer is over, 2 the value that the user
-/// changes, and for a moment after that, 3 the hint on a learning controller. Interface thread;
-/// other threads send a message to a control.
+/// changes, and for a moment after that, but not once a preset is chosen, reverted or loaded, 3 the
+/// hint on a learning controller. Interface thread; other threads send a message to a control.
 class ControlInfo : public Control {
 public:
     static constexpr int PriorityCount = 4;

@@ -241,6 +241,11 @@ TEST_F(TextControlsTest, TheStatusLineTellsTheMostImportant) {
     pointed(Pointer::LeftUp, 5);
     EXPECT_EQ(pointed(Pointer::Left, 0), "Volume = 0.75");
     EXPECT_EQ(ticked("MFCJ"), "news");
+    pointed(Pointer::LeftDown, 5);
+    set(0.25f);
+    pointed(Pointer::LeftUp, 5);
+    plugin.revertCurrent();
+    EXPECT_EQ(status(), "Level = " + volume.getText());
 
     pointed(Pointer::LeftDown, 5);
     set(0.1f);
