@@ -266,11 +266,13 @@ void ControlPresetsPopup::buildContextMenu(PopupMenu& menu, Point position) {
     if (!presets.getFavorites().empty()) {
         PopupMenu& favorites = menu.addSubMenu(entry(FavoritesMenu, "Store as favorite"));
         for (const auto& [slot, index] : presets.getFavorites())
-            if (slot >= 0 && slot < MostFavorites)
+            if (slot >= 0 && slot < MostFavorites) {
+                const std::string name = presets.getProgramName(index);
                 favorites.addEntry(
                     entry(FirstFavorite + slot,
-                          std::to_string(slot + 1) + ") " + presets.getProgramName(index),
+                          std::to_string(slot + 1) + ") " + (name.empty() ? "(empty)" : name),
                           index != presets.getCurrentIndex()));
+            }
     }
     PopupMenu& library = menu.addSubMenu(entry(LibraryMenu, "Preset library"));
     library.addEntry(entry(Load, "Load presets from file..."));
