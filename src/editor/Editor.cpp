@@ -218,17 +218,33 @@ File Editor::controlsFile() const {
     return resources_->findSkinFile(name);
 }
 
-void Editor::loadSkinControls() {
-    bool isLoaded = false;
+bool Editor::canLoadSkin() {
     try {
-        isLoaded = resources_ != nullptr && loadControls(controlsFile()).isOk();
+        return resources_ != nullptr && loadControls(controlsFile()).isOk();
     } catch (const Error& error) {
         logError(LogError, error);
     } catch (const std::exception& error) {
         logLine(LogError, std::string_view(error.what()));
     }
-    if (!isLoaded)
-        System::alert(PluginInfo::get().getTexts().controlsFailed, true);
+    return false;
+}
+
+// Without the default skin no interface would be left in which to choose another one.
+void Editor::loadSkinControls() {
+    if (canLoadSkin())
+        return;
+    if (resources_ != nullptr) {
+        const std::string broken = resources_->getCurrentSkin();
+        resources_->setCurrentSkin({});
+        if (resources_->getCurrentSkin() != broken && canLoadSkin()) {
+            System::alert("The skin \"" + resources_->getSkin(broken).getName() +
+                              "\" can't be shown; the log says why. The default one is shown "
+                              "instead.",
+                          true);
+            return;
+        }
+    }
+    System::alert(PluginInfo::get().getTexts().controlsFailed, true);
 }
 
 // Not of an editor that goes, nor of one that has no controls of a skin's.

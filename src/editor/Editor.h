@@ -344,6 +344,7 @@ private:
     void followModals();
     void followShowTooltips();
     void loadSkinControls();
+    bool canLoadSkin();
     void takePendingChoices();
     void followCpuMeterChoice();
     void deleteControls();

@@ -16,12 +16,14 @@
 #include "support/HostedEffect.h"
 #include "support/KeptPicture.h"
 #include "support/Product.h"
+#include "support/ScratchFolder.h"
 #include "vst/VSTPlugin.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <atomic>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -364,6 +366,38 @@ TEST_F(HostedEditor, TakesTheSizeThatTheUserWants) {
         editorOf(effect).setSize(percent);
         EXPECT_EQ(sizeOf(effect).x, width);
     }
+    effect.call(effClose);
+}
+
+// Fault: a skin that can't be left, since nothing is shown in which to choose another one.
+TEST_F(HostedEditor, ABrokenSkinGivesWayToTheDefaultOne) {
+    const test::ScratchFolder copy;
+    std::filesystem::copy(BUILT_PRODUCT, copy.path(),
+                          std::filesystem::copy_options::recursive |
+                              std::filesystem::copy_options::overwrite_existing);
+    const std::string skin = "Brimtide Resources/Skins/Broken/";
+    copy.write(skin + "info.xml",
+               "<dict><info creator='Brimtide' version='1.2.0'/><file-format value='0.7'/>"
+               "<name value='Broken'/><uid value='broken.one'/></dict>");
+    copy.write(skin + "Controls.xml", "<dict>");
+    const auto own = test::Product::of<BrimtidePluginInfo>(copy.path());
+    const test::HostedEffect effect = load();
+    for (int times = 1; times <= 2; ++times) {
+        ASSERT_TRUE(open(effect));
+        EXPECT_EQ(sizeOf(effect).x, 520);
+        own->messages.clear();
+        choose("Broken");
+        click(Pointer::RightDown, Pointer::RightUp, 5, 5);
+        effect.call(effEditClose);
+        EXPECT_THAT(own->messages, testing::ElementsAre(testing::HasSubstr("re-open"),
+                                                        testing::HasSubstr("\"Broken\"")));
+    }
+    copy.write("Brimtide Resources/Controls.xml", "<dict>");
+    ASSERT_TRUE(open(effect));
+    choose("Broken");
+    click(Pointer::RightDown, Pointer::RightUp, 5, 5);
+    effect.call(effEditClose);
+    EXPECT_THAT(own->messages.back(), testing::HasSubstr("no editor will be available"));
     effect.call(effClose);
 }
 
