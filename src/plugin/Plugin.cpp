@@ -276,8 +276,7 @@ void Plugin::processModules(IOPinConfig& in, IOPinConfig& out, int frames) noexc
 void Plugin::resetAfterGap() {
     for (const auto& module : modules_)
         module->resetEngine();
-    WindowMessage redraw(this, WindowMessage::Repaint, nullptr);
-    transmit(redraw);
+    redraw();
 }
 
 void Plugin::midiEvent(const MidiRecord& record) {
@@ -420,11 +419,15 @@ void Plugin::currentChanged() {
     if (open_) {
         PluginMessage changed(this, PluginMessage::ProgramChanged, toPayload(current));
         transmit(changed);
-        WindowMessage redraw(this, WindowMessage::Repaint, nullptr);
-        transmit(redraw);
+        redraw();
     }
     if (auto* const parameter = currentProgramOf(firstSettings()))
         parameter->setValue(current, FromInternal);
+}
+
+void Plugin::redraw() {
+    WindowMessage message(this, WindowMessage::Repaint, nullptr);
+    transmit(message);
 }
 
 void Plugin::setModified(bool isModified) {
@@ -474,11 +477,15 @@ bool Plugin::importPresets(const File& file, std::string& message) {
         message = ErrorImportFailed(__func__, file.getPath()).what();
         return false;
     }
-    if (tree.getArraySize(ProgramsKey) != 1)
-        return loadBank(tree, message);
-    if (!tree.canLoad(message))
+    if (tree.getArraySize(ProgramsKey) != 1) {
+        if (!loadBank(tree, message))
+            return false;
+    } else if (tree.canLoad(message)) {
+        loadProgram(tree, 0);
+    } else {
         return false;
-    loadProgram(tree, 0);
+    }
+    currentChanged();
     return true;
 }
 
@@ -554,8 +561,7 @@ bool Plugin::takeState(Dictionary& state, std::string& message) {
     forEachEngine([](Engine& engine) { engine.onReset(); });
     if (auto* const parameter = currentProgramOf(firstSettings()))
         parameter->sendValue();
-    WindowMessage redraw(this, WindowMessage::Repaint, nullptr);
-    transmit(redraw);
+    redraw();
     return true;
 }
 

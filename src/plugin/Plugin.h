@@ -121,6 +121,9 @@ public:
     void currentChanged() override;
     void setModified(bool isModified) override;
 
+    /// Has the interface show anew what it shows of the instance. Any thread.
+    void redraw();
+
     /// Of the first module's engine, in samples; -1 without a module. Any thread.
     int getLatency() const;
 

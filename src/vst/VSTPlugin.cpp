@@ -396,8 +396,10 @@ void VSTPlugin::setProgram(VstInt32 program) {
 
 void VSTPlugin::setProgramName(const char* name) {
     const char* const end = std::find(name, name + kVstMaxProgNameLen, '\0');
-    if (plugin_->getCurrent() != nullptr)
-        plugin_->setCurrentName(std::string(name, end));
+    if (plugin_->getCurrent() == nullptr)
+        return;
+    plugin_->setCurrentName(std::string(name, end));
+    plugin_->redraw();
 }
 
 void VSTPlugin::getProgramName(char* name) {
