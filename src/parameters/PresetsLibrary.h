@@ -71,8 +71,9 @@ public:
     /// The live values become what the current preset has stored; false for one of the factory's.
     bool storeCurrent();
 
-    /// The live values become again what the current preset had before its edits, even where these
-    /// were stored with the host's state, or when the preset was left.
+    /// The live values become again what the current preset had before it was edited in the
+    /// interface, even where the edits were stored with the host's state, or when the preset was
+    /// left. What the host or MIDI changed is no edit, and is kept with the host's state.
     void revertCurrent();
 
     /// False for one of the factory's.

@@ -40,7 +40,7 @@ public:
 
     bool isModified() const noexcept { return modified_; }
 
-    /// The edits are kept: no longer marked, nor dropped later.
+    /// The edits are kept for good: the mark goes, and `dropEdits` no longer takes them back.
     void clearModified();
 
     /// The snapshot becomes what it was before the edits, even where `store` has taken them

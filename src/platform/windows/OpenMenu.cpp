@@ -88,7 +88,7 @@ void OpenMenu::draw(const ChildWindow& window, const DRAWITEMSTRUCT& entry) cons
         picture.bytes == nullptr || picture.width <= 0)
         return;
     // The menu is as wide as its widest entry, and wider: what is beside the picture looks like its
-    // corner.
+    // bottom right pixel.
     const std::uint8_t* const corner = picture.bytes + 4 * (picture.width - 1);
     ::SetDCBrushColor(entry.hDC, RGB(corner[2], corner[1], corner[0]));
     ::FillRect(entry.hDC, &entry.rcItem, static_cast<HBRUSH>(::GetStockObject(DC_BRUSH)));
