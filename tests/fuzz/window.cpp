@@ -62,7 +62,7 @@ constexpr std::string_view Controls = R"(<dict><info creator='Brimtide' version=
 <slider class='Slider' parameter='MuteOutput' x='80' y='62' width='6' height='14'/>
 <push class='Button' parameter='MuteOutput' pushbutton='true' blink='true' x='88' y='62' width='8' height='8'/>
 <shut class='Button' parameter='MuteOutput' x='88' y='71' width='8' height='6' autoreset='true'/>
-<next class='ButtonChoice' parameter='MuteOutput' x='98' y='72' width='8' height='5'/>
+<next class='ButtonChoice' parameter='BrimtideChannel' x='98' y='72' width='8' height='5'/>
 <list class='PopupMenu' parameter='MuteOutput' x='46' y='40' width='12' height='8'/>
 <pad class='Trigger' parameter='MuteOutput' x='46' y='49' width='12' height='8'/>
 <presets class='PresetsMenu' x='2' y='20' width='16' height='8'/>
@@ -391,6 +391,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Interface::get();
     FuzzedDataProvider user(data, size);
     forgetChoices(user.ConsumeBool());
+    static const bool isLoaded = !Instance().editor().getControls().empty();
+    require(isLoaded);  // or nothing below would be tried
     Play play(user);
     while (user.remaining_bytes() > 0) {
         play.step();
