@@ -930,15 +930,17 @@ bool Control::hidesGround() const {
 }
 
 void Control::drawContent(Canvas& canvas, const Rect& clip) {
+    // Images are drawn whole and cut by the clip: a part's edges could lie between two pixels.
+    const Rect whole = isShownSmall() ? atOrigin(rect_) : getLocalRect();
     if (backgroundBitmap_) {
-        canvas.drawBitmap(*backgroundBitmap_, clip, clip);
+        canvas.drawBitmap(*backgroundBitmap_, whole, whole);
     } else if (!backgroundColor_.isNone() && !coversBackground()) {
         canvas.setFillColor(backgroundColor_);
-        canvas.fillRect(isShownSmall() ? atOrigin(rect_) : getLocalRect());
+        canvas.fillRect(whole);
     }
     if (glowBitmap_ && fadeLevel_ > 0.0f) {
         canvas.setGlobalAlpha(fadeLevel_);
-        canvas.drawBitmap(*glowBitmap_, clip, clip);
+        canvas.drawBitmap(*glowBitmap_, whole, whole);
         canvas.restoreAlpha();
     }
     drawBackground(canvas, clip);
@@ -954,9 +956,9 @@ void Control::drawContent(Canvas& canvas, const Rect& clip) {
         canvas.setGlobalAlpha(overlayBitmap_ ? overlayOpacity_ : OverlayColorOpacity);
         canvas.setFillColor(overlayColor_);
         if (overlayBitmap_)
-            canvas.drawBitmap(*overlayBitmap_, clip, clip);
+            canvas.drawBitmap(*overlayBitmap_, whole, whole);
         else
-            canvas.fillRect(isShownSmall() ? atOrigin(rect_) : getLocalRect());
+            canvas.fillRect(whole);
         canvas.restoreAlpha();
     }
 }

@@ -88,6 +88,16 @@ TEST_F(EditorTest, DrawsWhatIsDirtyOnce) {
     EXPECT_TRUE(desktop.windows().empty());
 }
 
+// Fault: a gap beside a control whose edges lie between two of the screen's pixels.
+TEST_F(EditorTest, AnImageHasNoGapsWhereAPartIsDrawn) {
+    addBitmap("ground");
+    ASSERT_TRUE(load(skin("<a class='Probe' id='odd' x='3' y='1' width='3' height='3' label=''/>",
+                          "class='Probe' width='10' height='8' label='' background='ground'")));
+    ASSERT_TRUE(editor->open(nullptr, {}, 1.5f));
+    editor->idle();
+    probe("odd").setDirty(true);  // compared at the end
+}
+
 // Faults: a hidden control that still marks, one that comes back without being drawn, a switch that
 // shows the wrong step.
 TEST_F(EditorTest, ControlsAreShownByParameters) {
