@@ -220,7 +220,8 @@ File Editor::controlsFile() const {
 
 bool Editor::canLoadSkin() {
     try {
-        return resources_ != nullptr && loadControls(controlsFile()).isOk();
+        return resources_ != nullptr && loadControls(controlsFile()).isOk() &&
+               rootControl_ != nullptr;
     } catch (const Error& error) {
         logError(LogError, error);
     } catch (const std::exception& error) {
@@ -235,7 +236,7 @@ void Editor::loadSkinControls() {
         return;
     if (resources_ != nullptr) {
         const std::string broken = resources_->getCurrentSkin();
-        resources_->setCurrentSkin({});
+        resources_->useDefaultSkin();
         if (resources_->getCurrentSkin() != broken && canLoadSkin()) {
             System::alert("The skin \"" + resources_->getSkin(broken).getName() +
                               "\" can't be shown; the log says why. The default one is shown "
@@ -759,8 +760,9 @@ void Editor::paintRect(CanvasTarget* target, const Rect& rect) {
         return;
     }
     canvas_->beginFrame(rect);
-    if (!rootControl_->hidesGround())
-        canvas_->clear();  // or what isn't opaque would add to what it drew before
+    // What isn't opaque would add to what it drew before.
+    if (!rootControl_->hidesGround() || !rootControl_->getRect().contains(rect))
+        canvas_->clear();
     canvas_->offsetOrigin(rootControl_->getRect().topLeft());
     rootControl_->draw(*canvas_, rect.movedBy(-rootControl_->getRect().topLeft()));
     canvas_->present();

@@ -636,6 +636,15 @@ std::string Resources::reloadImages() {
 }
 
 void Resources::setCurrentSkin(const std::string& uid) {
+    takeSkin(uid);
+    if (Preferences::user() == nullptr)
+        return;
+    const Error error = Preferences::user()->setString(SkinPreference, currentSkin_);
+    if (!error.isOk())
+        logError(LogError, error);
+}
+
+void Resources::takeSkin(const std::string& uid) {
     const Skin* skin = findSkin(uid);
     const std::string chosen = skin != nullptr ? uid : DefaultSkin;
     if (chosen == currentSkin_)
@@ -652,11 +661,6 @@ void Resources::setCurrentSkin(const std::string& uid) {
     useFonts();
     ResourceMessage message(this, ResourceMessage::SetLoaded, currentSkin_, 0);
     transmit(message);
-    if (Preferences::user() != nullptr) {
-        const Error error = Preferences::user()->setString(SkinPreference, currentSkin_);
-        if (!error.isOk())
-            logError(LogError, error);
-    }
 }
 
 }  // namespace tarn

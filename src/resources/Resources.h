@@ -96,6 +96,10 @@ public:
     void setCurrentSkin(const std::string& uid);
     std::string getCurrentSkin() const { return currentSkin_; }
 
+    /// The same of the default skin, until the process ends: what the user chose is kept for the
+    /// next start.
+    void useDefaultSkin() { takeSkin({}); }
+
     /// Loads anew the bitmaps in use whose files have changed since they were loaded, in place, and
     /// transmits `ResourceMessage::SetLoaded` if there are any. One that can't be loaded stays as
     /// it was; the result is such a file's path, or empty.
@@ -147,6 +151,7 @@ private:
     const Skin* findSkin(const std::string& uid) const;
     std::vector<File> imageFiles(const File& name, const Skin& skin) const;
     std::int64_t imageStamp(const File& name, const Skin& skin) const;
+    void takeSkin(const std::string& uid);
     void loadImage(Bitmap& bitmap, const File& name, const Skin& skin) const;
     void useFonts() const;
 

@@ -5,6 +5,7 @@
 #include "editor/ControlText.h"
 #include "editor/ControlValueLED.h"
 #include "editor/Editor.h"
+#include "foundation/Preferences.h"
 #include "link/BrimtidePluginInfo.h"
 #include "link/ConnectionListener.h"
 #include "parameters/Parameter.h"
@@ -392,6 +393,9 @@ TEST_F(HostedEditor, ABrokenSkinGivesWayToTheDefaultOne) {
         EXPECT_THAT(own->messages, testing::ElementsAre(testing::HasSubstr("re-open"),
                                                         testing::HasSubstr("\"Broken\"")));
     }
+    std::string kept;
+    EXPECT_TRUE(Preferences::user()->getString("DefaultSkin", kept));
+    EXPECT_EQ(kept, "broken.one") << "the user's choice, whose file may be mended";
     copy.write("Brimtide Resources/Controls.xml", "<dict>");
     ASSERT_TRUE(open(effect));
     choose("Broken");
