@@ -717,6 +717,11 @@ void Editor::addDirtyRect(const Rect& rect) {
     dirtyRects_.push_back(rect);
 }
 
+bool Editor::isDirty() {
+    const std::lock_guard<Mutex> inside(dirtyLock_);
+    return !dirtyRects_.empty();
+}
+
 void Editor::paint(CanvasTarget* target, const Rect& rect) {
     {
         const Metering metering(showsCpuMeters_ ? &paintMeter_ : nullptr, &CPUMeter::begin,
@@ -796,12 +801,7 @@ void Editor::idle() {
         followModals();
         if (!learnHint_.empty() && plugin_.getMidiMapper().getLearning() == nullptr)
             setLearnHint({});
-        bool isDirty = false;
-        {
-            const std::lock_guard<Mutex> inside(dirtyLock_);
-            isDirty = !dirtyRects_.empty();
-        }
-        if (isDirty)
+        if (isDirty())
             paint(nullptr, {});
     } catch (const std::exception& error) {
         logLine(LogError, "Editor::idle called with no engine");

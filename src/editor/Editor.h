@@ -149,6 +149,9 @@ public:
     /// it.
     virtual void addDirtyRect(const Rect& rect);
 
+    /// Whether something waits to be painted.
+    bool isDirty();
+
     /// Draws a rectangle at once, or what is dirty if it is empty, and shows it. `target` is where
     /// the picture is shown; null leaves that as it was.
     void paint(CanvasTarget* target, const Rect& rect);
