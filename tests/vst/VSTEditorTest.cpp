@@ -373,7 +373,8 @@ TEST_F(HostedEditor, TakesTheSizeThatTheUserWants) {
 // Fault: a skin that can't be left, since nothing is shown in which to choose another one.
 TEST_F(HostedEditor, ABrokenSkinGivesWayToTheDefaultOne) {
     const test::ScratchFolder copy;
-    std::filesystem::copy(BUILT_PRODUCT, copy.path(),
+    const std::string path = copy.path();
+    std::filesystem::copy(BUILT_PRODUCT, std::u8string(path.begin(), path.end()),
                           std::filesystem::copy_options::recursive |
                               std::filesystem::copy_options::overwrite_existing);
     const std::string skin = "Brimtide Resources/Skins/Broken/";
