@@ -220,8 +220,11 @@ File Editor::controlsFile() const {
 
 bool Editor::canLoadSkin() {
     try {
-        return resources_ != nullptr && loadControls(controlsFile()).isOk() &&
-               rootControl_ != nullptr;
+        if (resources_ == nullptr || !loadControls(controlsFile()).isOk())
+            return false;
+        if (rootControl_ != nullptr)
+            return true;
+        logLine(LogError, "there is no control %s", BackgroundId);
     } catch (const Error& error) {
         logError(LogError, error);
     } catch (const std::exception& error) {
@@ -239,8 +242,7 @@ void Editor::loadSkinControls() {
         resources_->useDefaultSkin();
         if (resources_->getCurrentSkin() != broken && canLoadSkin()) {
             System::alert("The skin \"" + resources_->getSkin(broken).getName() +
-                              "\" can't be shown; the log says why. The default one is shown "
-                              "instead.",
+                              "\" can't be shown. The default one is shown instead.",
                           true);
             return;
         }
