@@ -256,6 +256,8 @@ TEST_F(PresetsPopupTest, FilesBringAndKeepAllPresets) {
         editor = std::make_unique<test::TestedEditor>(plugin);
         openControls();
     }
+    files.write("dropped.xml", bank({"Other", "More"}));
+    plugin.importFile(File(files.path("dropped.xml")));  // the popup is compared at the end
 }
 
 // Faults: steps past the ends, a button without its menu.
