@@ -164,6 +164,15 @@ void Canvas::flush() {
     present();
 }
 
+void Canvas::abandon() {
+    if (!frames_.empty())
+        setView(frames_.front());
+    frames_.clear();
+    children_.clear();
+    alphas_.resize(1);
+    isInPath_ = false;
+}
+
 void Canvas::pushChild() {
     children_.push_back(view_);
 }

@@ -72,6 +72,10 @@ public:
     /// Ends all frames, and shows the outermost one's rectangle.
     void flush();
 
+    /// Ends all frames and children, and shows nothing; the alpha is 1.0 again. For a drawing that
+    /// an exception has ended.
+    void abandon();
+
     /// Save the origin, the clip and the scale, and bring them back. Pops without a push do
     /// nothing.
     void pushChild();

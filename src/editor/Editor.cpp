@@ -735,25 +735,30 @@ void Editor::paint(CanvasTarget* target, const Rect& rect) {
             paintTarget_ = target;
             canvas_->attach(target);
         }
+        std::vector<Rect> rects;
         if (!rect.isEmpty()) {
-            paintRect(paintTarget_, rect);
+            rects.push_back(rect);
         } else {
-            std::vector<Rect> rects;
-            {
-                const std::lock_guard<Mutex> inside(dirtyLock_);
-                rects.swap(dirtyRects_);
-            }
-            Rect all;
-            for (const Rect& dirty : rects)
-                all = all.unitedWith(dirty);
-            const auto touched = static_cast<std::size_t>(std::count_if(
-                topLevelControls_.begin(), topLevelControls_.end(), [&all](const Control* control) {
-                    return control->getAbsoluteRect().intersectedWith(all).hasArea();
-                }));
+            const std::lock_guard<Mutex> inside(dirtyLock_);
+            rects.swap(dirtyRects_);
+        }
+        Rect all;
+        for (const Rect& dirty : rects)
+            all = all.unitedWith(dirty);
+        const auto touched = static_cast<std::size_t>(std::count_if(
+            topLevelControls_.begin(), topLevelControls_.end(), [&all](const Control* control) {
+                return control->getAbsoluteRect().intersectedWith(all).hasArea();
+            }));
+        try {
             if (touched < 2 * rects.size())
                 paintRect(paintTarget_, all);
             else
                 paintRects(paintTarget_, rects);
+        } catch (...) {
+            canvas_->abandon();
+            for (const Rect& dirty : rects)
+                addDirtyRect(dirty);
+            throw;
         }
     }
     deliverQueued();
@@ -805,7 +810,10 @@ void Editor::idle() {
             setLearnHint({});
         if (isDirty())
             paint(nullptr, {});
+        isFailing_ = false;
     } catch (const std::exception& error) {
+        if (std::exchange(isFailing_, true))
+            return;  // one line for what may go on for hours
         logLine(LogError, "Editor::idle called with no engine");
         logLine(LogError, std::string_view(error.what()));
     }

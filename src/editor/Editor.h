@@ -153,7 +153,8 @@ public:
     bool isDirty();
 
     /// Draws a rectangle at once, or what is dirty if it is empty, and shows it. `target` is where
-    /// the picture is shown; null leaves that as it was.
+    /// the picture is shown; null leaves that as it was. What an exception kept from being drawn
+    /// stays dirty.
     void paint(CanvasTarget* target, const Rect& rect);
     virtual void paintRect(CanvasTarget* target, const Rect& rect);
     virtual void paintRects(CanvasTarget* target, const std::vector<Rect>& rects);
@@ -163,7 +164,7 @@ public:
     void showAgain(const Rect& part);
 
     /// A tick: the engines', then what other threads have queued, then what is dirty. Exceptions
-    /// end here.
+    /// end here, and the first of a row is written to the log.
     virtual void idle();
 
     // Input.
@@ -449,6 +450,7 @@ private:
     int dispatching_ = 0;             // messages under way, nested
     std::int32_t builtLine_ = 0;      // of the element under way
     bool isFirstTree_ = true;
+    bool isFailing_ = false;  // the last tick ended with an exception
     bool reloadsSkin_ = false;
     int ticksToReload_ = 0;
     std::int64_t controlsStamp_ = 0;  // of the file, as it was read last

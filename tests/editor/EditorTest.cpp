@@ -88,6 +88,24 @@ TEST_F(EditorTest, DrawsWhatIsDirtyOnce) {
     EXPECT_TRUE(desktop.windows().empty());
 }
 
+// Faults: a part that stays as it was, a picture that stays half transparent or cut.
+TEST_F(EditorTest, WhatFailedToBeDrawnIsDrawnAtTheNextTick) {
+    open(TwoProbes);
+    const std::vector<std::uint8_t> picture = window().shown;
+    window().shown.assign(picture.size(), 0);
+    probe("left").onDraw = [](Canvas& canvas) {
+        canvas.pushChild();
+        canvas.setGlobalAlpha(0.5f);
+        throw std::bad_alloc();
+    };
+    editor->redrawAll();
+    for (int tick = 0; tick < 2; ++tick)
+        editor->idle();
+    probe("left").onDraw = nullptr;
+    editor->idle();
+    EXPECT_EQ(window().shown, picture);
+}
+
 // Fault: a gap beside a control whose edges lie between two of the screen's pixels.
 TEST_F(EditorTest, AnImageHasNoGapsWhereAPartIsDrawn) {
     addBitmap("ground");

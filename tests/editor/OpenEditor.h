@@ -58,6 +58,8 @@ struct Probe : Control {
     bool activate() override { return hasButton ? ++activated > 0 : Control::activate(); }
     void drawForeground(Canvas& canvas, const Rect&) override {
         ++drawn;
+        if (onDraw)
+            onDraw(canvas);
         drawText(canvas, getLocalRect(), getLabel());
     }
     std::string take() { return std::exchange(heard, {}); }
@@ -67,6 +69,7 @@ struct Probe : Control {
     int drawn = 0, activated = 0;
     std::string heard;
     std::function<void(const WindowMessage&)> onEvent;
+    std::function<void(Canvas&)> onDraw;
 };
 
 struct ProbeManager : ControlManager {

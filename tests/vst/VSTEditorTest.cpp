@@ -406,6 +406,20 @@ TEST_F(HostedEditor, ABrokenSkinGivesWayToTheDefaultOne) {
     effect.call(effClose);
 }
 
+// Fault: a preset's former name on the screen.
+TEST_F(HostedEditor, ShowsTheNameThatTheHostGivesAPreset) {
+    const test::HostedEffect effect = load();
+    ASSERT_TRUE(open(effect));
+    window().owner->tick();
+    const std::vector<std::uint8_t> before = window().shown;
+    std::string name = "Other";
+    effect.call(effSetProgramName, 0, 0, name.data());
+    window().owner->tick();
+    EXPECT_NE(window().shown, before);
+    EXPECT_TRUE(test::keepsItsPicture(editorOf(effect)));
+    effect.call(effClose);
+}
+
 // Faults: a key of the host's that means another one here, or is used up where nothing wants it; a
 // rename that can't be undone; an edit that the host doesn't hear of.
 TEST_F(HostedEditor, TakesTheHostsKeys) {
