@@ -72,7 +72,9 @@ bool DragDropHandler::handleTextDrop(const std::string& text, Point point) {
                 zone->getInteger("start", start);
                 zone->getInteger("end", end);
             }
-            isUsed = sendSample(path, start, end, point) || isUsed;
+            if (!sendSample(path, start, end, point))
+                return isUsed;
+            isUsed = true;
         }
     if (const auto segment = tree.find("vst-xml/region/segment");
         segment && !alive.expired() && segment->getString("filename", path)) {
@@ -116,10 +118,12 @@ bool DragDropTarget::drop(const platform::DroppedData& data, Point point) {
     const auto alive = life();
     bool isUsed = false;
     std::string item;
-    while (!alive.expired() && dropped->next(item))
-        isUsed = (dropped->getKind() == DragDropContainer::Text ? handleTextDrop(item, point)
-                                                                : handleFileDrop(item, point)) ||
-                 isUsed;
+    bool isGood = true;  // what can't be taken is told once, not for each of a thousand files
+    while (isGood && !alive.expired() && dropped->next(item)) {
+        isGood = dropped->getKind() == DragDropContainer::Text ? handleTextDrop(item, point)
+                                                               : handleFileDrop(item, point);
+        isUsed = isUsed || isGood;
+    }
     if (!alive.expired())
         dragLeave();
     return isUsed;

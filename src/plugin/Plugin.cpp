@@ -341,8 +341,7 @@ bool Plugin::receive(Message& message) {
             if (message.code != WindowMessage::DropFile &&
                 message.code != WindowMessage::DropSample)
                 break;
-            importFile(File(static_cast<WindowMessage&>(message).text.view()));
-            return true;
+            return importFile(File(static_cast<WindowMessage&>(message).text.view()));
         case MessageType::System:
             return receiveSystem(message);
         default:
@@ -437,10 +436,13 @@ void Plugin::setModified(bool isModified) {
     transmit(message);
 }
 
-void Plugin::importFile(const File& file) {
+bool Plugin::importFile(const File& file) {
     std::string message;
-    if (Sample::canImport(file) ? !importSample(file, message) : !importPresets(file, message))
+    const bool isImported =
+        Sample::canImport(file) ? importSample(file, message) : importPresets(file, message);
+    if (!isImported)
         System::alert(message, true);
+    return isImported;
 }
 
 bool Plugin::importSample(const File& file, std::string& message) {

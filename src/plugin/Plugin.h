@@ -96,7 +96,7 @@ public:
 
     /// A sample becomes the current sample, a file of presets the current presets; others are
     /// refused with an alert.
-    virtual void importFile(const File& file);
+    virtual bool importFile(const File& file);
 
     /// Adds the whole state to an empty tree: always true. `options` means nothing so far.
     virtual bool writeState(Dictionary& state, std::int32_t options);

@@ -174,6 +174,12 @@ TEST_F(ControlTest, DropsReachWhatTakesThem) {
     EXPECT_THAT(dropped,
                 testing::ElementsAre("a.wav 0-0", File("b/c.wav").getPath() + " 0-0",
                                      "s.wav 0-10000", "t.wav 5-9", "u.wav 2147483647-2147483647"));
+
+    // What the plug-in can't take either is told once a drop, not once a file.
+    target.takes = false;
+    EXPECT_FALSE(owner.drop(twoFiles, {15, 15}));
+    EXPECT_FALSE(text("<samples><sample file='s.wav'/><sample file='t.wav'/></samples>"));
+    EXPECT_EQ(product.product->messages.size(), 2u);
 }
 
 }  // namespace
