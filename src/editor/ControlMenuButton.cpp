@@ -10,7 +10,12 @@ namespace tarn {
 
 void ControlMenuButton::pressAndRelease() {
     auto menu = std::make_unique<PopupMenu>();
-    const Point corner{0, getRect().height()};
+    // Towards the middle of the interface, so that the menu stays over it.
+    const Rect shown = getAbsoluteRect(), whole = editor().getClientRect();
+    const bool isLeftwards = shown.left + shown.right > whole.left + whole.right;
+    if (isLeftwards)
+        menu->openLeftwards();
+    const Point corner{isLeftwards ? getRect().width() : 0, getRect().height()};
     const Point place = getAbsoluteOrigin() + corner;
     buildContextMenu(*menu, corner);
     editor().addContextMenuEntries(*menu, place);

@@ -5,7 +5,7 @@
 
 namespace tarn {
 
-/// Beneath the button, at the press. Interface thread.
+/// Beneath the button, at the press, towards the middle of the interface. Interface thread.
 class ControlMenuButton : public ControlPushButton {
 public:
     using ControlPushButton::ControlPushButton;

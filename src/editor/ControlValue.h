@@ -65,6 +65,7 @@ protected:
     void resetToDefault();
 
     bool isDragging() const { return isDragging_; }
+    void setDragging(bool isDragging) { isDragging_ = isDragging; }
 
     /// Whether a press goes a step on, and doesn't only begin a drag.
     bool isIncrementing() const { return pressMode_ == PressMode::Increment; }

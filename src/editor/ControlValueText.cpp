@@ -46,17 +46,20 @@ bool ControlValueText::activate() {
 }
 
 bool ControlValueText::press(const WindowMessage& message) {
-    return isDraggable() ? ControlValue::press(message)
-                         : editsOnClick_ && getParameter() != nullptr;
+    if (isDraggable())
+        return ControlValue::press(message);
+    setDragging(editsOnClick_ && getParameter() != nullptr);
+    return isDragging();
 }
 
 bool ControlValueText::drag(const WindowMessage& message) {
-    return isDraggable() && ControlValue::drag(message);
+    return !isDraggable() || ControlValue::drag(message);
 }
 
 bool ControlValueText::letGo(const WindowMessage& message) {
     if (isDraggable())
         return ControlValue::letGo(message);
+    setDragging(false);
     if (getLocalRect().contains(message.position))
         activate();
     return true;

@@ -78,8 +78,9 @@ void PopupMenu::forget(const Radio* target) {
 }
 
 const PopupMenuEntry* PopupMenu::show(platform::SystemWindow& window, Point place) {
-    const auto chosen = window.showMenu(MenuForSystem{baseId_}.entriesOf(*this),
-                                        {std::max(0, place.x), std::max(0, place.y)});
+    const auto chosen = window.showMenu(
+        MenuForSystem{baseId_}.entriesOf(*this), {std::max(0, place.x), std::max(0, place.y)},
+        opensLeftwards_ ? platform::MenuSide::Left : platform::MenuSide::Right);
     return chosen ? find(*chosen) : nullptr;
 }
 

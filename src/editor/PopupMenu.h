@@ -56,6 +56,9 @@ public:
     /// Its entries are painted by their target, which is asked for their size and picture.
     void setOwnerDrawn(bool isOwnerDrawn) { isOwnerDrawn_ = isOwnerDrawn; }
 
+    /// Opens to the left of its place, not to the right.
+    void openLeftwards() { opensLeftwards_ = true; }
+
     /// Shows the menu at a place of the screen and waits. The chosen entry; null if none was
     /// chosen, or the window went meanwhile.
     const PopupMenuEntry* show(platform::SystemWindow& window, Point place);
@@ -77,6 +80,7 @@ private:
     std::int32_t baseId_;
     Radio* owner_ = nullptr;
     bool isOwnerDrawn_ = false;
+    bool opensLeftwards_ = false;
     std::vector<PopupMenuEntry> entries_;
 };
 

@@ -145,8 +145,8 @@ void Window::pointer(platform::PointerEvent event, platform::Spot place) {
         owner.showPending();
 }
 
-void Window::wheel(platform::Spot place, std::int32_t delta) {
-    send(WindowMessage::Wheel, toSkin(place), toPayload(static_cast<std::int64_t>(delta)));
+bool Window::wheel(platform::Spot place, std::int32_t delta) {
+    return send(WindowMessage::Wheel, toSkin(place), toPayload(static_cast<std::int64_t>(delta)));
 }
 
 void Window::focusGained() {

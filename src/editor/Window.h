@@ -50,7 +50,7 @@ public:
     // platform::WindowOwner
     void paint(const platform::Area& part) override;
     void pointer(platform::PointerEvent event, platform::Spot place) override;
-    void wheel(platform::Spot place, std::int32_t delta) override;
+    bool wheel(platform::Spot place, std::int32_t delta) override;
     void focusGained() override;
     bool key(std::int32_t virtualKey, std::uint32_t character, bool isDown) override;
     void tick() override;

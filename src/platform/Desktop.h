@@ -7,8 +7,8 @@ namespace tarn::platform {
 
 enum class CursorShape { Arrow, Move, LeftRight, UpDown, Hand, Wait };
 
-/// Shows one of the system's cursors, until the pointer moves into another window. Linux: nothing
-/// yet.
+/// Shows one of the system's cursors, and again whenever the pointer comes into one of our windows,
+/// until the next call. Linux: nothing yet.
 void setCursor(CursorShape shape);
 
 /// Whether a key is held down, by its Windows virtual-key code: 0x10 shift, 0x11 control, 0x12 alt.

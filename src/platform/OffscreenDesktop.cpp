@@ -118,8 +118,10 @@ public:
         window_->held = 0;
     }
 
-    std::optional<std::int32_t> showMenu(const std::vector<MenuEntry>& entries,
-                                         Spot place) override {
+    std::optional<std::int32_t> showMenu(const std::vector<MenuEntry>& entries, Spot place,
+                                         MenuSide side) override {
+        if (currentDesktop != nullptr)
+            currentDesktop->menuSide = side;
         return ask(currentDesktop != nullptr ? currentDesktop->menu : nullptr, entries,
                    Spot{std::max(place.x, 0), std::max(place.y, 0)});
     }

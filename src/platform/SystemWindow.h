@@ -63,8 +63,9 @@ public:
     /// and the button's `Up` where the pointer was last.
     virtual void pointer(PointerEvent event, Spot place) = 0;
 
-    /// 120 a notch, positive away from the user.
-    virtual void wheel(Spot place, std::int32_t delta) = 0;
+    /// 120 a notch, positive away from the user; whether it was used. One that wasn't goes to the
+    /// parent window.
+    virtual bool wheel(Spot place, std::int32_t delta) = 0;
 
     virtual void focusGained() = 0;
 
@@ -100,6 +101,9 @@ struct MenuEntry {
     bool isOwnerDrawn = false;
     std::vector<MenuEntry> entries;  // of a sub-menu; such an entry can't be chosen itself
 };
+
+/// To which side of its place a menu opens, while the screen has room there.
+enum class MenuSide { Right, Left };
 
 struct TextRequest {
     Area area;  // on the screen
@@ -149,11 +153,11 @@ public:
     // While a menu or a box is open, events go on arriving. A press before it counts as ended
     // early: its release goes to the menu or box.
 
-    /// Opens a menu at a place of the screen, not left of nor above it, and waits. Right clicks
-    /// choose too. The id of the chosen entry; nothing if the user chose none, the window went, or
-    /// another menu or box of this window is open.
-    virtual std::optional<std::int32_t> showMenu(const std::vector<MenuEntry>& entries,
-                                                 Spot place) = 0;
+    /// Opens a menu at a place of the screen, not left of nor above the screen, and waits. Right
+    /// clicks choose too. The id of the chosen entry; nothing if the user chose none, the window
+    /// went, or another menu or box of this window is open.
+    virtual std::optional<std::int32_t> showMenu(const std::vector<MenuEntry>& entries, Spot place,
+                                                 MenuSide side) = 0;
 
     /// Opens a box with a text to edit, all of it selected, over the window, and waits; it is at
     /// least 40 pixels wide, and as high as its letters ask. The text after Return; nothing after
@@ -181,6 +185,7 @@ public:
 
     // How the user answers a menu and a box; null cancels.
     std::function<std::optional<std::int32_t>(const std::vector<MenuEntry>&, Spot)> menu;
+    MenuSide menuSide = MenuSide::Right;  // of the last one
     std::function<std::optional<std::string>(const TextRequest&)> text;
 
     /// Answers false from the next `open` on, as a system does that is short of windows.

@@ -44,7 +44,8 @@ protected:
             "<p class='PresetsMenu' id='menu' width='80' height='20' background='#000000'/>"
             "<s class='PresetStep' id='back' step='-1' y='40' width='9' height='9'/>"
             "<s class='PresetStep' id='next' x='20' y='40' width='9' height='9'/>"
-            "<m class='MenuButton' id='button' x='40' y='40' width='9' height='9'/>");
+            "<m class='MenuButton' id='button' x='40' y='40' width='9' height='9'/>"
+            "<n class='MenuButton' id='right' x='80' y='40' width='9' height='9'/>");
     }
     // All presets, the current one in brackets, with the value that is live.
     std::string presets() {
@@ -260,7 +261,7 @@ TEST_F(PresetsPopupTest, FilesBringAndKeepAllPresets) {
     plugin.importFile(File(files.path("dropped.xml")));  // the popup is compared at the end
 }
 
-// Faults: steps past the ends, a button without its menu.
+// Faults: steps past the ends, a button without its menu, a menu that juts out of the window.
 TEST_F(PresetsPopupTest, ButtonsStepAndOpenTheMenu) {
     ASSERT_TRUE(plugin.addPreset("Last"));
     editor->idle();
@@ -273,6 +274,13 @@ TEST_F(PresetsPopupTest, ButtonsStepAndOpenTheMenu) {
     EXPECT_EQ(editor->getUndoList().getUndoCount(), 5u);
     chooseAt(Pointer::LeftDown, 42, 42, "Show tooltips");
     EXPECT_FALSE(editor->getShowTooltips());
+    EXPECT_EQ(desktop.menuSide, platform::MenuSide::Right);
+    desktop.menu = [](const auto&, platform::Spot place) {
+        EXPECT_EQ(std::pair(place.x, place.y), std::pair(89, 49));
+        return std::nullopt;
+    };
+    click(82, 42);
+    EXPECT_EQ(desktop.menuSide, platform::MenuSide::Left);
 }
 
 }  // namespace

@@ -87,6 +87,10 @@ TEST_F(ValueControlsTest, ADragFollowsThePointer) {
         drag({15, 15}, to);
         EXPECT_NEAR(value("Volume"), end, 1e-5f) << keys << " to " << to.x << ", " << to.y;
     }
+    // A step of 1 leaves a drag as fast as it is.
+    show("class='Knob' parameter='Steps'");
+    drag({15, 15}, {15, -97});
+    EXPECT_EQ(value("Steps"), 0.75f);
     // A move back leads back, and after the release nothing moves.
     show(knob);
     plugin.parameter("Volume").setNormalised(0.5f, FromHost);
@@ -175,7 +179,7 @@ TEST_F(ValueControlsTest, TheWheelAndTheKeysMakeSteps) {
         plugin.parameter(parameter).setNormalised(start, FromHost);
         point(Pointer::Move, 15, 15);
         if (input == Wheel)
-            window().owner->wheel({15, 15}, amount);
+            EXPECT_EQ(window().owner->wheel({15, 15}, amount), start != end);
         else
             EXPECT_EQ(press(amount, input == Key ? std::set<int>() : std::set{0x10}), start != end);
         EXPECT_NEAR(value(parameter), end, 1e-5f) << parameter << " " << keys << " " << amount;
@@ -227,8 +231,11 @@ TEST_F(ValueControlsTest, ATextIsEditedWithAClick) {
     };
     show("class='TextValue' parameter='Title' edit='click' width='60' height='20'");
     plugin.parameter("Title").setText("Name", FromHost);
-    drag({5, 5}, {70, 5});
-    EXPECT_EQ(asked, 0);
+    point(Pointer::LeftDown, 5, 5);
+    for (const int x : {6, 70})
+        point(Pointer::Move, x, 5);
+    point(Pointer::LeftUp, 70, 5);
+    EXPECT_EQ(asked, 0) << "slid off";
     drag({5, 5}, {9, 9});
     EXPECT_EQ(asked, 1);
     EXPECT_EQ(plugin.parameter("Title").getText(), "Name!");

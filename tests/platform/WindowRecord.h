@@ -21,7 +21,7 @@ public:
     // Called within the window's calls, with what was just heard; may end the window.
     std::function<void(const std::string&)> react;
     std::function<void()> onTick;  // the next one only
-    bool answer = false;           // to keys and drags
+    bool answer = false;           // to keys, the wheel and drags
     platform::Pixels entryPicture{};
 
     void paint(const platform::Area& part) override {
@@ -32,8 +32,8 @@ public:
                                                 "RightDouble", "RightUp",    "Move",   "Left"};
         hear(at(Names[static_cast<int>(event)], place));
     }
-    void wheel(Spot place, std::int32_t delta) override {
-        hear(at("wheel " + std::to_string(delta), place));
+    bool wheel(Spot place, std::int32_t delta) override {
+        return hear(at("wheel " + std::to_string(delta), place));
     }
     void focusGained() override { hear("focus"); }
     bool key(std::int32_t virtualKey, std::uint32_t character, bool isDown) override {

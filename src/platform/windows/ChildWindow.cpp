@@ -1,5 +1,7 @@
 #include "platform/windows/ChildWindow.h"
 
+#include "platform/Desktop.h"
+#include "platform/windows/Desktop.h"
 #include "platform/windows/DropTarget.h"
 #include "platform/windows/OpenMenu.h"
 #include "platform/windows/ResourceCount.h"
@@ -143,10 +145,12 @@ LRESULT CALLBACK ChildWindow::procedure(HWND handle, UINT message, WPARAM wParam
 std::optional<LRESULT> ChildWindow::receive(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
         case WM_CREATE:
-            ::SetCursor(::LoadCursorW(nullptr, IDC_ARROW));
+            setCursor(CursorShape::Arrow);
             return std::nullopt;
         case WM_ERASEBKGND:
-        case WM_SETCURSOR:
+            return TRUE;
+        case WM_SETCURSOR:  // the pointer may come from a window with another one
+            ::SetCursor(currentCursor());
             return TRUE;
         case WM_GETDLGCODE:
             return DLGC_WANTALLKEYS;
@@ -196,7 +200,8 @@ std::optional<LRESULT> ChildWindow::tell(UINT message, WPARAM wParam, LPARAM lPa
             }
             return 0;
         case WM_MOUSEWHEEL:
-            owner->wheel(toClient(spotOf(lParam)), GET_WHEEL_DELTA_WPARAM(wParam));
+            if (!owner->wheel(toClient(spotOf(lParam)), GET_WHEEL_DELTA_WPARAM(wParam)))
+                return std::nullopt;
             return 0;
         case WM_MOUSELEAVE:
             awaitsLeave_ = false;

@@ -1,10 +1,13 @@
-#include "platform/Desktop.h"
+#include "platform/windows/Desktop.h"
 
+#include "platform/Desktop.h"
 #include "platform/windows/Text.h"
 
 #include <windows.h>
 
 #include <shellapi.h>
+
+#include <atomic>
 
 namespace tarn::platform {
 
@@ -28,10 +31,17 @@ const wchar_t* cursorName(CursorShape shape) {
     return IDC_ARROW;
 }
 
+std::atomic<CursorShape> current{CursorShape::Arrow};
+
 }  // namespace
 
 void setCursor(CursorShape shape) {
-    ::SetCursor(::LoadCursorW(nullptr, cursorName(shape)));
+    current = shape;
+    ::SetCursor(currentCursor());
+}
+
+HCURSOR currentCursor() {
+    return ::LoadCursorW(nullptr, cursorName(current));
 }
 
 bool detail::isSystemKeyDown(int virtualKey) {

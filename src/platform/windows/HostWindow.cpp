@@ -198,8 +198,8 @@ public:
     void movePointer(Spot place) override {
         const POINT screen = toScreen(place);
         mouse(MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE,
-              (screen.x * 65536 + 32768) / ::GetSystemMetrics(SM_CXSCREEN),
-              (screen.y * 65536 + 32768) / ::GetSystemMetrics(SM_CYSCREEN), 0);
+              ofScreen(screen.x, ::GetSystemMetrics(SM_CXSCREEN)),
+              ofScreen(screen.y, ::GetSystemMetrics(SM_CYSCREEN)), 0);
     }
 
     void button(bool isRight, bool isDown) override {
@@ -318,6 +318,11 @@ private:
         POINT point{place.x, place.y};
         ::ClientToScreen(window_, &point);
         return point;
+    }
+
+    // As SendInput wants a place: the screen's length is 65,536.
+    static LONG ofScreen(LONG place, int length) {
+        return static_cast<LONG>((LONGLONG{65536} * place + 32768) / length);
     }
 
     static void mouse(DWORD what, LONG x, LONG y, DWORD data) {

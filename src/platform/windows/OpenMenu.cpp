@@ -56,15 +56,17 @@ std::optional<std::int32_t> OpenMenu::idOf(std::size_t number) const {
 }
 
 std::optional<std::int32_t> OpenMenu::show(const std::shared_ptr<ChildWindow>& window,
-                                           const std::vector<MenuEntry>& entries, Spot place) {
+                                           const std::vector<MenuEntry>& entries, Spot place,
+                                           MenuSide side) {
     OpenMenu open;
     const OwnedMenu menu = own<OwnedMenu>(::CreatePopupMenu());
     if (menu == nullptr || !open.appendAll(menu.get(), entries))
         return std::nullopt;
     const EndedPress press(window);
     window->menu = &open;
+    const UINT edge = side == MenuSide::Left ? TPM_RIGHTALIGN : TPM_LEFTALIGN;
     const int number =
-        ::TrackPopupMenu(menu.get(), TPM_RETURNCMD | TPM_RIGHTBUTTON, std::max(place.x, 0),
+        ::TrackPopupMenu(menu.get(), TPM_RETURNCMD | TPM_RIGHTBUTTON | edge, std::max(place.x, 0),
                          std::max(place.y, 0), 0, window->handle, nullptr);
     window->menu = nullptr;
     return window->owner != nullptr ? open.idOf(static_cast<std::size_t>(number)) : std::nullopt;

@@ -19,7 +19,8 @@ class OpenMenu {
 public:
     /// As SystemWindow::showMenu.
     static std::optional<std::int32_t> show(const std::shared_ptr<ChildWindow>& window,
-                                            const std::vector<MenuEntry>& entries, Spot place);
+                                            const std::vector<MenuEntry>& entries, Spot place,
+                                            MenuSide side);
 
     // What the system asks the window for while it shows owner-drawn entries.
     void measure(const ChildWindow& window, MEASUREITEMSTRUCT& entry) const;

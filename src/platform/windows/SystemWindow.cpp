@@ -52,9 +52,10 @@ public:
 
     void releaseCapture() override { window_->releaseCapture(); }
 
-    std::optional<std::int32_t> showMenu(const std::vector<MenuEntry>& entries,
-                                         Spot place) override {
-        return canAsk() ? OpenMenu::show(std::shared_ptr(window_), entries, place) : std::nullopt;
+    std::optional<std::int32_t> showMenu(const std::vector<MenuEntry>& entries, Spot place,
+                                         MenuSide side) override {
+        return canAsk() ? OpenMenu::show(std::shared_ptr(window_), entries, place, side)
+                        : std::nullopt;
     }
 
     std::optional<std::string> editText(const TextRequest& request) override {

@@ -79,6 +79,9 @@ protected:
 // user's gesture closed the editor.
 TEST_F(SystemWindowTest, OwnersHearEventsAndMayEndTheWindowInEach) {
     ::SetCursorPos(0, 0);
+    ::SetCursor(::LoadCursorW(nullptr, IDC_SIZEWE));  // the host's frame's
+    ::SendMessageW(handle, WM_SETCURSOR, 0, 0);
+    EXPECT_EQ(::GetCursor(), ::LoadCursorW(nullptr, IDC_ARROW));
     const struct {
         UINT message;
         WPARAM wParam;
