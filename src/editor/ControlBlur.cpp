@@ -50,7 +50,7 @@ void ControlBlur::drawBackground(Canvas& canvas, const Rect& /*rect*/) {
         isMade_ = true;
         try {
             image_ = canvas.grab(all);
-            image_.blur(Radius * canvas.getDeviceScale(), Strength);
+            image_.blur(Radius, Strength);
         } catch (const std::bad_alloc&) {
             image_.clear();
         }
