@@ -650,7 +650,6 @@ bool Editor::open(void* parent, const Rect& rect, float scale) {
     }
     paintTarget_ = window_.get();
     lastMouse_ = {};
-    isMouseInside_ = false;
     isOpen_ = true;
     openedAt_ = platform::highResolutionSeconds();
     for (Control* const control : topLevelControls_)
@@ -1061,11 +1060,9 @@ bool Editor::receiveWindow(WindowMessage& message) {
             move(message);
             return true;
         case WindowMessage::WindowFocus:
-            isMouseInside_ = true;
             return true;
         case WindowMessage::MouseExit:
             leaveHover(message);
-            isMouseInside_ = false;
             return true;
         case WindowMessage::Wheel:
         case WindowMessage::WheelOther:
@@ -1205,7 +1202,6 @@ void Editor::endCapture() {
 }
 
 void Editor::move(WindowMessage& message) {
-    isMouseInside_ = true;
     lastMouse_ = message.position;
     if (captureControl_ != nullptr)
         drag(message);
@@ -1378,7 +1374,14 @@ void Editor::showPendingMenu(platform::SystemWindow& system) {
         captureControl_ = owner;
         expectEdit(*owner, UndoList::Kind::Whole);
     }
-    const PopupMenuEntry* const chosen = menu->show(system, window_->toScreen(pendingMenuPlace_));
+    const PopupMenuEntry* chosen = nullptr;
+    try {
+        chosen = menu->show(system, window_->toScreen(pendingMenuPlace_));
+    } catch (...) {  // no memory for its entries
+        if (!alive.expired())
+            shownMenu_ = nullptr;
+        throw;
+    }
     if (alive.expired())
         return;
     const bool isOwned = menu->getOwner() != nullptr;
@@ -1438,17 +1441,24 @@ void Editor::showPendingEdit(platform::SystemWindow& system) {
                     corner.y + pixels(editRect_.height())};
     request.text = take ? editText_ : parameter->getText();
     request.postfix = take ? std::string() : parameter->getUnit();
-    canvas_->selectFont(Canvas::getDefaultFont(editLetterSize_));
-    request.prefixWidth = pixels(editIndent_);
-    request.postfixWidth = pixels(canvas_->measureText(request.postfix).width());
     request.className = "Quorl PopupEditBox";
     request.family = "Inter";
+    request.prefixWidth = pixels(editIndent_);
+    request.postfixWidth = pixels(
+        Canvas::measureText(Font(request.family, editLetterSize_), request.postfix, scale).width());
     request.fontFiles = FontLibrary::get().getFiles();
     request.isLight = isDark(control->getTextColor());
     request.pixels = pixels(static_cast<std::int32_t>(std::lround(editLetterSize_)));
     const auto alive = life();
     isEditing_ = true;
-    const auto text = system.editText(request);
+    std::optional<std::string> text;
+    try {
+        text = system.editText(request);
+    } catch (...) {
+        if (!alive.expired())
+            isEditing_ = false;
+        throw;
+    }
     if (alive.expired())
         return;
     isEditing_ = false;

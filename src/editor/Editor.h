@@ -434,7 +434,6 @@ private:
     Point lastDragMouse_;
     std::int32_t buttonMask_ = 0;
     bool isMouseHeld_ = false;
-    bool isMouseInside_ = false;
 
     CPUMeter paintMeter_{nullptr};  // these two run while they are shown
     CPUMeter tickMeter_{nullptr};

@@ -196,7 +196,7 @@ void Line::parse() {
         drag();
     } else if (command == "wheel") {
         place(Step::Kind::Move);
-        const std::int32_t notches = number(-1000, 1000);
+        const std::int32_t notches = number(-273, 273);
         add(Step::Kind::Wheel).number = notches;
     } else if (command == "key") {
         key(word());
