@@ -142,7 +142,7 @@ public:
     void step() {
         auto& instance = instances_[user_.ConsumeIntegralInRange(0, 7) == 7 ? 1 : 0];
         if (instance && user_.ConsumeIntegralInRange(0, 3) != 0 && instance->window() != nullptr) {
-            happen(*instance->window());
+            happen(*instance, *instance->window());
             return;
         }
         // No host does anything else from within its own call.
@@ -310,7 +310,7 @@ private:
     }
 
     // What the user does, or the system.
-    void happen(OffscreenDesktop::Window& window) {
+    void happen(const Instance& instance, OffscreenDesktop::Window& window) {
         platform::WindowOwner& owner = *window.owner;
         const std::function<void()> acts[] = {
             [&] { owner.wheel(spot(), user_.ConsumeIntegral<std::int32_t>()); },
@@ -331,17 +331,55 @@ private:
                 owner.drawEntry(user_.ConsumeIntegral<std::int8_t>(), user_.ConsumeBool());
             },
             [&] { click(window, spot()); },
+            [&] { use(window, controlOf(instance.editor())); },
             [&] {
                 const auto event = user_.ConsumeIntegralInRange(0, 7);
                 desktop_.point(window, static_cast<platform::PointerEvent>(event), spot());
             },
         };
-        const auto which = user_.ConsumeIntegralInRange<std::size_t>(0, 14);
-        acts[std::min(which, std::size(acts) - 1)]();
+        constexpr std::size_t Doubled = 3;  // the last ones come twice as often
+        const std::size_t count = std::size(acts);
+        const auto which = user_.ConsumeIntegralInRange<std::size_t>(0, count + Doubled - 1);
+        acts[which < count ? which : which - Doubled]();
+    }
+
+    // The middle of any control.
+    platform::Spot controlOf(const Editor& editor) {
+        const auto& controls = editor.getControls();
+        if (controls.empty())
+            return {};
+        const std::size_t index = user_.ConsumeIntegral<std::uint8_t>() % controls.size();
+        const Rect rect = controls[index]->getAbsoluteRect();
+        const auto place = [scale = editor.getScale()](std::int32_t from, std::int32_t to) {
+            return static_cast<std::int32_t>(scale * static_cast<float>(from + to) / 2);
+        };
+        return {place(rect.left, rect.right), place(rect.top, rect.bottom)};
+    }
+
+    // A press, perhaps a double one or a drag, and keys at the end.
+    void use(OffscreenDesktop::Window& window, platform::Spot place) {
+        const auto kept = window.shared_from_this();
+        using enum platform::PointerEvent;
+        const auto point = [&](platform::PointerEvent event, platform::Spot to) {
+            if (window.owner != nullptr)
+                desktop_.point(window, event, to);
+        };
+        const bool isDouble = user_.ConsumeBool();
+        point(LeftDown, place);
+        if (user_.ConsumeBool())
+            point(Move, {place.x, place.y - user_.ConsumeIntegralInRange(-20, 20)});
+        point(LeftUp, place);
+        if (isDouble)
+            for (const auto event : {LeftDouble, LeftUp})
+                point(event, place);
+        for (int keys = user_.ConsumeIntegralInRange(0, 2); keys > 0 && window.owner != nullptr;
+             --keys)
+            type(*window.owner);
     }
 
     // Half of the keys are those that the interface itself does something about.
     void type(platform::WindowOwner& owner) {
+        constexpr int Control = 2;  // as a bit of those held
         const bool isKnown = user_.ConsumeBool();
         const std::int32_t key =
             isKnown ? user_.PickValueInArray<std::int32_t>(
@@ -349,7 +387,7 @@ private:
                            WindowMessage::EscapeKey, WindowMessage::SpaceKey, WindowMessage::UpKey,
                            WindowMessage::PageDownKey, 'Z', 'Z', 'Y'})
                     : user_.ConsumeIntegral<std::uint8_t>();
-        const int held = user_.ConsumeIntegralInRange(0, 7);
+        const int held = user_.ConsumeIntegralInRange(0, 7) | (isKnown && key >= 'Y' ? Control : 0);
         desktop_.heldKeys.clear();
         for (const int modifier : {0, 1, 2})
             if ((held & 1 << modifier) != 0)
