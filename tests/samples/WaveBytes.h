@@ -47,6 +47,11 @@ inline std::string waveFile(const std::string& chunks) {
     return "RIFF" + bytesOf(static_cast<std::uint32_t>(chunks.size() + 4)) + "WAVE" + chunks;
 }
 
+/// A whole one of a channel, 8 bits a sample.
+inline std::string byteWave(const std::string& samples) {
+    return waveFile(formatChunk(1, 8) + chunk("data", samples));
+}
+
 /// A stream that reads a text in its place.
 using ByteStream = boost::interprocess::ibufferstream;
 

@@ -9,6 +9,14 @@ namespace tarn::test {
 /// began.
 long allocationsOfThisThread() noexcept;
 
+/// Those that a piece of work makes.
+template <typename Work>
+long allocationsOf(const Work& work) {
+    const long before = allocationsOfThisThread();
+    work();
+    return allocationsOfThisThread() - before;
+}
+
 /// While it lives, memory is too short for what this thread asks for in one piece above `bytes`.
 struct AllocationLimit {
     explicit AllocationLimit(std::size_t bytes) noexcept;

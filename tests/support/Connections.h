@@ -35,6 +35,11 @@ inline std::unique_ptr<IOBridge<float>> makeSender(std::string name = "Connectio
     return std::make_unique<IOBridge<float>>(name, names);
 }
 
+/// Writes so many samples, a ramp.
+inline void send(IOBridge<float>& sender, std::uint32_t frames, std::uint32_t from = 1) {
+    sender.write(ramp(frames, from).data(), frames);
+}
+
 /// A look into one of a slot's two blocks as a foreign program has it, by the raw name and offsets.
 template <typename Block>
 class RawMemory {

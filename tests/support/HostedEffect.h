@@ -4,7 +4,7 @@
 #include "vst/VstInterface.h"
 
 #include <array>
-#include <cstdint>
+#include <limits>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -13,6 +13,10 @@ namespace tarn::test {
 
 using Channel = std::vector<float>;
 using Buffers = std::array<float*, 2>;
+
+constexpr float NotANumber = std::numeric_limits<float>::quiet_NaN();
+constexpr VstInt32 Largest = std::numeric_limits<VstInt32>::max();
+constexpr VstInt32 Smallest = std::numeric_limits<VstInt32>::min();
 
 /// The record must outlive it.
 class HostedEffect {

@@ -22,11 +22,10 @@ public:
             std::string getRegistryKey() const override { return ScratchStore::key(); }
             std::string getLogFolder() const override { return "tarn-test"; }
         };
-        auto product = std::make_unique<Product>();
-        product->store.open(platform::PreferencesRoot::LocalMachine)
-            .setString("InstallPath", folder);
+        auto made = std::make_unique<Product>();
+        made->store.open(platform::PreferencesRoot::LocalMachine).setString("InstallPath", folder);
         PluginInfo::set(std::make_unique<Tested>());
-        return product;
+        return made;
     }
 
     Product() {

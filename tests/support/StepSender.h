@@ -17,8 +17,11 @@ namespace tarn::test {
 inline float sampleAt(std::uint32_t session, std::uint64_t position) {
     return std::bit_cast<float>(session << 24 | static_cast<std::uint32_t>(position & 0xFFFFFF));
 }
+inline std::uint32_t bitsOf(float sample) {
+    return std::bit_cast<std::uint32_t>(sample);
+}
 inline std::uint32_t sessionOf(float sample) {
-    return std::bit_cast<std::uint32_t>(sample) >> 24;
+    return bitsOf(sample) >> 24;
 }
 
 /// Over the blocks of slot 0, which the test holds. Each operation queues its stores; `step` makes
