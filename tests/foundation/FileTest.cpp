@@ -50,8 +50,8 @@ TEST(File, ReadsValuesAndLeavesNothingUnsetWhereTheyEnd) {
     std::uint32_t word = 0;
     std::uint16_t half = 0;
     std::uint8_t byte = 0;
-    EXPECT_TRUE(file.read32(word) && file.read16(half) && file.read8(byte));
-    EXPECT_TRUE(word == 0x04030201 && half == 0x0605 && byte == 0x07);
+    EXPECT_TRUE(file.read32(word) && word == 0x04030201);
+    EXPECT_TRUE(file.read16(half) && half == 0x0605 && file.read8(byte) && byte == 0x07);
     EXPECT_TRUE(file.skipBytes(0, 9000) && file.readString() == "text");
     EXPECT_TRUE(file.read(buffer.data(), 2, 2));
     EXPECT_THAT(buffer, ElementsAre('a', 'b', '\0', '\0'));
@@ -89,8 +89,7 @@ TEST(File, IsOverwrittenOnlyWhenTheUserAgrees) {
     using namespace platform;
     const ScratchFolder scratch;
     scratch.write("old.xml", "");
-    const std::string old = scratch.path("old.xml");
-    const std::string fresh = scratch.path("new.xml");
+    const std::string old = scratch.path("old.xml"), fresh = scratch.path("new.xml");
     std::string choice = old;
     MessageAnswer answer = MessageAnswer::No;  // and then he cancels
     int questions = 0;

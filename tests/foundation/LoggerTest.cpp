@@ -1,30 +1,23 @@
 #include "foundation/LogFolder.h"
-#include "platform/Clock.h"
+#include "support/TestClock.h"
 
 #include <gmock/gmock.h>
 
 using namespace tarn;
 using namespace testing;
 
-namespace {
-
-double clockTime = 1000.0;
-
-}  // namespace
-
 // Faults: lines below the threshold, a time that overflows after 24 days.
 TEST(Logger, KeepsWhatReachesTheThresholdWithTheTimeSinceItsStart) {
     LogFolder folder;
-    platform::setHighResolutionClock([]() noexcept { return clockTime; });
+    const test::TestClock clock(1000.0);
     Logger& logger = folder.open(LogProgress);
-    clockTime += 3600.0 + 2 * 60.0 + 3.0 + 0.0045;
+    clock.pass(3600.0 + 2 * 60.0 + 3.0 + 0.0045);
     logger.log(LogWarning, "hidden %d", 1);
     logger.log(LogProgress, "host sent %d frames", 64);
-    clockTime += 700.0 * 3600.0;
+    clock.pass(700.0 * 3600.0);
     logger.logError(LogError, ErrorPrefsKeyNotFound("Preferences::get", "LogLevel"));
     logger.log(LogProgress, std::string_view("100 % whole, cut", 11));
     folder.close();
-    platform::setHighResolutionClock(nullptr);
     EXPECT_THAT(folder.lines(true),
                 ElementsAre("00:00:00:000 |Wellengang 1.2.0 for the test",
                             "01:02:03:004 |host sent 64 frames",
@@ -44,6 +37,6 @@ TEST(Logger, CutsLongTextsAndAddsToWhatAnotherLogWrites) {
         logger.log(LogError, std::string(length, 'f').c_str(), 0);
     second.log(LogProgress, "second");
     logger.log(LogError, std::string_view(std::string(70000, 't')));
-    EXPECT_THAT(folder.lines(),
-                ElementsAre(std::string(511, 'f'), "second", std::string(65535, 't')));
+    const std::string f(511, 'f'), t(65535, 't');
+    EXPECT_THAT(folder.lines(), ElementsAre(f, "second", t));
 }

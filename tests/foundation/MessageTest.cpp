@@ -31,8 +31,7 @@ void expectKept(const Family& message, Fields fields) {
 // Faults: an allocation on the audio thread, which sends these in every block; a field that is left
 // out of a copy, or taken for another one; a note that is read where it was before.
 TEST(Message, SendingAllocatesNothingAndCopiesKeepEveryField) {
-    Radio station(nullptr);
-    Radio listener(nullptr);
+    Radio station(nullptr), listener(nullptr);
     listener.tuneIn(&station);
     const NoteEvent values{1, 2, 3, 4, 5, {6, 7}, 8};
     const long before = test::allocationsOfThisThread();
@@ -86,9 +85,8 @@ TEST(MessageSlot, CutsLongTextsBetweenCharactersAndRefusesLongIds) {
         EXPECT_EQ(fromPayload<const char*>(slot.message()->payload), kept);
         EXPECT_EQ(static_cast<ParameterMessage*>(slot.message())->parameterName, x(255));
     }
-    for (const std::size_t bytes : {255U, 256U}) {
-        const bool fits = bytes < 256;
-        const std::string id = x(bytes);
+    for (const std::string& id : {x(255), x(256)}) {
+        const bool fits = id.size() < 256;
         EXPECT_EQ(slot.store(ResourceMessage(nullptr, 0, id, 0)), fits);
         EXPECT_EQ(slot.message() != nullptr, fits);
         EXPECT_EQ(slot.store(ParameterMessage(nullptr, 0, id, 0, 0, 0.0F, 0)), fits);

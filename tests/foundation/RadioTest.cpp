@@ -85,8 +85,7 @@ TEST(Radio, DeletionWaitsForADeliveryOnAnotherThread) {
     Receiver station;
     auto listener = std::make_unique<Receiver>();
     listener->tuneIn(&station);
-    Signal inside;
-    Signal deleting;
+    Signal inside, deleting;
     std::atomic<bool> destroyed{false};
     listener->answer = [&](Message&) {
         inside.raise();
@@ -107,8 +106,7 @@ TEST(Radio, DeletionWaitsForADeliveryOnAnotherThread) {
 // and transmit from the other one's station, and destroy another listener of it.
 TEST(Radio, DeliveriesThatCrossDontDeadlock) {
     for (int round = 0; round < 200; ++round) {
-        Receiver stations[2];
-        Receiver listeners[2];
+        Receiver stations[2], listeners[2];
         std::unique_ptr<Receiver> victims[2];
         Signal inside[2];
         for (int i : {0, 1}) {

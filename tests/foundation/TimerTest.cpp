@@ -1,7 +1,7 @@
 #include "foundation/Signal.h"
 #include "foundation/TimerAnimation.h"
-#include "platform/Clock.h"
 #include "support/Hearer.h"
+#include "support/TestClock.h"
 
 #include <gmock/gmock.h>
 
@@ -16,21 +16,10 @@ constexpr double Hour = 3600.0 * 1000.0;  // ms: no tick of the system's comes d
 
 const TimerMessage message(nullptr, TimerMessage::Tick, fourCharacterCode("CVUt"), 0);
 
-double clockTime = 0.0;
-
-class TimerTest : public ::testing::Test {
-protected:
-    void setClock(double seconds) {
-        clockTime = seconds;
-        platform::setHighResolutionClock([]() noexcept { return clockTime; });
-    }
-    ~TimerTest() override { platform::setHighResolutionClock(nullptr); }
-};
-
 }  // namespace
 
 // Faults: a one-shot that goes on, can't be started again, or a wait that doesn't make one.
-TEST_F(TimerTest, StopsByItself) {
+TEST(Timer, StopsByItself) {
     Timer once(nullptr, &message, Hour, true);
     Timer stopped(nullptr, &message, Hour, false);
     Timer mute(nullptr, nullptr, Hour, false);
@@ -50,7 +39,7 @@ TEST_F(TimerTest, StopsByItself) {
 
 // Faults: a stop that waits for the tick it should leave alone; a deletion, or one of two stops at
 // once, that doesn't wait; one that waits for a listener which stops the timer itself.
-TEST_F(TimerTest, DeletionAndStopsWaitForTheTickThatRuns) {
+TEST(Timer, DeletionAndStopsWaitForTheTickThatRuns) {
     std::unique_ptr<Timer> timer;
     std::atomic<bool> ended{false};
     const auto stop = [&] {
@@ -60,8 +49,7 @@ TEST_F(TimerTest, DeletionAndStopsWaitForTheTickThatRuns) {
     for (const bool deletes : {true, false}) {
         timer = std::make_unique<Timer>(nullptr, &message, 1.0, false);
         ended = false;
-        Signal inside;
-        Signal ending;
+        Signal inside, ending;
         const Hearer hearer(*timer, [&, timer = timer.get()](Message&) {
             inside.raise();
             ending.wait();
@@ -84,7 +72,7 @@ TEST_F(TimerTest, DeletionAndStopsWaitForTheTickThatRuns) {
 }
 
 // Fault: a stop inside `receive` that waits for a tick, whose listener waits for that delivery.
-TEST_F(TimerTest, StopInsideADeliveryThatTheTickWantsDoesntDeadlock) {
+TEST(Timer, StopInsideADeliveryThatTheTickWantsDoesntDeadlock) {
     for (const bool tickComesLate : {false, true}) {
         Radio sender(nullptr);
         const auto say = [&sender](std::int32_t code) {
@@ -92,8 +80,7 @@ TEST_F(TimerTest, StopInsideADeliveryThatTheTickWantsDoesntDeadlock) {
             sender.transmit(said);
         };
         Timer timer(nullptr, &message, 1.0, false);
-        Signal inside;
-        Signal stopping;
+        Signal inside, stopping;
         const Hearer ofTicks(timer, [&](Message&) {
             inside.raise();
             stopping.wait();
@@ -116,7 +103,7 @@ TEST_F(TimerTest, StopInsideADeliveryThatTheTickWantsDoesntDeadlock) {
 
 // Faults: a callback into a timer that is gone, two ticks at once, a deadlock, also when a listener
 // starts the timer anew.
-TEST_F(TimerTest, WithstandsEightThreads) {
+TEST(Timer, WithstandsEightThreads) {
     onEightThreads([] {
         for (int round = 0; round < 20; ++round) {
             TimerAnimation timer(nullptr, &message, 0.0F, 1.0F, 50, 50.0);
@@ -139,19 +126,19 @@ TEST_F(TimerTest, WithstandsEightThreads) {
 }
 
 // Faults: a value that counts ticks and not time, an end that is missed or passed.
-TEST_F(TimerTest, AnimationKeepsToTheClock) {
+TEST(Timer, AnimationKeepsToTheClock) {
     const ControlMessage moved(nullptr, 0);
     TimerAnimation animation(nullptr, &moved, 1.0F, 3.0F, 10, 10 * Hour);
-    std::vector<float> values;
-    const Hearer hearer(animation,
-                        [&](Message& m) { values.push_back(fromPayload<float>(m.payload)); });
-    setClock(0.0);
+    std::vector<float> heard;
+    const Hearer ears(animation,
+                      [&](Message& m) { heard.push_back(fromPayload<float>(m.payload)); });
+    const test::TestClock clock(0.0);
     animation.start();
     for (double steps : {0.4, 1.0, 4.6, 8.0, 100.0}) {
         EXPECT_TRUE(animation.isRunning());
-        setClock(steps * Hour / 1000.0);
+        clock.now = steps * Hour / 1000.0;
         animation.tick();
     }
     EXPECT_FALSE(animation.isRunning());
-    EXPECT_THAT(values, ElementsAre(1.0F, 1.2F, 2.0F, 2.6F, 3.0F));
+    EXPECT_THAT(heard, ElementsAre(1.0F, 1.2F, 2.0F, 2.6F, 3.0F));
 }

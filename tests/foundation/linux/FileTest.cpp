@@ -20,8 +20,7 @@ TEST(LinuxFile, KeepsTheOldContentWhenTheNewOneCannotBeWritten) {
     ::setrlimit(RLIMIT_FSIZE, &little);
     EXPECT_FALSE(File(scratch.path("preset")).save(std::string(100'000, 'x')));
     ::setrlimit(RLIMIT_FSIZE, &limit);
-    EXPECT_EQ(scratch.read("preset"), "old");
-    EXPECT_EQ(scratch.entries(), 1);
+    EXPECT_EQ(std::tuple(scratch.read("preset"), scratch.entries()), std::tuple("old", 1));
 }
 
 // Faults: a link or permissions lost; a host that hangs because a preset's path leads to a pipe.
