@@ -11,11 +11,10 @@ namespace tarn {
 namespace {
 
 using namespace test;
-using testing::Contains;
-using testing::HasSubstr;
+using namespace testing;
 
 std::string wave(char level) {
-    return waveFile(formatChunk(1, 8) + chunk("data", std::string(10, level)));
+    return byteWave(std::string(10, level));
 }
 
 std::vector<std::string> namesIn(const std::string& bytes) {
@@ -38,10 +37,7 @@ TEST(Pack, HoldsTheFilesThatLoad) {
     for (const std::string& name : {std::string(), std::string("a\0b", 3)})
         EXPECT_FALSE(writePack(file, {{name, wave('a')}}));
     const std::vector<PackedFile> large = {{"l", std::string(200'000, 'l')}};
-    {
-        const AllocationLimit limit(100'000);
-        EXPECT_FALSE(writePack(file, large));
-    }
+    EXPECT_FALSE((AllocationLimit(100'000), writePack(file, large)));
     EXPECT_EQ(folder.read("a.pack"), whole);
 
     Radio owner(nullptr);

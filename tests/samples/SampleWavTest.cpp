@@ -26,6 +26,8 @@ bool loads(SampleWav& sample, const std::string& bytes, bool readData = true) {
 }
 
 using Playback = std::array<std::int32_t, 5>;
+using Regions = std::vector<SampleRegion>;
+constexpr std::int32_t Forward = Sample::ForwardLoop;
 
 Playback playbackOf(const Sample& sample) {
     return {sample.getRootNote(), sample.getLoopMode(), sample.getLoopStart(), sample.getLoopEnd(),
@@ -65,14 +67,13 @@ TEST(SampleWav, FilesOfAnotherProgramLoadAsItReadsThem) {
                 bytes[34] = static_cast<char>(bits);
                 SampleWav sample;
                 ASSERT_TRUE(loads(sample, bytes)) << bits << ", " << channels;
-                ASSERT_EQ(playbackOf(sample),
-                          (Playback{52, Sample::ForwardLoop, 2, 6, frames - 1}));
+                ASSERT_EQ(playbackOf(sample), (Playback{52, Forward, 2, 6, frames - 1}));
                 ASSERT_EQ(sample.getRegions().at(0), (SampleRegion{{}, 3, frames - 1}));
                 for (int i = 0; i < frames; ++i) {
                     float sum = 0.0f;
+                    const float* const frame = values.data() + i * channels;
                     for (int channel = 0; channel < channels; ++channel)
-                        sum += values[static_cast<std::size_t>(i * channels + channel)] /
-                               static_cast<float>(channels);
+                        sum += frame[channel] / static_cast<float>(channels);
                     ASSERT_EQ(sample.getData()[i], sum) << bits << ", " << channels << ", " << i;
                 }
                 ASSERT_EQ(sample.getData()[frames], sample.getData()[0]);
@@ -95,10 +96,9 @@ TEST(SampleWav, ChunksInAnyOrderTellNoteLoopAndRegions) {
     const std::string audio = chunk("data", std::string(101, '\xC0'));
     const std::string loop = bytesOf(1u, 0u, 10u, 90u, 0u, 0u);
     EXPECT_THAT(playback(samplerChunk(61, 0x80000000, 1, loop) + audio + rest),
-                ElementsAre(61, Sample::ForwardLoop, 10, 90, 100));
+                ElementsAre(61, Forward, 10, 90, 100));
     EXPECT_EQ(sample.getDetuneCoarse(), 50);
-    EXPECT_EQ(sample.getRegions(),
-              (std::vector<SampleRegion>{{{}, 5, 49}, {{}, 50, 99}, {{}, 100, 100}}));
+    EXPECT_EQ(sample.getRegions(), (Regions{{{}, 5, 49}, {{}, 50, 99}, {{}, 100, 100}}));
     const auto& [cueId, length, repeats] = sample.getChunks().playlist.segments.at(0);
     EXPECT_EQ(bytesOf(1u, cueId, length, repeats), segments);
     const AcidChunk& a = sample.getChunks().acid;
@@ -114,7 +114,7 @@ TEST(SampleWav, ChunksInAnyOrderTellNoteLoopAndRegions) {
                 ElementsAre(62, Sample::NoLoop, 50, 100, 100));
     const std::string beyond = bytesOf(1u, 0u, 500u, 0xFFFFFFFFu, 0u, 0u);
     EXPECT_THAT(playback(audio + samplerChunk(127, 0, 1, beyond) + formatChunk(1, 8)),
-                ElementsAre(127, Sample::ForwardLoop, 100, 100, 100));
+                ElementsAre(127, Forward, 100, 100, 100));
 
     ASSERT_TRUE(loads(sample, waveFile(rest + chunk("data", "a", 0xFFFFFFFE)), false));
     EXPECT_TRUE(!sample.hasData() && sample.getFrames() == 0);
