@@ -40,9 +40,7 @@ struct Player {
     std::string block(int frames) {
         out.setSize(frames);
         out.clear();
-        const long allocations = test::allocationsOfThisThread();
-        engine.process(out, out, frames);
-        EXPECT_EQ(test::allocationsOfThisThread(), allocations);
+        EXPECT_EQ(test::allocationsOf([&] { engine.process(out, out, frames); }), 0);
         const float *left = out.getChannel(0)->getData(), *right = out.getChannel(1)->getData();
         std::string digits;
         for (int i = 0; i < frames; ++i)

@@ -58,31 +58,29 @@ TEST(IOChannel, SamplesComeOutAsOneByOneWhereverTheBuffersLie) {
         for (float& sample : memory)
             sample = static_cast<float>(below(1'000)) * 0.003f - 1.5f;
         std::vector<float> expected = memory;
-        const int to = below(600), from = below(600), size = below(400), sourceSize = below(400);
-        const int operation = below(5), valid = below(size + 1), count = below(sourceSize + 1);
-        Channel target(size, memory.data() + to), source(sourceSize, memory.data() + from);
+        const int to = below(600), from = below(600), size = below(400), length = below(400);
+        const int what = below(5), valid = below(size + 1), count = below(length + 1);
+        Channel target(size, memory.data() + to), source(length, memory.data() + from);
         target.setCount(valid);
         source.setCount(count);
-        const int n = std::min(operation < Add ? count : sourceSize,
-                               operation == Append ? size - valid : size);
+        const int n = std::min(what < Add ? count : length, what == Append ? size - valid : size);
         const int after[] = {valid + n, to == from ? valid : count, std::max(valid, n), n, n};
-        const float factor = operation == AddValid ? 0.7f : 1.0f;
+        const float factor = what == AddValid ? 0.7f : 1.0f;
         float *a = expected.data() + to, *b = expected.data() + from;
         const std::vector<float> audio(b, b + n);
-        if (operation == Append) {
+        if (what == Append) {
             std::copy(audio.begin(), audio.end(), a + valid);
             EXPECT_EQ(target.append(source), after[Append] < size);
-        } else if (operation == Assign) {
+        } else if (what == Assign) {
             std::copy(audio.begin(), count <= size ? audio.end() : audio.begin(), a);
             target.assign(source);
         } else {
             for (const float* end = a + n; a < end; ++a, ++b)
-                *a = operation == Screen ? *a + *b - *a * *b : *a + *b * factor;
-            operation == AddValid ? target.addValid(source, factor)
-                                  : target.mix(source, operation == Add);
+                *a = what == Screen ? *a + *b - *a * *b : *a + *b * factor;
+            what == AddValid ? target.addValid(source, factor) : target.mix(source, what == Add);
         }
-        ASSERT_EQ(target.getCount(), after[operation]) << operation;
-        ASSERT_EQ(memory, expected) << operation << ", " << to << ", " << from << ", " << size;
+        ASSERT_EQ(target.getCount(), after[what]) << what;
+        ASSERT_EQ(memory, expected) << what << ", " << to << ", " << from << ", " << size;
     }
 }
 

@@ -1,8 +1,8 @@
 // The meters of levels, with a clock that the test sets.
 #include "audio/IOChannel.h"
 #include "audio/VUMeter.h"
-#include "platform/Clock.h"
 #include "support/AllocationCount.h"
+#include "support/TestClock.h"
 
 #include <gtest/gtest.h>
 
@@ -12,65 +12,50 @@
 namespace tarn {
 namespace {
 
-double clockNow = 0.0;
-
 struct MeterTest : testing::Test {
-    MeterTest() {
-        clockNow = 1000.0;
-        platform::setHighResolutionClock([]() noexcept { return clockNow; });
-    }
-    ~MeterTest() override { platform::setHighResolutionClock(nullptr); }
-
-    static float after(double seconds, VUMeter& meter, float input) {
-        clockNow += seconds;
+    float after(double seconds, VUMeter& meter, float input) {
+        clock.pass(seconds);
         meter.update(input);
         return meter.getLevel();
     }
+    const test::TestClock clock{1000.0};
 };
 
 // Faults: a meter with another inertia than its mode's, or whose pace depends on the block size.
 TEST_F(MeterTest, MovesAsItsModeSays) {
-    struct Row {
-        int mode;
-        double riseSeconds;
-        float risen;
-        double fallSeconds;
-        float fallen;
-    };
-    const Row rows[] = {
+    const std::tuple<int, double, float, double, float> modes[] = {
         {0, 0.005, 0.8f, 1.5, 0.1f},
         {2, 0.010, 0.2f, 2.8, 0.063095734f},
         {4, 0.3, 0.99f, 0.3, 0.01f},
         {5, 0.0, 1.0f, 0.2, 0.01f},
     };
-    for (const Row& row : rows)
+    for (const auto& [mode, riseSeconds, risen, fallSeconds, fallen] : modes)
         for (const int blocks : {1, 10}) {
             VUMeterPeak meter(nullptr);
-            clockNow += 5.0;
-            meter.setMode(row.mode);
+            clock.pass(5.0);
+            meter.setMode(mode);
             for (int i = 0; i < blocks; ++i)
-                after(row.riseSeconds / blocks, meter, 1.0f);
-            EXPECT_NEAR(meter.getLevel(), row.risen, 2e-7f) << row.mode;
+                after(riseSeconds / blocks, meter, 1.0f);
+            EXPECT_NEAR(meter.getLevel(), risen, 2e-7f) << mode;
             after(100.0, meter, 1.0f);
             for (int i = 0; i < blocks; ++i)
-                after(row.fallSeconds / blocks, meter, 0.0f);
-            EXPECT_NEAR(meter.getLevel(), row.fallen, 2e-7f) << row.mode;
+                after(fallSeconds / blocks, meter, 0.0f);
+            EXPECT_NEAR(meter.getLevel(), fallen, 2e-7f) << mode;
         }
 }
 
 // Faults: input that is beyond, below or no number, and that the meter never recovers from.
 TEST_F(MeterTest, StaysANumberWhateverComes) {
-    constexpr float Infinity = std::numeric_limits<float>::infinity();
     constexpr float Denormal = std::numeric_limits<float>::denorm_min();
     for (int mode = 0; mode <= 5; ++mode) {
         VUMeterPeak meter(nullptr);
         meter.setMode(mode);
         EXPECT_NEAR(after(100.0, meter, 10.0f), 1.9952623f, 1e-7f);
         EXPECT_FLOAT_EQ(meter.getPeak(), VUMeter::Ceiling);
-        for (const float input : {NAN, -1.0f, 0.0f, -Infinity, Denormal})
+        for (const float input : {NAN, -1.0f, 0.0f, -INFINITY, Denormal})
             EXPECT_NEAR(after(1000.0, meter, input), 0.0f, 1e-30f) << input;
         EXPECT_EQ(meter.getPeak(), Denormal);
-        EXPECT_EQ(after(100.0, meter, Infinity), VUMeter::Ceiling);
+        EXPECT_EQ(after(100.0, meter, INFINITY), VUMeter::Ceiling);
         after(-500.0, meter, 0.5f);
         EXPECT_NEAR(after(100.0, meter, 0.5f), 0.5f, 1e-6f);
     }
@@ -79,28 +64,20 @@ TEST_F(MeterTest, StaysANumberWhateverComes) {
 // Faults: a peak that falls too early, to nothing, or by another time than that of the updates.
 TEST_F(MeterTest, HoldsAPeakAndThenTakesWhatIsThere) {
     VUMeterPeak meter(nullptr);
-    struct Step {
-        double seconds;
-        float input, peak;
-    };
-    meter.update(0.2f);  // at once: nothing is held yet
-    EXPECT_EQ(meter.getPeak(), 0.2f);
-    for (const Step& step : {Step{0.5, 0.8f, 0.8f},
-                             {0.75, 0.5f, 0.8f},
-                             {0.25, 0.4f, 0.8f},
-                             {0.125, 0.3f, 0.3f},
-                             {0.5, 0.6f, 0.6f},
-                             {0.625, 0.1f, 0.1f}}) {
-        after(step.seconds, meter, step.input);
-        EXPECT_EQ(meter.getPeak(), step.peak);
+    const std::tuple<double, float, float> steps[] = {
+        {0.0, 0.2f, 0.2f},  // at once: nothing is held yet
+        {0.5, 0.8f, 0.8f},   {0.75, 0.5f, 0.8f}, {0.25, 0.4f, 0.8f},
+        {0.125, 0.3f, 0.3f}, {0.5, 0.6f, 0.6f},  {0.625, 0.1f, 0.1f}};
+    for (const auto& [seconds, input, peak] : steps) {
+        after(seconds, meter, input);
+        EXPECT_EQ(meter.getPeak(), peak);
     }
     meter.setHoldTime(5.0f);
     after(1.125, meter, 0.9f);
     after(4.5, meter, 0.1f);
     EXPECT_EQ(meter.getPeak(), 0.9f);
     meter.reset();
-    EXPECT_EQ(meter.getPeak(), 0.0f);
-    EXPECT_EQ(meter.getLevel(), 0.0f);
+    EXPECT_EQ(std::pair(meter.getPeak(), meter.getLevel()), std::pair(0.0f, 0.0f));
 }
 
 // Faults: a meter that hears other samples than the valid ones, or changes or allocates any.
