@@ -17,9 +17,8 @@ namespace tarn {
 /// Settings as a file with these elements, or this document, makes them.
 class Defined : public Settings {
 public:
-    explicit Defined(const std::string& parameters, Radio* module = nullptr)
-        : Settings(module, Manager) {
-        EXPECT_TRUE(loadText(*this, parameters).isOk());
+    explicit Defined(const std::string& text, Radio* module = nullptr) : Settings(module, Manager) {
+        EXPECT_TRUE(loadText(*this, text).isOk());
     }
 
     /// A parameter that is there, of that class.

@@ -63,8 +63,7 @@ TEST(ParameterEnum, ChoosesAmongItsEntries) {
         "<v value='b' display='Beta'/><v value='7.5' display='Gamma'/></values></P>"
         "<I class='ParameterEnum' type='integer'><values><v value='-4'/></values></I>");
     auto& choice = settings.get<ParameterEnum<std::string>>();
-    EXPECT_EQ(choice.getStepCount(), 3);
-    EXPECT_EQ(choice.getStep(), 0.5);
+    EXPECT_EQ(std::tuple(choice.getStepCount(), choice.getStep()), std::tuple(3, 0.5));
     EXPECT_EQ(choice.getValue() + choice.getText() + choice.getUnit(), "bBetax");
     Ears ears(choice);
     take(choice,

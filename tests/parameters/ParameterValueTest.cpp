@@ -26,12 +26,9 @@ std::string shown(const std::string& display, const std::string& low = "0",
 
 // Faults: a scale with a wrong formula, or a way back that isn't its inverse.
 TEST(ParameterValue, EachScaleShowsByItsFormulaAndComesBack) {
-    struct Scale {
-        std::string low, high, display;
-        double (*formula)(double n);
-    };
+    using Scale = std::tuple<std::string, std::string, std::string, double (*)(double)>;
     std::mt19937 random(1);
-    for (const Scale& scale : {
+    for (const auto& [low, high, display, formula] : {
              Scale{"-2", "6", "min='-60' max='12'", [](double n) { return 72 * n - 60; }},
              {"6", "-2", "scaling='linear'", [](double n) { return 6 - 8 * n; }},
              {"0", "1", "scaling='logarithmic' min='20' max='20000' base='7'",
@@ -39,13 +36,13 @@ TEST(ParameterValue, EachScaleShowsByItsFormulaAndComesBack) {
              {"0", "1", "scaling='exponential' min='0' max='10'",
               [](double n) { return std::log(31 * n + 1) * 10 / std::log(32.0); }},
          }) {
-        const Defined settings(shown(scale.display, scale.low, scale.high));
+        const Defined settings(shown(display, low, high));
         auto& parameter = settings.get<Float>();
         const float span = parameter.getDisplayMaximum() - parameter.getDisplayMinimum();
         for (int i = 0; i <= 1000; ++i) {
             const float n = i < 2 ? static_cast<float>(i) : static_cast<float>(random()) * 0x1p-32f;
             const float value = parameter.toDisplayValue(n);
-            ASSERT_NEAR(value, scale.formula(n), 1e-6 * std::max(1.0f, std::abs(value)));
+            ASSERT_NEAR(value, formula(n), 1e-6 * std::max(1.0f, std::abs(value)));
             parameter.setDisplayValue(value, FromUser);
             ASSERT_NEAR(parameter.getDisplayValue(), value, std::abs(span) * 0x1p-22f);
             parameter.setNormalised(n, FromHost);

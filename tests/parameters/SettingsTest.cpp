@@ -4,8 +4,7 @@
 namespace tarn {
 namespace {
 
-using testing::HasSubstr;
-using testing::Not;
+using namespace testing;
 
 std::string value(const std::string& id, const std::string& more = "scope='module'") {
     return "<" + id + " class='ParameterValue' type='float' " + more + "/>";

@@ -4,6 +4,7 @@
 
 #include "foundation/File.h"
 #include "foundation/ProductIdentity.h"
+#include "foundation/TextOf.h"
 #include "parameters/ModuleDirectory.h"
 #include "parameters/ParameterManager.h"
 #include "parameters/Settings.h"
@@ -64,9 +65,7 @@ inline std::string stateOf(const Settings& settings, std::uint32_t scopes = Para
     Dictionary state;
     state.setString("file-format", "0.7");
     settings.write(state, scopes, all);
-    std::string text;
-    state.toString(text);
-    return text;
+    return test::textOf(state);
 }
 
 template <typename Visit>
