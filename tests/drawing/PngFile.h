@@ -23,8 +23,7 @@ inline std::string pngFile(png_uint_32 width, png_uint_32 height, std::string by
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
     png_infop info = png_create_info_struct(png);
     const auto append = [](png_structp writer, png_bytep data, png_size_t size) {
-        static_cast<std::string*>(png_get_io_ptr(writer))
-            ->append(reinterpret_cast<const char*>(data), size);
+        static_cast<std::string*>(png_get_io_ptr(writer))->append(data, data + size);
     };
     png_set_write_fn(png, &file, append, nullptr);
     png_set_IHDR(png, info, width, height, kind.bits, kind.colorType, kind.interlace,
