@@ -1,5 +1,6 @@
 #include "drawing/PngFile.h"
 #include "foundation/LogFolder.h"
+#include "foundation/TextOf.h"
 #include "resources/MissingFileHandler.h"
 #include "resources/Resources.h"
 #include "samples/Pack.h"
@@ -9,17 +10,18 @@
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
 #include <thread>
 
 namespace tarn {
 namespace {
 
 using namespace test;
-using testing::ElementsAre;
+using namespace testing;
+
 using Texts = std::vector<std::string>;
 
-const std::string Wave = waveFile(formatChunk(1, 8) + chunk("data", "aaaaaaaaaa"));
+const std::string Wave = byteWave("aaaaaaaaaa");
+constexpr float WaveLevel = ('a' - 128) / 128.0f;
 
 // An instance of the plug-in, with a user who knows where files are.
 struct Instance : Radio, MissingFileHandler {
@@ -45,11 +47,12 @@ struct Product {
     ~Product() { Preferences::setStores(nullptr, nullptr); }
 
     // A file in the folder of its resources.
-    std::string path(const std::string& file) const {
-        return store.path(log.getProductName() + " Resources/" + file);
+    std::string inside(const std::string& file) const {
+        return log.getProductName() + " Resources/" + file;
     }
+    std::string path(const std::string& file) const { return store.path(inside(file)); }
     void write(const std::string& file, const std::string& bytes) const {
-        store.write(log.getProductName() + " Resources/" + file, bytes);
+        store.write(inside(file), bytes);
     }
 
     LogFolder log;
@@ -58,7 +61,7 @@ struct Product {
     Preferences user = store.openUser();
 };
 
-struct ResourcesTest : testing::Test, Product {
+struct ResourcesTest : Test, Product {
     ResourcesTest() { resources.setParent(&instance); }
 
     bool load(Resources& target, const std::string& text) const {
@@ -114,8 +117,8 @@ TEST_F(ResourcesTest, ARefusedListLeavesTheFormerOne) {
 
 // Fault: a document whose examples don't work.
 TEST_F(ResourcesTest, TheDocumentsExamplesLoad) {
-    std::ifstream file(std::filesystem::path(PROJECT_FOLDER) / "docs/resources.md");
-    std::string document{std::istreambuf_iterator<char>(file), {}};
+    std::string document;
+    ASSERT_TRUE(File(PROJECT_FOLDER "/docs/resources.md").contents(document, 1 << 20));
     const auto takeExample = [&document] {
         document.erase(0, document.find("```xml\n") + 7);
         return document.substr(0, document.find("```"));
@@ -222,16 +225,17 @@ TEST_F(ResourcesTest, ASkinBringsItsImagesDensities) {
     ASSERT_TRUE(load(
         dense, good("<samples/><bitmaps><a filename='a.png'/><b filename='b.png'/></bitmaps>")));
     const auto image = dense.getBitmap("a");
-    const auto densities = [&image] {
-        return std::pair(image->getVariant(0.1f)->density, image->getVariant(9)->density);
+    // The coarsest and the densest image of "a" and of "b", and the interface's file.
+    const auto expect = [&](float low, float high, const char* file) {
+        EXPECT_EQ(image->getVariant(0.1f)->density, low);
+        EXPECT_EQ(image->getVariant(9)->density, high);
+        EXPECT_EQ(dense.findSkinFile("Controls.xml").getPath(), path(file));
     };
-    EXPECT_EQ(densities(), std::pair(1.0f, 2.0f));
+    expect(1.0f, 2.0f, "Controls.xml");
     EXPECT_EQ(dense.getBitmap("b")->getVariant(9)->density, 1.0f);
-    EXPECT_EQ(dense.findSkinFile("Controls.xml").getPath(), path("Controls.xml"));
     dense.setCurrentSkin("Dense");
-    EXPECT_EQ(densities(), std::pair(1.5f, 1.5f));
+    expect(1.5f, 1.5f, "Skins/Dense/Controls.xml");
     EXPECT_EQ(image->getRect(), (Rect{0, 0, 4, 2}));
-    EXPECT_EQ(dense.findSkinFile("Controls.xml").getPath(), path("Skins/Dense/Controls.xml"));
     EXPECT_EQ(dense.findSkinFile("other").getPath(), path("other"));
 }
 
@@ -286,20 +290,18 @@ TEST_F(ResourcesTest, TheProductsSamplesLoadAsFarAsTheyAreThere) {
                           {{"kick", Wave}, {"bad", "RIFF"}, {"snare", Wave}}));
     Dictionary own = entryOf("", "", true);
     own.setString("name", "own");
-    std::string embedded;
-    ASSERT_TRUE(own.toString(embedded));
     const std::string list =
         "<samples><!-- --><s name='gone' filename='gone.wav'/><s name='b' filename='broken.wav'/>"
         "<s name='corrupt' channels='-1'/><s name='none:pack' filename='none.pack'/>" +
-        embedded +
+        textOf(own) +
         "<s name='p:pack' filename='p.pack'/><s name='a' filename='a.wav'/>"
         "<s name='a' filename='gone.wav'/><s/><s name='late' filename='a.wav'/></samples>";
     ASSERT_TRUE(load(resources, good(list)));
     for (const char* id : {"gone", "b", "corrupt", "p/bad", "late", ""})
         EXPECT_FALSE(resources.getSample(id)) << id;
     EXPECT_EQ(levelOf(resources, "own"), 0.5f);
-    EXPECT_EQ(levelOf(resources, "a"), levelOf(resources, "p/kick"));
-    EXPECT_NE(levelOf(resources, "p/snare"), 0.0f);
+    for (const char* id : {"a", "p/kick", "p/snare"})
+        EXPECT_EQ(levelOf(resources, id), WaveLevel) << id;
     resources.releaseAllSamples();
     EXPECT_FALSE(resources.getSample("a"));
 }
@@ -339,8 +341,7 @@ TEST_F(ResourcesTest, AStateBringsItsSamples) {
     read(entryOf("own", "own.wav", true));
     const auto played = resources.getSample("own");
     read(Dictionary("<dict id='own' SampleRootNote='33'/>"));
-    EXPECT_EQ(played->getRootNote(), 60);
-    EXPECT_EQ(levelOf(resources, "own"), 0.5f);
+    EXPECT_EQ(std::tuple(played->getRootNote(), levelOf(resources, "own")), std::tuple(60, 0.5f));
 
     read(entryOf("drums:hat", "x/drums.pack"));
     EXPECT_FALSE(resources.getSample("drums:hat"));
@@ -348,7 +349,7 @@ TEST_F(ResourcesTest, AStateBringsItsSamples) {
     read(entryOf("drums:hat", ""));
     read(entryOf("drums:none", ""));
     EXPECT_EQ(resources.getSample("drums:hat").get(), resources.getSample("drums/hat").get());
-    EXPECT_NE(levelOf(resources, "drums:hat"), 0.0f);
+    EXPECT_EQ(levelOf(resources, "drums:hat"), WaveLevel);
     EXPECT_FALSE(resources.getSample("drums:none"));
     instance.answer.clear();
     const std::string absolute = File("/a:b.wav").getPath();
@@ -356,7 +357,7 @@ TEST_F(ResourcesTest, AStateBringsItsSamples) {
     EXPECT_THAT(instance.asked, ElementsAre("drums", "drums", "a:b.wav"));
 
     read(entryOf("kick", "x/kick.wav"));
-    EXPECT_NE(levelOf(resources, "kick"), 0.0f);
+    EXPECT_EQ(levelOf(resources, "kick"), WaveLevel);
     read(Dictionary("<dict id='kick' channels='-1'/>"));
     EXPECT_FALSE(resources.getSample("kick"));
     EXPECT_THAT(told, ElementsAre("own", "own", "drums:hat", "drums:hat", "drums:none", absolute,
@@ -368,15 +369,12 @@ TEST_F(ResourcesTest, AStateBringsItsSamples) {
     Dictionary brief(state);
     resources.writeSamples(state);
     resources.writeSamplesTo(brief, false);
-    std::string text;
-    ASSERT_TRUE(brief.toString(text));
-    EXPECT_THAT(text, testing::HasSubstr("drums.pack"));
-    EXPECT_THAT(text, testing::Not(testing::HasSubstr("sampledata")));
+    EXPECT_THAT(textOf(brief), AllOf(HasSubstr("drums.pack"), Not(HasSubstr("sampledata"))));
     Resources fresh;
     fresh.readSamples(state);
     EXPECT_EQ(levelOf(fresh, "own"), 0.5f);
     EXPECT_EQ(fresh.getSample("own")->getRootNote(), 33);
-    EXPECT_EQ(levelOf(fresh, "drums:hat"), levelOf(resources, "drums:hat"));
+    EXPECT_EQ(levelOf(fresh, "drums:hat"), WaveLevel);
     EXPECT_FALSE(fresh.getSample("gone"));
 }
 
