@@ -99,8 +99,7 @@ struct SamplerProduct {
                             const std::string& factoryBank = {}) {
         files.write("Resources.xml", ResourcesText);
         files.write("Settings.xml", settings);
-        files.write("Sampler Resources/info.xml",
-                    "<dict>" + Header + "<author value='A.'/></dict>");
+        files.write("Sampler Resources/info.xml", "<dict>" + Header + "<author value='A'/></dict>");
         if (!factoryBank.empty())
             files.write("Sampler Resources/Factory Presets.xml", factoryBank);
         Mission::get().start();
