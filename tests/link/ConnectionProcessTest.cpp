@@ -18,33 +18,32 @@
 namespace tarn {
 namespace {
 
+using namespace test;
+
 // Faults: a slot that its killed sender keeps, also because someone listens; samples that are taken
 // for sent though their block was never finished; a session that its successor doesn't know.
 TEST(ConnectionProcess, AKilledSenderLeavesWhatItPublishedAndItsSlot) {
-    EXPECT_EQ(test::runTool(PROGRAM_connection_peer, {"crash", "1000"}).exitStatus, 9);
+    EXPECT_EQ(runTool(PROGRAM_connection_peer, {"crash", "1000"}).exitStatus, 9);
     EXPECT_FALSE(inspectConnection(0));  // it vanished with its last holder
 
-    const auto holder = test::RawBlock::make(0);  // as a receiving program
-    const auto state = test::RawState::make(0);
-    EXPECT_EQ(test::runTool(PROGRAM_connection_peer, {"crash", "1000"}).exitStatus, 9);
+    const auto holder = RawBlock::make(0);  // as a receiving program
+    const auto state = RawState::make(0);
+    EXPECT_EQ(runTool(PROGRAM_connection_peer, {"crash", "1000"}).exitStatus, 9);
     EXPECT_EQ(state->stream.claimed, 1500u);
     EXPECT_EQ(inspectConnection(0)->state, SenderState::Gone);
     ConnectionListener listener(0);
     const SenderFacts facts = *listener.sender();
-    EXPECT_EQ(facts.published, 1000u);
-    EXPECT_FALSE(facts.isEnded);
+    EXPECT_TRUE(facts.published == 1000 && !facts.isEnded);
     std::vector<float> buffer;
     const TakenSamples taken = listener.take(facts.session, 0, buffer);
-    EXPECT_TRUE(std::ranges::equal(taken.samples, test::ramp(1000, 0)));
-    EXPECT_EQ(taken.end, 1000u);
+    EXPECT_TRUE(std::ranges::equal(taken.samples, ramp(1000, 0)) && taken.end == 1000);
 
-    EXPECT_EQ(test::makeSender("next *")->name(), "next 1");
-    EXPECT_EQ(state->formerSession, facts.session);
-    EXPECT_EQ(state->formerPublished, 1000u);
+    EXPECT_EQ(makeSender("next *")->name(), "next 1");
+    EXPECT_TRUE(state->formerSession == facts.session && state->formerPublished == 1000);
 }
 
 // The sender goes on as long as there is a listener.
-std::unique_ptr<ConnectionListener> listenTo(const test::RunningTool& sender) {
+std::unique_ptr<ConnectionListener> listenTo(const RunningTool& sender) {
     std::unique_ptr<ConnectionListener> listener;
     do
         listener = std::make_unique<ConnectionListener>(0);
@@ -77,7 +76,7 @@ TEST(ConnectionProcess, EverySampleOfAnotherProcessIsRightOrTold) {
     for (const std::string peer : {PROGRAM_connection_peer, OTHER_WIDTH_PEER}) {
         if (!std::filesystem::exists(peer))
             continue;
-        test::RunningTool sending(peer, {"send"});
+        RunningTool sending(peer, {"send"});
         std::unique_ptr<ConnectionListener> listener = listenTo(sending);
         // From here on, so that the sender writes while it is heard.
         expectRightOrTold(*listener, listener->sender()->published + 50'000'000, 40'009);
@@ -88,12 +87,12 @@ TEST(ConnectionProcess, EverySampleOfAnotherProcessIsRightOrTold) {
 
 // The same where ThreadSanitizer sees both.
 TEST(ConnectionThreads, EverySampleOfAnotherThreadIsRightOrTold) {
-    const auto master = test::makeSender();
+    const auto master = makeSender();
     ConnectionListener listener(0);
     constexpr std::uint32_t Samples = 16'000'000;  // that floats can count
     std::thread sender([&] {
         for (std::uint32_t n = 1, sent = 0; sent < Samples; n = n * 7 % 45'007)
-            sent += master->write(test::ramp(n, sent).data(), n);
+            sent += master->write(ramp(n, sent).data(), n);
     });
     expectRightOrTold(listener, Samples, UINT64_MAX);
     sender.join();
@@ -101,14 +100,14 @@ TEST(ConnectionThreads, EverySampleOfAnotherThreadIsRightOrTold) {
 
 // The fault it would catch: a description of the blocks by which nobody can write a receiver.
 TEST(ConnectionProcess, TheReaderOfTheManualReceivesAndTellsWhatItLost) {
-    EXPECT_EQ(test::runTool(PROGRAM_connection_reader, {"1", "1"}).exitStatus, 1);
+    EXPECT_EQ(runTool(PROGRAM_connection_reader, {"1", "1"}).exitStatus, 1);
     // At some speed that leaves the reader something.
-    test::RunningTool sending(PROGRAM_connection_peer, {"send", "10000000"});
+    RunningTool sending(PROGRAM_connection_peer, {"send", "10000000"});
     std::unique_ptr<ConnectionListener> listener = listenTo(sending);
-    test::RunningTool reading(PROGRAM_connection_reader, {"1", "5000000"});
+    RunningTool reading(PROGRAM_connection_reader, {"1", "5000000"});
     while (reading.isRunning())
         listener->beat();
-    const test::ToolResult result = reading.result();
+    const ToolResult result = reading.result();
     EXPECT_EQ(result.exitStatus, 0) << result.errors;
     listener.reset();
     EXPECT_EQ(sending.result().exitStatus, 0);

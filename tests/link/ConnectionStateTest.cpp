@@ -1,3 +1,4 @@
+#include "foundation/Signal.h"
 #include "link/ConnectionInfo.h"
 #include "support/Connections.h"
 
@@ -14,27 +15,17 @@
 namespace tarn {
 namespace {
 
-using test::makeSender;
-using test::NoProcess;
-using test::ramp;
-using test::RawBlock;
-using test::RawState;
-using testing::ElementsAre;
-using testing::FieldsAre;
-
+using namespace test;
+using namespace testing;
 using Result = TakenSamples::Result;
-
-void send(IOBridge<float>& sender, std::uint32_t frames) {
-    sender.write(ramp(frames).data(), frames);
-}
 
 // Faults: a session that begins with the last one's values, or that a receiver takes for it.
 TEST(ConnectionState, TellsASendersLifeFromItsBeginningToItsEnd) {
     auto master = makeSender("*", {"a host", "a product"});
     const RawState state(0);
     EXPECT_STREQ(state->host, "a host");
-    EXPECT_EQ(state->formerSession, 0u);
     const std::uint64_t first = state->session;
+    EXPECT_EQ(state->formerSession, 0u);
     send(*master, 300);
     master->owner().setRate(44'100.0);
     EXPECT_EQ(state->stream.rate, 0.0);  // it holds from the next block on
@@ -52,9 +43,8 @@ TEST(ConnectionState, TellsASendersLifeFromItsBeginningToItsEnd) {
     EXPECT_EQ(state->owner, 0u);
 
     master = makeSender("*");
-    EXPECT_TRUE(state->session != first && state->session != 0);
-    EXPECT_EQ(state->formerSession, first);
-    EXPECT_EQ(state->formerPublished, 70'300u);
+    EXPECT_THAT(state->session, AllOf(Ne(first), Ne(0u)));
+    EXPECT_TRUE(state->formerSession == first && state->formerPublished == 70'300);
     EXPECT_THAT(state->stream, FieldsAre(0u, 0u, 0.0, 0u));
     EXPECT_THAT(now(), ElementsAre(0, 0, 0, 0));
     EXPECT_STREQ(state->host, "");
@@ -63,18 +53,15 @@ TEST(ConnectionState, TellsASendersLifeFromItsBeginningToItsEnd) {
 // Faults: a slot that is taken from a living sender, one that a crashed host leaves taken, a
 // connection that isn't made because its state block can't be.
 TEST(ConnectionState, ASlotBelongsToTheProcessThatOwnsItsState) {
-    enum : std::uint8_t { Unmarked, Marked };
+    enum { Unmarked, Marked };
     constexpr std::uint64_t Nobody = 0;
     const std::uint64_t self = platform::currentProcess();
-    test::setCalendar(1000);
-    const struct {
-        std::uint8_t mark;
-        std::optional<std::uint64_t> owner;  // nothing: there is no state block
-        std::uint32_t ended;
-        std::uint64_t session;
-        std::uint32_t stamp, writeIndex;  // of the connection's block; 100 samples were published
-        const char* name;                 // of the next sender
-    } cases[] = {
+    setCalendar(1000);
+    using Owner = std::optional<std::uint64_t>;
+    // The mark; the owner, or nothing where there is no state block; whether it has ended; the
+    // session; the stamp and the write index of the connection's block, of which 100 samples were
+    // published; the name of the next sender.
+    const std::tuple<int, Owner, int, int, std::uint32_t, std::uint32_t, const char*> cases[] = {
         {Unmarked, std::nullopt, 0, 0, 0, 0, "1"},
         {Unmarked, NoProcess, 0, 7, 1000, 100, "1"},
         {Unmarked, self, 0, 7, 1000, 100, "2"},
@@ -90,7 +77,7 @@ TEST(ConnectionState, ASlotBelongsToTheProcessThatOwnsItsState) {
     };
     for (const auto& [mark, owner, ended, session, stamp, writeIndex, name] : cases) {
         const RawBlock block = RawBlock::make(0);
-        block->masterInUse = mark;
+        block->masterInUse = static_cast<std::uint8_t>(mark);
         block->lastWriteTime[0] = stamp;
         block->audio.writeIndex = writeIndex;
         std::optional<RawState> state;
@@ -101,12 +88,12 @@ TEST(ConnectionState, ASlotBelongsToTheProcessThatOwnsItsState) {
             (*state)->size = ConnectionStateSize;
             (*state)->owner = *owner;
             (*state)->ownerSpace = platform::processSpace();
-            (*state)->session = session;
+            (*state)->session = static_cast<std::uint64_t>(session);
             (*state)->stream = {100, 100, 0.0, 0};
-            (*state)->ended = ended;
+            (*state)->ended = static_cast<std::uint32_t>(ended);
         }
         EXPECT_EQ(makeSender("*")->name(), name)
-            << int{mark} << ended << ' ' << session << ' ' << stamp << ' ' << writeIndex;
+            << mark << ended << ' ' << session << ' ' << stamp << ' ' << writeIndex;
         block->masterInUse = 0;
         if (state)
             (*state)->owner = 0;
@@ -120,50 +107,40 @@ TEST(ConnectionState, ASlotBelongsToTheProcessThatOwnsItsState) {
     const auto master = makeSender("*");
     EXPECT_EQ(master->name(), "1");
     send(*master, 10);
-    EXPECT_EQ(future->owner, 5u);
-    EXPECT_EQ(future->stream.published, 0u);
+    EXPECT_EQ(std::tuple(future->owner, future->stream.published), std::tuple(5u, 0u));
     EXPECT_FALSE(inspectConnection(0)->sender);
 }
 
 // Two processes that search at the same moment are as good as two threads.
 TEST(ConnectionState, InstancesThatSearchAtTheSameMomentNeverShareASlot) {
     for (int round = 0; round < 20; ++round) {
-        std::vector<std::unique_ptr<IOBridge<float>>> bridges[4];
-        std::vector<std::thread> threads;
-        std::atomic<int> ready{0};
-        for (auto& own : bridges)
-            threads.emplace_back([&] {
-                for (++ready; ready < 4;) {
-                }
-                for (int i = 0; i < 4; ++i)
-                    own.push_back(makeSender("*"));
-            });
-        for (std::thread& thread : threads)
-            thread.join();
+        std::unique_ptr<IOBridge<float>> bridges[32];
+        std::atomic<int> ready{0}, next{0};
+        onEightThreads([&] {
+            for (++ready; ready < 8;) {
+            }
+            for (int i = 0; i < 4; ++i)
+                bridges[next++] = makeSender("*");
+        });
         std::set<std::string> names;
-        for (const auto& own : bridges)
-            for (const auto& bridge : own)
-                names.insert(bridge->name());
-        EXPECT_EQ(names.size(), 16u);
+        for (const auto& bridge : bridges)
+            names.insert(bridge->name());
+        EXPECT_EQ(names.size(), 32u);
     }
 }
 
 // Faults: another master's samples that are taken for this one's, a clock that went back unseen, a
 // listener that writes into a layout that it doesn't know.
 TEST(ConnectionListener, TrustsAStateOnlyWhileTheBlockAgreesWithIt) {
-    test::setCalendar(1000);
+    setCalendar(1000);
     const auto master = makeSender("*");
     send(*master, 100'000);
     const RawBlock block(0);
     const RawState state(0);
     ConnectionListener listener(0);
     std::vector<float> buffer;
-    const struct {
-        std::uint32_t beyond;  // what is published: the write index
-        std::uint64_t claimed;
-        std::uint32_t stamp;
-        Result result;
-    } cases[] = {
+    // The write index beyond what is published, what is claimed, the stamp.
+    const std::tuple<std::uint32_t, std::uint64_t, std::uint32_t, Result> cases[] = {
         {0, 100'000, 1000, Result::Taken},  {1, 100'000, 1000, Result::Overrun},
         {1, 100'001, 1000, Result::Taken},  {2, 100'001, 1000, Result::Overrun},
         {0, 99'999, 1000, Result::Overrun}, {0, 100'000, 999, Result::Overrun},

@@ -14,20 +14,12 @@
 namespace tarn {
 namespace {
 
-using test::makeSender;
-using test::ramp;
-using test::RawBlock;
-using test::setCalendar;
+using namespace test;
 using testing::ElementsAre;
-
 using Bridge = IOBridge<float>;
 using Samples = std::vector<float>;
 
 constexpr std::int64_t Noon = 1'790'000'000;
-
-void writeRamp(Bridge& bridge, std::uint32_t frames, std::uint32_t from = 1) {
-    EXPECT_EQ(bridge.write(ramp(frames, from).data(), frames), frames);
-}
 
 // What a read of `frames` takes; the rest of its buffer must be left alone.
 Samples take(Bridge& bridge, std::uint32_t frames) {
@@ -52,19 +44,17 @@ TEST(IOBridge, InstancesTakeTheFirstFreeSlotAndThe33rdIsASink) {
         bridges.push_back(std::make_unique<Bridge>(pattern));
         ASSERT_EQ(pattern, "Connection #" + std::to_string(slot + 1));
         ASSERT_EQ(bridges.back()->name(), pattern);
-        ASSERT_EQ(RawBlock(slot)->slot, slot);
-        ASSERT_EQ(test::RawState(slot)->slot, slot);
+        ASSERT_TRUE(RawBlock(slot)->slot == slot && RawState(slot)->slot == slot);
     }
     std::string pattern = "*";
     Bridge sink(pattern);
-    EXPECT_EQ(pattern, "*");
-    EXPECT_EQ(sink.name(), "");
+    EXPECT_EQ(pattern + sink.name(), "*");
     float sample = 0.0f;
     EXPECT_EQ(sink.write(&sample, 1) + sink.read(&sample, 1), 0u);
     sink.resync(100);
 
     // Over the same block, since this process has probed it and keeps it.
-    writeRamp(*bridges[0], 10);
+    EXPECT_EQ(bridges[0]->write(ramp(10).data(), 10), 10u);
     bridges[0].reset();
     EXPECT_EQ(makeSender()->name(), "Connection #1");
     EXPECT_THAT(counters(), ElementsAre(0, 0, 0));
@@ -94,42 +84,33 @@ TEST(IOBridge, ResyncMovesTheWritersIndexByItsTwoRules) {
         bridge->resync(offset);
         EXPECT_THAT(counters(), ElementsAre(0, readIndex, count)) << offset;
     }
-    writeRamp(*bridge, 20000);
+    send(*bridge, 20000);
     EXPECT_THAT(counters(), ElementsAre(20000, 16434, 3666));
 }
 
-// Faults: a beginning that the rule doesn't name, a sample that is lost or comes twice, also after
-// a pause, a master that is taken for its successor.
+// Faults: a beginning that the rule doesn't name, a sample that is lost or comes twice.
 TEST(IOBridge, AReaderStartsByThePrerollRuleAndThenGetsEachSampleOnce) {
     setCalendar(Noon);
-    auto master = makeSender();
-    writeRamp(*master, 1000);
+    const auto master = makeSender();
+    send(*master, 1000);
     Bridge slave(OpenSlot{0});
     EXPECT_EQ(take(slave, 512), Samples(512, 0.0f));  // 2 x 512 are not there yet
     EXPECT_TRUE(slave.isStarting());
     EXPECT_EQ(take(slave, 500), ramp(500));  // 2 x 500 are: it begins 1000 behind
-    setCalendar(Noon + 2);
-    EXPECT_EQ(take(slave, 600), Samples());
-    master->write(nullptr, 0);  // a sign of life
     EXPECT_EQ(take(slave, 600), ramp(500, 501));
     EXPECT_EQ(take(slave, 1), Samples());
     // With 10000 frames 16384 are needed, not 20000.
     slave.attach();
-    writeRamp(*master, 16384);
+    send(*master, 16384);
     EXPECT_EQ(take(slave, 10'000), ramp(10'000));
     EXPECT_EQ(slave.available(), 6384u);
 
     // Right round the ring.
     take(slave, slave.available());
     for (std::uint32_t sent = 16384; sent < 100'000; sent += 512) {
-        writeRamp(*master, 512, sent + 1);
+        send(*master, 512, sent + 1);
         ASSERT_EQ(take(slave, slave.available()), ramp(512, sent + 1));
     }
-
-    master.reset();
-    EXPECT_TRUE(slave.isAttached() && !slave.hasMaster());
-    master = makeSender();
-    EXPECT_TRUE(!slave.isAttached() && slave.hasMaster());
 }
 
 // Faults: an age that is off by a second, a sample that is lost or comes twice after a pause.
@@ -137,7 +118,7 @@ TEST(IOBridge, AWriterThatFallsSilentIsDeadAfterASecondAndFreshForTen) {
     setCalendar(Noon);
     const auto master = makeSender();
     EXPECT_EQ(connectionStatus(0), ConnectionInUse);  // created: no stamp yet
-    writeRamp(*master, 1000);
+    send(*master, 1000);
     Bridge slave(OpenSlot{0});
     EXPECT_EQ(connectionStatus(0), ConnectionInUse | ConnectionFresh | ConnectionHasSlave);
     setCalendar(Noon + 1);
@@ -182,7 +163,7 @@ TEST(IOBridge, ASlaveOutlivesItsMasterAndStartsAnewWithTheNext) {
     const auto next = makeSender("bass");
     EXPECT_TRUE(!slave.isAttached() && slave.hasMaster());
     slave.attach();
-    writeRamp(*next, 100);
+    send(*next, 100);
     EXPECT_EQ(take(slave, 50), ramp(50));
 }
 

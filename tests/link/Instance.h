@@ -1,6 +1,7 @@
 // An instance of the product, as its format's boundary has it.
 #pragma once
 
+#include "audio/Engine.h"
 #include "audio/IOPinConfig.h"
 #include "audio/Module.h"
 #include "foundation/Dictionary.h"
@@ -18,6 +19,11 @@ struct Instance {
 
     Parameter& parameter(const char* id) { return *plugin.moduleAt(0)->settings().find(id, 0); }
     float value(const char* id) { return parameter(id).getFloat(); }
+    std::string text(const char* id) { return parameter(id).getText(); }
+    void set(const char* id, float normalised) {
+        parameter(id).setNormalised(normalised, FromUser);
+    }
+    void idle() { plugin.moduleAt(0)->getEngine()->idle(); }
 
     std::string state() {
         Dictionary tree;
