@@ -1,5 +1,6 @@
 #include "Receiver.h"
 #include "support/StepSender.h"
+#include "support/TestClock.h"
 
 #include <gtest/gtest.h>
 
@@ -12,9 +13,7 @@
 namespace tarn::receive {
 namespace {
 
-using test::StepSender;
-
-double clockNow = 1'790'000'000.0;
+using namespace test;
 
 // What was sent: every session, by its number, with all that it published.
 struct History {
@@ -36,23 +35,22 @@ public:
         beforeLoad = meanwhile;
         const Delivery delivery = receiver_->look();
         beforeLoad = nullptr;
+        const bool isMissing = delivery.isMissedUnknown;
         // Nothing is taken for a sender's that doesn't tell its position.
-        ASSERT_TRUE(receiver_->isComplete() ||
-                    (delivery.samples.empty() && !delivery.isMissedUnknown));
+        ASSERT_TRUE(receiver_->isComplete() || (delivery.samples.empty() && !isMissing));
         // Only where one session follows the other may it be unable to tell.
         const bool isSteady = wasVisible && history_.isVisible && before == history_.present();
-        ASSERT_TRUE(!delivery.isMissedUnknown || !isSteady || known_ != before);
+        ASSERT_TRUE(!isMissing || !isSteady || known_ != before);
         if (isSteady)
             known_ = before;
-        if (delivery.isMissedUnknown || !isSettled_ || !delivery.isComplete) {
+        if (isMissing || !isSettled_ || !delivery.isComplete) {
             settle(delivery);
             return;
         }
         advance(delivery.missed);
         skipEnded();
         for (const float sample : delivery.samples) {
-            if (std::bit_cast<std::uint32_t>(sample) !=
-                std::bit_cast<std::uint32_t>(test::sampleAt(session_ % 256, position_)))
+            if (bitsOf(sample) != bitsOf(sampleAt(session_ % 256, position_)))
                 FAIL() << "session " << session_ << ", position " << position_;
             ++position_;
         }
@@ -78,11 +76,11 @@ private:
     // After a doubt the samples themselves tell where they belong.
     void settle(const Delivery& delivery) {
         isSettled_ = delivery.isComplete && !delivery.samples.empty() &&
-                     test::sessionOf(delivery.samples.back()) == history_.present() % 256;
+                     sessionOf(delivery.samples.back()) == history_.present() % 256;
         if (!isSettled_)
             return;
         session_ = history_.present();
-        position_ = (std::bit_cast<std::uint32_t>(delivery.samples.back()) & 0xFFFFFF) + 1;
+        position_ = (bitsOf(delivery.samples.back()) & 0xFFFFFF) + 1;
         isSettled_ = history_.published[session_] < 0xFFFFFF;  // the samples count no farther
     }
 
@@ -116,8 +114,6 @@ private:
 class ReceiverModel : public testing::Test {
 protected:
     ReceiverModel() {
-        platform::setCalendarClock([]() noexcept { return static_cast<std::int64_t>(clockNow); });
-        platform::setHighResolutionClock([]() noexcept { return clockNow; });
         model = this;
         Listener::meanwhile = actMeanwhile;
     }
@@ -147,11 +143,11 @@ protected:
         if (!sender || choice < 2)
             comeAndGo(choice);
         else if (choice < 5)
-            clockNow += upTo(20);
+            clock.pass(upTo(20));
         else
-            sender->write(static_cast<std::uint64_t>(clockNow), choice < 10   ? upTo(200'000)
-                                                                : choice < 15 ? 32'766 + upTo(4)
-                                                                              : upTo(900));
+            sender->write(static_cast<std::uint64_t>(clock.now), choice < 10   ? upTo(200'000)
+                                                                 : choice < 15 ? 32'766 + upTo(4)
+                                                                               : upTo(900));
     }
 
     void comeAndGo(std::uint32_t choice) {
@@ -187,9 +183,10 @@ protected:
     }
     static inline ReceiverModel* model = nullptr;
 
+    const TestClock clock{1'790'000'000.0, TestClock::CalendarToo};
     std::mt19937 random{11};
-    test::RawBlock block = test::RawBlock::make(0);
-    test::RawState state = test::RawState::make(0);
+    RawBlock block = RawBlock::make(0);
+    RawState state = RawState::make(0);
     std::unique_ptr<StepSender> sender;
     bool isLeaving = false;
     History history;
@@ -220,7 +217,7 @@ TEST_F(ReceiverModel, DeliveredAndToldAreWhatWasSent) {
                 listener->expectAll();
         else
             act();
-        clockNow += 0.0001;
+        clock.pass(0.0001);
     }
     EXPECT_GT(Listener::sums, steps / 10'000u);
 }

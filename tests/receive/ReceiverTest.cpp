@@ -1,5 +1,6 @@
 #include "Receiver.h"
 #include "support/Connections.h"
+#include "support/TestClock.h"
 
 #include <gtest/gtest.h>
 
@@ -12,20 +13,14 @@
 namespace tarn::receive {
 namespace {
 
-double clockNow = 0.0;
+using namespace test;
 
 // A sender, whose samples count up from 1, its receiver and the time, all in the test's hands.
 class ReceiverTest : public testing::Test {
 protected:
-    ReceiverTest() {
-        clockNow = 1'790'000'000.25;
-        platform::setCalendarClock([]() noexcept { return static_cast<std::int64_t>(clockNow); });
-        platform::setHighResolutionClock([]() noexcept { return clockNow; });
-    }
-
     void startSender(const std::string& name = "Connection #*") {
         sender_.reset();  // before the next one looks for a slot
-        sender_ = test::makeSender(name);
+        sender_ = makeSender(name);
         sender_->resync(ConnectionPreroll);
         sent_ = 0;
         expected_ = 1;
@@ -36,10 +31,8 @@ protected:
     }
 
     void send(std::uint32_t frames) {
-        sent_ += sender_->write(test::ramp(frames, sent_ + 1).data(), frames);
+        sent_ += sender_->write(ramp(frames, sent_ + 1).data(), frames);
     }
-
-    static void pass(double seconds) { clockNow += seconds; }
 
     void receive(Target target) { receiver_.emplace(std::move(target), 48000.0); }
 
@@ -52,17 +45,18 @@ protected:
         missed_ += delivery.missed;
         expected_ += static_cast<std::uint32_t>(delivery.missed);
         const auto frames = static_cast<std::uint32_t>(delivery.samples.size());
-        EXPECT_TRUE(std::ranges::equal(delivery.samples, test::ramp(frames, expected_)));
+        EXPECT_TRUE(std::ranges::equal(delivery.samples, ramp(frames, expected_)));
         expected_ += frames;
         return frames;
     }
 
     State state() const { return receiver_->state(); }
+    void pass(double seconds) { clock_.pass(seconds); }
 
+    const TestClock clock_{1'790'000'000.25, TestClock::CalendarToo};
     std::unique_ptr<IOBridge<float>> sender_;
     std::optional<Receiver> receiver_{std::in_place, Target{0, {}}, 48000.0};
-    std::uint32_t sent_ = 0;
-    std::uint32_t expected_ = 1;
+    std::uint32_t sent_ = 0, expected_ = 1;
     std::uint64_t missed_ = 0;
 };
 
@@ -71,14 +65,14 @@ protected:
 class OldSenderTest : public ReceiverTest {
 protected:
     OldSenderTest() {
-        for (const test::RawState& state : states_) {
+        for (const RawState& state : states_) {
             state->magic = ConnectionStateMagic;
             state->major = 99;
         }
     }
 
 private:
-    const test::RawState states_[2] = {test::RawState::make(0), test::RawState::make(1)};
+    const RawState states_[2] = {RawState::make(0), RawState::make(1)};
 };
 
 // The fault it would catch: a pause taken for an end, or for a loss.
@@ -103,8 +97,7 @@ TEST_F(ReceiverTest, APauseLosesNothingHoweverLongItIs) {
 TEST_F(ReceiverTest, ItBeginsWithTheFirstSampleIfItWaitedElseHalfARingBehind) {
     const auto first = [&] {
         const Delivery delivery = look();
-        EXPECT_TRUE(delivery.isBeginning && delivery.isComplete);
-        EXPECT_EQ(delivery.missed, 0u);
+        EXPECT_TRUE(delivery.isBeginning && delivery.isComplete && delivery.missed == 0);
         return delivery.samples.empty() ? 0.0f : delivery.samples[0];
     };
     startSender();
@@ -129,10 +122,10 @@ TEST_F(ReceiverTest, ItBeginsWithTheFirstSampleIfItWaitedElseHalfARingBehind) {
 // name was heard before.
 TEST_F(ReceiverTest, ASecondSenderOfANameIsJoinedWhereItIs) {
     receive({{}, "guitar"});
-    auto first = test::makeSender("guitar");
-    first->write(test::ramp(10).data(), 10);
-    const auto second = test::makeSender("guitar");
-    second->write(test::ramp(90'000).data(), 90'000);
+    auto first = makeSender("guitar");
+    test::send(*first, 10);
+    const auto second = makeSender("guitar");
+    test::send(*second, 90'000);
     look();
     first.reset();
     std::size_t received = 0;
@@ -141,8 +134,7 @@ TEST_F(ReceiverTest, ASecondSenderOfANameIsJoinedWhereItIs) {
         EXPECT_EQ(delivery.missed, 0u);
         received += delivery.samples.size();
     }
-    EXPECT_EQ(received, 16'384u);
-    EXPECT_EQ(receiver_->slot(), 1u);
+    EXPECT_EQ(std::tuple(received, receiver_->slot()), std::tuple(16'384u, 1u));
 }
 
 // Faults: a tail that is lost at a sender's end, a successor's first samples, a name that is
@@ -164,10 +156,9 @@ TEST_F(ReceiverTest, NumbersAndNamesAreFollowedToTheNextSender) {
     startSenderAndLook("guitar");
     send(50);
     sender_.reset();
-    const auto other = test::makeSender("drums");  // takes the slot
+    const auto other = makeSender("drums");  // takes the slot
     const Delivery delivery = look();
-    EXPECT_EQ(delivery.missed, 50u);
-    EXPECT_TRUE(delivery.samples.empty());
+    EXPECT_TRUE(delivery.missed == 50 && delivery.samples.empty());
     EXPECT_EQ(state(), State::Searching);
     startSenderAndLook("guitar");
     EXPECT_EQ(receiver_->slot(), 1u);
@@ -178,14 +169,14 @@ TEST_F(ReceiverTest, AnOrphanedConnectionIsLetGoByAllWhoListen) {
     startSenderAndLook();
     Receiver second({{}, "Connection #1"}, 48000.0);
     second.look();
-    auto block = std::make_optional<test::RawBlock>(0);
-    auto state = std::make_optional<test::RawState>(0);
+    auto block = std::make_optional<RawBlock>(0);
+    auto state = std::make_optional<RawState>(0);
     send(700);
     (*state)->stream.claimed += 100;  // killed in a block
     sender_.reset();
     (*block)->masterInUse = 1;
     (*state)->ended = 0;
-    (*state)->owner = test::NoProcess;
+    (*state)->owner = NoProcess;
     pass(0.3);
     EXPECT_EQ(second.look().samples.size(), 700u);
     EXPECT_EQ(expectContinuation(), 700u);
@@ -245,7 +236,7 @@ TEST_F(OldSenderTest, NeitherItsEndNorItsSuccessorNorAnotherReaderLosesOrRepeats
     send(480);
     const Delivery ofNew = look();
     EXPECT_TRUE(ofNew.isMissedUnknown);  // the tail of the one before
-    EXPECT_TRUE(std::ranges::equal(ofNew.samples, test::ramp(480)));
+    EXPECT_TRUE(std::ranges::equal(ofNew.samples, ramp(480)));
     expected_ = 481;
     const IOBridge<float> reader(OpenSlot{0});
     send(700);
@@ -254,7 +245,7 @@ TEST_F(OldSenderTest, NeitherItsEndNorItsSuccessorNorAnotherReaderLosesOrRepeats
 
 // The fault it would catch: a receiver whose hold keeps a killed sender's slot from the next one.
 TEST_F(OldSenderTest, AStaleConnectionIsOnlyPeekedAt) {
-    auto killed = test::RawBlock::make(0);
+    auto killed = RawBlock::make(0);
     killed->masterInUse = 1;
     look();
     killed.die();

@@ -45,8 +45,7 @@ TEST(Recording, OthersReadTheHeaderBeyondFourGigabytesAsRF64) {
         EXPECT_EQ(std::string(header.data(), 4), samples > lastRiff ? "RF64" : "RIFF");
         const SndfileHandle file(path);
         EXPECT_EQ(file.frames(), static_cast<sf_count_t>(samples));
-        EXPECT_EQ(file.samplerate(), 44100);
-        EXPECT_EQ(file.channels(), 1);
+        EXPECT_EQ(std::tuple(file.samplerate(), file.channels()), std::tuple(44100, 1));
         EXPECT_EQ(file.format() & SF_FORMAT_SUBMASK, SF_FORMAT_FLOAT);
     }
 }
