@@ -55,25 +55,5 @@ TEST_F(OffscreenDesktopTest, PressesEndAsTheyDoInARealWindow) {
     EXPECT_EQ(owner.heard(), "LeftDouble 2,1; Left 0,0; LeftUp 2,1");
 }
 
-// Fault: an editor that isn't tested for hosts that end it while it asks its user.
-TEST_F(OffscreenDesktopTest, AWindowMayEndInAnAnswer) {
-    desktop.text = [&](const TextRequest& request) {
-        window.reset();
-        return std::optional(request.text);
-    };
-    TextRequest request;
-    request.text = "typed";
-    EXPECT_FALSE(window->editText(request));
-    EXPECT_TRUE(desktop.windows().empty());
-
-    window = SystemWindow::open(nullptr, {0, 0, 4, 4}, "", owner, failure);
-    desktop.destroyParent(*desktop.windows().at(0));
-    EXPECT_EQ(owner.heard(), "gone");
-    EXPECT_FALSE(window->handle() || window->area() || window->editText({}));
-    desktop.isFull = true;
-    EXPECT_EQ(SystemWindow::open(nullptr, {}, "", owner, failure), nullptr);
-    EXPECT_EQ(failure, "create");
-}
-
 }  // namespace
 }  // namespace tarn::platform

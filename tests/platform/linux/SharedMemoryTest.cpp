@@ -1,4 +1,5 @@
 #include "platform/SharedMemory.h"
+#include "support/OpenHandles.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -39,18 +40,13 @@ int makeStrangeObject() {
     return file;
 }
 
-std::ptrdiff_t openFiles() {
-    const std::filesystem::directory_iterator files("/proc/self/fd");
-    return std::distance(begin(files), end(files));
-}
-
 // Fault, in every case: files, views and names that pile up in a host that looks for blocks all
 // day.
 class LinuxSharedMemory : public testing::Test {
 protected:
     void SetUp() override { ::unlink(pathOf(Name).c_str()); }
     void TearDown() override {
-        EXPECT_EQ(openFiles(), openBefore_);
+        EXPECT_EQ(test::openHandles(), openBefore_);
         std::ifstream maps("/proc/self/maps");
         const std::string text{std::istreambuf_iterator<char>(maps), {}};
         EXPECT_EQ(text.find(pathOf(Name)), std::string::npos);
@@ -58,7 +54,7 @@ protected:
     }
 
 private:
-    const std::ptrdiff_t openBefore_ = openFiles();
+    const int openBefore_ = test::openHandles();
 };
 
 // Fault: a host that hangs because some program keeps a lock for itself, or has put a pipe there.

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace tarn::platform {
 namespace {
 
@@ -12,10 +14,7 @@ constexpr char Name[] = "test of a strange mapping";
 
 // Fault: a host that ends at its first access to pages that some program has only reserved.
 TEST(WindowsSharedMemory, PagesWithoutMemoryAreRefused) {
-    const struct {
-        std::size_t begin, bytes;
-        bool isEnough;
-    } commits[] = {
+    const std::tuple<std::size_t, std::size_t, bool> commits[] = {
         {0, 0, false}, {0, Bytes - 4096, false}, {4096, Bytes - 4096, false}, {0, Bytes, true}};
     for (const auto& [begin, bytes, isEnough] : commits) {
         // Twice the bytes, since Wine forgets a commit of the last page.

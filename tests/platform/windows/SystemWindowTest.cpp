@@ -12,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 namespace tarn::platform {
@@ -68,10 +69,8 @@ protected:
 
     WindowClass hostClass{L"tested host", ::DefWindowProcW};
     test::WindowRecord owner;
-    std::string failure;
-    std::string hostHeard;  // numbers of its messages
-    HWND host = nullptr;
-    HWND handle = nullptr;
+    std::string failure, hostHeard;  // numbers of its messages
+    HWND host = nullptr, handle = nullptr;
     std::unique_ptr<SystemWindow> window;
 };
 
@@ -82,13 +81,7 @@ TEST_F(SystemWindowTest, OwnersHearEventsAndMayEndTheWindowInEach) {
     ::SetCursor(::LoadCursorW(nullptr, IDC_SIZEWE));  // the host's frame's
     ::SendMessageW(handle, WM_SETCURSOR, 0, 0);
     EXPECT_EQ(::GetCursor(), ::LoadCursorW(nullptr, IDC_ARROW));
-    const struct {
-        UINT message;
-        WPARAM wParam;
-        LPARAM lParam;
-        LRESULT result;
-        std::string heard;
-    } events[] = {
+    const std::tuple<UINT, WPARAM, LPARAM, LRESULT, std::string> events[] = {
         {WM_LBUTTONDOWN, MK_LBUTTON, at(3, 4), 0, "LeftDown 3,4"},
         {WM_LBUTTONUP, 0, at(3, 4), 0, "LeftUp 3,4"},
         {WM_LBUTTONDBLCLK, MK_LBUTTON, at(5, 6), 0, "LeftDouble 5,6"},
@@ -109,21 +102,21 @@ TEST_F(SystemWindowTest, OwnersHearEventsAndMayEndTheWindowInEach) {
         {WM_SETCURSOR, 0, 0, 1, ""},
         {WM_GETDLGCODE, 0, 0, DLGC_WANTALLKEYS, ""},
     };
-    for (const auto& event : events) {
+    for (const auto& [message, wParam, lParam, result, heard] : events) {
         run();
         owner.heard();
         ::InvalidateRect(handle, nullptr, FALSE);
-        EXPECT_EQ(::SendMessageW(handle, event.message, event.wParam, event.lParam), event.result);
-        EXPECT_EQ(owner.heard(), event.heard);
-        if (event.heard.empty())
+        EXPECT_EQ(::SendMessageW(handle, message, wParam, lParam), result);
+        EXPECT_EQ(owner.heard(), heard);
+        if (heard.empty())
             continue;
         owner.react = [&](const std::string&) { window.reset(); };
         ::InvalidateRect(handle, nullptr, FALSE);
-        ::SendMessageW(handle, event.message, event.wParam, event.lParam);
-        EXPECT_FALSE(::IsWindow(handle)) << event.heard;
+        ::SendMessageW(handle, message, wParam, lParam);
+        EXPECT_FALSE(::IsWindow(handle)) << heard;
         owner.react = [](const std::string&) { throw std::runtime_error("of an owner"); };
         open();
-        ::SendMessageW(handle, event.message, event.wParam, event.lParam);
+        ::SendMessageW(handle, message, wParam, lParam);
         owner.react = nullptr;
     }
 }
@@ -224,11 +217,7 @@ TEST_F(SystemWindowTest, MenusReturnTheChoiceOfAWindowThatStillLives) {
                                             line,
                                             {50, "Below", true, false, false, {line, low}},
                                             {30, "", true, false, true, {}}};
-    const struct {
-        std::vector<WPARAM> keys;
-        std::function<void()> act;
-        std::optional<std::int32_t> chosen;
-    } choices[] = {
+    const std::tuple<std::vector<WPARAM>, std::function<void()>, std::optional<int>> choices[] = {
         {{VK_UP, VK_RETURN}, nullptr, 30},
         {{VK_DOWN, VK_DOWN, VK_RIGHT, VK_RETURN}, nullptr, 90000},
         {{VK_DOWN, VK_RETURN, VK_ESCAPE}, nullptr, std::nullopt},
@@ -242,10 +231,9 @@ TEST_F(SystemWindowTest, MenusReturnTheChoiceOfAWindowThatStillLives) {
         const HDC context = ::GetDC(handle);
         DRAWITEMSTRUCT entry{ODT_MENU, 0, 3, 0, 0, nullptr, context, {5, 6, 50, 60}, 0};
         ::SendMessageW(handle, WM_DRAWITEM, 0, reinterpret_cast<LPARAM>(&entry));
-        EXPECT_EQ(::GetPixel(context, 5, 6), RGB(200, 200, 200));
-        EXPECT_EQ(::GetPixel(context, 10, 8), RGB(200, 200, 200));
-        EXPECT_EQ(::GetPixel(context, 11, 8), RGB(100, 100, 100));
-        EXPECT_EQ(::GetPixel(context, 49, 8), RGB(100, 100, 100));
+        for (const auto& [x, y, one] :
+             {std::tuple(5, 6, 200), {10, 8, 200}, {11, 8, 100}, {49, 8, 100}})
+            EXPECT_EQ(::GetPixel(context, x, y), RGB(one, one, one)) << x;
         EXPECT_NE(::GetPixel(context, 50, 8), RGB(100, 100, 100));
         ::ReleaseDC(handle, context);
     };
@@ -295,10 +283,7 @@ TEST_F(SystemWindowTest, TheBoxReturnsTheTextOnlyAfterReturn) {
     folder.write("own.ttf", unknownFont());
     request.family = "Tahxxx";
     request.fontFiles = {folder.path("own.ttf"), "no such file"};
-    const struct {
-        std::function<void(HWND field)> act;
-        std::optional<std::string> text;
-    } ends[] = {
+    const std::pair<std::function<void(HWND field)>, std::optional<std::string>> ends[] = {
         {[&](HWND field) { press(VK_RETURN, field); }, "former"},
         {[&](HWND field) {
              ::PostMessageW(field, WM_CHAR, L'\u00FC', 0);
@@ -320,22 +305,18 @@ TEST_F(SystemWindowTest, TheBoxReturnsTheTextOnlyAfterReturn) {
         run();
         ::SendMessageW(handle, WM_LBUTTONDBLCLK, MK_LBUTTON, at(3, 4));
         atTick([&, act = act] {
-            const HWND field = ::GetFocus();
-            const HWND box = ::GetParent(field);
+            const HWND field = ::GetFocus(), box = ::GetParent(field);
             EXPECT_EQ(box, ::FindWindowW(BoxClassName, nullptr));
             EXPECT_FALSE(::IsWindowEnabled(handle) || window->editText(request));
             EXPECT_EQ(heldResources(), before + 4);  // with class, font and font file
             RECT place{}, inside{};
             ::GetWindowRect(box, &place);
             ::GetClientRect(field, &inside);
-            EXPECT_EQ(place.left, 250);
-            EXPECT_EQ(place.right, 290);
-            EXPECT_EQ(place.bottom - place.top, 30);
-            EXPECT_LE(inside.bottom, 26);
-            EXPECT_EQ(inside.right, 40 - 7 - 5);
+            EXPECT_TRUE(place.left == 250 && place.right == 290 && place.bottom - place.top == 30);
+            EXPECT_TRUE(inside.bottom <= 26 && inside.right == 40 - 7 - 5);
             BYTE alpha = 0;
-            EXPECT_TRUE(::GetLayeredWindowAttributes(box, nullptr, &alpha, nullptr));
-            EXPECT_EQ(alpha, 204);
+            EXPECT_TRUE(::GetLayeredWindowAttributes(box, nullptr, &alpha, nullptr) &&
+                        alpha == 204);
             owner.heard();
             act(field);
         });
@@ -345,8 +326,7 @@ TEST_F(SystemWindowTest, TheBoxReturnsTheTextOnlyAfterReturn) {
         WNDCLASSW description{};
         EXPECT_FALSE(::GetClassInfoW(ownModule(), BoxClassName, &description));
         if (isOpen()) {
-            EXPECT_TRUE(::IsWindowEnabled(handle));
-            EXPECT_EQ(::GetFocus(), handle);
+            EXPECT_TRUE(::IsWindowEnabled(handle) && ::GetFocus() == handle);
             run("Left 0,0; LeftUp 3,4");
         } else {
             open();
@@ -371,11 +351,7 @@ TEST_F(SystemWindowTest, DropsAreReadAsTextOrElseAsFiles) {
     for (int i = 0; i < 1005; ++i)
         many += std::string("x\0", 2);
     const DWORD after = sizeof(DROPFILES);
-    const struct {
-        CLIPFORMAT format;
-        std::string bytes;
-        std::string told;
-    } drops[] = {
+    const std::tuple<CLIPFORMAT, std::string, std::string> drops[] = {
         {CF_UNICODETEXT, bytesOf(std::wstring_view(L"t\u00FC\0x", 4)), " text t\u00FC"},
         {CF_UNICODETEXT, bytesOf(L"open") + "!", " text open"},
         {CF_TEXT, std::string("plain\0rest", 10), " text plain"},
@@ -393,8 +369,8 @@ TEST_F(SystemWindowTest, DropsAreReadAsTextOrElseAsFiles) {
         return static_cast<IDropTarget*>(::GetPropW(handle, L"OleDropTargetInterface"));
     };
     const POINTL place{220 + 5, 110 + 6};
-    for (const auto& drop : drops) {
-        Dragged data(drop.format, drop.bytes);
+    for (const auto& [format, bytes, told] : drops) {
+        Dragged data(format, bytes);
         DWORD effect = DROPEFFECT_LINK;
         owner.answer = false;
         target()->DragEnter(&data, 0, place, &effect);
@@ -405,8 +381,7 @@ TEST_F(SystemWindowTest, DropsAreReadAsTextOrElseAsFiles) {
         target()->DragLeave();
         target()->Drop(&data, 0, place, &effect);
         EXPECT_EQ(effect, DROPEFFECT_COPY);
-        EXPECT_EQ(owner.heard(),
-                  "enter" + drop.told + " 5,6; over 5,6; end; drop" + drop.told + " 5,6");
+        EXPECT_EQ(owner.heard(), "enter" + told + " 5,6; over 5,6; end; drop" + told + " 5,6");
     }
     const int before = heldResources();
     Dragged data(CF_TEXT, "x");
