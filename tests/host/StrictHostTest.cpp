@@ -10,7 +10,6 @@
 #include <cstring>
 #include <functional>
 #include <future>
-#include <limits>
 #include <map>
 #include <memory>
 #include <random>
@@ -21,9 +20,7 @@
 namespace tarn {
 namespace {
 
-constexpr float NotANumber = std::numeric_limits<float>::quiet_NaN();
-constexpr VstInt32 Largest = std::numeric_limits<VstInt32>::max();
-constexpr VstInt32 Smallest = std::numeric_limits<VstInt32>::min();
+using namespace test;
 
 template <VstIntPtr Version>
 VstIntPtr VSTCALLBACK host(AEffect* effect, VstInt32 opcode, VstInt32 index, VstIntPtr value, void*,
@@ -37,14 +34,12 @@ VstPluginEntry entryNamed(const char* name) {
     return library.function<std::remove_pointer_t<VstPluginEntry>>(name);
 }
 
-struct Instance : test::HostedEffect {
+struct Instance : HostedEffect {
     explicit Instance(audioMasterCallback callback = host<kVstVersion>,
                       const char* entry = "VSTPluginMain")
         : HostedEffect(entryNamed(entry)(callback)) {
         call(effOpen);
     }
-    Instance(const Instance&) = delete;
-    Instance& operator=(const Instance&) = delete;
     ~Instance() { EXPECT_EQ(call(effClose), 1); }
 };
 
@@ -167,17 +162,17 @@ TEST(StrictHost, InstancesComeAndGo) {
         }
     };
     {
-        std::vector<std::unique_ptr<Instance>> many;
-        for (int i = 0; i < 40; ++i)
-            many.emplace_back(std::make_unique<Instance>())->run();
-        for (const auto& instance : many)
-            EXPECT_TRUE(instance->passesAudio());
+        const Instance many[40];
+        for (const Instance& instance : many)
+            instance.run();
+        for (const Instance& instance : many)
+            EXPECT_TRUE(instance.passesAudio());
     }
     const Instance first;
     comeAndGo(2);
-    const int before = test::openHandles();
+    const int before = openHandles();
     comeAndGo(INSTANCES);
-    EXPECT_LE(test::openHandles(), before);
+    EXPECT_LE(openHandles(), before);
     auto other = std::async(std::launch::async, comeAndGo, 50);
     comeAndGo(50);
     other.get();
@@ -198,11 +193,10 @@ TEST(StrictHost, ControlCallsWhileAudioRuns) {
     auto audio = untilTheEnd([&](int i) {
         const float value = static_cast<float>(8 + i % 1000);
         const auto frames = static_cast<std::size_t>(1 + i * 37 % 3000);
-        const test::Channel out = instance.play(test::Channel(frames, value));
+        const Channel out = instance.play(Channel(frames, value));
         // Whole or, during a change, not at all; silence while muted.
-        const bool isWhole = (out[0] == value || out[0] == 7.0f || out[0] == 0.0f) &&
-                             out == test::Channel(frames, out[0]);
-        EXPECT_TRUE(isWhole) << "a block is in pieces";
+        EXPECT_TRUE(out[0] == value || out[0] == 7.0f || out[0] == 0.0f);
+        EXPECT_EQ(out, Channel(frames, out[0])) << "a block is in pieces";
         VstEvents none{};
         instance.call(effProcessEvents, 0, 0, &none);
     });
@@ -212,9 +206,7 @@ TEST(StrictHost, ControlCallsWhileAudioRuns) {
     });
     const std::function<void(int)> calls[] = {
         [&](int i) { instance.setChannels(1 + i % 2, 2); },
-        [&](int i) {
-            instance.call(effSetSampleRate, 0, 0, nullptr, i % 2 != 0 ? 44100.0f : 96000.0f);
-        },
+        [&](int i) { instance.call(effSetSampleRate, 0, 0, nullptr, 44100.0f * (1 + i % 2)); },
         [&](int i) { instance.call(effSetBlockSize, 0, 1 << i % 16); },
         [&](int) { instance.restore(state); },
         [&](int i) { instance.call(effSetProgram, 0, i % 3); },

@@ -4,7 +4,6 @@
 #include "link/BrimtidePluginInfo.h"
 #include "link/ConnectionInfo.h"
 #include "parameters/ParameterEditor.h"
-#include "platform/Clock.h"
 #include "platform/SystemWindow.h"
 #include "plugin/Mission.h"
 #include "support/AllocationCount.h"
@@ -12,7 +11,7 @@
 #include "support/Hearer.h"
 #include "support/HostedEffect.h"
 #include "support/Product.h"
-#include "support/ScratchFolder.h"
+#include "support/TestClock.h"
 #include "vst/DefaultProgram.h"
 #include "vst/VSTPlugin.h"
 
@@ -34,11 +33,12 @@
 namespace tarn {
 namespace {
 
-// What the host does when a block asks it for its latency, on the block's thread.
-std::function<void()> duringBlock;
+using namespace test;
+using namespace testing;
 
-// What it does while it is told of a change.
-std::function<void()> duringAutomate;
+// What the host does when a block asks it for its latency, on the block's thread, and while it is
+// told of a change.
+std::function<void()> duringBlock, duringAutomate;
 
 // What the host was told, with the value, or else with the parameter's number less that of Mute.
 std::vector<std::pair<VstInt32, float>> told;
@@ -65,22 +65,16 @@ VstIntPtr VSTCALLBACK host(AEffect* effect, VstInt32 opcode, VstInt32 index, Vst
     return 0;
 }
 
-IOConfig stereo() {
-    return {IOPinConfig(2, 1), IOPinConfig(2, 1)};
-}
+// Before its instance.
+struct Brimtide {
+    Brimtide() { Mission::get().start(); }
+    const std::unique_ptr<Product> product = Product::of<BrimtidePluginInfo>(PRODUCT_FOLDER);
+    const IOConfig stereo{IOPinConfig(2, 1), IOPinConfig(2, 1)};
+};
 
-using test::Channel;
-
-constexpr float NotANumber = std::numeric_limits<float>::quiet_NaN();
-constexpr VstInt32 Largest = std::numeric_limits<VstInt32>::max();
-constexpr VstInt32 Smallest = std::numeric_limits<VstInt32>::min();
-
-class Instance : public test::HostedEffect {
+class Instance : public Brimtide, public HostedEffect {
 public:
-    explicit Instance(std::unique_ptr<test::Product> itsProduct =
-                          test::Product::of<BrimtidePluginInfo>(PRODUCT_FOLDER))
-        : HostedEffect((Mission::get().start(), new VSTPlugin(0, host, stereo()))->getAeffect()),
-          product(std::move(itsProduct)) {}
+    Instance() : HostedEffect((new VSTPlugin(0, host, stereo))->getAeffect()) {}
     ~Instance() {
         const bool isAlone = !inspectConnection(1);  // a second one keeps the slot that was taken
         EXPECT_EQ(call(effClose), 1);
@@ -90,8 +84,6 @@ public:
         return *static_cast<VSTPlugin*>(static_cast<AudioEffect*>(record->object));
     }
     Plugin& plugin() const { return dynamic_cast<Plugin&>(*effect().getPlugin()); }
-
-    const std::unique_ptr<test::Product> product;
 };
 
 enum ParameterIndex { Name, Mute };
@@ -100,14 +92,14 @@ enum ParameterIndex { Name, Mute };
 TEST(VSTPlugin, AnswersWhatHostsAsk) {
     Instance instance;
     AEffect& record = *instance.record;
-    EXPECT_EQ(
+    const int editor = platform::hasWindows() ? effFlagsHasEditor : 0;
+    EXPECT_THAT(
         std::tuple(record.magic, record.flags, record.uniqueID, record.version, record.ioRatio),
-        std::tuple(kEffectMagic,
-                   effFlagsCanReplacing | effFlagsProgramChunks |
-                       (platform::hasWindows() ? effFlagsHasEditor : 0),
-                   fourCharacters("QrlA"), 1, 1.0f));
-    EXPECT_EQ(std::tuple(record.numParams, record.numPrograms, record.numInputs, record.numOutputs),
-              std::tuple(2, 2, 2, 2));
+        FieldsAre(kEffectMagic, effFlagsCanReplacing | effFlagsProgramChunks | editor,
+                  fourCharacters("QrlA"), 1, 1.0f));
+    EXPECT_THAT(
+        (std::array{record.numParams, record.numPrograms, record.numInputs, record.numOutputs}),
+        Each(2));
     const auto text = [&](VstInt32 opcode, VstInt32 index) {
         char buffer[kVstMaxProductStrLen] = "";
         instance.call(opcode, index, 0, buffer);
@@ -126,8 +118,7 @@ TEST(VSTPlugin, AnswersWhatHostsAsk) {
         {effGetVendorVersion, 0, 1200},
         {effGetPlugCategory, 0, kPlugCategUnknown},
         {effCanBeAutomated, Name, 0},
-        {effCanBeAutomated, Mute, 1},
-    };
+        {effCanBeAutomated, Mute, 1}};
     for (const auto& [opcode, index, expected] : numbers)
         EXPECT_EQ(instance.call(opcode, index), expected) << opcode;
     const std::pair<const char*, VstIntPtr> abilities[] = {
@@ -147,8 +138,7 @@ TEST(VSTPlugin, TellsTheHostWhatTheUserDoes) {
         explicit Knob(Parameter* edited) : Radio(nullptr), parameter(edited) {}
         Parameter* getParameter() const override { return parameter; }
         Parameter* parameter;
-    } knob(settings.find(BrimtideIDName, 0)), meter(settings.find(OutputLevelName, 0)),
-        none(nullptr);
+    } knob(settings.find(BrimtideIDName, 0)), led(settings.find(OutputLevelName, 0)), none(nullptr);
     told.clear();
     instance.set(Mute, 1.0f);
     mute.setNormalised(0.0f, FromInternal);
@@ -158,7 +148,7 @@ TEST(VSTPlugin, TellsTheHostWhatTheUserDoes) {
     mute.setNormalised(1.0f, FromUser);
     duringAutomate = nullptr;
     EXPECT_EQ(mute.getNormalised(), 0.0f);
-    for (Knob* const edited : {&knob, &meter, &none})
+    for (Knob* const edited : {&knob, &led, &none})
         for (const auto code :
              {ControlMessage::EditBegin, ControlMessage::EditEnd, ControlMessage::FocusLost}) {
             ControlMessage message(edited, code);
@@ -169,27 +159,23 @@ TEST(VSTPlugin, TellsTheHostWhatTheUserDoes) {
     EXPECT_EQ(instance.record->initialDelay, 64);
     instance.run();
     EXPECT_EQ(instance.record->initialDelay, 0);
-    EXPECT_THAT(told, testing::ElementsAre(std::pair(audioMasterAutomate, 1.0f),
-                                           std::pair(audioMasterBeginEdit, -1.0f),
-                                           std::pair(audioMasterEndEdit, -1.0f),
-                                           std::pair(audioMasterIOChanged, 0.0f),
-                                           std::pair(audioMasterWantMidi, 0.0f)));
+    EXPECT_THAT(told, ElementsAre(Pair(audioMasterAutomate, 1), Pair(audioMasterBeginEdit, -1),
+                                  Pair(audioMasterEndEdit, -1), Pair(audioMasterIOChanged, 0),
+                                  Pair(audioMasterWantMidi, 0)));
 }
 
 // Faults: a long block for which the audio thread makes room, or which is forgotten when there is
 // no room at once; a pause after which engines sound on, or a block that is taken for a pause.
 TEST(VSTPlugin, NoticesLongBlocksAndPauses) {
     Instance instance;
-    static double seconds;
-    seconds = 100.0;
-    platform::setHighResolutionClock([]() noexcept { return seconds; });
+    const TestClock clock(100.0);
     int resets = 0;
     const Hearer hearer(instance.plugin(), [&](Message& message) {
         resets += message.type == MessageType::Window && message.code == WindowMessage::Repaint;
     });
     instance.run();
     const auto resetsAfter = [&](double pause, int frames) {
-        seconds += pause;
+        TestClock::pass(pause);
         const int before = resets;
         instance.play(Channel(static_cast<std::size_t>(frames)));
         return resets - before;
@@ -203,7 +189,7 @@ TEST(VSTPlugin, NoticesLongBlocksAndPauses) {
         EXPECT_EQ(instance.effect().getBlockSize(), blockSize) << frames;
     }
     duringBlock = [&] {
-        const test::AllocationLimit limit(32768);
+        const AllocationLimit limit(32768);
         EXPECT_EQ(instance.call(effGetVstVersion), 2400);
     };
     instance.play({0.0f});
@@ -237,7 +223,7 @@ TEST(VSTPlugin, TellsReceiversWhatTheHostTells) {
 
 // Faults: a size that is believed, or a program of another effect.
 TEST(VSTPlugin, ReadsADefaultProgram) {
-    const test::ScratchFolder folder;
+    const ScratchFolder folder;
     const std::string words(9 * 4, '\1');
     const std::string head = "Ccnk....FPCh....QrlM" + words;
     const auto read = [&](const std::string& bytes) {
@@ -298,18 +284,16 @@ TEST(VSTPlugin, HandsOnMidiEvents) {
 // comes back by halves, a pointer or size of the host's that is believed.
 TEST(VSTPlugin, KeepsItsStateInChunks) {
     Instance instance;
-    char name[] = "Lead vocal", none[] = "";
+    char name[] = "Lead vocal", none[] = "", on[] = "On";
     EXPECT_EQ(instance.call(effString2Parameter, Name, 0, none), 1);
     EXPECT_EQ(inspectConnection(0)->name, "Connection #1");
-    EXPECT_EQ(instance.call(effString2Parameter, 2, 0, name), 0);
-    EXPECT_EQ(instance.call(effString2Parameter, Name, 0, name), 1);
-    char on[] = "On";
-    EXPECT_EQ(instance.call(effString2Parameter, Mute, 0, on), 1);
+    for (const auto& [index, text] : {std::pair(Mute + 1, name), {Name, name}, {Mute, on}})
+        EXPECT_EQ(instance.call(effString2Parameter, index, 0, text), index <= Mute);
     EXPECT_EQ(inspectConnection(0)->name, name);
     char program[] = "A program of a name longer than hosts may have";
     instance.call(effSetProgramName, 0, 0, program);
     const std::string state = instance.chunk();
-    EXPECT_THAT(state, testing::HasSubstr("\"A program of a name long\""));
+    EXPECT_THAT(state, HasSubstr("\"A program of a name long\""));
     EXPECT_EQ(std::strlen(state.c_str()) + 1, state.size());
     instance.set(Mute, 0.0f);
     const std::string present = instance.chunk();
@@ -320,16 +304,14 @@ TEST(VSTPlugin, KeepsItsStateInChunks) {
     EXPECT_FALSE(instance.product->messages.empty());
     EXPECT_EQ(instance.chunk(), present);
     instance.restore(state, Largest);  // as of an older one, which was longer
-    EXPECT_EQ(instance.chunk(), state);
-    EXPECT_EQ(instance.get(Mute), 1.0f);
+    EXPECT_EQ(std::tuple(instance.chunk(), instance.get(Mute)), std::tuple(state, 1.0f));
 
     // As a host of the other width stored it.
     instance.restore(
         "<dict><info creator=\"Brimtide\" version=\"1.2.0\" /><file-format value=\"1.2.0\" />"
         "<parameters><BrimtideID><value value=\"Bass\" /></BrimtideID>"
         "<MuteOutput value=\"false\" /></parameters></dict>\n");
-    EXPECT_EQ(inspectConnection(0)->name, "Bass");
-    EXPECT_EQ(instance.get(Mute), 0.0f);
+    EXPECT_EQ(std::tuple(inspectConnection(0)->name, instance.get(Mute)), std::tuple("Bass", 0.0f));
 }
 
 // What a host may expect of an instance, while it calls at random.
@@ -360,9 +342,9 @@ public:
         const bool isAnnounced = below(2) == 0;
         if (isAnnounced)
             call(effSetBlockSize, 0, frames);
-        Channel memory = test::ramp(static_cast<std::uint32_t>(4 * (frames + 64) + 128));
+        Channel memory = ramp(static_cast<std::uint32_t>(4 * (frames + 64) + 128));
         const auto place = [&] { return memory.data() + 64 + below(4) * (frames + 64); };
-        test::Buffers from{place(), place()}, to{};
+        Buffers from{place(), place()}, to{};
         do {
             for (float*& output : to)
                 output = place() + below(2) * (isAnnounced ? below(128) - 64 : -below(64));
@@ -378,9 +360,7 @@ public:
         if (isRunning_ && !isPlayed)
             (below(2) == 0 ? from[inputs_ - 1] : to[outputs_ - 1]) = nullptr;
 
-        const long allocations = test::allocationsOfThisThread();
-        process(from, to, static_cast<std::size_t>(frames));
-        ASSERT_EQ(test::allocationsOfThisThread(), allocations);
+        ASSERT_EQ(allocationsOf([&] { process(from, to, static_cast<std::size_t>(frames)); }), 0);
         ASSERT_TRUE(memory == expected);
         if (!isPlayed || frames <= 0)
             return;
@@ -404,7 +384,7 @@ private:
     }
 
     std::mt19937 random_{1};
-    const test::RawBlock block_{0};
+    const RawBlock block_{0};
     bool isRunning_ = false, isMuted_ = false;
     int inputs_ = 2, outputs_ = 2, sent_ = 0;
 };
@@ -426,14 +406,13 @@ TEST(VSTPlugin, IsAWireWhateverTheBuffers) {
 TEST(VSTPlugin, ChangesDontWaitForEverForTheBlockUnderWay) {
     Instance instance;
     instance.run();
-    const Channel left = test::ramp(64), right = test::ramp(64, 100);
+    const Channel left = ramp(64), right = ramp(64, 100);
     const auto processWith = [&](const std::function<void()>& action) {
         Channel a = left, b = right;
         duringBlock = action;
         instance.process({a.data(), b.data()}, {b.data(), a.data()}, 64);
         duringBlock = nullptr;
-        EXPECT_EQ(a, right);
-        EXPECT_EQ(b, left);
+        EXPECT_EQ(std::pair(a, b), std::pair(right, left));
     };
     const auto expectRefusals = [&] {
         EXPECT_FALSE(instance.setChannels(1, 1));
