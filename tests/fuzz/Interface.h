@@ -34,29 +34,27 @@ public:
     platform::OffscreenDesktop desktop;
 
 private:
-    static constexpr std::string_view Header =
-        "<info creator='Brimtide' version='1.2.0'/><file-format value='0.7'/>";
+    void write(const std::string& file, const std::string& content) const {
+        folder.write(file,
+                     "<dict><info creator='Brimtide' version='1.2.0'/>"
+                     "<file-format value='0.7'/>" +
+                         content + "</dict>");
+    }
 
     Interface() {
-        const std::string begin = "<dict>" + std::string(Header), end = "</dict>";
         const std::filesystem::path settings(PRODUCT_FOLDER "/Settings.xml"), fonts(INTER_FONTS);
         std::filesystem::copy_file(settings, folder.path("Settings.xml"));
-        folder.write("Resources.xml",
-                     begin +
-                         "<bitmaps><image filename='a.png'/>"
-                         "<strip filename='a.png' frames='4'/><none filename='a.png' frames='0'/>"
-                         "<font filename='a.png' frames='8x2' alphabet='0123456789ABCDEF'/>"
-                         "<lost filename='b.png'/></bitmaps>" +
-                         end);
+        write("Resources.xml",
+              "<bitmaps><image filename='a.png'/>"
+              "<strip filename='a.png' frames='4'/><none filename='a.png' frames='0'/>"
+              "<font filename='a.png' frames='8x2' alphabet='0123456789ABCDEF'/>"
+              "<lost filename='b.png'/></bitmaps>");
         folder.write("Brimtide Resources/Images/a.png",
                      test::pngFile(16, 8, std::string(256, '\x7F') + std::string(256, '\0')));
-        folder.write("Brimtide Resources/Skins/Night/info.xml",
-                     begin + "<name value='Night'/>" + end);
-        folder.write("Brimtide Resources/Skins/Night/Controls.xml",
-                     begin +
-                         "<controls><a class='Background' id='special::background' "
-                         "width='40' height='40'/></controls>" +
-                         end);
+        write("Brimtide Resources/Skins/Night/info.xml", "<name value='Night'/>");
+        write("Brimtide Resources/Skins/Night/Controls.xml",
+              "<controls><a class='Background' id='special::background' "
+              "width='40' height='40'/></controls>");
         writeControls({});
         std::filesystem::create_directory_symlink(fonts, folder.path("Brimtide Resources/Fonts"));
         product = test::Product::of<BrimtidePluginInfo>(folder.path());

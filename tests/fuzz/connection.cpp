@@ -34,10 +34,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     platform::setCalendarClock([]() noexcept { return static_cast<std::int64_t>(now); });
     platform::setHighResolutionClock([]() noexcept { return now; });
     now = 1000.0;
-    const SharedMemory blockMemory =
-        SharedMemory::create(connectionMappingName(0), ConnectionBlockSize);
-    const SharedMemory stateMemory =
-        SharedMemory::create(connectionStateName(0), ConnectionStateSize);
+    const auto blockMemory = SharedMemory::create(connectionMappingName(0), ConnectionBlockSize);
+    const auto stateMemory = SharedMemory::create(connectionStateName(0), ConnectionStateSize);
     auto* block = static_cast<std::uint8_t*>(blockMemory.data());
     auto* state = static_cast<std::uint8_t*>(stateMemory.data());
     std::memset(block, 0, ConnectionBlockSize);

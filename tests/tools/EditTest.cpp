@@ -10,9 +10,7 @@
 namespace tarn::test {
 namespace {
 
-using testing::_;
-using testing::FieldsAre;
-using testing::HasSubstr;
+using namespace testing;
 
 ToolResult edit(const ToolFolder& folder, const std::string& script,
                 const std::vector<std::string>& more = {},
@@ -74,10 +72,7 @@ TEST(Edit, PresetsAreKeptThroughMenusBoxesAndDialogs) {
                       preview = "click left 60 285\nkey up\nexpect Mute On\nkey escape\n";
     folder.write("locked.xml", "old");
     std::filesystem::permissions(folder / "locked.xml", std::filesystem::perms::owner_read);
-    const struct {
-        const char* button;
-        std::string entry, then, program;
-    } choices[] = {
+    const std::tuple<const char*, std::string, std::string, std::string> choices[] = {
         {"right", "'Save preset as...'", "enter Voices/Lead", "Lead"},
         {"left", "'Send only'", "expect Mute On", "Send only"},
         {"left", "'No such entry'", "", "Send only"},

@@ -5,23 +5,15 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <fstream>
 #include <tuple>
 
 namespace tarn::test {
 namespace {
 
-using testing::_;
-using testing::FieldsAre;
-using testing::HasSubstr;
+using namespace testing;
 
-ToolResult runHost(const std::vector<std::string>& arguments) {
+ToolResult run(const std::vector<std::string>& arguments) {
     return runTool(PROGRAM_brimtide_host, arguments);
-}
-
-std::string contentOf(const std::string& path) {
-    std::ifstream file(std::filesystem::u8path(path), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 host::Channels audioIn(const std::string& path) {
@@ -53,8 +45,7 @@ TEST(Host, TellsEveryRuleThatAPluginBreaks) {
         std::filesystem::create_directory(folder / fault);
         const std::string plugin = folder / (std::string(fault) + "/fixture.dll");
         std::filesystem::copy_file(PROGRAM_fixture, plugin);
-        EXPECT_THAT(runHost({command, plugin}), FieldsAre(exitStatus, _, HasSubstr(words), _))
-            << fault;
+        EXPECT_THAT(run({command, plugin}), FieldsAre(exitStatus, _, HasSubstr(words), _)) << fault;
     }
 }
 
@@ -67,9 +58,9 @@ TEST(HostWithBrimtide, PassesItsInputOnSampleForSample) {
         for (const char* other : {"--seed=9", "--in-place", "--instances=40"}) {
             SCOPED_TRACE(std::string(channels) + other);
             const ToolResult result =
-                runHost({"play", PROGRAM_Brimtide, "--signal=noise", "--rate=8000", "--seconds=3",
-                         "--block=1:2000", "--set=Mute=1@1", "--set=mute=0@2", channels, other,
-                         "--output", out, "--sent", sent});
+                run({"play", PROGRAM_Brimtide, "--signal=noise", "--rate=8000", "--seconds=3",
+                     "--block=1:2000", "--set=Mute=1@1", "--set=mute=0@2", channels, other,
+                     "--output", out, "--sent", sent});
             EXPECT_EQ(result.exitStatus, 0) << result.errors;
             host::Channels expected = audioIn(sent);
             ASSERT_EQ(expected[0].size(), 24'000u);
@@ -78,31 +69,28 @@ TEST(HostWithBrimtide, PassesItsInputOnSampleForSample) {
             expected.resize(audioIn(out).size(), expected[0]);
             EXPECT_EQ(audioIn(out), expected);
         }
-    runHost({"play", PROGRAM_Brimtide, "--input", sent, "--frames=24001", "--output", out});
+    run({"play", PROGRAM_Brimtide, "--input", sent, "--frames=24001", "--output", out});
     host::Channels longer = audioIn(sent);
     for (std::vector<float>& channel : longer)
         channel.push_back(0.0f);
     EXPECT_EQ(audioIn(out), longer);
-    EXPECT_THAT(runHost({"info", PROGRAM_Brimtide}),
-                FieldsAre(0, HasSubstr("plugAsSend: yes"), "", _));
+    EXPECT_THAT(run({"info", PROGRAM_Brimtide}), FieldsAre(0, HasSubstr("plugAsSend: yes"), "", _));
 }
 
 // Faults: a name that never reaches the plug-in, a project that comes back without it.
 TEST(HostWithBrimtide, NamesAConnectionAndKeepsItInAChunk) {
     const ToolFolder folder;
     const std::string first = folder / "first.xml", second = folder / "second.xml";
-    EXPECT_EQ(runHost({"play", PROGRAM_Brimtide, "--frames=1", "--text=Name=Lead vocal",
-                       "--set=Mute=1", "--save-chunk", first})
-                  .exitStatus,
-              0);
-    EXPECT_EQ(runHost({"play", PROGRAM_Brimtide, "--frames=1", "--load-chunk", first,
-                       "--save-chunk", second})
-                  .exitStatus,
-              0);
-    EXPECT_THAT(contentOf(first), HasSubstr("Lead vocal"));
-    EXPECT_EQ(contentOf(second), contentOf(first));
+    const auto play = [](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {"play", PROGRAM_Brimtide, "--frames=1"});
+        return run(arguments).exitStatus;
+    };
+    EXPECT_EQ(play({"--text=Name=Lead vocal", "--set=Mute=1", "--save-chunk", first}), 0);
+    EXPECT_EQ(play({"--load-chunk", first, "--save-chunk", second}), 0);
+    EXPECT_THAT(folder.read("first.xml"), HasSubstr("Lead vocal"));
+    EXPECT_EQ(folder.read("second.xml"), folder.read("first.xml"));
     for (const char* wrong : {"--text=Name", "--text==x", "--text=Nobody=x"})
-        EXPECT_EQ(runHost({"play", PROGRAM_Brimtide, "--frames=1", wrong}).exitStatus, 2);
+        EXPECT_EQ(play({wrong}), 2);
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ Audio audioIn(const std::string& path) {
 }
 
 /// Puts silence where a list tells that something is missing; returns how much that is.
-std::uint64_t silenceWhatIsListed(const std::string& list, std::vector<float>& samples) {
+std::uint64_t silenceListed(const std::string& list, std::vector<float>& samples) {
     std::istringstream lines(list);
     std::string line;
     std::getline(lines, line);
@@ -55,9 +55,8 @@ TEST(Receive, DeliversOrTellsEverySampleOfASenderThatHurries) {
         ASSERT_EQ(host.exitStatus, 0) << host.errors;
         const ToolResult received = receiver.result();
         Audio sent = audioIn(folder / "sent.wav");
-        const std::uint64_t missing =
-            silenceWhatIsListed(folder.read("take.wav.missed.txt"), sent.samples);
-        EXPECT_EQ(received.exitStatus, missing > 0 ? 4 : 0) << way << received.errors;
+        const std::uint64_t lost = silenceListed(folder.read("take.wav.missed.txt"), sent.samples);
+        EXPECT_EQ(received.exitStatus, lost > 0 ? 4 : 0) << way << received.errors;
         EXPECT_TRUE(audioIn(folder / "take.wav") == sent) << way << received.errors;
     }
 }

@@ -36,9 +36,8 @@ inline ToolResult runTool(const std::string& program, const std::vector<std::str
         line += " \"" + argument + '"';
     line += " >\"" + (folder / "output") + "\" 2>\"" + (folder / "errors") + '"';
     const int status = std::system(line.c_str());  // NOLINT(concurrency-mt-unsafe)
-    std::string bytes = folder.read("output");
-    std::string output = bytes;
-    std::string errors = folder.read("errors");
+    const std::string bytes = folder.read("output");
+    std::string output = bytes, errors = folder.read("errors");
     std::erase(output, '\r');
     std::erase(errors, '\r');
     // Exit statuses are small; POSIX keeps them in the second byte.

@@ -20,8 +20,7 @@ TEST(ReceiveEnd, EverySignalLeavesAWholeFile) {
         const std::string take = folder / "take.wav";
         const pid_t process = ::fork();
         if (process == 0) {
-            ::execl(PROGRAM_brimtide_receive, "receive", "record", "1", "-qo", take.c_str(),
-                    nullptr);
+            ::execl(PROGRAM_brimtide_receive, "tool", "record", "1", "-qo", take.c_str(), nullptr);
             ::_exit(127);
         }
         while (sender->owner().listeners() == 0)
