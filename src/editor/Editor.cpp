@@ -1431,7 +1431,14 @@ void Editor::showPendingEdit(platform::SystemWindow& system) {
         editedControl_ = nullptr;
         return;
     }
-    endCapture();
+    const auto alive = life();
+    endCapture();  // the host hears of it, and may close the window
+    if (alive.expired() || editedControl_ != control)
+        return;
+    if (!window_ || window_->getSystemWindow() != &system) {
+        editedControl_ = nullptr;
+        return;
+    }
     system.releaseCapture();
     const float scale = canvas_->getDeviceScale();
     const auto pixels = [scale](std::int32_t value) { return toScreenPixels(value, scale); };
@@ -1449,7 +1456,6 @@ void Editor::showPendingEdit(platform::SystemWindow& system) {
     request.fontFiles = FontLibrary::get().getFiles();
     request.isLight = isDark(control->getTextColor());
     request.pixels = pixels(static_cast<std::int32_t>(std::lround(editLetterSize_)));
-    const auto alive = life();
     isEditing_ = true;
     std::optional<std::string> text;
     try {

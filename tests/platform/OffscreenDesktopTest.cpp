@@ -43,11 +43,12 @@ TEST_F(OffscreenDesktopTest, PressesEndAsTheyDoInARealWindow) {
     std::optional<std::int32_t> chosen;
     owner.react = [&](const std::string& what) {
         if (what == "LeftDouble 2,1")
-            chosen = window->showMenu({}, {-5, 7});
+            chosen = window->showMenu({}, {-5, 7}, MenuSide::Right);
     };
     desktop.menu = [&](const auto&, Spot place) {
         EXPECT_EQ(place.x, 0);
-        EXPECT_FALSE(inside.isCaptured || window->editText({}) || window->showMenu({}, {}));
+        EXPECT_FALSE(inside.isCaptured || window->editText({}) ||
+                     window->showMenu({}, {}, MenuSide::Right));
         return std::optional(place.y);
     };
     desktop.point(inside, LeftDouble, {2, 1});

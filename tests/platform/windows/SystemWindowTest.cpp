@@ -241,7 +241,8 @@ TEST_F(SystemWindowTest, MenusReturnTheChoiceOfAWindowThatStillLives) {
         ::SendMessageW(handle, WM_LBUTTONDOWN, MK_LBUTTON, at(3, 4));
         owner.heard();
         atTick([&, act = act] {
-            EXPECT_FALSE(::GetCapture() == handle || window->showMenu(entries, {}));
+            EXPECT_FALSE(::GetCapture() == handle ||
+                         window->showMenu(entries, {}, MenuSide::Right));
             EXPECT_NE(owner.heard().find("measure 30; draw 30"), std::string::npos);
             drawOwnEntry();
             if (act)
@@ -249,7 +250,7 @@ TEST_F(SystemWindowTest, MenusReturnTheChoiceOfAWindowThatStillLives) {
         });
         for (const WPARAM key : keys)
             press(key, handle);
-        EXPECT_EQ(window->showMenu(entries, {-50, 300}), chosen);
+        EXPECT_EQ(window->showMenu(entries, {300, 300}, MenuSide::Left), chosen);
         EXPECT_EQ(owner.heard().find("draw 30 selected") != std::string::npos, chosen == 30);
         if (isOpen())
             run("Left 0,0; LeftUp 3,4");
@@ -416,7 +417,7 @@ TEST_F(SystemWindowTest, EverythingIsGivenBackWhoeverEndsFirst) {
             ::DestroyWindow(host);
             EXPECT_TRUE(owner.heard().ends_with("gone"));
             EXPECT_FALSE(window->handle() || window->area() || window->hasFocus());
-            EXPECT_FALSE(window->showMenu({}, {}) || window->editText({}));
+            EXPECT_FALSE(window->showMenu({}, {}, MenuSide::Right) || window->editText({}));
             window->takeFocus();
             window->releaseCapture();
             window->show({nullptr, 1, 1}, {0, 0, 1, 1});
