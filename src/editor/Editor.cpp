@@ -321,8 +321,11 @@ void Editor::followFiles() {
         return;
     ticksToReload_ = 0;
     const std::string broken = resources_->reloadImages();
-    if (!broken.empty())
-        info_->setLine(ControlInfo::PriorityCount - 1, resources_, broken + " can't be shown");
+    if (broken != std::exchange(brokenImage_, broken)) {
+        info_->removeLines(this);
+        if (!broken.empty())
+            info_->setLine(ControlInfo::PriorityCount - 1, this, broken + " can't be shown");
+    }
     const File file = controlsFile();
     const std::int64_t stamp = file.getChangeStamp();
     if (stamp != std::exchange(controlsStamp_, stamp))
@@ -1424,6 +1427,7 @@ const PixelsData* Editor::drawMenuEntry(std::int32_t id, bool isSelected, float 
 }
 
 void Editor::showPendingEdit(platform::SystemWindow& system) {
+    const Speaking here(*this);
     const Parameter* const parameter = editedControl_->getParameter();
     Control* const control = editedControl_;
     const TakeText take = std::exchange(takeText_, nullptr);

@@ -452,6 +452,7 @@ private:
     bool isFailing_ = false;  // the last tick ended with an exception
     bool reloadsSkin_ = false;
     int ticksToReload_ = 0;
+    std::string brokenImage_;         // that the status line tells of
     std::int64_t controlsStamp_ = 0;  // of the file, as it was read last
     std::int32_t currentModule_ = 0;
 };

@@ -615,18 +615,19 @@ std::string Resources::reloadImages() {
     bool isChanged = false;
     for (auto& [id, entry] : bitmaps_) {
         const std::int64_t stamp = imageStamp(entry.file, skin);
-        if (stamp == std::exchange(entry.stamp, stamp))
-            continue;
-        Bitmap loaded = *entry.bitmap;
-        loadImage(loaded, entry.file, skin);
-        if (!loaded.isValid()) {
-            broken = imageFiles(entry.file, skin).front().getPath();
-            continue;
+        if (stamp != std::exchange(entry.stamp, stamp)) {
+            Bitmap loaded = *entry.bitmap;
+            loadImage(loaded, entry.file, skin);
+            entry.isBroken = !loaded.isValid();
+            if (!entry.isBroken) {
+                if (const auto keys = describe(id))
+                    describeImage(loaded, *keys);
+                *entry.bitmap = loaded;
+                isChanged = true;
+            }
         }
-        if (const auto keys = describe(id))
-            describeImage(loaded, *keys);
-        *entry.bitmap = loaded;
-        isChanged = true;
+        if (entry.isBroken)
+            broken = imageFiles(entry.file, skin).front().getPath();
     }
     if (isChanged) {
         ResourceMessage message(this, ResourceMessage::SetLoaded, currentSkin_, 0);

@@ -102,7 +102,7 @@ public:
 
     /// Loads anew the bitmaps in use whose files have changed since they were loaded, in place, and
     /// transmits `ResourceMessage::SetLoaded` if there are any. One that can't be loaded stays as
-    /// it was; the result is such a file's path, or empty.
+    /// it was; the result is such a file's path, for as long as the file can't be loaded, or empty.
     std::string reloadImages();
 
     /// If it exists and isn't one already.
@@ -130,7 +130,8 @@ private:
         std::shared_ptr<Bitmap> bitmap;
         File file;  // as listed
         std::string id;
-        std::int64_t stamp;  // of the files that it came from
+        std::int64_t stamp;     // of the files that it came from
+        bool isBroken = false;  // as these are now
     };
     using SampleMap = std::map<std::string, SampleEntry>;
 

@@ -51,6 +51,9 @@ private:
               "<lost filename='b.png'/></bitmaps>");
         folder.write("Brimtide Resources/Images/a.png",
                      test::pngFile(16, 8, std::string(256, '\x7F') + std::string(256, '\0')));
+        const std::string presets = "Brimtide Resources/Factory Presets.xml";
+        std::filesystem::copy_file(std::filesystem::path(PRODUCT_FOLDER) / presets,
+                                   folder.path(presets));
         write("Brimtide Resources/Skins/Night/info.xml", "<name value='Night'/>");
         write("Brimtide Resources/Skins/Night/Controls.xml",
               "<controls><a class='Background' id='special::background' "

@@ -264,16 +264,22 @@ private:
                 effect.restore(user_.ConsumeBool() ? effect.chunk()
                                                    : user_.ConsumeRandomLengthString());
             },
-            [&] { save(); },
+            [&] { save(instance->window()); },
             [&] { changeInside(instance->editor()); },
         };
         acts[user_.ConsumeIntegralInRange<std::size_t>(0, std::size(acts) - 1)]();
     }
 
-    void save() {
+    // And the time that an interface takes to see it.
+    void save(OffscreenDesktop::Window* window) {
         const auto kind = user_.ConsumeIntegralInRange(0, 9);
         const std::string text = controlsOf(static_cast<char>('0' + kind));
         fuzz::Interface::get().writeControls(kind < 3 ? text.substr(0, text.size() / 2) : text);
+        if (window == nullptr)
+            return;
+        const auto kept = window->shared_from_this();
+        for (int ticks = 5; ticks > 0 && kept->owner != nullptr; --ticks)
+            kept->owner->tick();
     }
 
     // What comes from elsewhere: the parameters that the product itself sets, timers, other modules
@@ -311,10 +317,11 @@ private:
 
     // What the user does, or the system.
     void happen(const Instance& instance, OffscreenDesktop::Window& window) {
+        const auto kept = window.shared_from_this();
         platform::WindowOwner& owner = *window.owner;
         const std::function<void()> acts[] = {
             [&] { owner.wheel(spot(), user_.ConsumeIntegral<std::int32_t>()); },
-            [&] { type(owner); },
+            [&] { type(window); },
             [&] { owner.focusGained(); },
             [&] {
                 const platform::Spot from = spot(), to = spot();
@@ -358,7 +365,6 @@ private:
 
     // A press, perhaps a double one or a drag, and keys at the end.
     void use(OffscreenDesktop::Window& window, platform::Spot place) {
-        const auto kept = window.shared_from_this();
         using enum platform::PointerEvent;
         const auto point = [&](platform::PointerEvent event, platform::Spot to) {
             if (window.owner != nullptr)
@@ -372,31 +378,47 @@ private:
         if (isDouble)
             for (const auto event : {LeftDouble, LeftUp})
                 point(event, place);
-        for (int keys = user_.ConsumeIntegralInRange(0, 2); keys > 0 && window.owner != nullptr;
-             --keys)
-            type(*window.owner);
+        switch (user_.ConsumeIntegralInRange(0, 3)) {
+            case 0:
+                press(window, 'Z', ControlBit);
+                press(window, 'Z', ControlBit | ShiftBit);
+                break;
+            case 1:
+                press(window, WindowMessage::TabKey, 0);
+                press(window, WindowMessage::ReturnKey, 0);
+                break;
+            default:
+                break;
+        }
+    }
+
+    // As bits of the keys held: 1 shift, 2 control, 4 alt.
+    static constexpr int ShiftBit = 1, ControlBit = 2;
+
+    void press(const OffscreenDesktop::Window& window, std::int32_t key, int held) {
+        desktop_.heldKeys.clear();
+        for (const int modifier : {0, 1, 2})
+            if ((held & 1 << modifier) != 0)
+                desktop_.heldKeys.insert(0x10 + modifier);
+        if (window.owner != nullptr)
+            window.owner->key(key, user_.ConsumeIntegral<std::uint8_t>(), true);
     }
 
     // Half of the keys are those that the interface itself does something about.
-    void type(platform::WindowOwner& owner) {
-        constexpr int Control = 2;  // as a bit of those held
+    void type(const OffscreenDesktop::Window& window) {
         const bool isKnown = user_.ConsumeBool();
         const std::int32_t key =
             isKnown ? user_.PickValueInArray<std::int32_t>(
                           {WindowMessage::TabKey, WindowMessage::TabKey, WindowMessage::ReturnKey,
                            WindowMessage::EscapeKey, WindowMessage::SpaceKey, WindowMessage::UpKey,
-                           WindowMessage::PageDownKey, 'Z', 'Z', 'Y'})
+                           WindowMessage::PageDownKey, 'Z', 'Y'})
                     : user_.ConsumeIntegral<std::uint8_t>();
-        const int held = user_.ConsumeIntegralInRange(0, 7) | (isKnown && key >= 'Y' ? Control : 0);
-        desktop_.heldKeys.clear();
-        for (const int modifier : {0, 1, 2})
-            if ((held & 1 << modifier) != 0)
-                desktop_.heldKeys.insert(0x10 + modifier);
-        owner.key(key, user_.ConsumeIntegral<std::uint16_t>(), !user_.ConsumeBool());
+        press(window, key, user_.ConsumeIntegralInRange(0, 7));
+        if (user_.ConsumeBool() && window.owner != nullptr)
+            window.owner->key(key, 0, false);
     }
 
     void click(OffscreenDesktop::Window& window, platform::Spot place) {
-        const auto kept = window.shared_from_this();
         const bool isRight = user_.ConsumeBool();
         using enum platform::PointerEvent;
         for (const auto event : {isRight ? RightDown : LeftDown, isRight ? RightUp : LeftUp})

@@ -1,5 +1,6 @@
 #include "audio/Module.h"
 #include "drawing/Pictures.h"
+#include "drawing/PngFile.h"
 #include "editor/ControlHelp.h"
 #include "editor/ControlLevelMeter.h"
 #include "editor/ControlText.h"
@@ -403,9 +404,65 @@ TEST_F(HostedEditor, ABrokenSkinGivesWayToTheDefaultOne) {
     effect.call(effClose);
 }
 
+// Faults: a change that isn't shown; a broken file that takes the interface away, that isn't told
+// of, or that is told of once it is mended.
+TEST_F(HostedEditor, ShowsWhatAMakerSavesMeanwhile) {
+    const ScratchFolder folder;
+    folder.write("Settings.xml", document("<parameters/>"));
+    folder.write("Resources.xml", document("<bitmaps><ground filename='a.png'/></bitmaps>"));
+    // Until the file system tells the change from the one before.
+    const auto save = [&folder](const std::string& name, const std::string& content) {
+        const File file(folder.path("Brimtide Resources/" + name));
+        const std::int64_t before = file.getChangeStamp();
+        do
+            folder.write("Brimtide Resources/" + name, content);
+        while (file.getChangeStamp() == before);
+    };
+    const auto saveImage = [&save](char shade) {
+        std::string rgba;
+        while (rgba.size() < 40 * 20 * 4)
+            rgba += std::string(3, shade) + '\xFF';
+        save("Images/a.png", pngFile(40, 20, rgba));
+    };
+    const auto saveControls = [&save](const std::string& more) {
+        save("Controls.xml",
+             document("<controls>\n<a class='Background' id='special::background' width='40' "
+                      "height='20' background='ground'><controls>\n"
+                      "<s class='Text' id='special::textdisplay' width='1' height='1'/>\n" +
+                      more + "</controls></a></controls>"));
+    };
+    saveImage(10);
+    saveControls("");
+    const auto own = Product::of<BrimtidePluginInfo>(folder.path());
+    ASSERT_TRUE(own->store.openUser().setBool("ReloadSkin", true).isOk());
+    const HostedEffect effect = load();
+    ASSERT_TRUE(open(effect));
+    // Of the ground and of the status line, after some ticks.
+    const auto look = [&] {
+        for (int i = 0; i < 5; ++i)
+            window().owner->tick();
+        const Editor& editor = editorOf(effect);
+        const std::uint8_t* const pixel = editor.getCanvas()->getPixels()->row(0) + 35 * 4;
+        return std::to_string(pixel[1]) + " " +
+               dynamic_cast<ControlText&>(*editor.getControls().back()).getText();
+    };
+    EXPECT_EQ(look(), "9 Brimtide 1.2.0");
+    saveImage(30);
+    EXPECT_EQ(look(), "29 Brimtide 1.2.0");
+    save("Images/a.png", "no image");
+    EXPECT_THAT(look(), AllOf(StartsWith("29 "), EndsWith("a.png can't be shown")));
+    saveImage(50);
+    EXPECT_EQ(look(), "49 Brimtide 1.2.0");
+    saveControls("<b class='Knobb'/>");
+    EXPECT_THAT(look(), StartsWith("49 Controls.xml, line 4: Unknown control type Knobb<>"));
+    saveControls("");
+    EXPECT_EQ(look(), "49 Brimtide 1.2.0");
+    effect.call(effClose);
+}
+
 // Fault: a preset's former name on the screen.
 TEST_F(HostedEditor, ShowsTheNameThatTheHostGivesAPreset) {
-    const test::HostedEffect effect = load();
+    const HostedEffect effect = load();
     ASSERT_TRUE(open(effect));
     window().owner->tick();
     const std::vector<std::uint8_t> before = window().shown;
@@ -413,7 +470,7 @@ TEST_F(HostedEditor, ShowsTheNameThatTheHostGivesAPreset) {
     effect.call(effSetProgramName, 0, 0, name.data());
     window().owner->tick();
     EXPECT_NE(window().shown, before);
-    EXPECT_TRUE(test::keepsItsPicture(editorOf(effect)));
+    EXPECT_TRUE(keepsItsPicture(editorOf(effect)));
     effect.call(effClose);
 }
 
