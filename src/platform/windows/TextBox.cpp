@@ -154,6 +154,8 @@ bool TextBox::open(HWND above, const TextRequest& request) {
     add(L"STATIC", SS_NOPREFIX, request.prefix, {0, top, fieldLeft, bottom});
     field_ = add(L"EDIT", ES_AUTOHSCROLL, request.text, {fieldLeft, top, fieldRight, bottom});
     add(L"STATIC", SS_NOPREFIX, request.postfix, {fieldRight, top, width, bottom});
+    // Or the letters stand a little to the right of where the window shows them.
+    ::SendMessageW(field_, EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, 0);
     ::SendMessageW(field_, EM_SETSEL, 0, -1);
     ::ShowWindow(handle_, SW_SHOW);
     ::SetFocus(field_);
