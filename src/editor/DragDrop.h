@@ -48,8 +48,8 @@ public:
     virtual bool handleFileDrop(const std::string& path, Point point);
 
     /// Sends `DropSample` with the path and the first and last frame of each sample that the text
-    /// names: whether one was used. A text is an XML tree of one of two forms, and anything else is
-    /// refused:
+    /// names, up to the first that isn't used: whether one was used. A text is an XML tree of one
+    /// of two forms, and anything else is refused:
     ///     <samples><sample file="a.wav"><zone start="5" end="9"/></sample></samples>
     ///     <vst-xml><region><segment filename="a.wav" start="5" length="4"/></region></vst-xml>
     /// Without a zone the frames are 0 to 10,000; a segment may tell its "end" instead.
@@ -75,7 +75,7 @@ public:
     bool dragOver(Point point);
     void dragLeave();
 
-    /// Whether anybody used one of the things.
+    /// Hands over the things, up to the first that nobody uses: whether one was used.
     bool drop(const platform::DroppedData& data, Point point);
 
     /// What is being dragged; null at other times.

@@ -94,8 +94,8 @@ public:
     /// After a pause of the host's: clears what the engines still sound. Audio thread.
     virtual void resetAfterGap();
 
-    /// A sample becomes the current sample, a file of presets the current presets; others are
-    /// refused with an alert.
+    /// A sample becomes the current sample, a file of presets the current presets. False for
+    /// others, which an alert refuses. Interface thread.
     virtual bool importFile(const File& file);
 
     /// Adds the whole state to an empty tree: always true. `options` means nothing so far.

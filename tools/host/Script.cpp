@@ -196,8 +196,8 @@ void Line::parse() {
         drag();
     } else if (command == "wheel") {
         place(Step::Kind::Move);
-        const std::int32_t notches = number(-273, 273);
-        add(Step::Kind::Wheel).number = notches;
+        // Of 120 each, which the system counts in 16 bits.
+        add(Step::Kind::Wheel).number = number(-273, 273);
     } else if (command == "key") {
         key(word());
     } else if (command == "type") {
