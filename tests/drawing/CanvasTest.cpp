@@ -1,4 +1,5 @@
 #include "drawing/Canvas.h"
+#include "drawing/FontFace.h"
 #include "drawing/FontLibrary.h"
 #include "drawing/Pictures.h"
 #include "support/ScratchFolder.h"
@@ -204,8 +205,31 @@ TEST_F(CanvasTest, ShowsWhatEachFrameDrew) {
     canvas.present();
     EXPECT_THAT(window.shown, testing::ElementsAre(box(4, 4, 16, 4), box(2, 2, 16, 16)));
     EXPECT_EQ(at(canvas, {9, 9}) + at(canvas, {10, 9}), "255 0 0 255 0 0 0 0 ");
+    canvas.beginFrame(box(0, 0, 10, 10));
+    canvas.clear();
+    EXPECT_EQ(at(canvas, {9, 9}), "0 0 0 0 ");
     window.isThere = false;
     EXPECT_FALSE(canvas.attach(&window));
+}
+
+// Faults: a line of pixels too many or too few where a rectangle ends between two, a stretched
+// image that goes on where its file has ended, a picture of the caller's that takes no drawing.
+TEST_F(CanvasTest, EdgesLieOnPixels) {
+    PixelsData pixels(8, 8);
+    Canvas own(pixels), between(box(0, 0, 8, 8), 1.5f);
+    for (Canvas* const canvas : {&own, &between}) {
+        ground(*canvas, box(0, 0, 8, 8));
+        canvas->setFillColor(Red);
+        canvas->fillRect(box(1, 0, 2, 8));
+    }
+    const std::string white = "255 255 255 255 ", red = "255 0 0 255 ";
+    EXPECT_EQ(at(own, {0, 0}) + at(own, {1, 0}) + at(own, {3, 0}), white + red + white);
+    EXPECT_EQ(at(between, {1, 0}) + at(between, {2, 0}) + at(between, {4, 0}) + at(between, {5, 0}),
+              white + red + red + white);
+    EXPECT_EQ(Canvas(between, box(1, 0, 2, 8)).getPixels()->getWidth(), 4);  // all that is touched
+    own.drawBitmap(makeScene(), box(30, 20, 4, 8), box(0, 0, 8, 8));
+    EXPECT_EQ(at(own, {3, 3}).substr(0, 4), "247 ");
+    EXPECT_EQ(at(own, {4, 3}) + at(own, {3, 4}), white + white);
 }
 
 // Faults: a crash, a hang or a write outside the picture for numbers of a skin that means no good.
@@ -267,8 +291,8 @@ TEST_F(CanvasTest, TextsComeFromTheFontsThatHaveThem) {
     EXPECT_EQ(fonts.layOut(Font("No such family"), 1.0, "A").runs.size(), 1u);
     for (int i = 0; i < 1000; ++i)  // more than are kept
         fonts.layOut(inter, 1.0, std::to_string(i));
-    EXPECT_EQ(lettersOf("\xC3\xA9\xF0\x9F\x8E\xB5\xC3(\xED\xA0\x80\xC0\x80"),
-              U"\u00E9\U0001F3B5\uFFFD(\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD");
+    EXPECT_EQ(lettersOf("\xC3\xA9\xE5\xB1\xB1\xF0\x9F\x8E\xB5\xC3(\xED\xA0\x80\xC0\x80"),
+              U"\u00E9\u5C71\U0001F3B5\uFFFD(\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD");
     Canvas canvas({}, 1.5f);
     canvas.selectFont(inter);
     const Rect one = canvas.measureText("Mg"), two = canvas.measureText("Mg\nMgMg");
@@ -282,8 +306,21 @@ TEST_F(CanvasTest, TextsComeFromTheFontsThatHaveThem) {
     for (std::size_t size = 1; size < file.size(); size = size * 3 / 2 + 1) {
         ASSERT_TRUE(File(store.path("cut.otf")).save(file.substr(0, size)));
         fonts.setFolders({Folder(store.path()), Folder(store.path("none"))});
-        fonts.layOut(inter, 1.0, "A");
+        const auto& replaced = fonts.layOut(inter, 1.0, "A").runs;  // none without any font
+        EXPECT_TRUE(replaced.empty() || !replaced[0].face->getFamily().empty());
     }
+
+    ASSERT_TRUE(File(INTER_FONTS "/Inter-Bold.otf").contents(file, 1 << 20) &&
+                File(store.path("cut.otf")).save(file));
+    fonts.setFolders({Folder(store.path())});
+    EXPECT_EQ(fonts.layOut(inter, 1.0, "A").runs[0].face->getWeight(), 700);
+    ASSERT_TRUE(File(store.path("no font.txt")).save(file));
+    for (int i = 0; i < 70; ++i)
+        ASSERT_TRUE(File(store.path(std::to_string(10 + i) + ".TTF")).save(std::string()));
+    fonts.setFolders({Folder(store.path())});
+    const std::vector<std::string> files = fonts.getFiles();
+    EXPECT_EQ(files.size(), 64u);
+    EXPECT_EQ(files[0] + files[63], store.path("10.TTF") + store.path("73.TTF"));
 }
 
 }  // namespace

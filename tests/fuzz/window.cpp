@@ -8,6 +8,7 @@
 #include "Require.h"
 #include "audio/Module.h"
 #include "editor/Control.h"
+#include "editor/ControlCPUMeter.h"
 #include "editor/Editor.h"
 #include "foundation/Message.h"
 #include "parameters/Parameter.h"
@@ -58,7 +59,8 @@ constexpr std::string_view Controls = R"(<dict><info creator='Brimtide' version=
 <seen class='Bitmap' handle='strip' x='100' y='60'>
 <visibility parameter='MuteOutput' normalized='1.0' action='disable'/></seen>
 <name class='Text' parameter='BrimtideID' x='2' y='60' width='60' height='16' editable='true'/>
-<knob class='Knob' parameter='MuteOutput' x='66' y='62' width='12' height='12' learn='true'/>
+<knob class='Knob' parameter='MuteOutput' x='66' y='62' width='12' height='12' learn='true'
+ midi='7' defval='0'/>
 <slider class='Slider' parameter='MuteOutput' x='80' y='62' width='6' height='14'/>
 <push class='Button' parameter='MuteOutput' pushbutton='true' blink='true' x='88' y='62' width='8' height='8'/>
 <shut class='Button' parameter='MuteOutput' x='88' y='71' width='8' height='6' autoreset='true'/>
@@ -76,12 +78,18 @@ constexpr std::string_view Controls = R"(<dict><info creator='Brimtide' version=
 <one class='Button' parameter='MuteOutput' width='8' height='8'/>
 <two class='Button' parameter='ResetPeak' x='10' width='8' height='8'/></controls></radio>
 <status class='Text' id='special::textdisplay' x='0' y='78' width='120' height='12'/>
+<quorl class='Quorl' x='54' y='20' width='8' height='8'/>
 <help class='Help' id='special::help'/></controls></g></controls></dict>)";
 
 std::string controlsOf(char shade) {
     std::string text(Controls);
     std::replace(text.begin(), text.end(), '%', shade);
     return text;
+}
+
+std::string withoutBackground(std::string text) {
+    constexpr std::string_view Id = "id='special::background'";
+    return text.erase(text.find(Id), Id.size());
 }
 
 // Closed by its host, or at the end.
@@ -178,9 +186,15 @@ public:
         require(open == desktop_.windows().size());
     }
 
+    // The processor's meters aside: drawing moves them.
     void checkPictures() const {
+        const auto isMeter = [](const Control* control) {
+            return dynamic_cast<const ControlCPUMeter*>(control) != nullptr;
+        };
         for (const auto& instance : instances_)
-            require(!instance || test::keepsItsPicture(instance->editor()));
+            if (instance)
+                require(std::ranges::any_of(instance->editor().getControls(), isMeter) ||
+                        test::keepsItsPicture(instance->editor()));
     }
 
 private:
@@ -274,7 +288,9 @@ private:
     void save(OffscreenDesktop::Window* window) {
         const auto kind = user_.ConsumeIntegralInRange(0, 9);
         const std::string text = controlsOf(static_cast<char>('0' + kind));
-        fuzz::Interface::get().writeControls(kind < 3 ? text.substr(0, text.size() / 2) : text);
+        fuzz::Interface::get().writeControls(kind < 2    ? text.substr(0, text.size() / 2)
+                                             : kind == 2 ? withoutBackground(text)
+                                                         : text);
         if (window == nullptr)
             return;
         const auto kept = window->shared_from_this();
@@ -433,16 +449,19 @@ private:
     bool isInHostCall_ = false;
 };
 
-// What the user has chosen before.
-void forgetChoices(bool reloads) {
+// What the user has chosen before, a bit or two a choice.
+void choose(std::uint8_t choices) {
     fuzz::Interface::get().writeControls(controlsOf('0'));
     Resources& resources = *Mission::get().getResources();
     if (resources.getCurrentSkin() != "default")
         resources.setCurrentSkin("default");
     Preferences& user = *Preferences::user();
-    require(user.setInteger("EditorScale", 0).isOk() && user.setInteger("KnobMode", 0).isOk() &&
+    require(user.setInteger("EditorScale", 0).isOk() &&
+            user.setInteger("KnobMode", choices >> 3 & 3).isOk() &&
+            user.setInteger("EditorRedrawRate", 25).isOk() &&
             user.setBool("ShowTooltips", true).isOk() &&
-            user.setBool("ReloadSkin", reloads).isOk());
+            user.setBool("ShowCPUMeters", (choices & 2) != 0).isOk() &&
+            user.setBool("ReloadSkin", (choices & 1) != 0).isOk());
 }
 
 }  // namespace
@@ -450,7 +469,7 @@ void forgetChoices(bool reloads) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Interface::get();
     FuzzedDataProvider user(data, size);
-    forgetChoices(user.ConsumeBool());
+    choose(user.ConsumeIntegral<std::uint8_t>());
     static const bool isLoaded = !Instance().editor().getControls().empty();
     require(isLoaded);  // or nothing below would be tried
     Play play(user);
