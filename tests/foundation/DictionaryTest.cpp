@@ -221,8 +221,7 @@ TEST(Dictionary, LimitsAreTheSameForReadingAndWriting) {
     const std::string deepest = repeat("<dict>", 255) + "<dict/>" + repeat("</dict>", 255);
     for (const std::string& text :
          {"<dict>" + deepest + "</dict>", "<![CDATA[<a/>]]>" + repeat("<a>", 257),
-          attributes + " more=''/>", repeat("<a/>", 1'000'001),
-          "<dict>" + repeat("<a b=''/>x", 333'334) + "</dict>"}) {
+          attributes + " more=''/>", "<dict>" + repeat("<a b=''/>x", 333'334) + "</dict>"}) {
         Dictionary tree("<dict><old/></dict>");
         EXPECT_FALSE(tree.parse(text)) << text.substr(0, 40);
         EXPECT_EQ(textOf(tree), "<dict />\n");

@@ -456,12 +456,12 @@ void choose(std::uint8_t choices) {
     if (resources.getCurrentSkin() != "default")
         resources.setCurrentSkin("default");
     Preferences& user = *Preferences::user();
-    require(user.setInteger("EditorScale", 0).isOk() &&
-            user.setInteger("KnobMode", choices >> 3 & 3).isOk() &&
-            user.setInteger("EditorRedrawRate", 25).isOk() &&
-            user.setBool("ShowTooltips", true).isOk() &&
-            user.setBool("ShowCPUMeters", (choices & 2) != 0).isOk() &&
-            user.setBool("ReloadSkin", (choices & 1) != 0).isOk());
+    const std::pair<const char*, std::int32_t> values[] = {
+        {"EditorScale", 0},  {"KnobMode", choices >> 3 & 3},      {"EditorRedrawRate", 25},
+        {"ShowTooltips", 1}, {"ShowCPUMeters", choices >> 1 & 1}, {"ReloadSkin", choices & 1}};
+    for (const auto& [name, value] : values)  // a change takes a write to the disk
+        if (std::int32_t old = -1; !user.getInteger(name, old) || old != value)
+            require(user.setInteger(name, value).isOk());
 }
 
 }  // namespace

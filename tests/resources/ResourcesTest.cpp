@@ -239,6 +239,29 @@ TEST_F(ResourcesTest, ASkinBringsItsImagesDensities) {
     EXPECT_EQ(dense.findSkinFile("other").getPath(), path("other"));
 }
 
+// Faults: images that are all loaded anew each time, one that changed and isn't, a broken file that
+// takes its former image away or isn't named while it stays broken.
+TEST_F(ResourcesTest, ImagesThatChangedAreReloaded) {
+    for (const char* image : {"Images/a.png", "Images/b.png"})
+        write(image, plainPng(4, 2));
+    ASSERT_TRUE(load(resources, good("<bitmaps><a filename='a.png' frames='2'/>"
+                                     "<b filename='b.png'/></bitmaps>")));
+    const auto a = resources.getBitmap("a"), b = resources.getBitmap("b");
+    told.clear();
+    EXPECT_EQ(resources.reloadImages(), "");
+    write("Images/b.png", "no image");
+    for (int times = 0; times < 2; ++times)
+        EXPECT_EQ(resources.reloadImages(), path("Images/b.png"));
+    EXPECT_TRUE(told.empty() && b->isValid());
+    write("Images/a.png", plainPng(6, 20));
+    write("Images/b.png", plainPng(3, 3));
+    for (int times = 0; times < 2; ++times)
+        EXPECT_EQ(resources.reloadImages(), "");
+    EXPECT_THAT(told, ElementsAre("default"));
+    EXPECT_EQ(a->getFrameSize(), (Point{6, 10}));
+    EXPECT_EQ(b->getRect(), (Rect{0, 0, 3, 3}));
+}
+
 // Faults: a moved folder that isn't found, a place that is asked for twice, a path that leads the
 // search astray, a name that ends a line of the log.
 TEST_F(ResourcesTest, AFileIsFoundWhereItsFolderWasMoved) {
@@ -376,6 +399,8 @@ TEST_F(ResourcesTest, AStateBringsItsSamples) {
     EXPECT_EQ(fresh.getSample("own")->getRootNote(), 33);
     EXPECT_EQ(levelOf(fresh, "drums:hat"), WaveLevel);
     EXPECT_FALSE(fresh.getSample("gone"));
+    fresh.removeSample("drums:hat");
+    EXPECT_FALSE(fresh.getSample("drums:hat"));
 }
 
 // Fault: a look-up on one thread while another one changes what it walks. ThreadSanitizer sees it.
