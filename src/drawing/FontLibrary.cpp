@@ -154,6 +154,8 @@ const FontFace* FontLibrary::findInstalled(const std::string& family, std::int32
     else if (const FontFace* const named = nearest(faces, family, weight); named != nullptr)
         chosen = &*std::find_if(faces.begin(), faces.end(),
                                 [named](const auto& face) { return face.get() == named; });
+    else if (!faces.empty())
+        chosen = &faces.front();  // the system may have another name for it
     if (chosen != nullptr)
         place->second = std::move(*chosen);
     return place->second.get();

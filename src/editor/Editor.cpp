@@ -28,6 +28,7 @@
 #include "platform/Clock.h"
 #include "platform/Desktop.h"
 #include "platform/Dialogs.h"
+#include "plugin/Mission.h"
 #include "plugin/Plugin.h"
 #include "plugin/PluginInfo.h"
 #include "resources/Resources.h"
@@ -151,32 +152,13 @@ Editor::~Editor() {
 }
 
 Editor::Speaking::Speaking(Editor& editor) noexcept
-    : editor_(editor), life_(editor.life_), before_(std::exchange(speaking, this)) {}
+    : call_(editor.plugin_.calls()),
+      editor_(editor),
+      life_(editor.life_),
+      before_(std::exchange(speaking, this)) {}
 
 Editor::Speaking::~Speaking() {
     speaking = before_;
-    if (life_.expired() || !editor_.end_ || editor_.isSpeaking())
-        return;
-    const std::function<void()> end = std::exchange(editor_.end_, nullptr);
-    end();
-}
-
-bool Editor::Speaking::isOf(const Editor& editor) const noexcept {
-    return &editor_ == &editor && !life_.expired();
-}
-
-bool Editor::isSpeaking() const noexcept {
-    const Speaking* found = speaking;
-    while (found != nullptr && !found->isOf(*this))
-        found = found->before_;
-    return found != nullptr;
-}
-
-bool Editor::putOffEnd(std::function<void()> end) {
-    if (!isSpeaking())
-        return false;
-    end_ = std::move(end);
-    return true;
 }
 
 void* Editor::dialogOwner() noexcept {
@@ -247,7 +229,7 @@ void Editor::loadSkinControls() {
             return;
         }
     }
-    System::alert(PluginInfo::get().getTexts().controlsFailed, true);
+    Mission::get().alertOnce(PluginInfo::get().getTexts().controlsFailed);
 }
 
 // Not of an editor that goes, nor of one that has no controls of a skin's.
@@ -788,12 +770,15 @@ void Editor::paintRects(CanvasTarget* target, const std::vector<Rect>& rects) {
 }
 
 void Editor::showAgain(const Rect& part) {
-    paint(nullptr, {});
-    const std::lock_guard<Mutex> drawing(canvasLock_);
-    if (!canvas_ || rootControl_ == nullptr || !part.hasArea())
-        return;
-    canvas_->beginFrame(part);
-    canvas_->present();
+    perform([&] {
+        paint(nullptr, {});
+        const std::lock_guard<Mutex> drawing(canvasLock_);
+        if (!canvas_ || rootControl_ == nullptr || !part.hasArea())
+            return false;
+        canvas_->beginFrame(part);
+        canvas_->present();
+        return true;
+    });
 }
 
 void Editor::idle() {
@@ -1080,7 +1065,8 @@ bool Editor::receiveWindow(WindowMessage& message) {
         case WindowMessage::MenuDraw: {
             auto* const drawn = fromPayload<OwnerDrawnEntry*>(message.payload);
             const PopupMenuEntry* const entry = findMenuEntry(drawn->id);
-            return entry != nullptr && entry->target != nullptr && entry->target->receive(message);
+            return entry != nullptr && entry->target != nullptr && entry->target != this &&
+                   entry->target->receive(message);
         }
         case WindowMessage::DropQuery:
             return true;

@@ -17,6 +17,7 @@
 #include "foundation/Point.h"
 #include "foundation/Rect.h"
 #include "foundation/Word.h"
+#include "plugin/CallsUnderWay.h"
 
 #include <bitset>
 #include <cstdint>
@@ -55,7 +56,8 @@ struct OwnerDrawnEntry {
 /// top left.
 class Editor : public DragDropTarget {
 public:
-    /// While it lives, boxes and dialogs that its thread shows stand over this editor's window.
+    /// A call into the instance. While it lives, boxes and dialogs that its thread shows stand over
+    /// this editor's window.
     class Speaking {
     public:
         explicit Speaking(Editor& editor) noexcept;
@@ -65,16 +67,12 @@ public:
 
     private:
         friend class Editor;
-        bool isOf(const Editor& editor) const noexcept;
 
+        CallsUnderWay::Call call_;
         Editor& editor_;
         std::weak_ptr<const int> life_;
         const Speaking* before_;
     };
-
-    /// Calls `end`, which may delete the editor, when the last `Speaking` of it on this thread
-    /// goes; false, and `end` isn't called, if there is none.
-    bool putOffEnd(std::function<void()> end);
 
     /// Numbers of the editor's menu that others offer too, or tell themselves.
     enum MenuId : std::int32_t {
@@ -314,7 +312,6 @@ protected:
 private:
     bool dispatch(Message& message);
     bool perform(const std::function<bool()>& act);
-    bool isSpeaking() const noexcept;
     // What one "Controls.xml" brought to life.
     struct Tree {
         std::vector<Control*> all;                    // in the order of the file
@@ -379,7 +376,6 @@ private:
     Plugin& plugin_;
     Module* module_;
     Resources* resources_;
-    std::function<void()> end_;  // of the instance, as soon as it isn't under way any more
     Word<std::thread::id> interfaceThread_;
 
     Mutex dirtyLock_;  // guards dirtyRects_

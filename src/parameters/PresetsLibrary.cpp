@@ -129,7 +129,6 @@ bool PresetsLibrary::renameCurrent(const std::string& text) {
     if (current == nullptr || isFactory(*current))
         return false;
     setCurrentName(text);
-    isChanged_ = true;
     currentChanged();
     return true;
 }
@@ -208,6 +207,7 @@ std::string PresetsLibrary::getCurrentName() const {
 void PresetsLibrary::setCurrentName(const std::string& text) {
     if (Preset* const current = getCurrent())
         current->setName(text);
+    isChanged_ = true;
     refreshNames();
 }
 

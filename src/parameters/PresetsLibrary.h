@@ -65,7 +65,8 @@ public:
 
     std::int32_t getPresetCount() const { return static_cast<std::int32_t>(presets_.size()); }
 
-    /// One that came with the product: it is neither renamed nor deleted, nor saved over.
+    /// One that came with the product: the user neither renames, deletes nor replaces it. A host's
+    /// name and a state's preset take its place all the same.
     bool isFactory(const Preset& preset) const { return factoryIds_.contains(preset.getId()); }
 
     /// The live values become what the current preset has stored; false for one of the factory's.

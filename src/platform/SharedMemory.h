@@ -27,8 +27,8 @@ public:
     SharedMemory() noexcept = default;
 
     /// Makes the block, zeroed, or takes hold of the one that exists. Holds nothing on failure: the
-    /// name belongs to something else or is longer than 40 bytes, memory is short, or `open` would
-    /// refuse the block.
+    /// name belongs to something else or is longer than the system takes, which is 40 bytes at
+    /// least, memory is short, or `open` would refuse the block.
     static SharedMemory create(const std::string& name, std::size_t bytes);
 
     /// What the holder may do with the bytes. A write through a read-only view ends the process.

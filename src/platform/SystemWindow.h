@@ -49,8 +49,8 @@ struct DroppedData {
     std::optional<std::string> text;
 };
 
-/// Hears its window, on the window's thread. Positions are from the window's top left. No exception
-/// leaves an operation.
+/// Hears its window, on the window's thread. Positions are from the window's top left. The window
+/// drops an exception that leaves an operation.
 class WindowOwner {
 public:
     virtual ~WindowOwner() = default;

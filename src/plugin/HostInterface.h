@@ -94,8 +94,8 @@ public:
 
     virtual Radio* getPlugin() const = 0;
 
-    /// The channels in use. Those handed out show the host's buffers while a block is processed,
-    /// and nothing at other times.
+    /// The channels in use. Those handed out show the host's buffers while a block is processed; at
+    /// other times what they show is gone.
     virtual IOConfig& getIOConfig() { return ioConfig_; }
 
     /// Works with these channels from now on; false, and nothing changes, if the product doesn't

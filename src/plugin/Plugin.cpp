@@ -169,8 +169,12 @@ void Plugin::loadFirstPresets() {
         Dictionary chosen;
         const File file(System::getFolderLocation(System::Resources).join(name).getPath());
         if (Mission::get().getParsedFiles().load(file, chosen)) {
-            if (takeState(chosen, message))
+            if (takeState(chosen, message)) {
+                // A bank says nothing of the parameters: they are its first preset's.
+                if (Preset* const current = getCurrent(); current && !chosen.find(ParametersKey))
+                    current->activate(Parameter::PluginRealm);
                 return;
+            }
             Mission::get().alertOnce(message);
         }
     }
@@ -276,7 +280,17 @@ void Plugin::processModules(IOPinConfig& in, IOPinConfig& out, int frames) noexc
 void Plugin::resetAfterGap() {
     for (const auto& module : modules_)
         module->resetEngine();
-    redraw();
+    isRedrawDue_.store(true, std::memory_order_release);
+    const RadioLock::Hold hold(deliveryLock(), RadioLock::AskOwner());
+    if (hold.isOwner())
+        catchUp();
+}
+
+void Plugin::catchUp() noexcept try {
+    if (isRedrawDue_.exchange(false, std::memory_order_acquire))
+        redraw();
+} catch (const std::exception& failure) {
+    logLine(LogError, "caught exception: %s", failure.what());
 }
 
 void Plugin::midiEvent(const MidiRecord& record) {
@@ -472,7 +486,7 @@ void Plugin::holdSamples() {
                 samples_.push_back(std::move(sample));
 }
 
-// A single preset replaces the current one, several all of them.
+// A single preset replaces the current one, but for the factory's; several all of them.
 bool Plugin::importPresets(const File& file, std::string& message) {
     Dictionary tree;
     if (!tree.load(file)) {
@@ -482,10 +496,16 @@ bool Plugin::importPresets(const File& file, std::string& message) {
     if (tree.getArraySize(ProgramsKey) != 1) {
         if (!loadBank(tree, message))
             return false;
-    } else if (tree.canLoad(message)) {
-        loadProgram(tree, 0);
     } else {
-        return false;
+        if (!tree.canLoad(message))
+            return false;
+        const Preset* const current = getCurrent();
+        if (current != nullptr && isFactory(*current) &&
+            !addPreset(current->getName(Preset::BankName | Preset::OwnName))) {
+            message = "There is no room for another preset.";
+            return false;
+        }
+        loadProgram(tree, 0);
     }
     currentChanged();
     return true;

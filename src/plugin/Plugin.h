@@ -13,10 +13,12 @@
 #include "parameters/MidiMapper.h"
 #include "parameters/ModuleDirectory.h"
 #include "parameters/PresetsLibrary.h"
+#include "plugin/CallsUnderWay.h"
 #include "resources/MissingFileHandler.h"
 #include "samples/Tuning.h"
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -91,10 +93,12 @@ public:
     virtual void midiEvent(const MidiRecord& record);
     virtual void midiEventsDone() {}
 
-    /// After a pause of the host's: clears what the engines still sound. Audio thread.
+    /// After a pause of the host's: clears what the engines still sound. Audio thread; a redraw is
+    /// left to the thread that delivers just then from here, if there is one.
     virtual void resetAfterGap();
 
-    /// A sample becomes the current sample, a file of presets the current presets. False for
+    /// A sample becomes the current sample, a file of presets the current presets; a single preset
+    /// takes the place of the current one, or of a new one where that is the factory's. False for
     /// others, which an alert refuses. Interface thread.
     virtual bool importFile(const File& file);
 
@@ -128,6 +132,7 @@ public:
     int getLatency() const;
 
     HostInterface* getHost() const noexcept { return host_; }
+    CallsUnderWay& calls() noexcept { return calls_; }
     SampleManager& getSampleManager() noexcept { return *sampleManager_; }
     MidiMapper<Parameter*>& getMidiMapper() noexcept { return midiMapper_; }
     const Tuning& getTuning() const { return tunings_[currentTuning_]; }
@@ -201,6 +206,7 @@ protected:
     /// Has each module process the block, in order. Audio thread.
     void processModules(IOPinConfig& in, IOPinConfig& out, int frames) noexcept;
 
+    void catchUp() noexcept override;
     void resourcesLoading(bool isBeginning) override;
     void readResources(const Dictionary& resources) override;
 
@@ -233,6 +239,7 @@ private:
     template <typename Visit>
     void forEachEngine(const Visit& visit) const;
 
+    CallsUnderWay calls_;
     HostInterface* host_;
     std::uintptr_t baseAddress_;
     std::unique_ptr<ParameterManager> parameterManager_;
@@ -249,6 +256,7 @@ private:
     std::map<std::int32_t, std::unique_ptr<CPUMeter>> cpuMeters_;
     Word<bool> isCpuMetering_{false};
     Word<std::int32_t> sampleClock_{0};
+    std::atomic<bool> isRedrawDue_{false};  // that the audio thread asked for
     Word<bool> disabled_{false};
     Word<bool> shutDown_{false};
     bool open_ = false;

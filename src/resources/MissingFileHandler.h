@@ -8,7 +8,7 @@ namespace tarn {
 
 class File;
 
-/// Interface thread.
+/// On the thread that searches, which may be any.
 class MissingFileHandler {
 public:
     virtual ~MissingFileHandler() = default;

@@ -409,10 +409,14 @@ void Resources::findInPack(const std::string& id, MissingFileHandler* asker) {
     File file;
     if (!hasPack(pack) && handler != nullptr && handler->findPackFile(pack, file))
         loadPack(pack, file, 0);
-    const std::lock_guard hold(lock_);
-    const auto found = samples_.find(entryId);
-    if (found != samples_.end())
-        storeSample(id, found->second.fileName, *found->second.sample, 0);
+    SampleEntry entry;
+    {
+        const std::lock_guard hold(lock_);
+        if (const auto found = samples_.find(entryId); found != samples_.end())
+            entry = found->second;
+    }
+    if (entry.sample)
+        storeSample(id, entry.fileName, *entry.sample, 0);
 }
 
 bool Resources::hasPack(const std::string& pack) const {
@@ -511,6 +515,7 @@ std::unique_ptr<Dictionary> Resources::describe(const std::string& bitmapId) con
 }
 
 File Resources::findSkinFile(const std::string& name) const {
+    const std::lock_guard hold(imagesLock_);
     const Skin* const skin = findSkin(currentSkin_);
     const File file(skin != nullptr ? skin->getFolder() : skins_.front().getFolder(), name);
     return file.exists() ? file : File(skins_.front().getFolder(), name);
@@ -565,6 +570,7 @@ void Resources::loadImage(Bitmap& bitmap, const File& name, const Skin& skin) co
 std::shared_ptr<Bitmap> Resources::getBitmap(const std::string& id) {
     if (id.empty())
         return nullptr;
+    const std::lock_guard hold(imagesLock_);
     logBitmapsPath();
     const auto known = bitmaps_.find(id);
     if (known != bitmaps_.end())
@@ -605,14 +611,21 @@ const Skin* Resources::findSkin(const std::string& uid) const {
 const Skin& Resources::getSkin(const std::string& uid) {
     if (const Skin* const skin = findSkin(uid))
         return *skin;
+    const std::lock_guard hold(imagesLock_);
     currentSkin_ = DefaultSkin;
     return skins_.front();
 }
 
+std::string Resources::getCurrentSkin() const {
+    const std::lock_guard hold(imagesLock_);
+    return currentSkin_;
+}
+
 std::string Resources::reloadImages() {
-    const Skin& skin = getSkin(currentSkin_);
     std::string broken;
     bool isChanged = false;
+    std::unique_lock hold(imagesLock_);
+    const Skin& skin = getSkin(currentSkin_);
     for (auto& [id, entry] : bitmaps_) {
         const std::int64_t stamp = imageStamp(entry.file, skin);
         if (stamp != std::exchange(entry.stamp, stamp)) {
@@ -629,8 +642,10 @@ std::string Resources::reloadImages() {
         if (entry.isBroken)
             broken = imageFiles(entry.file, skin).front().getPath();
     }
+    const std::string uid = currentSkin_;
+    hold.unlock();
     if (isChanged) {
-        ResourceMessage message(this, ResourceMessage::SetLoaded, currentSkin_, 0);
+        ResourceMessage message(this, ResourceMessage::SetLoaded, uid, 0);
         transmit(message);
     }
     return broken;
@@ -640,7 +655,7 @@ void Resources::setCurrentSkin(const std::string& uid) {
     takeSkin(uid);
     if (Preferences::user() == nullptr)
         return;
-    const Error error = Preferences::user()->setString(SkinPreference, currentSkin_);
+    const Error error = Preferences::user()->setString(SkinPreference, getCurrentSkin());
     if (!error.isOk())
         logError(LogError, error);
 }
@@ -648,6 +663,7 @@ void Resources::setCurrentSkin(const std::string& uid) {
 void Resources::takeSkin(const std::string& uid) {
     const Skin* skin = findSkin(uid);
     const std::string chosen = skin != nullptr ? uid : DefaultSkin;
+    std::unique_lock hold(imagesLock_);
     if (chosen == currentSkin_)
         return;
     if (skin == nullptr)
@@ -660,7 +676,8 @@ void Resources::takeSkin(const std::string& uid) {
     }
     currentSkin_ = chosen;
     useFonts();
-    ResourceMessage message(this, ResourceMessage::SetLoaded, currentSkin_, 0);
+    hold.unlock();
+    ResourceMessage message(this, ResourceMessage::SetLoaded, chosen, 0);
     transmit(message);
 }
 

@@ -31,9 +31,10 @@ class MissingFileHandler;
 /// parent is asked, if its instance is a MissingFileHandler; it may be null, and doesn't go while a
 /// search is under way.
 ///
-/// Samples are looked up, added and removed, files searched and search folders added on any thread,
-/// since hosts may load the states of two instances at once; everything else is for the interface
-/// thread. The audio thread uses nothing here: it holds its samples by their counts.
+/// Samples are looked up, added and removed, files searched, search folders added and bitmaps asked
+/// for on any thread, since hosts may make two instances, or load their states, at once; everything
+/// else is for the interface thread. The audio thread uses nothing here: it holds its samples by
+/// their counts.
 class Resources : public Radio {
 public:
     /// Finds the skins in the product's folder of resources, and takes the user's last skin from
@@ -94,7 +95,7 @@ public:
     /// with the uid, and remembers it for the next start. A uid that there is no skin of means the
     /// default skin.
     void setCurrentSkin(const std::string& uid);
-    std::string getCurrentSkin() const { return currentSkin_; }
+    std::string getCurrentSkin() const;
 
     /// The same of the default skin, until the process ends: what the user chose is kept for the
     /// next start.
@@ -160,7 +161,8 @@ private:
     std::vector<Folder> searchFolders_;
     SampleMap samples_;
     Folder samplesPath_;
-    mutable Mutex lock_;  // guards samples_ and searchFolders_
+    mutable Mutex lock_;        // guards samples_ and searchFolders_
+    mutable Mutex imagesLock_;  // guards bitmaps_ and currentSkin_
     std::map<std::string, BitmapEntry> bitmaps_;
     std::vector<Skin> skins_;  // never empty; the first one is the default skin
     std::string currentSkin_;  // may name a skin that is gone

@@ -30,8 +30,9 @@ public:
     virtual void open() {}
     virtual void close() {}
 
-    /// Whether the effect can't be deleted at `effClose`, since the host calls from inside a call
-    /// of the effect's own, and deletes itself once that is over. The host hears nothing more.
+    /// Whether the effect can't be deleted at `effClose`: the host calls from inside a call of the
+    /// effect's own or of its own into it, after which the effect deletes itself, or a block on
+    /// another thread doesn't end, and the effect stays in memory. The host hears nothing more.
     virtual bool putOffEnd() { return false; }
     virtual void suspend() {}
     virtual void resume() {}

@@ -18,9 +18,7 @@ bool AudioGate::enterForChange() {
     state_.fetch_add(OneChange, std::memory_order_relaxed);
     const double end = platform::highResolutionSeconds() + LongestWait;
     while (!enter()) {
-        const bool isOwnBlock =
-            inside_.load(std::memory_order_relaxed) == platform::currentThreadId();
-        if (isOwnBlock || platform::highResolutionSeconds() > end)
+        if (isOwn() || platform::highResolutionSeconds() > end)
             return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }

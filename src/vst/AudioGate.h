@@ -35,6 +35,9 @@ private:
         leave();
         return false;
     }
+    bool isOwn() const noexcept {
+        return inside_.load(std::memory_order_relaxed) == platform::currentThreadId();
+    }
     bool enterForChange();
     void leaveAfterChange(bool isInside) noexcept;
     void leave() noexcept { inside_.store(0, std::memory_order_release); }
@@ -80,6 +83,9 @@ public:
 
     /// False when the wait was in vain: nothing may be changed then.
     bool isInside() const noexcept { return isInside_; }
+
+    /// Whether it wasn't inside because the calling thread's own block is.
+    bool isInOwnBlock() const noexcept { return !isInside_ && gate_.isOwn(); }
 
 private:
     AudioGate& gate_;

@@ -79,13 +79,14 @@ bool VSTEditor::getRect(ERect** rect) {
     rect_ = {0, 0, static_cast<std::int16_t>(std::min(size.y, Most)),
              static_cast<std::int16_t>(std::min(size.x, Most))};
     *rect = &rect_;
-    return true;
+    return editor_->getRootControl() != nullptr;
 }
 
 bool VSTEditor::open(void* window) {
     timer_.reset();
     systemWindow = window;
-    if (!editor_->open(window, editor_->getClientRect(), editor_->getScale()))
+    if (editor_->getRootControl() == nullptr ||
+        !editor_->open(window, editor_->getClientRect(), editor_->getScale()))
         return false;
     timer_ = std::make_unique<WindowTimer>(editor_->getWindow()->getHandle(), TickMs);
     return true;

@@ -24,9 +24,10 @@ public:
     Editor& getInterface() const noexcept { return *editor_; }
 
     /// In the screen's pixels: of the open window, or else of the next one. A side ends at 32,767.
+    /// False, and an empty one, where no skin can be shown.
     bool getRect(ERect** rect) override;
 
-    /// False, and it stays closed, where the system gives no window.
+    /// False, and it stays closed, where the system gives no window or no skin can be shown.
     bool open(void* window) override;
     void close() override;
     bool isOpen() const override;

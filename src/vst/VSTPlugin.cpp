@@ -12,6 +12,7 @@
 #include "parameters/Settings.h"
 #include "platform/Clock.h"
 #include "platform/SystemWindow.h"
+#include "plugin/Mission.h"
 #include "plugin/PluginInfo.h"
 #include "vst/DefaultProgram.h"
 #include "vst/HostText.h"
@@ -131,15 +132,18 @@ VSTPlugin::VSTPlugin(std::uintptr_t baseAddress, audioMasterCallback host, const
 void VSTPlugin::makeEditor() try {
     if (!platform::hasWindows())
         return;
-    vstEditor_ = std::make_unique<VSTEditor>(*this, *plugin_);
-    Editor& shown = vstEditor_->getInterface();
+    auto made = std::make_unique<VSTEditor>(*this, *plugin_);
+    Editor& shown = made->getInterface();
+    if (shown.getRootControl() == nullptr)
+        return;  // the user knows, or wants none
+    vstEditor_ = std::move(made);
     radio().tuneIn(&shown);
     AudioEffect::setEditor(vstEditor_.get());
     HostInterface::setEditor(&shown);
     radio().setParent(plugin_->moduleAt(0));
 } catch (const std::exception& error) {
     logLine(LogError, std::string_view(error.what()));
-    System::alert(PluginInfo::get().getTexts().controlsFailed, true);
+    Mission::get().alertOnce(PluginInfo::get().getTexts().controlsFailed);
 }
 
 void VSTPlugin::finish() {
@@ -178,28 +182,42 @@ void VSTPlugin::tellHostOfChannels() noexcept {
 
 VstIntPtr VSTPlugin::dispatcher(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
                                 float opt) {
-    if (longestBlock_ != 0 && !belongsToBlocks(opcode))
+    if (belongsToBlocks(opcode))
+        return AudioEffectX::dispatcher(opcode, index, value, ptr, opt);
+    if (longestBlock_ != 0)
         makeRoomForRaise();
-    if (vstEditor_ && !belongsToBlocks(opcode)) {
+    if (vstEditor_) {
         const Editor::Speaking here(vstEditor_->getInterface());
         return AudioEffectX::dispatcher(opcode, index, value, ptr, opt);
     }
+    const CallsUnderWay::Call here(plugin_->calls());
     return AudioEffectX::dispatcher(opcode, index, value, ptr, opt);
 }
 
 bool VSTPlugin::putOffEnd() {
-    if (!vstEditor_ || !vstEditor_->getInterface().putOffEnd([this] { delete this; }))
-        return false;
+    gate_.close();
+    {
+        const AudioGate::Change change(gate_);
+        if (change.isInOwnBlock())
+            endsAfterBlock_ = true;
+        else if (!change.isInside())
+            logLine(LogError,
+                    "closed during a block that doesn't end: the instance stays in memory");
+        else if (!plugin_->calls().putOffEnd([this] { delete this; }))
+            return false;
+    }
     suspend();
     audioMaster = nullptr;
-    vstEditor_->close();
+    if (vstEditor_)
+        vstEditor_->close();
     return true;
 }
 
 void VSTPlugin::suspend() {
     gate_.close();
     const AudioGate::Change change(gate_);
-    plugin_->suspend();
+    if (change.isInside() || change.isInOwnBlock())
+        plugin_->suspend();
 }
 
 void VSTPlugin::resume() {
@@ -207,7 +225,8 @@ void VSTPlugin::resume() {
     wantEvents();
     {
         const AudioGate::Change change(gate_);
-        plugin_->resume();
+        if (change.isInside() || change.isInOwnBlock())
+            plugin_->resume();
     }
     gate_.open();
 }
@@ -289,11 +308,22 @@ void VSTPlugin::processBlock(float* const* inputs, float* const* outputs,
 }
 
 void VSTPlugin::processReplacing(float** inputs, float** outputs, VstInt32 frames) noexcept {
+    if (takeBlock(inputs, outputs, frames)) [[unlikely]]
+        endAfterBlock();
+}
+
+// Its own calls of the host's may be inside another one.
+void VSTPlugin::endAfterBlock() noexcept {
+    if (!plugin_->calls().putOffEnd([this] { delete this; }))
+        delete this;
+}
+
+bool VSTPlugin::takeBlock(float* const* inputs, float* const* outputs, VstInt32 frames) noexcept {
     if (frames < 0 || inputs == nullptr || outputs == nullptr)
-        return;
+        return false;
     const AudioGate::Block block(gate_);
     if (!block.isInside())
-        return;
+        return false;
     const std::int32_t announced = HostInterface::getBlockSize();
     if (frames > announced && announced < MaxInPlaceFrames) [[unlikely]]
         raiseBlockSize(frames);
@@ -306,6 +336,7 @@ void VSTPlugin::processReplacing(float** inputs, float** outputs, VstInt32 frame
         processBlock(inputs, outputs, frames);
     }
     lastProcessEnd_ = platform::highResolutionSeconds();
+    return endsAfterBlock_;
 }
 
 void VSTPlugin::processInParts(float* const* inputs, float* const* outputs,

@@ -335,8 +335,7 @@ TEST(EditorStart, TakesTheSkinsFileAndChangesItAtTheEnd) {
         write("Other.xml", broken);
         editor = makeEditor();
         EXPECT_EQ(editor->getRootControl(), nullptr);
-        EXPECT_EQ(product.product->messages.size(), 1u);
-        product.product->messages.clear();
+        EXPECT_EQ(product.product->messages.size(), 1u) << "once a process";
         editor->idle();
         EXPECT_TRUE(editor->open(nullptr, {0, 0, 20, 20}));
         editor->idle();
@@ -344,7 +343,7 @@ TEST(EditorStart, TakesTheSkinsFileAndChangesItAtTheEnd) {
     }
     user.setBool("ShowEditor", false);
     editor = makeEditor();
-    EXPECT_TRUE(product.product->messages.empty());
+    EXPECT_EQ(product.product->messages.size(), 1u);
 }
 
 }  // namespace

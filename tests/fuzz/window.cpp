@@ -158,8 +158,14 @@ public:
         if (instance)
             act(instance);
         else
-            instance = std::make_unique<Instance>();
+            insert(instance);
         isInHostCall_ = wasInHostCall;
+    }
+
+    // With an interface, which without controls it wouldn't have.
+    static void insert(std::unique_ptr<Instance>& instance) {
+        fuzz::Interface::get().writeControls(controlsOf('0'));
+        instance = std::make_unique<Instance>();
     }
 
     void check() {

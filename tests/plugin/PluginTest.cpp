@@ -40,7 +40,8 @@ bool restore(Plugin& plugin, const std::string& text) {
 std::string bankOf(const std::vector<std::string>& names) {
     std::string text = "<dict>" + Header + "<programs>";
     for (const std::string& name : names)
-        text += "<program><name value='" + name + "'/><modules><module/></modules></program>";
+        text += "<program><id value='" + name + "'/><name value='" + name +
+                "'/><modules><module/></modules></program>";
     return text + "</programs></dict>";
 }
 
@@ -125,7 +126,8 @@ TEST(Plugin, TheStateBringsBackAnInstance) {
     EXPECT_EQ(plugin.moduleAt(1)->getCurrentProgramName(), plugin.getCurrentName());
 }
 
-// Faults: presets of the user's choice that are overlooked, a factory bank that isn't ours.
+// Faults: presets of the user's choice that are overlooked, or come without their values, a factory
+// bank that isn't ours.
 TEST(Plugin, NewInstancesBeginWithTheChosenPresetsOrTheFactorys) {
     SamplerProduct sampler(SettingsText, Foreign);
     sampler.files.write("Sampler Resources/mine.xml", bankOf({"Mine"}));
@@ -142,6 +144,12 @@ TEST(Plugin, NewInstancesBeginWithTheChosenPresetsOrTheFactorys) {
         EXPECT_EQ(plugin.getProgramCount(), count) << chosen;
         sampler.files.write("Sampler Resources/Factory Presets.xml", bankOf({"Soft", "Loud"}));
     }
+    StartedPlugin saved;
+    std::string message;
+    saved.parameter("Volume").setFloat(0.75f, FromUser);
+    ASSERT_TRUE(saved.saveAll(File(sampler.files.path("Sampler Resources/own.xml")), message));
+    user.setString("DefaultPresets", "own.xml");
+    EXPECT_EQ(StartedPlugin().parameter("Volume").getFloat(), 0.75f);
 }
 
 // Faults: a note that hangs, a controller that moves nothing or too much, an allocation.
@@ -199,12 +207,19 @@ TEST(Plugin, ProgramsAndRequestsComeAsMessages) {
 
     sampler.files.write("one.xml", bankOf({"Dropped"}));
     sampler.files.write("bank.xml", bankOf({"x", "y"}));
-    for (const auto& [file, name] :
-         {std::pair("one.xml", "Dropped"), {"bank.xml", "y"}, {"absent.xml", "y"}}) {
+    sampler.files.write("two.xml", bankOf({"Again"}));
+    const std::tuple<const char*, const char*, const char*> drops[] = {
+        {"one.xml", "factory", "Dropped"},
+        {"two.xml", "factory", "Again"},
+        {"bank.xml", "y", "Again"},
+        {"absent.xml", "y", "Again"}};
+    for (const auto& [file, second, last] : drops) {
         const std::string path = sampler.files.path(file);
         WindowMessage drop(nullptr, WindowMessage::DropFile, {}, {path});
         EXPECT_EQ(plugin.receive(drop), file != std::string("absent.xml"));
-        EXPECT_EQ(plugin.getProgramName(1), name);
+        EXPECT_EQ(plugin.getProgramName(1), second) << "a factory preset isn't replaced by one";
+        EXPECT_EQ(plugin.getProgramName(plugin.getPresetCount() - 1), last);
+        EXPECT_EQ(plugin.getPresetCount(), 129);
     }
     EXPECT_THAT(sampler.product->messages, ElementsAre(HasSubstr("absent.xml")));
 

@@ -401,7 +401,14 @@ TEST_F(HostedEditor, ABrokenSkinGivesWayToTheDefaultOne) {
     openMenu();
     effect.call(effEditClose);
     EXPECT_THAT(own->messages.back(), HasSubstr("no editor will be available"));
-    effect.call(effClose);
+    const HostedEffect bare = load();
+    for (const HostedEffect& none : {effect, bare}) {
+        EXPECT_FALSE(open(none));
+        EXPECT_EQ(none.record->flags & effFlagsHasEditor,
+                  none.record == effect.record ? effFlagsHasEditor : 0);
+        none.call(effClose);
+    }
+    EXPECT_THAT(own->messages, Contains(HasSubstr("no editor will be available")).Times(1));
 }
 
 // Faults: a change that isn't shown; a broken file that takes the interface away, that isn't told

@@ -36,8 +36,8 @@ namespace {
 using namespace test;
 using namespace testing;
 
-// What the host does when a block asks it for its latency, on the block's thread, and while it is
-// told of a change.
+// What the host does when a block asks it for its latency, or a start for MIDI, on that thread, and
+// while it is told of a change.
 std::function<void()> duringBlock, duringAutomate;
 
 // What the host was told, with the value, or else with the parameter's number less that of Mute.
@@ -60,7 +60,7 @@ VstIntPtr VSTCALLBACK host(AEffect* effect, VstInt32 opcode, VstInt32 index, Vst
         told.emplace_back(opcode, isOfParameter ? opt + static_cast<float>(index - 1) : 0.0f);
     if (opcode == audioMasterGetProductString)
         std::memset(ptr, 'x', 256);  // longer than the interface allows, and without an end
-    if (opcode == audioMasterGetInputLatency && duringBlock)
+    if ((opcode == audioMasterGetInputLatency || opcode == audioMasterWantMidi) && duringBlock)
         duringBlock();
     return 0;
 }
@@ -202,6 +202,14 @@ TEST(VSTPlugin, NoticesLongBlocksAndPauses) {
     EXPECT_EQ(inspectConnection(0)->sender->announcedBlock, 32768u);
     instance.call(effSetBlockSize, 0, 512);
     EXPECT_EQ(resetsAfter(1.0, 64), 1);
+
+    const Hearer busy(instance.plugin(), [&](Message& message) {
+        if (message.type == MessageType::Plugin)
+            std::async(std::launch::async, resetsAfter, 1.0, 64).get();
+    });
+    resets = 0;
+    instance.plugin().setModified(true);
+    EXPECT_EQ(resets, 1) << "told by the thread for which the block didn't wait";
 }
 
 // Faults: numbers of the host's that reach receivers as nonsense, a text of its that has no end.
@@ -426,6 +434,42 @@ TEST(VSTPlugin, ChangesDontWaitForEverForTheBlockUnderWay) {
     processWith([&] { std::async(std::launch::async, expectRefusals).get(); });
     platform::setHighResolutionClock([]() noexcept { return 0.0; });
     processWith(expectRefusals);
+}
+
+// Faults: an instance that is deleted under its own feet, or under a block that hangs in the host;
+// one that stays for ever.
+TEST(VSTPlugin, AnEndFromInsideACallWaitsForIt) {
+    const Brimtide product;
+    const auto makeEffect = [&] {
+        return HostedEffect((new VSTPlugin(0, host, product.stereo))->getAeffect());
+    };
+    for (const bool isInBlock : {true, false}) {
+        const HostedEffect effect = makeEffect();
+        bool isEnded = false;
+        effect.run(isInBlock);
+        duringBlock = [&] {
+            if (!std::exchange(isEnded, true))
+                EXPECT_EQ(effect.call(effClose), 1);
+        };
+        if (isInBlock)
+            effect.play(Channel(64));
+        else
+            effect.run();
+        duringBlock = nullptr;
+        EXPECT_TRUE(isEnded && !inspectConnection(0));
+    }
+    platform::setHighResolutionClock([]() noexcept {
+        static std::atomic<int> looks;
+        return 1.0 * ++looks;
+    });
+    const HostedEffect effect = makeEffect();
+    const std::unique_ptr<AudioEffect> left(static_cast<AudioEffect*>(effect.record->object));
+    effect.run();
+    duringBlock = [&] {
+        std::async(std::launch::async, [&] { EXPECT_EQ(effect.call(effClose), 1); }).get();
+    };
+    effect.play(Channel(64));
+    duringBlock = nullptr;
 }
 
 }  // namespace

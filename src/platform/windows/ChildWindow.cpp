@@ -242,7 +242,7 @@ void ChildWindow::press(PointerEvent event, int button, LPARAM place) {
     lastPlace_ = place;
     held_ |= button;
     ::SetCapture(handle);
-    owner->pointer(event, spotOf(place));
+    point(event, place);
 }
 
 void ChildWindow::release(PointerEvent event, int button, WPARAM buttons, LPARAM place) {
@@ -250,7 +250,13 @@ void ChildWindow::release(PointerEvent event, int button, WPARAM buttons, LPARAM
     held_ &= ~button;
     if ((buttons & (MK_LBUTTON | MK_RBUTTON)) == 0)
         releaseCapture();
-    owner->pointer(event, spotOf(place));
+    point(event, place);
+}
+
+// The window that had the capture hears first that it is gone, and may end this one.
+void ChildWindow::point(PointerEvent event, LPARAM place) {
+    if (owner != nullptr)
+        owner->pointer(event, spotOf(place));
 }
 
 void ChildWindow::move(LPARAM place) {
@@ -262,11 +268,20 @@ void ChildWindow::move(LPARAM place) {
     owner->pointer(PointerEvent::Move, spotOf(place));
 }
 
-// The parent's message loop translates what it gets, so the character needn't go there.
+// The parent's message loop translates what it gets, so the character needn't go there. Return and
+// the space bar, held, would press a button, or open a menu or a box, over and over.
 void ChildWindow::key(UINT message, WPARAM wParam, LPARAM lParam) {
     const bool isDown = message == WM_KEYDOWN;
-    const bool isUsed =
-        owner->key(static_cast<std::int32_t>(wParam), isDown ? typedCharacter(handle) : 0, isDown);
+    if (isDown && isRepeated(lParam) && wParam == usedKey_ &&
+        (wParam == VK_RETURN || wParam == VK_SPACE))
+        return;
+    const std::uint32_t character = isDown ? typedCharacter(handle) : 0;
+    if (owner == nullptr)  // other programs' code runs while a message is looked for
+        return;
+    usedKey_ = 0;
+    const bool isUsed = owner->key(static_cast<std::int32_t>(wParam), character, isDown);
+    if (isUsed && isDown)
+        usedKey_ = wParam;
     if (!isUsed && handle != nullptr)
         ::PostMessageW(::GetParent(handle), message, wParam, lParam);
 }

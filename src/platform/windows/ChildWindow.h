@@ -56,6 +56,7 @@ private:
     void press(PointerEvent event, int button, LPARAM place);
     void release(PointerEvent event, int button, WPARAM buttons, LPARAM place);
     void move(LPARAM place);
+    void point(PointerEvent event, LPARAM place);
     void key(UINT message, WPARAM wParam, LPARAM lParam);
     void stop();
     void forget();
@@ -64,8 +65,14 @@ private:
     std::unique_ptr<DropRegistration> drops_;
     int held_ = 0;          // MK_LBUTTON and MK_RBUTTON, whose release the owner hasn't heard
     LPARAM lastPlace_ = 0;  // of the pointer, as messages have it
+    WPARAM usedKey_ = 0;    // the last key whose press the owner used
     bool awaitsLeave_ = false;
 };
+
+/// Whether a key's message, by its `lParam`, comes from a key that was down before.
+constexpr bool isRepeated(LPARAM lParam) {
+    return (lParam & 1 << 30) != 0;
+}
 
 /// Lets the capture go while somebody else gets the pointer, and with it the releases of the
 /// buttons that are held; the owner hears of those at the end.

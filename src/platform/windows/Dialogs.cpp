@@ -78,7 +78,15 @@ FileAnswer chooseInFileDialog(const FileRequest& request, HWND owner) {
     // The current folder is the host's.
     dialog.Flags = OFN_EXPLORER | OFN_ENABLESIZING | OFN_HIDEREADONLY | OFN_NOCHANGEDIR |
                    OFN_PATHMUSTEXIST | (saves ? 0 : OFN_FILEMUSTEXIST);
-    if (saves ? ::GetSaveFileNameW(&dialog) : ::GetOpenFileNameW(&dialog))
+    const auto ask = [&] {
+        return (saves ? ::GetSaveFileNameW(&dialog) : ::GetOpenFileNameW(&dialog)) != 0;
+    };
+    bool isChosen = ask();
+    if (!isChosen && ::CommDlgExtendedError() == FNERR_INVALIDFILENAME) {
+        path[0] = L'\0';  // as of a file that came from another system
+        isChosen = ask();
+    }
+    if (isChosen)
         return {utf8(path.data()), 0};
     return {{}, ::CommDlgExtendedError()};  // 0 when the user cancelled
 }

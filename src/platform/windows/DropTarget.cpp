@@ -21,6 +21,17 @@ namespace {
 constexpr std::size_t MostFiles = 1000;
 constexpr std::size_t MostTextBytes = 16 << 20;
 
+// Calls of other programs into this thread's drop targets.
+thread_local int callsUnderWay = 0;
+
+class CallUnderWay {
+public:
+    CallUnderWay() { ++callsUnderWay; }
+    CallUnderWay(const CallUnderWay&) = delete;
+    CallUnderWay& operator=(const CallUnderWay&) = delete;
+    ~CallUnderWay() { --callsUnderWay; }
+};
+
 // What a source offers in one format, as bytes; none if it doesn't.
 class OfferedBytes {
 public:
@@ -205,6 +216,7 @@ private:
         if (effect == nullptr)
             return E_POINTER;
         *effect = DROPEFFECT_NONE;
+        const CallUnderWay here;
         const std::shared_ptr<ChildWindow> window = window_.lock();
         if (window == nullptr || window->owner == nullptr)
             return S_OK;
@@ -240,7 +252,8 @@ DropRegistration::DropRegistration(std::weak_ptr<ChildWindow> window, HWND handl
 DropRegistration::~DropRegistration() {
     if (!isInitialised_)
         return;
-    ::OleUninitialize();
+    if (callsUnderWay == 0)  // or else the thread keeps it, since the call goes through it
+        ::OleUninitialize();
     countGivenBack(true);
 }
 

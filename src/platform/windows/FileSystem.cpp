@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cwctype>
 #include <filesystem>
+#include <string>
 
 namespace tarn::platform {
 
@@ -23,6 +25,23 @@ DWORD attributes(const std::string& path) {
 bool isWriteProtected(const std::string& path) {
     const DWORD found = attributes(path);
     return found != INVALID_FILE_ATTRIBUTES && (found & FILE_ATTRIBUTE_READONLY) != 0;
+}
+
+// The attributes don't tell: "COM1.wav" may be a port, and "\\server\pipe\x.wav" is a pipe.
+bool isDevice(const std::string& path) {
+    const std::wstring given = wide(path);
+    std::wstring full(::GetFullPathNameW(given.c_str(), 0, nullptr, nullptr), L'\0');
+    full.resize(
+        ::GetFullPathNameW(given.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    for (wchar_t& letter : full)
+        letter = static_cast<wchar_t>(std::towlower(letter));
+    if (full.starts_with(LR"(\\?\)"))
+        return full.find(L':') != 5 && !full.starts_with(LR"(\\?\unc\)");
+    if (!full.starts_with(LR"(\\)"))
+        return false;
+    const std::size_t share = std::min(full.find(L'\\', 2), full.size());
+    return full.starts_with(LR"(\\.\)") || full.compare(share, 6, LR"(\pipe\)") == 0 ||
+           full.compare(share, 10, LR"(\mailslot\)") == 0;
 }
 
 bool isFolder(DWORD attributes) {
@@ -100,7 +119,7 @@ std::string currentFolderPath() {
 bool fileExists(const std::string& path) {
     const DWORD found = attributes(path);
     return found != INVALID_FILE_ATTRIBUTES &&
-           (found & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE)) == 0;
+           (found & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE)) == 0 && !isDevice(path);
 }
 
 bool folderExists(const std::string& path) {
@@ -111,7 +130,7 @@ bool folderExists(const std::string& path) {
 std::optional<FileStatus> fileStatus(const std::string& path) {
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (!::GetFileAttributesExW(wide(path).c_str(), GetFileExInfoStandard, &data) ||
-        isFolder(data.dwFileAttributes))
+        isFolder(data.dwFileAttributes) || isDevice(path))
         return std::nullopt;
     return FileStatus{
         joined(data.nFileSizeHigh, data.nFileSizeLow), secondsSince1970(data.ftLastWriteTime),

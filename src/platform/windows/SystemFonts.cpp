@@ -31,9 +31,8 @@ public:
                             DEFAULT_PITCH | FF_DONTCARE, family.c_str())) {
         former_ = SelectObject(context_.get(), font_.get());
         // A family that isn't installed gives another one without a word.
-        wchar_t chosen[LF_FACESIZE] = L"";
-        GetTextFaceW(context_.get(), LF_FACESIZE, chosen);
-        isThere_ = lower(chosen) == lower(family.substr(0, LF_FACESIZE - 1));
+        GetTextFaceW(context_.get(), LF_FACESIZE, name_);
+        isThere_ = lower(name_) == lower(family.substr(0, LF_FACESIZE - 1));
     }
     ChosenFont(const ChosenFont&) = delete;
     ChosenFont& operator=(const ChosenFont&) = delete;
@@ -41,6 +40,9 @@ public:
 
     bool isThere() const { return isThere_; }
     HDC context() const { return context_.get(); }
+
+    /// As the system calls it, which may be in the user's language.
+    const wchar_t* name() const { return name_; }
 
     bool read(DWORD table, std::string& bytes) const {
         const DWORD size = GetFontData(context_.get(), table, 0, nullptr, 0);
@@ -60,6 +62,7 @@ private:
     std::unique_ptr<std::remove_pointer_t<HDC>, Delete> context_;
     std::unique_ptr<std::remove_pointer_t<HFONT>, Delete> font_;
     HGDIOBJ former_ = nullptr;
+    wchar_t name_[LF_FACESIZE] = L"";
     bool isThere_ = false;
 };
 
@@ -91,11 +94,10 @@ std::string familyWithCharacter(char32_t character) {
     for (const wchar_t* const family : Families) {
         const ChosenFont chosen(family, FW_NORMAL);
         WORD glyph = 0xFFFF;
-        if (chosen.isThere() &&
-            GetGlyphIndicesW(chosen.context(), &unit, 1, &glyph, GGI_MARK_NONEXISTING_GLYPHS) ==
+        if (GetGlyphIndicesW(chosen.context(), &unit, 1, &glyph, GGI_MARK_NONEXISTING_GLYPHS) ==
                 1 &&
             glyph != 0xFFFF)
-            return utf8(family);
+            return utf8(chosen.name());
     }
     return {};
 }

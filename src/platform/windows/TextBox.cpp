@@ -200,8 +200,11 @@ bool TextBox::take(const MSG& message) {
     }
     if (isOutside || end_ != End::StillOpen || message.message != WM_KEYDOWN)
         return false;
-    if (message.wParam == VK_RETURN)
+    if (message.wParam == VK_RETURN) {
+        if (isRepeated(message.lParam))
+            return true;  // held since it opened the box
         end_ = End::Accepted;
+    }
     if (message.wParam == VK_ESCAPE)
         end_ = End::Cancelled;
     return end_ != End::StillOpen;

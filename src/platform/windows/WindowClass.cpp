@@ -20,6 +20,8 @@ std::map<std::wstring, int>& registeredClasses() {
     return classes;
 }
 
+// A class outlives the library, if its last object went before its last window: the library that
+// the host loads again, at the same place, finds it.
 bool registerClass(const wchar_t* name, WNDPROC procedure) {
     WNDCLASSEXW description{};
     description.cbSize = sizeof(description);
@@ -28,7 +30,10 @@ bool registerClass(const wchar_t* name, WNDPROC procedure) {
     description.hInstance = ownModule();
     description.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
     description.lpszClassName = name;
-    if (::RegisterClassExW(&description) == 0)
+    bool isRegistered = ::RegisterClassExW(&description) != 0;
+    if (!isRegistered && ::UnregisterClassW(name, ownModule()))
+        isRegistered = ::RegisterClassExW(&description) != 0;
+    if (!isRegistered)
         return false;
     countTaken();
     return true;

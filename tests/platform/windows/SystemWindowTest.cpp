@@ -174,6 +174,15 @@ TEST_F(SystemWindowTest, OnlyUnusedKeysGoToTheHost) {
             EXPECT_NE(owner.heard().find(told), std::string::npos);
             EXPECT_EQ(hostHeard, isUsed ? "" : "256 258 ") << told << isUsed;
         }
+    for (const WPARAM key : {VK_RETURN, VK_LEFT})
+        for (const bool isUsed : {true, false}) {
+            owner.answer = isUsed;
+            press(key, handle);
+            ::PostMessageW(handle, WM_KEYDOWN, key, 1 << 30);
+            run();
+            EXPECT_EQ(owner.heard().find("; ") == std::string::npos, key == VK_RETURN && isUsed)
+                << "held, it opens what it opened once";
+        }
     BYTE keys[256]{};
     keys[VK_CONTROL] = keys[VK_SHIFT] = 0x80;
     ::SetKeyboardState(keys);
@@ -291,6 +300,11 @@ TEST_F(SystemWindowTest, TheBoxReturnsTheTextOnlyAfterReturn) {
              press(VK_RETURN, field);
          },
          "\u00FC"},
+        {[&](HWND field) {
+             ::PostMessageW(field, WM_KEYDOWN, VK_RETURN, 1 << 30);  // held
+             press(VK_ESCAPE, field);
+         },
+         std::nullopt},
         {[&](HWND field) { press(VK_ESCAPE, field); }, std::nullopt},
         {[&](HWND) { ::PostMessageW(host, WM_NCLBUTTONDOWN, HTCAPTION, at(1, 1)); }, std::nullopt},
         {[&](HWND) { ::PostMessageW(handle, WM_LBUTTONDOWN, MK_LBUTTON, at(1, 1)); }, std::nullopt},
@@ -444,9 +458,14 @@ TEST_F(SystemWindowTest, EverythingIsGivenBackWhoeverEndsFirst) {
     foreign.hInstance = ownModule();
     foreign.lpszClassName = WideClassName;
     ::RegisterClassW(&foreign);
+    const HWND user = ::CreateWindowW(WideClassName, L"", 0, 0, 0, 9, 9, HWND_MESSAGE, nullptr,
+                                      ownModule(), nullptr);
     EXPECT_EQ(SystemWindow::open(host, {}, ClassName, owner, failure), nullptr);
     EXPECT_EQ(failure, "register");
-    ::UnregisterClassW(WideClassName, ownModule());
+    ::DestroyWindow(user);  // as if the library had been unloaded since
+    open();
+    ::SendMessageW(handle, WM_SETFOCUS, 0, 0);
+    EXPECT_EQ(owner.heard(), "focus");
 }
 
 }  // namespace
