@@ -464,6 +464,7 @@ TEST_F(SystemWindowTest, EverythingIsGivenBackWhoeverEndsFirst) {
     EXPECT_EQ(failure, "register");
     ::DestroyWindow(user);  // as if the library had been unloaded since
     open();
+    owner.heard();
     ::SendMessageW(handle, WM_SETFOCUS, 0, 0);
     EXPECT_EQ(owner.heard(), "focus");
 }
