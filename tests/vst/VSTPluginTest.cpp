@@ -448,8 +448,9 @@ TEST(VSTPlugin, AnEndFromInsideACallWaitsForIt) {
         bool isEnded = false;
         effect.run(isInBlock);
         duringBlock = [&] {
-            if (!std::exchange(isEnded, true))
+            if (!std::exchange(isEnded, true)) {
                 EXPECT_EQ(effect.call(effClose), 1);
+            }
         };
         if (isInBlock)
             effect.play(Channel(64));
