@@ -68,7 +68,7 @@ VstIntPtr VSTCALLBACK host(AEffect* effect, VstInt32 opcode, VstInt32 index, Vst
 // Before its instance.
 struct Brimtide {
     Brimtide() { Mission::get().start(); }
-    const std::unique_ptr<Product> product = Product::of<BrimtidePluginInfo>(PRODUCT_FOLDER);
+    const std::unique_ptr<Product> product = Product::of<BrimtidePluginInfo>(BUILT_PRODUCT);
     const IOConfig stereo{IOPinConfig(2, 1), IOPinConfig(2, 1)};
 };
 
