@@ -671,7 +671,6 @@ void Editor::close() {
             control->suspend();
         pendingMenu_.reset();
         editedControl_ = nullptr;
-        paintTarget_ = nullptr;
         canvas_.reset();
         window_.reset();
         const std::lock_guard<Mutex> inside(dirtyLock_);

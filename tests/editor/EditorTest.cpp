@@ -81,6 +81,13 @@ TEST_F(EditorTest, DrawsWhatIsDirtyOnce) {
     EXPECT_EQ(window().shownPixels, before + 20 * 20);
     window().owner->paint({3, 3, 5, 5});
     EXPECT_EQ(window().shownPixels, before + 20 * 20 + 4 * 4);
+    struct Elsewhere : CanvasTarget {
+        bool canShow() const override { return true; }
+        void show(const PixelsData&, const Rect& part) override { shown = part; }
+        Rect shown;
+    } elsewhere;
+    editor->paint(&elsewhere, {1, 2, 3, 4});
+    EXPECT_EQ(elsewhere.shown, (Rect{2, 4, 6, 8}));
     editor->close();
     editor->close();
     plugin.parameter("Volume").setNormalised(0.75f, FromHost);
@@ -114,6 +121,27 @@ TEST_F(EditorTest, AnImageHasNoGapsWhereAPartIsDrawn) {
     ASSERT_TRUE(editor->open(nullptr, {}, 1.5f));
     editor->idle();
     probe("odd").setDirty(true);  // compared at the end
+}
+
+// Fault: a background that isn't drawn, or hears nothing, where it lies.
+TEST_F(EditorTest, ABackgroundMayLieAnywhere) {
+    ASSERT_TRUE(load(skin("<a class='Probe' id='left' x='2' y='3' width='9' height='9'/>",
+                          "class='Probe' x='10' y='5' width='40' height='30'")));
+    ASSERT_TRUE(editor->open(nullptr, {0, 0, 50, 35}));
+    probe("left").onDraw = [](Canvas& canvas) {
+        canvas.setFillColor(Color(0, 0, 1, 1));
+        canvas.fillRect({0, 0, 9, 9});
+    };
+    editor->idle();
+    const auto blueAt = [&](int x, int y) {
+        return window().shown[static_cast<std::size_t>(4 * ((34 - y) * 50 + x))];
+    };
+    EXPECT_EQ((std::array{blueAt(11, 8), blueAt(12, 7), blueAt(12, 8), blueAt(20, 16)}),
+              (std::array<std::uint8_t, 4>{0, 0, 255, 255}));
+    point(Pointer::Move, 13, 9);
+    EXPECT_EQ(probe("left").take(), "12@1,1 6@1,1 ");
+    window().owner->drop({{"file"}, std::nullopt}, {13, 9});
+    EXPECT_THAT(probe("left").take(), HasSubstr("@1,1"));
 }
 
 // Faults: a hidden control that still marks, one that comes back without being drawn, a switch that
@@ -323,7 +351,11 @@ TEST(EditorStart, TakesTheSkinsFileAndChangesItAtTheEnd) {
 
     user.setString("ControlsXmlFile", "Other.xml");
     user.setBool("ShowTooltips", false);
-    editor = makeEditor();
+    for (const auto& [rate, taken] : {std::pair(0, 25), {40, 40}, {100'000, 1'000}}) {
+        user.setInteger("EditorRedrawRate", rate);
+        editor = makeEditor();
+        EXPECT_EQ(Editor::getRedrawRate(), taken);
+    }
     EXPECT_EQ(editor->getClientRect().right, 70);
     EXPECT_FALSE(editor->getShowTooltips());
     ASSERT_EQ(product.product->messages.size(), 1u);
