@@ -47,7 +47,7 @@ TEST(Edit, PlaysTheUserOfTheInterface) {
                 FieldsAre(0, _, "", _));
     EXPECT_GT(folder.read("a.png").size(), 1000u);
     EXPECT_THAT(edit(folder, "close\nopen\nexpect Name other\n"),
-                FieldsAre(1, _, HasSubstr("line 3 expected Name to be 'other'"), _));
+                FieldsAre(1, _, HasSubstr("as Name where line 3 expects 'other'"), _));
     for (const char* const ends :
          {"click right 20 20\nwait 100\nclose\n", "click right 20 20\nwait 100\n",
           "double 200 110\nwait 200\ndestroy\n"})

@@ -100,7 +100,7 @@ public:
     void open() {
         window->resize(size());
         if (instance.dispatch(effEditOpen, 0, 0, window->handle()) == 0)
-            findings_.add("the interface didn't open");
+            findings_.add("didn't open its interface");
         window->resize(size());  // some know it only now
         isInterfaceOpen_ = true;
     }
@@ -109,7 +109,7 @@ public:
         instance.dispatch(effEditClose);
         isInterfaceOpen_ = false;
         if (window->handle() != nullptr && window->childCount() != 0)
-            findings_.add("the interface left a window behind when it was closed");
+            findings_.add("left a window behind when its interface was closed");
     }
 
     /// The parent first, as some hosts do.
@@ -140,7 +140,7 @@ private:
             rect != nullptr ? Spot{rect->right - rect->left, rect->bottom - rect->top} : Spot{};
         if (size.x > 0 && size.y > 0 && size.x <= kMostPixels && size.y <= kMostPixels)
             return size;
-        findings_.add("the interface has no size, or an absurd one");
+        findings_.add("gives its interface no size, or an absurd one");
         return {400, 300};
     }
 
@@ -166,6 +166,7 @@ private:
     std::string programName();
     void openAgainAndAgain();
     std::string display(const std::string& parameter);
+    void setText(Instance& instance, const std::string& parameter, const std::string& text);
     VstInt32 indexOf(const std::string& parameter);
 
     const EditOptions& options_;
@@ -225,7 +226,7 @@ void Session::prepare() {
         if (!options_.loadChunk.empty() && !instance.setChunk(readFile(options_.loadChunk)))
             throw Failure(ExitBadUse, "the plug-in takes no chunk");
         for (const TextSetting& setting : options_.textSettings)
-            instance.setParameterText(indexOf(setting.parameter), setting.text);
+            setText(instance, setting.parameter, setting.text);
         instance.resume();
         stage->makeBuffers();
     }
@@ -264,6 +265,12 @@ void Session::playAudio() {
         next += std::chrono::microseconds(static_cast<std::int64_t>(1e6 * kBlockFrames / kRate));
         std::this_thread::sleep_until(next);
     }
+}
+
+void Session::setText(Instance& instance, const std::string& parameter, const std::string& text) {
+    if (!instance.setParameterText(indexOf(parameter), text))
+        throw Failure(ExitBadUse,
+                      "the plug-in doesn't take '" + text + "' for parameter '" + parameter + "'");
 }
 
 VstInt32 Session::indexOf(const std::string& parameter) {
@@ -325,9 +332,7 @@ void Session::play(const Step& step) {
         case Step::Kind::Destroy:
             return stage.destroy();
         case Step::Kind::Set:
-            if (!stage.instance.setParameterText(indexOf(step.texts[0]), step.texts[1]))
-                throw Failure(ExitBadUse, "the plug-in doesn't take '" + step.texts[1] + "'");
-            return;
+            return setText(stage.instance, step.texts[0], step.texts[1]);
         case Step::Kind::Expect:
             return expect(step, step.texts[0], display(step.texts[0]));
         case Step::Kind::ExpectProgram:
@@ -350,15 +355,15 @@ bool Session::takeAnswer(const Step& step) {
     if (!window.answer(static_cast<platform::MessageAnswer>(step.number), shown))
         return false;
     if (shown.find(step.texts.front()) == std::string::npos)
-        findings_.add("line " + std::to_string(step.line) + " expected a box that says '" +
-                      step.texts.front() + "', and it says '" + shown + "'");
+        findings_.add("shows a box that says '" + shown + "' where line " +
+                      std::to_string(step.line) + " expects '" + step.texts.front() + "'");
     return true;
 }
 
 void Session::expect(const Step& step, const std::string& what, const std::string& shown) {
     if (shown != step.texts.back())
-        findings_.add("line " + std::to_string(step.line) + " expected " + what + " to be '" +
-                      step.texts.back() + "', and it is '" + shown + "'");
+        findings_.add("shows '" + shown + "' as " + what + " where line " +
+                      std::to_string(step.line) + " expects '" + step.texts.back() + "'");
 }
 
 void Session::waitToAnswer(const Step& step) {
@@ -413,9 +418,9 @@ void Session::openAgainAndAgain() {
               << " more objects of the system and " << (end.bytes - settled.bytes) / 1024
               << " more KiB\n";
     if (end.objects > settled.objects)
-        findings_.add("the interface leaves objects of the system behind");
+        findings_.add("leaves objects of the system behind with its interface");
     if (end.bytes - settled.bytes > kUsualBytes)
-        findings_.add("the interface leaves memory behind");
+        findings_.add("leaves memory behind with its interface");
 }
 
 void Session::run() {
