@@ -267,7 +267,6 @@ void ControlValueButton::refresh() {
 }
 
 void ControlValueButton::suspend() {
-    isPressed_ = isInside_ = false;
     if (blinkTimer_)
         blinkTimer_->stop(false);
     blinkPhase_ = false;

@@ -98,7 +98,7 @@ TEST_F(ButtonsTest, EveryOrderOfPressSlideAndRelease) {
         std::string expected;
     };
     const Row rows[] = {
-        {pictures, "dudu", " dd0 un1 dD1 uf0"},
+        {pictures, "duoidu", " dd0 un1 on1 in1 dD1 uf0"},
         {pictures, "doUdoiu", " dd0 of0 Uf0 dd0 of0 id0 un1"},
         {pictures, "dsudcu", " dd0 sD1 uf0 dd0 cd0 un1"},
         {pictures + " pushbutton='true'", "dudoU", " dD1 uf0 dD1 oD1 Uf0"},
@@ -115,6 +115,12 @@ TEST_F(ButtonsTest, EveryOrderOfPressSlideAndRelease) {
         open("<b class='Button' parameter='Switch' width='10' height='10' " + row.keys + "/>");
         EXPECT_EQ(play(row.gestures, parameter), row.expected) << row.keys;
     }
+    open("<b class='Button' parameter='Switch' stayon='true' width='10' height='10'/>");
+    parameter.setNormalised(1.0f, FromHost);
+    point(Pointer::LeftDown, 5, 5);
+    EXPECT_EQ(editor->getCaptureControl(), nullptr);
+    point(Pointer::LeftUp, 5, 5);
+
     // Values of its own, and who is told what.
     Parameter& steps = plugin.parameter("Steps");
     for (const auto& [keys, expected] : {std::pair("on='3' off='1'", " sf4 df2 uf2 df4"),
