@@ -1,6 +1,8 @@
 // Which letters a text is drawn in.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -39,6 +41,12 @@ public:
           lineHeight(height == 0.0f ? pixels + 2.0f : height) {}
 
     bool operator==(const Font&) const = default;
+
+    /// The weight as OpenType's usWeightClass counts it: 300 to 900, 400 for normal.
+    std::int32_t getWeightClass() const {
+        constexpr std::array<std::int32_t, 5> Classes = {300, 400, 600, 700, 900};
+        return weight < 0 || weight > 4 ? Classes[1] : Classes[static_cast<std::size_t>(weight)];
+    }
 
     std::string name;
     float size;

@@ -28,12 +28,6 @@ constexpr double MostPixels = 1000.0;      // that letters are high
 
 constexpr char32_t Replacement = 0xFFFD;
 
-std::int32_t weightOf(const Font& font) {
-    static constexpr std::array<std::int32_t, 5> Weights = {300, 400, 600, 700, 900};
-    return font.weight < 0 || font.weight > 4 ? Weights[1]
-                                              : Weights[static_cast<std::size_t>(font.weight)];
-}
-
 bool isFontFile(const File& file) {
     const std::string extension = lowerCase(file.getExtension());
     return extension == "ttf" || extension == "otf" || extension == "ttc" || extension == "otc";
@@ -194,8 +188,8 @@ const FontLibrary::Line& FontLibrary::layOut(const Font& font, double scale,
     const double pixels = font.size * scale;
     line = line.substr(0, MostLetters);
     const LineKeyView key(pixels > 1.0 ? std::min(pixels, MostPixels) : 1.0,
-                          (font.alignment & Font::NotAntialiased) == 0, weightOf(font), font.name,
-                          line);
+                          (font.alignment & Font::NotAntialiased) == 0, font.getWeightClass(),
+                          font.name, line);
     if (const auto known = lines_.find(key); known != lines_.end())
         return known->second;
     if (lines_.size() >= MostLines || keptBytes_ + line.size() > MostKept) {

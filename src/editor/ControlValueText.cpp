@@ -41,7 +41,7 @@ bool ControlValueText::takesKeyboard() const {
 bool ControlValueText::activate() {
     if (!editsOnClick_ || !hasTextEntry())
         return openTextBox();
-    editor().setPendingEdit(*this, getAbsoluteRect(), marginLeft_, font_.size);
+    editor().setPendingEdit(*this, getAbsoluteRect(), marginLeft_, font_);
     return true;
 }
 

@@ -71,6 +71,7 @@ constexpr float LargestScreenScale = 3.0f;
 // What this thread is saying, innermost.
 thread_local const Editor::Speaking* speaking = nullptr;
 
+const char* const BoxFamily = "Inter";
 const char* const ScaleKey = "EditorScale";
 const char* const ShowCpuMetersKey = "ShowCPUMeters";
 const char* const SubmitDiagnosticsKey = "SubmitDiagnostics";
@@ -1306,17 +1307,18 @@ void Editor::addContextMenuEntries(PopupMenu& menu, Point /*position*/) {
 
 void Editor::setPendingEdit(Control& control, const Rect& rect) {
     constexpr float LetterSize = 12.0f;
-    setPendingEdit(control, rect, 0, LetterSize);
+    setPendingEdit(control, rect, 0, Font(BoxFamily, LetterSize));
 }
 
 void Editor::setPendingEdit(Control& control, const Rect& rect, std::int32_t indent,
-                            float letterSize) {
+                            const Font& font) {
     if (isEditing_ || !isOpen_)
         return;
     editedControl_ = &control;
     editRect_ = rect;
     editIndent_ = indent;
-    editLetterSize_ = letterSize;
+    editFont_ = font;
+    editFont_.name = BoxFamily;
     takeText_ = nullptr;
 }
 
@@ -1438,13 +1440,13 @@ void Editor::showPendingEdit(platform::SystemWindow& system) {
     request.text = take ? editText_ : parameter->getText();
     request.postfix = take ? std::string() : parameter->getUnit();
     request.className = "Quorl PopupEditBox";
-    request.family = "Inter";
+    request.family = editFont_.name;
     request.prefixWidth = pixels(editIndent_);
-    request.postfixWidth = pixels(
-        Canvas::measureText(Font(request.family, editLetterSize_), request.postfix, scale).width());
+    request.postfixWidth = pixels(Canvas::measureText(editFont_, request.postfix, scale).width());
     request.fontFiles = FontLibrary::get().getFiles();
     request.isLight = isDark(control->getTextColor());
-    request.pixels = pixels(static_cast<std::int32_t>(std::lround(editLetterSize_)));
+    request.weight = editFont_.getWeightClass();
+    request.pixels = pixels(static_cast<std::int32_t>(std::lround(editFont_.size)));
     isEditing_ = true;
     std::optional<std::string> text;
     try {

@@ -228,8 +228,9 @@ public:
     /// accepts is set as from `FromUser`.
     void setPendingEdit(Control& control, const Rect& rect);
 
-    /// The same in the place of a shown text: so far from the rectangle's left, and of that size.
-    void setPendingEdit(Control& control, const Rect& rect, std::int32_t indent, float letterSize);
+    /// The same in the place of a shown text: so far from the rectangle's left, in letters of that
+    /// size and weight.
+    void setPendingEdit(Control& control, const Rect& rect, std::int32_t indent, const Font& font);
 
     /// The same with a text that isn't a parameter's, and who takes the one that the user accepts;
     /// not called once the control is gone.
@@ -404,7 +405,7 @@ private:
     Control* editedControl_ = nullptr;  // whose text is, or will be, in a box
     Rect editRect_;
     std::int32_t editIndent_ = 0;  // of the text, from the rectangle's left
-    float editLetterSize_ = 0.0f;
+    Font editFont_;
     std::string editText_;
     TakeText takeText_;  // empty while the text is the parameter's
     bool isEditing_ = false;

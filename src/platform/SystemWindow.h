@@ -115,6 +115,7 @@ struct TextRequest {
     std::string className;
     std::string family;  // of the letters, installed or one of `fontFiles`
     std::int32_t pixels = 12;
+    std::int32_t weight = 400;           // as OpenType counts it: 400 normal, 700 bold
     std::vector<std::string> fontFiles;  // paths; known to this process only
     bool isLight = false;                // dark letters on a light ground, not the other way round
 };

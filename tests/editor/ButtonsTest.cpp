@@ -287,13 +287,21 @@ TEST_F(ButtonsTest, AMenuIsHeardWhileTheUserLooks) {
     desktop.menu = [&](const std::vector<platform::MenuEntry>& entries, platform::Spot) {
         return look(entries);
     };
+    // The blue of an entry's ground and of its mark's place.
+    const auto drawn = [&](const platform::MenuEntry& entry, bool isSelected) {
+        const platform::Pixels pixels = window().owner->drawEntry(entry.id, isSelected);
+        const platform::Spot size = window().owner->measureEntry(entry.id);
+        EXPECT_EQ(std::tuple(size.x, size.y), std::tuple(pixels.width, 22));
+        return std::pair(int{pixels.bytes[0]}, int{pixels.bytes[4 * (11 * pixels.width + 9)]});
+    };
     const auto highlight = [&](const platform::MenuEntry& entry) {
-        EXPECT_EQ(window().owner->measureEntry(entry.id).x,
-                  window().owner->drawEntry(entry.id, true).width);
+        EXPECT_EQ(drawn(entry, true), std::pair(50, 50));
     };
     openMenu("parameter='Mode' live='true'");
     mode.setNormalised(0.0f, FromHost);
     look = [&](const auto& entries) {
+        EXPECT_EQ(drawn(entries[0], false), std::pair(220, 0));
+        EXPECT_EQ(drawn(entries[1], false), std::pair(220, 220));
         highlight(entries[3]);
         EXPECT_EQ(chosen(), 3);
         EXPECT_EQ(window().owner->measureEntry(4711).x, 0);
@@ -313,22 +321,24 @@ TEST_F(ButtonsTest, AMenuIsHeardWhileTheUserLooks) {
     EXPECT_TRUE(press(WindowMessage::TabKey) && press(WindowMessage::ReturnKey));
     EXPECT_EQ(editor->getCaptureControl(), nullptr);
     EXPECT_TRUE(chosen() == 3 && press('Z', {0x11}) && chosen() == 1);
-    openMenu("parameter='Mode'");
-    // The host's change under a menu that the user only leaves, and an end in its middle.
+    look = [](const auto& entries) { return std::optional(entries[0].id); };
+    point(Pointer::LeftDown, 5, 5);
+    EXPECT_EQ(chosen(), 0);
+    // An end in the middle of a menu, and the host's change under one that the user only leaves.
+    look = [&](const auto& entries) {
+        highlight(entries[2]);
+        editor->close();
+        return std::optional(entries[2].id);
+    };
+    point(Pointer::LeftDown, 5, 5);
+    EXPECT_EQ(chosen(), 2);
+    ASSERT_TRUE(editor->open(nullptr, {}));
     look = [&](const auto&) {
         mode.setNormalised(1.0f, FromHost);
         return std::optional<std::int32_t>();
     };
     point(Pointer::LeftDown, 5, 5);
     EXPECT_EQ(chosen(), 3);
-    look = [&](const auto& entries) {
-        highlight(entries[1]);
-        editor->close();
-        return std::optional(entries[1].id);
-    };
-    point(Pointer::LeftDown, 5, 5);
-    EXPECT_EQ(chosen(), 3);
-    ASSERT_TRUE(editor->open(nullptr, {}));
     look = [&](const auto& entries) {
         highlight(entries[1]);
         delete &probe<Control>("m");

@@ -155,7 +155,9 @@ TEST_F(ControlTest, DropsReachWhatTakesThem) {
     EXPECT_EQ(target.take(), "20@0,0 19@5,5 ");
     owner.dragEnd();
     EXPECT_EQ(editor->getDragged(), nullptr);
+    target.take();
     EXPECT_TRUE(owner.drop(twoFiles, {15, 15}));
+    EXPECT_THAT(target.take(), testing::HasSubstr(" 20@"));
     EXPECT_FALSE(owner.dragEnter({}, {15, 15}));
     const auto text = [&](const std::string& xml) {
         return owner.drop({{"ignored.wav"}, "<dict>" + test::Header + xml + "</dict>"}, {15, 15});

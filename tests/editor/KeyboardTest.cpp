@@ -55,12 +55,19 @@ TEST_F(KeyboardTest, KeysAndPressesMoveTheKeyboard) {
         bool isUsed;
         std::string focus;
     } steps[] = {
-        {Escape, {}, false, ""},       {Tab, {ControlKey}, false, ""},
-        {Return, {}, false, ""},       {Tab, {Shift}, true, "third*"},
-        {Return, {}, true, "third*"},  {Tab, {}, true, "first*"},
-        {Tab, {}, true, "second*"},    {Space, {Shift}, false, "second*"},
-        {Return, {}, true, "second*"}, {Escape, {}, true, ""},
-        {Click, {5, 6}, false, ""},    {Click, {45, 46}, true, "second"},
+        {Escape, {}, false, ""},
+        {Tab, {ControlKey}, false, ""},
+        {Return, {}, false, ""},
+        {Tab, {Shift}, true, "third*"},
+        {Return, {}, true, "third*"},
+        {Tab, {}, true, "first*"},
+        {Tab, {}, true, "second*"},
+        {Space, {Shift}, false, "second*"},
+        {Return, {}, true, "second*"},
+        {Space, {}, true, "second*"},
+        {Escape, {}, true, ""},
+        {Click, {5, 6}, false, ""},
+        {Click, {45, 46}, true, "second"},
         {Space, {}, false, "second"},
     };
     int step = 0;
@@ -73,7 +80,7 @@ TEST_F(KeyboardTest, KeysAndPressesMoveTheKeyboard) {
         }
         EXPECT_EQ(focused(), focus) << step++;
     }
-    EXPECT_EQ(probe("second").activated, 1);
+    EXPECT_EQ(probe("second").activated, 2);
     EXPECT_EQ(plugin.parameter("Title").getText(), "typed 1");
     ASSERT_TRUE(load(skin("")));
     EXPECT_FALSE(press(Tab));
@@ -83,6 +90,7 @@ TEST_F(KeyboardTest, KeysAndPressesMoveTheKeyboard) {
 TEST_F(KeyboardTest, WhateverEndsTheControlsUseTakesTheKeyboard) {
     const std::function<void()> ends[] = {
         [this] { control("second").setVisible(false); },
+        [this] { delete &control("second"); },
         [this] { control("box").clearFlags(Control::Enabled); },
         [this] { editor->enterModal(control("plain")); },
         [this] { editor->close(); },

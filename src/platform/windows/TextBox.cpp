@@ -22,7 +22,7 @@ constexpr COLORREF Paper = RGB(226, 231, 237);  // which is told from a white ca
 HFONT makeFont(const TextRequest& request) {
     const std::wstring family = wide(request.family).substr(0, LF_FACESIZE - 1);
     const std::int32_t pixels = std::clamp(request.pixels, 1, MostPixels);
-    return ::CreateFontW(-pixels, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET,
+    return ::CreateFontW(-pixels, 0, 0, 0, request.weight, FALSE, FALSE, FALSE, DEFAULT_CHARSET,
                          OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS, DEFAULT_QUALITY,
                          DEFAULT_PITCH | FF_DONTCARE, family.c_str());
 }

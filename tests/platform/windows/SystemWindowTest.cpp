@@ -292,6 +292,7 @@ TEST_F(SystemWindowTest, TheBoxReturnsTheTextOnlyAfterReturn) {
     const test::ScratchFolder folder;
     folder.write("own.ttf", unknownFont());
     request.family = "Tahxxx";
+    request.weight = FW_BOLD;
     request.fontFiles = {folder.path("own.ttf"), "no such file"};
     const std::pair<std::function<void(HWND field)>, std::optional<std::string>> ends[] = {
         {[&](HWND field) { press(VK_RETURN, field); }, "former"},
@@ -329,6 +330,10 @@ TEST_F(SystemWindowTest, TheBoxReturnsTheTextOnlyAfterReturn) {
             ::GetClientRect(field, &inside);
             EXPECT_TRUE(place.left == 250 && place.right == 290 && place.bottom - place.top == 30);
             EXPECT_TRUE(inside.bottom <= 26 && inside.right == 40 - 7 - 5);
+            LOGFONTW letters{};
+            ::GetObjectW(reinterpret_cast<HFONT>(::SendMessageW(field, WM_GETFONT, 0, 0)),
+                         sizeof letters, &letters);
+            EXPECT_EQ(letters.lfWeight, FW_BOLD);
             BYTE alpha = 0;
             EXPECT_TRUE(::GetLayeredWindowAttributes(box, nullptr, &alpha, nullptr) &&
                         alpha == 204);
