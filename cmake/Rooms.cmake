@@ -73,10 +73,11 @@ function(tarn_fuzzer name)
     file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/${name}-parser.txt "${FUZZ_PARSER}\n${FUZZ_BESIDE}\n")
     set(found ${CMAKE_CURRENT_BINARY_DIR}/${name}-found)
     file(MAKE_DIRECTORY ${found})
+    # Without weights for rare features, whose bookkeeping took longer than the interface's runs.
     add_test(NAME fuzz.${name}
-        COMMAND fuzz-${name} -runs=20000 -max_total_time=20 -seed=1 -artifact_prefix=${found}/crash- ${FUZZ_OPTIONS} ${found}
+        COMMAND fuzz-${name} -runs=20000 -max_total_time=20 -seed=1 -entropic=0 -artifact_prefix=${found}/crash- ${FUZZ_OPTIONS} ${found}
             ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name})
-    set_tests_properties(fuzz.${name} PROPERTIES TIMEOUT 120 RESOURCE_LOCK "${FUZZ_LOCKS}")
+    set_tests_properties(fuzz.${name} PROPERTIES TIMEOUT 300 RESOURCE_LOCK "${FUZZ_LOCKS}")
 endfunction()
 
 # The benchmarks of a room, bench/NAMEBench.cpp; built where the optimiser is on, and run by hand.
