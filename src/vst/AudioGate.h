@@ -30,10 +30,12 @@ private:
         if (!enter())
             return false;
         // Looked at inside: a change that closes the gate from here on waits for this block.
-        if (state_.load(std::memory_order_relaxed) == Open)
-            return true;
-        leave();
-        return false;
+        if (state_.load(std::memory_order_relaxed) != Open) {
+            leave();
+            return false;
+        }
+        isForBlock_ = true;
+        return true;
     }
     bool isOwn() const noexcept {
         return inside_.load(std::memory_order_relaxed) == platform::currentThreadId();
@@ -41,6 +43,10 @@ private:
     bool enterForChange();
     void leaveAfterChange(bool isInside) noexcept;
     void leave() noexcept { inside_.store(0, std::memory_order_release); }
+    void leaveAfterBlock() noexcept {
+        isForBlock_ = false;
+        leave();
+    }
 
     // The state is Open, and above it the number of changes that are made or wait; blocks get in at
     // Open alone.
@@ -49,6 +55,7 @@ private:
 
     std::atomic<std::uint32_t> state_{0};
     std::atomic<std::uintptr_t> inside_{0};  // a thread's number, or 0
+    bool isForBlock_ = false;                // why that thread is inside; its own
 };
 
 /// A block's stay inside. Audio thread.
@@ -59,7 +66,7 @@ public:
     Block& operator=(const Block&) = delete;
     ~Block() {
         if (isInside_)
-            gate_.leave();
+            gate_.leaveAfterBlock();
     }
 
     /// False while the gate is closed and while another thread is inside: nothing may be touched
@@ -84,8 +91,10 @@ public:
     /// False when the wait was in vain: nothing may be changed then.
     bool isInside() const noexcept { return isInside_; }
 
-    /// Whether it wasn't inside because the calling thread's own block is.
-    bool isInOwnBlock() const noexcept { return !isInside_ && gate_.isOwn(); }
+    /// Whether it wasn't because the calling thread is inside already, for a block or for another
+    /// change.
+    bool isWithinOwn() const noexcept { return !isInside_ && gate_.isOwn(); }
+    bool isWithinOwnBlock() const noexcept { return isWithinOwn() && gate_.isForBlock_; }
 
 private:
     AudioGate& gate_;

@@ -198,9 +198,9 @@ bool VSTPlugin::putOffEnd() {
     gate_.close();
     {
         const AudioGate::Change change(gate_);
-        if (change.isInOwnBlock())
+        if (change.isWithinOwnBlock())
             endsAfterBlock_ = true;
-        else if (!change.isInside())
+        else if (!change.isInside() && !change.isWithinOwn())
             logLine(LogError,
                     "closed during a block that doesn't end: the instance stays in memory");
         else if (!plugin_->calls().putOffEnd([this] { delete this; }))
@@ -216,7 +216,7 @@ bool VSTPlugin::putOffEnd() {
 void VSTPlugin::suspend() {
     gate_.close();
     const AudioGate::Change change(gate_);
-    if (change.isInside() || change.isInOwnBlock())
+    if (change.isInside() || change.isWithinOwn())
         plugin_->suspend();
 }
 
@@ -225,7 +225,7 @@ void VSTPlugin::resume() {
     wantEvents();
     {
         const AudioGate::Change change(gate_);
-        if (change.isInside() || change.isInOwnBlock())
+        if (change.isInside() || change.isWithinOwn())
             plugin_->resume();
     }
     gate_.open();

@@ -36,9 +36,10 @@ namespace {
 using namespace test;
 using namespace testing;
 
-// What the host does when a block asks it for its latency, or a start for MIDI, on that thread, and
-// while it is told of a change.
+// What the host does when it is asked something, such as its latency by a block, on that thread,
+// and while it is told of a change.
 std::function<void()> duringBlock, duringAutomate;
+VstInt32 asked = audioMasterGetInputLatency;
 
 // What the host was told, with the value, or else with the parameter's number less that of Mute.
 std::vector<std::pair<VstInt32, float>> told;
@@ -60,7 +61,7 @@ VstIntPtr VSTCALLBACK host(AEffect* effect, VstInt32 opcode, VstInt32 index, Vst
         told.emplace_back(opcode, isOfParameter ? opt + static_cast<float>(index - 1) : 0.0f);
     if (opcode == audioMasterGetProductString)
         std::memset(ptr, 'x', 256);  // longer than the interface allows, and without an end
-    if ((opcode == audioMasterGetInputLatency || opcode == audioMasterWantMidi) && duringBlock)
+    if (opcode == asked && duringBlock)
         duringBlock();
     return 0;
 }
@@ -443,9 +444,12 @@ TEST(VSTPlugin, AnEndFromInsideACallWaitsForIt) {
     const auto makeEffect = [&] {
         return HostedEffect((new VSTPlugin(0, host, product.stereo))->getAeffect());
     };
-    for (const bool isInBlock : {true, false}) {
+    for (const VstInt32 opcode :
+         {audioMasterWantMidi, audioMasterGetCurrentProcessLevel, audioMasterGetInputLatency}) {
         const HostedEffect effect = makeEffect();
+        const bool isInBlock = opcode == audioMasterGetInputLatency;
         bool isEnded = false;
+        asked = opcode;
         effect.run(isInBlock);
         duringBlock = [&] {
             if (!std::exchange(isEnded, true)) {
