@@ -103,7 +103,7 @@ std::string inCurrentBank(const PresetsLibrary& presets, const std::string& name
 
 void tellOfRoom(bool isThere) {
     if (!isThere)
-        System::alert("There is no room for another preset.", true);
+        System::alert(PresetsLibrary::NoRoom, true);
 }
 
 void duplicatePreset(Plugin& presets, std::int32_t index) {

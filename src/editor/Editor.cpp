@@ -1307,7 +1307,7 @@ void Editor::addContextMenuEntries(PopupMenu& menu, Point /*position*/) {
 
 void Editor::setPendingEdit(Control& control, const Rect& rect) {
     constexpr float LetterSize = 12.0f;
-    setPendingEdit(control, rect, 0, Font(BoxFamily, LetterSize));
+    setPendingEdit(control, rect, 0, Font({}, LetterSize));
 }
 
 void Editor::setPendingEdit(Control& control, const Rect& rect, std::int32_t indent,

@@ -65,6 +65,9 @@ public:
 
     std::int32_t getPresetCount() const { return static_cast<std::int32_t>(presets_.size()); }
 
+    /// What the user is told where a preset couldn't be added.
+    static constexpr const char* NoRoom = "There is no room for another preset.";
+
     /// One that came with the product: the user neither renames, deletes nor replaces it. A host's
     /// name and a state's preset take its place all the same.
     bool isFactory(const Preset& preset) const { return factoryIds_.contains(preset.getId()); }

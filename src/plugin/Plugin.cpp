@@ -502,7 +502,7 @@ bool Plugin::importPresets(const File& file, std::string& message) {
         const Preset* const current = getCurrent();
         if (current != nullptr && isFactory(*current) &&
             !addPreset(current->getName(Preset::BankName | Preset::OwnName))) {
-            message = "There is no room for another preset.";
+            message = NoRoom;
             return false;
         }
         loadProgram(tree, 0);
