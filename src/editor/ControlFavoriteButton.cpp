@@ -28,6 +28,7 @@ bool ControlFavoriteButton::handle(Message& message) {
 
 bool ControlFavoriteButton::isOn() const {
     const Plugin& presets = editor().instance();
+    const auto held = presets.hold();
     return presets.getPresetCount() > 0 &&
            presets.getFavorite(getOnInteger()) == presets.getCurrentIndex();
 }
@@ -42,6 +43,7 @@ void ControlFavoriteButton::click() {
         return;
     }
     Plugin& presets = editor().instance();
+    const auto held = presets.hold();
     const std::int32_t before = presets.getCurrentIndex();
     presets.recallFavorite(getOnInteger());
     editor().noteProgramChange(before);
@@ -49,6 +51,7 @@ void ControlFavoriteButton::click() {
 
 void ControlFavoriteButton::storeCurrent() {
     Plugin& presets = editor().instance();
+    const auto held = presets.hold();
     const std::int32_t slot = getOnInteger();
     if (slot >= 0 && slot < MostSlots && !presets.getFavorites().contains(slot))
         presets.setFavorite(slot, -1);

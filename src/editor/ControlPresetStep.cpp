@@ -16,6 +16,7 @@ void ControlPresetStep::importDictionary(const Dictionary& dictionary) {
 
 void ControlPresetStep::pressAndRelease() {
     Plugin& presets = editor().instance();
+    const auto held = presets.hold();
     const std::int32_t count = presets.getPresetCount(), before = presets.getCurrentIndex();
     if (count < 2)
         return;

@@ -51,6 +51,11 @@ std::string presetIdOf(const Preset* preset) {
     return preset != nullptr ? preset->getId() : std::string();
 }
 
+std::string currentIdOf(const PresetsLibrary& presets) {
+    const auto held = presets.hold();
+    return presetIdOf(presets.getCurrent());
+}
+
 // Fills a menu with presets, in the order of the library.
 class PresetsTree {
 public:
@@ -106,29 +111,26 @@ void tellOfRoom(bool isThere) {
         System::alert(PresetsLibrary::NoRoom, true);
 }
 
-void duplicatePreset(Plugin& presets, std::int32_t index) {
-    if (presets.getPreset(index) != nullptr)
-        tellOfRoom(presets.duplicatePreset(index));
-}
+// These two answer false where there is no room for another preset.
 
-void renamePreset(Editor& editor, const std::string& name) {
+bool renamePreset(Editor& editor, const std::string& name) {
     Plugin& presets = editor.instance();
-    const Preset* const current = presets.getCurrent();
-    if (current == nullptr)
-        return;
-    const std::string before = current->getName(Preset::BankName | Preset::OwnName);
-    if (presets.renameCurrent(inCurrentBank(presets, name)))
-        editor.noteRename(before);
+    if (const Preset* const current = presets.getCurrent()) {
+        const std::string before = current->getName(Preset::BankName | Preset::OwnName);
+        if (presets.renameCurrent(inCurrentBank(presets, name)))
+            editor.noteRename(before);
+    }
+    return true;
 }
 
-void savePreset(Editor& editor, const std::string& name) {
+bool savePreset(Editor& editor, const std::string& name) {
     Plugin& presets = editor.instance();
     if (name == presets.getCurrentName() && presets.storeCurrent())
-        return;
+        return true;
     const std::int32_t before = presets.getCurrentIndex();
     const bool isThere = presets.addPreset(inCurrentBank(presets, name));
     editor.noteProgramChange(before);
-    tellOfRoom(isThere);  // the host may end the instance meanwhile
+    return isThere;
 }
 
 FileDialog dialogOf(const std::string& title, const std::string& prompt) {
@@ -237,8 +239,9 @@ bool ControlPresetsPopup::handleWindow(const WindowMessage& message) {
 void ControlPresetsPopup::pressAndRelease() {
     const PresetsLibrary& presets = editor().instance();
     auto menu = std::make_unique<PopupMenu>();
-    PresetsTree tree(this, presets, *menu);
     offered_.clear();
+    const auto held = presets.hold();
+    PresetsTree tree(this, presets, *menu);
     for (const auto& preset : presets.getPresets()) {
         tree.add(static_cast<std::int32_t>(offered_.size()), *preset);
         offered_.push_back(preset->getId());
@@ -248,6 +251,7 @@ void ControlPresetsPopup::pressAndRelease() {
 
 void ControlPresetsPopup::buildContextMenu(PopupMenu& menu, Point position) {
     const PresetsLibrary& presets = editor().instance();
+    const auto held = presets.hold();
     const Preset* const current = presets.getCurrent();
     menuPreset_ = presetIdOf(current);
     const auto entry = [this](std::int32_t id, const std::string& text, bool isEnabled = true) {
@@ -292,37 +296,44 @@ void ControlPresetsPopup::choose(std::int32_t identifier) {
     else if (identifier == Save || identifier == SaveAsDefault)
         savePresets(shown, identifier == SaveAsDefault);
     else if (identifier >= FirstPreset)
-        select(findOffered(identifier - FirstPreset));
-    else if (identifier >= FirstDuplicate)
-        duplicatePreset(shown.instance(), identifier - FirstDuplicate);
-    else if (presetIdOf(shown.instance().getCurrent()) == menuPreset_)
-        chooseForPreset(identifier);
+        select(identifier - FirstPreset);
+    else
+        tellOfRoom(change(identifier));  // the host may end the instance meanwhile
 }
 
-void ControlPresetsPopup::chooseForPreset(std::int32_t identifier) {
+// False where there is no room for another preset.
+bool ControlPresetsPopup::change(std::int32_t identifier) {
     Plugin& presets = editor().instance();
+    const auto held = presets.hold();
+    if (identifier >= FirstDuplicate) {
+        const std::int32_t index = identifier - FirstDuplicate;
+        return presets.getPreset(index) == nullptr || presets.duplicatePreset(index);
+    }
+    if (currentIdOf(presets) != menuPreset_)
+        return true;
     switch (identifier) {
         case Rename:
             askForName(renamePreset);
-            break;
+            return true;
         case SaveAs:
             askForName(savePreset);
-            break;
+            return true;
         case Duplicate:
-            duplicatePreset(presets, presets.getCurrentIndex());
-            break;
+            return presets.getCurrent() == nullptr ||
+                   presets.duplicatePreset(presets.getCurrentIndex());
         case Delete:
             presets.deleteCurrent();
-            break;
+            return true;
         case Revert:
             presets.revertCurrent();
-            break;
+            return true;
         case Reset:
             if (Module* const module = editor().getModule())
                 module->loadDefaults();
-            break;
+            return true;
         default:
             presets.moveToFavorite(identifier - FirstFavorite);
+            return true;
     }
 }
 
@@ -339,23 +350,25 @@ std::int32_t ControlPresetsPopup::findOffered(std::int32_t index) const {
                                   : -1;
 }
 
-void ControlPresetsPopup::select(std::int32_t index) {
+void ControlPresetsPopup::select(std::int32_t offered) {
     Plugin& presets = editor().instance();
+    const auto held = presets.hold();
     const std::int32_t before = presets.getCurrentIndex();
-    presets.setProgram(index);
+    presets.setProgram(findOffered(offered));
     editor().noteProgramChange(before);
 }
 
-void ControlPresetsPopup::askForName(void (*take)(Editor& editor, const std::string& name)) {
+void ControlPresetsPopup::askForName(bool (*take)(Editor& editor, const std::string& name)) {
     Editor& shown = editor();
-    const std::string id = presetIdOf(shown.instance().getCurrent());
+    const std::string id = currentIdOf(shown.instance());
+    const auto taken = [&shown, take, id](const std::string& name) {
+        const auto held = shown.instance().hold();
+        const bool isName = name.find_first_not_of(' ') != std::string::npos;
+        return !isName || currentIdOf(shown.instance()) != id || take(shown, name);
+    };
     shown.setPendingEdit(*this, nameRoom().movedBy(getAbsoluteOrigin()),
                          shown.instance().getCurrentName(),
-                         [&shown, take, id](const std::string& name) {
-                             const bool isName = name.find_first_not_of(' ') != std::string::npos;
-                             if (isName && presetIdOf(shown.instance().getCurrent()) == id)
-                                 take(shown, name);
-                         });
+                         [taken](const std::string& name) { tellOfRoom(taken(name)); });
 }
 
 Rect ControlPresetsPopup::nameRoom() const {
@@ -367,6 +380,7 @@ Rect ControlPresetsPopup::nameRoom() const {
 
 void ControlPresetsPopup::drawForeground(Canvas& canvas, const Rect& /*rect*/) {
     const PresetsLibrary& presets = editor().instance();
+    const auto held = presets.hold();
     const Preset* const current = presets.getCurrent();
     const std::string mark = current != nullptr && current->isModified() ? "*" : "";
     const std::string name = presets.getProgramName(presets.getCurrentIndex());

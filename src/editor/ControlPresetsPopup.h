@@ -30,10 +30,10 @@ public:
 private:
     bool handleWindow(const WindowMessage& message);
     void choose(std::int32_t identifier);
-    void chooseForPreset(std::int32_t identifier);
+    bool change(std::int32_t identifier);
     std::int32_t findOffered(std::int32_t index) const;
-    void select(std::int32_t index);
-    void askForName(void (*take)(Editor& editor, const std::string& name));
+    void select(std::int32_t offered);
+    void askForName(bool (*take)(Editor& editor, const std::string& name));
     Rect nameRoom() const;
 
     std::vector<std::string> offered_;  // the presets of the last list, by their ids

@@ -580,6 +580,7 @@ void Editor::followPrograms() {
 
 void Editor::tellProgram(ParameterMessage& change) const {
     const bool isEdit = change.mode == FromUser || change.mode == FromLoad;
+    const auto held = plugin_.hold();
     Preset* const preset = plugin_.getCurrent();
     if (!isEdit || preset == nullptr || module_ == nullptr)
         return;

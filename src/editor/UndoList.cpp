@@ -33,6 +33,7 @@ UndoList::UndoList(Plugin& plugin, Radio& station)
 // `program` is the preset that the entries lead to. An edit that was begun before a state or
 // another preset came has nothing to go back to.
 void UndoList::followLoads(std::int32_t program) {
+    const auto held = plugin_.hold();
     const std::uint32_t loads = plugin_.getLoadCount();
     const bool isLoaded = std::exchange(loads_, loads) != loads;
     const bool isOther = std::exchange(program_, plugin_.getCurrentIndex()) != program;
@@ -140,6 +141,7 @@ void UndoList::noteProgramChange(std::int32_t before) {
 }
 
 void UndoList::noteRename(const std::string& before) {
+    const auto held = plugin_.hold();
     followLoads(plugin_.getCurrentIndex());
     const Preset* const current = plugin_.getCurrent();
     const std::string after =
@@ -168,6 +170,7 @@ bool UndoList::goTo(bool isForwards) {
 bool UndoList::set(const Entry& entry, bool isForwards) {
     const Value& value = isForwards ? entry.after : entry.before;
     if (entry.place.id.empty()) {
+        const auto held = plugin_.hold();
         const std::int32_t program = isForwards ? entry.programAfter : entry.programBefore;
         if (plugin_.getPreset(program) == nullptr)
             return false;

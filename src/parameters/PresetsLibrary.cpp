@@ -19,6 +19,7 @@ constexpr const char* ProgramsKey = "programs";
 constexpr const char* FavoritesKey = "favorites";
 constexpr const char* CurrentKey = "currentProgram";
 constexpr const char* IndexKey = "index";
+constexpr const char* ResourcesKey = "resources";
 constexpr std::int32_t MostSlots = 1024;
 
 // With what `canLoad` asks of it.
@@ -28,6 +29,20 @@ Dictionary makeFileTree() {
     tree.setInfo(product.getProductName(), product.getVersionText());
     tree.setString("file-format", product.getFileFormatText());
     return tree;
+}
+
+// Those of a tree, in its order, as many as are kept.
+template <typename Visit>
+void visitPresets(const Dictionary& tree, const Visit& visit) {
+    const auto programs = tree.getArray(ProgramsKey);
+    const std::int32_t count = programs ? programs->count("") : 0;
+    for (std::int32_t i = 0, seen = 0; i < count && seen < PresetsLibrary::MostPresets; ++i) {
+        const auto entry = programs->getEntry(i);
+        if (!entry->isElement() || entry->getName() == CurrentKey)
+            continue;
+        ++seen;
+        visit(*entry);
+    }
 }
 
 bool saveTree(const Dictionary& tree, const File& file, std::string& message) {
@@ -43,8 +58,9 @@ PresetsLibrary::~PresetsLibrary() = default;
 
 void PresetsLibrary::init(ModuleDirectory* modules) {
     logLine(LogDetail, "initializing preset library");
+    const auto held = hold();
     modules_ = modules;
-    loadCount_ = loadCount_ + 1;
+    countLoad();
     const std::int32_t count = getProgramCount();
     presets_.clear();
     append({});
@@ -55,12 +71,18 @@ void PresetsLibrary::init(ModuleDirectory* modules) {
     (*current_)->activate(Parameter::PluginRealm);
 }
 
+void PresetsLibrary::countLoad() {
+    const auto held = hold();
+    loadCount_ = loadCount_ + 1;
+}
+
 void PresetsLibrary::append(const std::string& name) {
     presets_.push_back(std::make_unique<Preset>(this));
     presets_.back()->setName(name);
 }
 
 void PresetsLibrary::makeAllPrograms() {
+    const auto held = hold();
     for (const auto& preset : presets_)
         preset->makePrograms();
     refreshNames();
@@ -78,32 +100,46 @@ void PresetsLibrary::refreshNames() {
 void PresetsLibrary::setModified(bool isModified) {
     if (isModified)
         return;
+    const auto held = hold();
     isChanged_ = false;
     for (const auto& preset : presets_)
         preset->clearModified();
 }
 
 bool PresetsLibrary::hasChanges() const {
+    const auto held = hold();
     return isChanged_ ||
            std::ranges::any_of(presets_, [](const auto& preset) { return preset->isModified(); });
 }
 
 std::int32_t PresetsLibrary::getProgramCount() const {
-    return static_cast<std::int32_t>(presets_.size());
+    return getPresetCount();
 }
 
 void PresetsLibrary::selectProgram(std::int32_t index) {
+    const auto held = hold();
     Preset* const chosen = getPreset(index);
     Preset* const left = getCurrent();
     if (chosen == nullptr || chosen == left)
         return;
     if (left != nullptr && left->isModified())
         left->store();
-    chosen->activate(Parameter::PluginRealm);
     current_ = std::next(presets_.begin(), index);
+    chosen->activate(Parameter::PluginRealm);
+}
+
+std::int32_t PresetsLibrary::getPresetCount() const {
+    const auto held = hold();
+    return static_cast<std::int32_t>(presets_.size());
+}
+
+bool PresetsLibrary::isFactory(const Preset& preset) const {
+    const auto held = hold();
+    return factoryIds_.contains(preset.getId());
 }
 
 bool PresetsLibrary::storeCurrent() {
+    const auto held = hold();
     Preset* const current = getCurrent();
     if (current == nullptr || isFactory(*current))
         return false;
@@ -115,16 +151,18 @@ bool PresetsLibrary::storeCurrent() {
 }
 
 void PresetsLibrary::revertCurrent() {
+    const auto held = hold();
     Preset* const current = getCurrent();
     if (current == nullptr)
         return;
     current->dropEdits();
     current->activate(Parameter::PluginRealm);
-    loadCount_ = loadCount_ + 1;
+    countLoad();
     currentChanged();
 }
 
 bool PresetsLibrary::renameCurrent(const std::string& text) {
+    const auto held = hold();
     const Preset* const current = getCurrent();
     if (current == nullptr || isFactory(*current))
         return false;
@@ -138,6 +176,7 @@ bool PresetsLibrary::addPreset(const std::string& name) {
 }
 
 bool PresetsLibrary::duplicatePreset(std::int32_t index) {
+    const auto held = hold();
     const Preset* const source = getPreset(index);
     if (source == nullptr)
         return false;
@@ -148,6 +187,7 @@ bool PresetsLibrary::duplicatePreset(std::int32_t index) {
 
 // With what the source has stored; without one, with the live values.
 bool PresetsLibrary::selectAppended(const std::string& name, const Preset* source) {
+    const auto held = hold();
     if (getPresetCount() >= MostPresets)
         return false;
     append(name);
@@ -170,25 +210,27 @@ bool PresetsLibrary::selectAppended(const std::string& name, const Preset* sourc
 }
 
 bool PresetsLibrary::deleteCurrent() {
+    const auto held = hold();
     const Preset* const current = getCurrent();
     if (current == nullptr || getPresetCount() < 2 || isFactory(*current))
         return false;
     const std::int32_t index = getCurrentIndex();
-    const auto deleted = current_;
-    current_ = index + 1 < getPresetCount() ? std::next(deleted) : std::prev(deleted);
-    (*current_)->activate(Parameter::PluginRealm);
-    presets_.erase(deleted);
-    loadCount_ = loadCount_ + 1;  // others have its index now
+    current_ = presets_.erase(current_);
+    if (current_ == presets_.end())
+        --current_;
+    countLoad();  // others have its index now
     for (auto& [slot, favorite] : favorites_)
         if (favorite >= index)
             favorite = favorite == index ? -1 : favorite - 1;
     refreshNames();
     isChanged_ = true;
+    (*current_)->activate(Parameter::PluginRealm);
     currentChanged();
     return true;
 }
 
 std::int32_t PresetsLibrary::selectFirstUsed() {
+    const auto held = hold();
     const Preset* const current = getCurrent();
     if (current != nullptr && !current->hasPrograms()) {
         const auto used = std::ranges::find_if(
@@ -200,11 +242,13 @@ std::int32_t PresetsLibrary::selectFirstUsed() {
 }
 
 std::string PresetsLibrary::getCurrentName() const {
+    const auto held = hold();
     const Preset* const current = getCurrent();
     return current != nullptr ? current->getName(Preset::OwnName) : std::string();
 }
 
 void PresetsLibrary::setCurrentName(const std::string& text) {
+    const auto held = hold();
     if (Preset* const current = getCurrent())
         current->setName(text);
     isChanged_ = true;
@@ -212,20 +256,24 @@ void PresetsLibrary::setCurrentName(const std::string& text) {
 }
 
 std::int32_t PresetsLibrary::getCurrentIndex() const {
+    const auto held = hold();
     const bool isThere = current_ != presets_.end();
     return isThere ? static_cast<std::int32_t>(std::distance(presets_.begin(), current_)) : 0;
 }
 
 Preset* PresetsLibrary::getCurrent() const {
+    const auto held = hold();
     return current_ != presets_.end() ? current_->get() : nullptr;
 }
 
 Preset* PresetsLibrary::getPreset(std::int32_t index) const {
+    const auto held = hold();
     const bool isThere = index >= 0 && static_cast<std::size_t>(index) < presets_.size();
     return isThere ? std::next(presets_.begin(), index)->get() : nullptr;
 }
 
 std::string PresetsLibrary::getProgramName(std::int32_t index) const {
+    const auto held = hold();
     const Preset* const preset = getPreset(index);
     if (preset == nullptr)
         return {};
@@ -235,21 +283,22 @@ std::string PresetsLibrary::getProgramName(std::int32_t index) const {
 
 void PresetsLibrary::loadProgram(const Dictionary& tree, std::int32_t index) {
     const auto entry = tree.getArrayEntry(ProgramsKey, index);
-    Preset* const current = getCurrent();
     {
         const Loading loading(*this);
-        if (entry && current != nullptr) {
-            if (const auto resources = entry->find("resources"))
-                readResources(*resources);
+        if (const auto resources = entry ? entry->find(ResourcesKey) : nullptr)
+            readResources(*resources);
+        const auto held = hold();
+        if (Preset* const current = getCurrent(); entry && current != nullptr) {
             current->read(*entry);
             current->activate(Parameter::PluginRealm);
         }
+        refreshNames();
     }
-    refreshNames();
     setModified(true);
 }
 
 void PresetsLibrary::writeCurrent(Dictionary& tree) {
+    const auto held = hold();
     Preset* const current = getCurrent();
     if (current == nullptr)
         return;
@@ -260,6 +309,7 @@ void PresetsLibrary::writeCurrent(Dictionary& tree) {
 }
 
 void PresetsLibrary::writeAll(Dictionary& tree) {
+    const auto held = hold();
     if (Preset* const current = getCurrent())
         current->store();
     const auto programs = tree.addArray(ProgramsKey);
@@ -268,27 +318,27 @@ void PresetsLibrary::writeAll(Dictionary& tree) {
             preset->write(*program);
 }
 
+void PresetsLibrary::readPresetResources(const Dictionary& tree) {
+    visitPresets(tree, [this](const Dictionary& entry) {
+        if (const auto resources = entry.find(ResourcesKey))
+            readResources(*resources);
+    });
+}
+
 void PresetsLibrary::readAll(const Dictionary& tree) {
-    const auto programs = tree.getArray(ProgramsKey);
-    if (!programs)
+    if (!tree.getArray(ProgramsKey))
         return;
+    const auto held = hold();
     auto preset = presets_.begin();
-    const std::int32_t count = programs->count("");
-    for (std::int32_t i = 0, read = 0; i < count && read < MostPresets; ++i) {
-        const auto entry = programs->getEntry(i);
-        if (!entry->isElement() || entry->getName() == CurrentKey)
-            continue;
-        ++read;
+    visitPresets(tree, [&](const Dictionary& entry) {
         if (preset == presets_.end()) {
             append({});
             presets_.back()->makeEmptyPrograms();
             preset = std::prev(presets_.end());
         }
-        if (const auto resources = entry->find("resources"))
-            readResources(*resources);
-        (*preset)->read(*entry);
+        (*preset)->read(entry);
         ++preset;
-    }
+    });
     if (current_ == presets_.end())
         current_ = presets_.begin();
     if (Preset* const current = getCurrent())
@@ -298,6 +348,7 @@ void PresetsLibrary::readAll(const Dictionary& tree) {
 }
 
 void PresetsLibrary::readFavorites(const Dictionary& tree) {
+    const auto held = hold();
     if (const auto favorites = tree.getArray(FavoritesKey))
         for (std::int32_t i = 0; i < favorites->count(IndexKey); ++i) {
             const auto entry = favorites->getEntry(i, IndexKey);
@@ -311,6 +362,7 @@ void PresetsLibrary::readFavorites(const Dictionary& tree) {
 }
 
 void PresetsLibrary::writeFavorites(Dictionary& tree) const {
+    const auto held = hold();
     const auto favorites = tree.addArray(FavoritesKey);
     const std::int32_t last = favorites_.empty() ? -1 : favorites_.rbegin()->first;
     for (std::int32_t slot = 0; favorites && slot <= std::min(last, MostSlots - 1); ++slot)
@@ -318,21 +370,30 @@ void PresetsLibrary::writeFavorites(Dictionary& tree) const {
 }
 
 std::int32_t PresetsLibrary::getFavorite(std::int32_t slot) const {
+    const auto held = hold();
     const auto found = favorites_.find(slot);
     return found != favorites_.end() ? found->second : -1;
 }
 
 std::int32_t PresetsLibrary::getFavoriteSlot(std::int32_t index) const {
+    const auto held = hold();
     const auto found =
         std::ranges::find(favorites_, index, &std::pair<const std::int32_t, std::int32_t>::second);
     return found != favorites_.end() ? found->first : -1;
 }
 
+void PresetsLibrary::setFavorite(std::int32_t slot, std::int32_t index) {
+    const auto held = hold();
+    favorites_[slot] = index;
+}
+
 void PresetsLibrary::storeFavorite(std::int32_t slot) {
+    const auto held = hold();
     favorites_[slot] = getCurrentIndex();
 }
 
 bool PresetsLibrary::moveToFavorite(std::int32_t slot) {
+    const auto held = hold();
     if (!favorites_.contains(slot))
         return false;
     if (const std::int32_t left = getFavoriteSlot(getCurrentIndex()); left >= 0)
@@ -344,6 +405,7 @@ bool PresetsLibrary::moveToFavorite(std::int32_t slot) {
 }
 
 void PresetsLibrary::recallFavorite(std::int32_t slot) {
+    const auto held = hold();
     if (favorites_.contains(slot))
         setProgram(getFavorite(slot));
 }
@@ -369,14 +431,17 @@ bool PresetsLibrary::loadBank(Dictionary& tree, std::string& message) {
         return false;
     {
         const Loading loading(*this);
+        readPresetResources(tree);
         readAll(tree);
     }
+    const auto held = hold();
     readFavorites(tree);
     isChanged_ = false;
     return true;
 }
 
 void PresetsLibrary::noteFactoryPresets(const Dictionary& bank) {
+    const auto held = hold();
     factoryIds_.clear();
     const auto programs = bank.getArray(ProgramsKey);
     const std::int32_t count = programs ? programs->count("") : 0;
@@ -393,8 +458,11 @@ bool PresetsLibrary::saveCurrent(const File& file, std::string& message) {
 
 bool PresetsLibrary::saveAll(const File& file, std::string& message) {
     Dictionary tree = makeFileTree();
-    writeAll(tree);
-    writeFavorites(tree);
+    {
+        const auto held = hold();
+        writeAll(tree);
+        writeFavorites(tree);
+    }
     return saveTree(tree, file, message);
 }
 

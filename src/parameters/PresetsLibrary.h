@@ -4,6 +4,7 @@
 // values when it is left with edits, or written.
 #pragma once
 
+#include "foundation/RadioLock.h"
 #include "foundation/Word.h"
 #include "parameters/Preset.h"
 
@@ -21,14 +22,21 @@ class File;
 class ModuleDirectory;
 
 /// A plug-in instance derives from it. Trees are of the keyed form of Dictionary, with the children
-/// "programs" and "favorites". One thread at a time, the host's main thread or the interface's; not
-/// the audio thread.
+/// "programs" and "favorites". Any thread but the audio thread: hosts save and load states on one
+/// thread while the user is busy with presets on another. Each operation holds `hold` for itself.
 class PresetsLibrary {
 public:
     PresetsLibrary() = default;
     PresetsLibrary(const PresetsLibrary&) = delete;
     PresetsLibrary& operator=(const PresetsLibrary&) = delete;
     virtual ~PresetsLibrary();
+
+    /// While it lives, no other thread changes the presets or, of a Plugin, what else its state
+    /// keeps. For several operations in a row, and for whatever a pointer or a reference from here
+    /// leads to. Not while a box or a menu is open and not around a call of the host's: these may
+    /// wait for a thread that waits for this. As in RadioLock, a thread that it waits for may go in
+    /// meanwhile, where an operation sends messages.
+    [[nodiscard]] RadioLock::Hold hold() const { return RadioLock::Hold(lock_); }
 
     /// Makes presets of the live values, as many as `getProgramCount` says, one at least; the first
     /// is current. `modules` must outlive the library or be replaced.
@@ -63,14 +71,14 @@ public:
 
     // What a user does with presets beside choosing them.
 
-    std::int32_t getPresetCount() const { return static_cast<std::int32_t>(presets_.size()); }
+    std::int32_t getPresetCount() const;
 
     /// What the user is told where a preset couldn't be added.
     static constexpr const char* NoRoom = "There is no room for another preset.";
 
     /// One that came with the product: the user neither renames, deletes nor replaces it. A host's
     /// name and a state's preset take its place all the same.
-    bool isFactory(const Preset& preset) const { return factoryIds_.contains(preset.getId()); }
+    bool isFactory(const Preset& preset) const;
 
     /// The live values become what the current preset has stored; false for one of the factory's.
     bool storeCurrent();
@@ -132,7 +140,7 @@ public:
 
     /// The presets of a tree in place of the first ones here; what the tree has more of is
     /// appended, up to 4,096 presets in all. The live values become the current preset's. Without
-    /// "programs" nothing changes.
+    /// "programs" nothing changes. Not the presets' resources.
     void readAll(const Dictionary& tree);
 
     // The favourites' slots: each holds a preset's index, or -1. Reading makes the slots that the
@@ -144,7 +152,7 @@ public:
 
     /// -1 if none holds the index.
     std::int32_t getFavoriteSlot(std::int32_t index) const;
-    void setFavorite(std::int32_t slot, std::int32_t index) { favorites_[slot] = index; }
+    void setFavorite(std::int32_t slot, std::int32_t index);
     void storeFavorite(std::int32_t slot);
 
     /// The same; the preset that was in the slot goes where the current one was, if that had a
@@ -178,11 +186,15 @@ protected:
     virtual void resourcesLoading(bool /*isBeginning*/) {}
     virtual void readResources(const Dictionary& /*resources*/) {}
 
+    /// The resources of what `readAll` reads from the tree. They may ask the user where a file is,
+    /// so this isn't called under `hold`.
+    void readPresetResources(const Dictionary& tree);
+
     /// While it lives, presets are read.
     class Loading {
     public:
         explicit Loading(PresetsLibrary& library) : library_(library) {
-            library.loadCount_ = library.loadCount_ + 1;
+            library_.countLoad();
             library_.resourcesLoading(true);
         }
         Loading(const Loading&) = delete;
@@ -196,10 +208,12 @@ protected:
 private:
     friend class Preset;  // it asks for the modules
 
+    void countLoad();
     void append(const std::string& name);
     bool selectAppended(const std::string& name, const Preset* source);
     void refreshNames();
 
+    mutable RadioLock lock_;  // guards what follows
     ModuleDirectory* modules_ = nullptr;
     std::list<std::unique_ptr<Preset>> presets_;
     std::list<std::unique_ptr<Preset>>::const_iterator current_ = presets_.end();

@@ -170,6 +170,7 @@ void Plugin::loadFirstPresets() {
         const File file(System::getFolderLocation(System::Resources).join(name).getPath());
         if (Mission::get().getParsedFiles().load(file, chosen)) {
             if (takeState(chosen, message)) {
+                const auto held = hold();
                 // A bank says nothing of the parameters: they are its first preset's.
                 if (Preset* const current = getCurrent(); current && !chosen.find(ParametersKey))
                     current->activate(Parameter::PluginRealm);
@@ -423,6 +424,7 @@ std::int32_t Plugin::getProgramCount() const {
 }
 
 void Plugin::setProgram(std::int32_t index) {
+    const auto held = hold();
     selectProgram(index);
     currentChanged();
 }
@@ -468,10 +470,13 @@ bool Plugin::importSample(const File& file, std::string& message) {
         return false;
     }
     resources->addSample(path, sample.get());
-    const SampleMapping all;
-    sampleManager_->setMapping(path, all.value, {all.keyLow, all.keyHigh},
-                               {all.velocityLow, all.velocityHigh});
-    holdSamples();
+    {
+        const auto held = hold();
+        const SampleMapping all;
+        sampleManager_->setMapping(path, all.value, {all.keyLow, all.keyHigh},
+                                   {all.velocityLow, all.velocityHigh});
+        holdSamples();
+    }
     ResourceMessage loaded(this, ResourceMessage::ResourceLoaded, path, 0);
     transmit(loaded);
     return true;
@@ -499,9 +504,7 @@ bool Plugin::importPresets(const File& file, std::string& message) {
     } else {
         if (!tree.canLoad(message))
             return false;
-        const Preset* const current = getCurrent();
-        if (current != nullptr && isFactory(*current) &&
-            !addPreset(current->getName(Preset::BankName | Preset::OwnName))) {
+        if (!leaveFactoryPreset()) {
             message = NoRoom;
             return false;
         }
@@ -511,8 +514,17 @@ bool Plugin::importPresets(const File& file, std::string& message) {
     return true;
 }
 
+// For a new one of its name. False if there is no room for that.
+bool Plugin::leaveFactoryPreset() {
+    const auto held = hold();
+    const Preset* const current = getCurrent();
+    return current == nullptr || !isFactory(*current) ||
+           addPreset(current->getName(Preset::BankName | Preset::OwnName));
+}
+
 bool Plugin::writeState(Dictionary& state, std::int32_t /*options*/) {
     writeHeader(state);
+    const auto held = hold();
     if (const auto parameters = state.addDict(ParametersKey); parameters && firstSettings())
         firstSettings()->write(*parameters, Parameter::AllScopes, false);
     writePrograms(state);
@@ -591,6 +603,8 @@ void Plugin::readParts(const Dictionary& state) {
     const Loading loading(*this);
     if (const auto resources = state.find(ResourcesKey))
         readResources(*resources);
+    readPresetResources(state);
+    const auto held = hold();
     readTunings(state);
     readAll(state);
     readFavorites(state);

@@ -47,7 +47,8 @@ struct MidiRecord {
     std::int32_t noteLength = 0;          // frames, 0 if not known
 };
 
-/// Control thread, where nothing else is said. Everything that a host does in a wrong order is
+/// Control thread, where nothing else is said; for the state and the presets any but the audio
+/// thread (PresetsLibrary::hold). Everything that a host does in a wrong order is
 /// harmless: before `start` and after a failed one there are no modules.
 class Plugin : public Radio,
                public PresetsLibrary,
@@ -185,7 +186,7 @@ public:
 
     /// Notes for the engines, program changes, changes that concern the current sample, dropped
     /// files, requests of the system. Any thread, but for what chooses a program or brings a file:
-    /// those are for one thread at a time, as PresetsLibrary is.
+    /// not the audio thread.
     bool receive(Message& message) override;
 
     // ModuleDirectory
@@ -225,6 +226,7 @@ private:
     void holdSamples();
     bool importSample(const File& file, std::string& message);
     bool importPresets(const File& file, std::string& message);
+    bool leaveFactoryPreset();
     void writeHeader(Dictionary& state) const;
     void writePrograms(Dictionary& state);
     void writeSamples(Dictionary& state) const;

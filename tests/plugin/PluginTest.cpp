@@ -1,4 +1,5 @@
 #include "foundation/File.h"
+#include "foundation/NumberText.h"
 #include "foundation/TextOf.h"
 #include "parameters/Settings.h"
 #include "platform/Dialogs.h"
@@ -13,6 +14,7 @@
 #include <cmath>
 #include <functional>
 #include <random>
+#include <thread>
 
 namespace tarn {
 namespace {
@@ -232,6 +234,45 @@ TEST(Plugin, ProgramsAndRequestsComeAsMessages) {
     }
     plugin.process(in, out, 5);
     EXPECT_TRUE(plugin.isShutDown() && plugin.isDisabled() && plugin.engine(1).blocks == 1);
+}
+
+// Faults: a race, a preset that is used after its deletion, a state that is half old and half new,
+// a deadlock with a listener that asks for presets.
+TEST(Plugin, TheHostKeepsAStateWhileTheUserChangesPresets) {
+    SamplerProduct sampler(SettingsText, bankOf({"first", "second"}));
+    StartedPlugin plugin;
+    const std::string saved = stateOf(plugin);
+    const Hearer telling(plugin.parameter("CurrentProgram"),
+                         [&](Message&) { plugin.setProgram(plugin.getPresetCount() - 1); });
+    std::thread host([&] {
+        for (int round = 0; round < 40; ++round) {
+            Dictionary state(stateOf(plugin));
+            const auto programs = state.getArray("programs");
+            std::int32_t current = -1;
+            EXPECT_TRUE(programs->getInteger("currentProgram", current));
+            EXPECT_LT(current, programs->count("program"));
+            EXPECT_TRUE(restore(plugin, saved));
+            plugin.setCurrentName("host's " + plugin.getProgramName(round % 3));
+        }
+    });
+    for (int round = 0; round < 80; ++round) {
+        plugin.addPreset("mine/" + toText(round));
+        plugin.renameCurrent("also/" + toText(round));
+        plugin.storeFavorite(round % 4);
+        plugin.parameter("CurrentProgram").setNormalised(0.0f, FromUser);
+        plugin.duplicatePreset(plugin.getPresetCount() - 1);
+        {
+            const auto held = plugin.hold();
+            for (const auto& preset : plugin.getPresets())
+                EXPECT_TRUE(plugin.getPresetNames().contains(
+                    preset->getName(Preset::BankName | Preset::OwnName)));
+        }
+        plugin.deleteCurrent();
+        plugin.recallFavorite(round % 4);
+        plugin.deleteCurrent();
+    }
+    host.join();
+    EXPECT_TRUE(restore(plugin, stateOf(plugin)));
 }
 
 // Faults: a user without an editor who is asked, an answer that is lost.
