@@ -347,8 +347,15 @@ void Session::play(const Step& step) {
 // False while the plug-in doesn't ask that. Nothing else is played meanwhile.
 bool Session::takeAnswer(const Step& step) {
     HostWindow& window = *stages_.front()->window;
-    if (step.kind == Step::Kind::Choose)
-        return window.choose(step.texts);
+    if (step.kind == Step::Kind::Choose) {
+        std::string missing;
+        const bool isMenu = window.choose(step.texts, missing);
+        if (!missing.empty())
+            throw Failure(ExitBadUse, "line " + std::to_string(step.line) +
+                                          " of the script: the menu has no entry '" + missing +
+                                          "'");
+        return isMenu;
+    }
     if (step.kind == Step::Kind::Enter)
         return window.enter(step.texts.front());
     std::string shown;

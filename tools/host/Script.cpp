@@ -278,7 +278,8 @@ const char* scriptHelp() {
   close, open                     destroy, as hosts do that don't close the interface first
   expect-program "NAME"
 What the plug-in asks its user, which these wait for:
-  choose "ENTRY"..., of a menu    enter "TEXT", into a box, or a file's name into a dialog
+  choose "ENTRY"..., of a menu; "" takes none
+  enter "TEXT", into a box, or a file's name into a dialog
   answer ok|yes|no|cancel "WORDS", of which a message box must hold some)";
 }
 

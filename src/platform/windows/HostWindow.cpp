@@ -247,7 +247,7 @@ public:
         return isWanted && effect != DROPEFFECT_NONE;
     }
 
-    bool choose(const std::vector<std::string>& entries) override {
+    bool choose(const std::vector<std::string>& entries, std::string& missing) override {
         const HWND shown = ownWindow(MenuClass, 0);
         if (shown == nullptr)
             return false;
@@ -256,6 +256,7 @@ public:
         for (const std::string& entry : entries) {
             const int place = placeOf(menu, entry);
             if (place < 0) {
+                missing = entry;
                 for (std::size_t i = 0; i < entries.size(); ++i)
                     press(VK_ESCAPE);
                 break;
