@@ -293,6 +293,7 @@ void PresetsLibrary::loadProgram(const Dictionary& tree, std::int32_t index) {
             current->activate(Parameter::PluginRealm);
         }
         refreshNames();
+        countLoad();
     }
     setModified(true);
 }
@@ -344,6 +345,7 @@ void PresetsLibrary::readAll(const Dictionary& tree) {
     if (Preset* const current = getCurrent())
         current->activate(Parameter::PluginRealm);
     refreshNames();
+    countLoad();
     presetsChanged();
 }
 

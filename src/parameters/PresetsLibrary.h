@@ -34,8 +34,10 @@ public:
     /// While it lives, no other thread changes the presets or, of a Plugin, what else its state
     /// keeps. For several operations in a row, and for whatever a pointer or a reference from here
     /// leads to. Not while a box or a menu is open and not around a call of the host's: these may
-    /// wait for a thread that waits for this. As in RadioLock, a thread that it waits for may go in
-    /// meanwhile, where an operation sends messages.
+    /// wait for a thread that waits for this. (One call can happen all the same: of a parameter
+    /// that the user changes at the very moment at which the holder sets it, the holder tells the
+    /// host.) As in RadioLock, a thread that it waits for may go in meanwhile, where an operation
+    /// sends messages.
     [[nodiscard]] RadioLock::Hold hold() const { return RadioLock::Hold(lock_); }
 
     /// Makes presets of the live values, as many as `getProgramCount` says, one at least; the first
@@ -190,11 +192,12 @@ protected:
     /// so this isn't called under `hold`.
     void readPresetResources(const Dictionary& tree);
 
+    void countLoad();
+
     /// While it lives, presets are read.
     class Loading {
     public:
         explicit Loading(PresetsLibrary& library) : library_(library) {
-            library_.countLoad();
             library_.resourcesLoading(true);
         }
         Loading(const Loading&) = delete;
@@ -208,7 +211,6 @@ protected:
 private:
     friend class Preset;  // it asks for the modules
 
-    void countLoad();
     void append(const std::string& name);
     bool selectAppended(const std::string& name, const Preset* source);
     void refreshNames();

@@ -430,6 +430,7 @@ void Plugin::setProgram(std::int32_t index) {
 }
 
 void Plugin::currentChanged() {
+    const auto held = hold();
     const std::int32_t current = getCurrentIndex();
     if (open_) {
         PluginMessage changed(this, PluginMessage::ProgramChanged, toPayload(current));
@@ -593,8 +594,10 @@ bool Plugin::takeState(Dictionary& state, std::string& message) {
         return false;
     readParts(state);
     forEachEngine([](Engine& engine) { engine.onReset(); });
-    if (auto* const parameter = currentProgramOf(firstSettings()))
+    if (auto* const parameter = currentProgramOf(firstSettings())) {
+        const auto held = hold();
         parameter->sendValue();
+    }
     redraw();
     return true;
 }
@@ -617,6 +620,7 @@ void Plugin::readParts(const Dictionary& state) {
     if (const auto mappings = state.getArray(SamplesKey))
         sampleManager_->read(*mappings);
     holdSamples();
+    countLoad();
 }
 
 void Plugin::readCurrentProgram(const Dictionary& state) {
