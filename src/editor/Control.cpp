@@ -177,20 +177,29 @@ Radio* Control::getEditor() const {
 }
 
 void Control::setRadioHost(Radio* module) {
-    setParent(module);
+    bindAnew([this, module] { setParent(module); });
     for (Control* const child : children_)
         child->setRadioHost(module);
-    setDirty(true);
 }
 
 void Control::setRadioContext(ParameterDirectory* settings) {
+    bindAnew([this, settings] { setSettings(settings); });
+    for (Control* const child : children_)
+        child->setRadioContext(settings);
+}
+
+// Around a change of what the names stand for.
+template <typename Change>
+void Control::bindAnew(const Change& change) {
     const std::string name = std::exchange(parameterName_, {});
     tuneOutByName(name);
     for (const std::string& other : listenTo_)
         tuneOutByName(other);
-    setSettings(settings);
-    for (Control* const child : children_)
-        child->setRadioContext(settings);
+    for (const std::string& other : {visibilityParameter_, altReverseParameter_})
+        tuneOutByName(other);
+    change();
+    for (const std::string& other : {visibilityParameter_, altReverseParameter_})
+        tuneInByName(other);
     setParameterName(name);
 }
 
@@ -373,6 +382,7 @@ bool Control::openTextBox() {
 }
 
 bool Control::handlePress(const WindowMessage& message) {
+    moveAnchor_.reset();
     for (Control* control = this; control != nullptr; control = control->parentControl_) {
         if (control->thumbnailRect_.isEmpty())
             continue;
@@ -392,9 +402,9 @@ bool Control::handlePress(const WindowMessage& message) {
 }
 
 bool Control::handleDrag(const WindowMessage& message) {
-    if (!testFlags(Draggable) && !areModifiersHeld(message))
+    if (!moveAnchor_ || (!testFlags(Draggable) && !areModifiersHeld(message)))
         return false;
-    Rect moved = rect_.movedBy(message.position - moveAnchor_);
+    Rect moved = rect_.movedBy(message.position - *moveAnchor_);
     if (parentControl_ != nullptr) {
         const Rect room = parentControl_->getLocalRect();
         const Point back{std::max(room.left - moved.left, std::min(0, room.right - moved.right)),
@@ -547,8 +557,8 @@ void Control::readFlags(const Dictionary& dictionary) {
     if (std::string text; dictionary.getString("showvalue", text)) {
         if (text.find("mouseover") != std::string::npos)
             setFlags(ShowValue | ShowValueOnHover);
-        else if (text == "never")
-            setFlags(ShowValue, false);
+        else if (text != "false" && text != "0")
+            setFlags(ShowValue, text.find("never") == std::string::npos);
     }
 }
 
@@ -611,8 +621,9 @@ double Control::normalisedStep(const Parameter& parameter) {
     double step = parameter.getStep();
     if (const double range = rangeOf<float>(parameter); range > 0.0)
         step /= range;
-    else if (const double integers = rangeOf<std::int32_t>(parameter); step >= 1.0 && integers > 0)
-        step /= integers;  // without one of its own it is a part of the range already
+    else if (const double integers = rangeOf<std::int32_t>(parameter);
+             integers > 0 && (step >= 1.0 || step <= 0.0))
+        step = std::max(step, 1.0) / integers;  // of its own it is a part of the range already
     return step > LeastStep ? std::min(step, 1.0) : 0.0;
 }
 
@@ -674,6 +685,10 @@ bool Control::isShownSmall() const {
     return testFlags(ThumbnailMode) && !thumbnailRect_.isEmpty();
 }
 
+bool Control::isInSmallForm() const {
+    return isShownSmall() || (parentControl_ != nullptr && parentControl_->isInSmallForm());
+}
+
 Rect Control::getLocalRect() const {
     return atOrigin(getRect());
 }
@@ -683,6 +698,9 @@ void Control::positionChanged() {
     for (Control* const child : children_)
         if (!child->isAbsoluteStale_)
             child->positionChanged();
+    if (parentControl_ != nullptr && parentControl_->growsWithChildren() &&
+        !parentControl_->isAbsoluteStale_)
+        parentControl_->positionChanged();
 }
 
 Point Control::getVisibleExtent(Point /*point*/) const {
@@ -696,7 +714,9 @@ Rect Control::getAbsoluteRect() const {
     if (parentControl_ != nullptr) {
         const Rect above = parentControl_->getAbsoluteRect();
         absoluteRect_ = absoluteRect_.movedBy(parentControl_->getAbsoluteOrigin());
-        if (absoluteRect_.hasArea())
+        if (parentControl_->isInSmallForm())
+            absoluteRect_ = above;
+        else if (absoluteRect_.hasArea())
             absoluteRect_ = absoluteRect_.intersectedWith(above);
     }
     isAbsoluteStale_ = false;
@@ -804,7 +824,7 @@ void Control::setFont(const Font& font) {
 // Pointer
 
 bool Control::canTakePointer() const {
-    return testFlags(Draggable) || testFlags(Focusable);
+    return testFlags(Draggable) || testFlags(Focusable) || isShownSmall();
 }
 
 bool Control::hitTest(Point point) const {
@@ -832,6 +852,8 @@ Control* Control::findBelow(Point point, Control* (Control::*find)(Point)) const
 Control* Control::findControlAt(Point point) {
     if (!hitTest(point) || !isVisible() || !testFlags(Enabled) || testFlags(ClickThrough))
         return nullptr;
+    if (isShownSmall())
+        return this;  // a press anywhere in it opens it
     if (Control* const found = findBelow(point, &Control::findControlAt))
         return found;
     if (!canTakePointer())

@@ -14,6 +14,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -226,6 +227,8 @@ public:
     void clearFlags(std::uint32_t flags) { setFlags(flags, false); }
     bool testFlags(std::uint32_t flags, Inheritance inheritance = Inheritance::Own) const;
     bool isVisible() const { return testFlags(Visible, Inheritance::AllAncestors); }
+
+    /// Whether it, or one of those above, shows the small form that "thumbnail" gives it.
     bool isInThumbnail() const { return testFlags(ThumbnailMode, Inheritance::AnyAncestor); }
     bool isTranslucent() const;
 
@@ -257,6 +260,12 @@ protected:
 
     /// The topmost of the children, and of those below, that `find` finds at a point.
     Control* findBelow(Point point, Control* (Control::*find)(Point)) const;
+    /// Whether it may be under the pointer: a small form, and what can be used or moved.
+    bool canTakePointer() const;
+
+    /// Whether `getRect` depends on the children.
+    virtual bool growsWithChildren() const { return false; }
+
     /// Whether there is a value that the user may edit as a text.
     bool hasTextEntry() const;
 
@@ -310,8 +319,10 @@ private:
     void readFont(const Dictionary& dictionary);
     void readFlags(const Dictionary& dictionary);
     void readVisibility(const Dictionary& dictionary);
-    bool canTakePointer() const;
     bool isShownSmall() const;
+    bool isInSmallForm() const;
+    template <typename Change>
+    void bindAnew(const Change& change);
     Point toFull(Point point) const;
     void addMidiEntries(PopupMenu& menu, Parameter& parameter);
     void drawContent(Canvas& canvas, const Rect& clip);
@@ -329,7 +340,7 @@ private:
     mutable Rect absoluteRect_;
     mutable bool isAbsoluteStale_ = true;
     std::uint32_t flags_ = 0xCAB2;
-    Point moveAnchor_;
+    std::optional<Point> moveAnchor_;  // while it is moved
     bool isHovered_ = false;
 };
 

@@ -56,7 +56,8 @@ void ControlBitmap::refresh() {
     Control::refresh();
     const Settings* const settings = settingsOf(*this);
     for (const auto& [name, image] : switched_)
-        if (const Parameter* const parameter = settings ? settings->find(name, 0) : nullptr)
+        if (const Parameter* const parameter =
+                settings ? settings->find(name, parameterIndex_) : nullptr)
             follow(name, parameter->getNormalised() >= 0.5f);
 }
 

@@ -10,6 +10,25 @@
 
 namespace tarn {
 
+namespace {
+
+// To the child at the place that it tells. Who the pointer is over, and who has the keyboard, the
+// editor knows.
+bool isPassedOn(const WindowMessage& message) {
+    switch (message.code) {
+        case WindowMessage::LeftDouble:
+        case WindowMessage::ControlEnter:
+        case WindowMessage::ControlExit:
+        case WindowMessage::KeyPress:
+        case WindowMessage::KeyRelease:
+            return false;
+        default:
+            return true;
+    }
+}
+
+}  // namespace
+
 void ControlContainer::importDictionary(const Dictionary& dictionary) {
     dictionary.getBool("invertvalue", isInverted_);
     Control::importDictionary(dictionary);
@@ -53,8 +72,9 @@ bool ControlContainer::handle(Message& message) {
             return handle(lost);
         }
     }
-    if (message.type == MessageType::Window && message.code != WindowMessage::LeftDouble) {
-        auto& event = static_cast<WindowMessage&>(message);
+    if (message.type == MessageType::Window &&
+        isPassedOn(static_cast<const WindowMessage&>(message))) {
+        const auto& event = static_cast<const WindowMessage&>(message);
         Control* const found = findControlAt(event.position);
         if (found != nullptr && found != this) {
             const std::unique_ptr<Message> copy = message.clone();
@@ -69,6 +89,12 @@ bool ControlContainer::handle(Message& message) {
         testFlags(Modal))
         editor().enterModal(*this);
     return isUsed;
+}
+
+void ControlContainer::refresh() {
+    Control::refresh();
+    if (const Parameter* const parameter = getParameter())
+        setVisible((parameter->getNormalised() >= 0.5f) != isInverted_);
 }
 
 void ControlContainer::showFor(const ParameterMessage& change) {

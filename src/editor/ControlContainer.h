@@ -16,6 +16,7 @@ public:
     bool handle(Message& message) override;
     void importDictionary(const Dictionary& dictionary) override;
     Rect getRect() const override;
+    void refresh() override;
 
     /// Follows this switch instead of the one before.
     virtual void setContainerParameter(const std::string& name);
@@ -24,6 +25,7 @@ public:
     virtual void clearContainerParameter(const std::string& name);
 
 private:
+    bool growsWithChildren() const override { return true; }
     void showFor(const ParameterMessage& change);
 
     bool isInverted_ = false;  // it is hidden while the switch is on

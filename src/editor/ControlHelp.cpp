@@ -145,10 +145,11 @@ bool ControlHelp::handle(Message& message) {
     return ControlText::handle(message);
 }
 
-// What a parameter tells a new listener is no change.
+// What a parameter tells a new listener, before the tooltip is shown, is no change.
 bool ControlHelp::isOfCurrent(const ParameterMessage& change) const {
-    if (change.code != ParameterMessage::ValueChanged || change.mode == FromInternal ||
-        current_ == nullptr || followed_.empty() || !(change.parameterName == followed_))
+    if (change.code != ParameterMessage::ValueChanged ||
+        (change.mode == FromInternal && !testFlags(Visible)) || current_ == nullptr ||
+        followed_.empty() || !(change.parameterName == followed_))
         return false;
     const Parameter* const parameter = current_->getParameter();
     return parameter != nullptr && parameter->getClone() == change.cloneNumber;

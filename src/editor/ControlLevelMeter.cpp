@@ -53,7 +53,9 @@ void ControlLevelMeter::tick(double /*seconds*/) {
     const float present = parameter != nullptr ? parameter->getNormalised() : 0.0f;
     meter_.update(std::max(loudest_, present));
     loudest_ = 0.0f;
-    const Levels levels{toDecibels(meter_.getLevel()), toDecibels(meter_.getPeak())};
+    // When a hold ends, the peak is what is there, which the level may still be falling to.
+    const float level = meter_.getLevel();
+    const Levels levels{toDecibels(level), toDecibels(std::max(level, meter_.getPeak()))};
     show(levels);
     if (isAtBottom(levels) && isAtBottom({toDecibels(present), Silence}))
         leaveTimer();

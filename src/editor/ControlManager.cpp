@@ -38,6 +38,7 @@
 #include "parameters/ParameterValue.h"
 #include "parameters/Settings.h"
 
+#include <cinttypes>
 #include <string_view>
 
 namespace tarn {
@@ -142,7 +143,7 @@ std::unique_ptr<Control> ControlManager::createFromDictionary(const Dictionary& 
         throw ErrorNoSuchControlType("ControlManager::createFromDictionary", className,
                                      parameterName);
     const std::string name = parameter != nullptr ? "<" + parameter->getId() + ">" : "";
-    logLine(LogDetail, "  [%p] %s", static_cast<void*>(control.get()),
+    logLine(LogDetail, "  [0x%" PRIxPTR "] %s", reinterpret_cast<std::uintptr_t>(control.get()),
             (className + name + "::" + parameterName).c_str());
     return control;
 }

@@ -86,7 +86,10 @@ bool ControlTriggerButton::press(const WindowMessage& message) {
 
 bool ControlTriggerButton::letGo(const WindowMessage& /*message*/) {
     stopHolding();
+    const auto alive = editor().life();
     setOn(false, FromUser);
+    if (!alive.expired())
+        followBlinking(isOn());
     return true;
 }
 

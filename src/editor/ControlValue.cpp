@@ -185,7 +185,8 @@ void ControlValue::setPosition(float position) {
     setDirty(true);
     if (Parameter* const parameter = getParameter()) {
         const float value = fromPosition(position);
-        parameter->setNormalised(invert_ ? 1.0f - value : value, FromUser);
+        parameter->setNormalised(clampBetween(invert_ ? 1.0f - value : value, minimum_, maximum_),
+                                 FromUser);
     } else {
         privateValue_ = position;
     }

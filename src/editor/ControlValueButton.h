@@ -59,6 +59,9 @@ protected:
     void hold();
     bool stopHolding();
 
+    /// Starts or stops the blinking that the skin asks for.
+    void followBlinking(bool isBlinking);
+
     /// Sets the value of "on" or "off". The control may be gone afterwards.
     void setOn(bool isOn, std::int32_t source);
 
@@ -75,7 +78,6 @@ private:
     void readValues(const Dictionary& dictionary);
     void readBlinking(const Dictionary& dictionary);
     bool isAt(bool isOn) const;
-    void followBlinking(bool isBlinking);
     void putBack();
     const Image* firstOf(std::initializer_list<Picture> pictures) const;
     const Image* getImage() const;

@@ -25,11 +25,9 @@ void ControlValueLED::importDictionary(const Dictionary& dictionary) {
 bool ControlValueLED::handle(Message& message) {
     if (message.type == MessageType::Parameter && message.code == ParameterMessage::ValueChanged) {
         const auto& change = static_cast<const ParameterMessage&>(message);
-        if (!change.parameterName.empty() && change.parameterName == parameterName_) {
-            if (isOwnClone(change))
-                follow(change.value);
-            return true;
-        }
+        if (!change.parameterName.empty() && change.parameterName == parameterName_ &&
+            isOwnClone(change))
+            follow(change.value);
     }
     return ControlValue::handle(message);
 }

@@ -87,12 +87,16 @@ bool ControlValueSlider::press(const WindowMessage& message) {
 
 bool ControlValueSlider::handle(Message& message) {
     const bool isUsed = ControlValue::handle(message);
-    if (message.type != MessageType::Window || message.code != WindowMessage::ControlEnter ||
-        !handleBitmap_)
+    if (message.type != MessageType::Window || message.code != WindowMessage::ControlEnter)
         return isUsed;
+    // As it is found, holes of its background's image included.
     const Point position = static_cast<const WindowMessage&>(message).position;
+    if (!testFlags(Visible) || !canTakePointer() || !getLocalRect().contains(position))
+        return false;
+    if (!handleBitmap_)
+        return true;
     const Point size = handleBitmap_->getFrameSize();
-    return isUsed && (isHorizontal() ? position.y < size.y : position.x < size.x);
+    return isHorizontal() ? position.y < size.y : position.x < size.x;
 }
 
 Control* ControlValueSlider::findControlAt(Point point) {

@@ -35,6 +35,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cinttypes>
 #include <cmath>
 #include <exception>
 #include <mutex>
@@ -205,6 +206,7 @@ bool Editor::canLoadSkin() {
     try {
         if (resources_ == nullptr || !loadControls(controlsFile()).isOk())
             return false;
+        shownSkin_ = resources_->getCurrentSkin();
         if (rootControl_ != nullptr)
             return true;
         logLine(LogError, "there is no control %s", BackgroundId);
@@ -233,10 +235,12 @@ void Editor::loadSkinControls() {
     Mission::get().alertOnce(PluginInfo::get().getTexts().controlsFailed);
 }
 
-// Not of an editor that goes, nor of one that has no controls of a skin's.
-void Editor::followCpuMeterChoice() {
+// Not those of an editor that goes, nor of one that has no controls of a skin's.
+void Editor::takeChoices() {
     isReloadDue_ = !life().expired() && resources_ != nullptr && rootControl_ != nullptr &&
-                   isPreferred(ShowCpuMetersKey) != showsCpuMeters_;
+                   (isPreferred(ShowCpuMetersKey) != showsCpuMeters_ ||
+                    resources_->getCurrentSkin() != shownSkin_);
+    takePendingChoices();
 }
 
 void Editor::takePendingChoices() {
@@ -320,7 +324,7 @@ void Editor::reloadControls(const File& file) {
     endCapture();
     setFocus(nullptr);
     keyboard_.give(nullptr, KeyboardFocus::Look::Hidden);
-    hoverControl_ = nullptr;
+    leaveHover(WindowMessage(this, WindowMessage::MouseMove, nullptr, lastMouse_, 0));
     modals_.clear();
     followModals();
     info_->setDisplay(nullptr);
@@ -560,6 +564,7 @@ void Editor::forget(Control& control) {
 
 void Editor::setModule(std::int32_t index) {
     if (Module* const module = plugin_.moduleAt(index)) {
+        leavePrograms();
         module_ = module;
         currentModule_ = index;
         followPrograms();
@@ -578,18 +583,25 @@ void Editor::followPrograms() {
             tuneIn(parameter.get());
 }
 
+void Editor::leavePrograms() {
+    if (module_ != nullptr)
+        for (const auto& parameter : module_->settings().getParameters())
+            if (parameter->inScope(KeptByPrograms))
+                tuneOut(parameter.get());
+}
+
 void Editor::tellProgram(ParameterMessage& change) const {
     const bool isEdit = change.mode == FromUser || change.mode == FromLoad;
-    const auto held = plugin_.hold();
-    Preset* const preset = plugin_.getCurrent();
-    if (!isEdit || preset == nullptr || module_ == nullptr)
+    if (!isEdit || module_ == nullptr)
         return;
     // By its name: of what was queued, the sender isn't known any more.
     const Parameter* const parameter =
         module_->settings().find(change.parameterName, change.cloneNumber);
     if (parameter == nullptr || !parameter->inScope(KeptByPrograms))
         return;
-    if (Program* const program = preset->getProgram(currentModule_))
+    const auto held = plugin_.hold();
+    const Preset* const preset = plugin_.getCurrent();
+    if (Program* const program = preset != nullptr ? preset->getProgram(currentModule_) : nullptr)
         program->receive(change);
 }
 
@@ -621,15 +633,18 @@ void Editor::setSize(std::int32_t percent) {
 
 bool Editor::open(void* parent, const Rect& rect, float scale) {
     close();
-    followCpuMeterChoice();
-    takePendingChoices();
+    takeChoices();
     interfaceThread_ = std::this_thread::get_id();
     const Rect place = rect.hasArea() ? rect : clientRect_;
     const Rect area{0, 0, place.width(), place.height()};
     canvas_ = std::make_unique<Canvas>(area, scale);
     window_ = std::make_unique<Window>(*this, place, parent, canvas_->getDeviceScale());
-    logLine(LogWarning, "opening editor\n  [%p] Canvas\n  [%p] Window\n  [%p] Parent",
-            static_cast<void*>(canvas_.get()), static_cast<void*>(window_.get()), parent);
+    logLine(LogWarning,
+            "opening editor\n  [0x%" PRIxPTR "] Canvas\n  [0x%" PRIxPTR "] Window\n  [0x%" PRIxPTR
+            "] Parent",
+            reinterpret_cast<std::uintptr_t>(canvas_.get()),
+            reinterpret_cast<std::uintptr_t>(window_.get()),
+            reinterpret_cast<std::uintptr_t>(parent));
     if (!canvas_->attach(window_.get())) {
         window_.reset();
         canvas_.reset();
@@ -678,8 +693,7 @@ void Editor::close() {
         const std::lock_guard<Mutex> inside(dirtyLock_);
         dirtyRects_.clear();
     }
-    followCpuMeterChoice();
-    takePendingChoices();
+    takeChoices();
 }
 
 void Editor::windowGone() {
@@ -836,13 +850,16 @@ bool Editor::perform(const std::function<bool()>& act) {
     const Speaking here(*this);
     ++dispatching_;
     bool isUsed = false;
-    try {
-        isUsed = act();
-    } catch (const std::exception& error) {
-        logLine(LogError, std::string_view(error.what()));
-    }
+    const auto guard = [](const auto& part) {
+        try {
+            part();
+        } catch (const std::exception& error) {
+            logLine(LogError, std::string_view(error.what()));
+        }
+    };
+    guard([&] { isUsed = act(); });
     if (!alive.expired() && --dispatching_ == 0)
-        takePendingChoices();
+        guard([this] { takePendingChoices(); });
     return isUsed;
 }
 
@@ -1103,8 +1120,8 @@ void Editor::press(WindowMessage& message, std::int32_t button) {
         takesSystemFocus_ = true;
     Control* const pressed = hoverControl_;
     const bool isHeldAlready = captureControl_ != nullptr && captureControl_ == pressed;
-    if (!isHeldAlready)
-        endCapture();
+    if (!isHeldAlready && !letGo())
+        return;
     const auto alive = life();  // a change that the host hears of may end the interface
     bool isUsed = false;
     if (pressed != nullptr) {
@@ -1114,7 +1131,7 @@ void Editor::press(WindowMessage& message, std::int32_t button) {
         info_->watch(pressed);
         if (!isHeldAlready)
             expectEdit(*pressed, UndoList::Kind::Whole);
-        isUsed = isRight ? pressed->handle(message) : deliverLocal(*pressed, message);
+        isUsed = deliverLocal(*pressed, message);
         if (alive.expired())
             return;
         isUsed = isUsed && captureControl_ == pressed;
@@ -1232,7 +1249,10 @@ void Editor::hover(const WindowMessage& message) {
             found != nullptr && deliverLocal(*found, message, WindowMessage::ControlEnter);
         leaveHover(message);
         // The control may have gone in between.
-        hoverControl_ = isEntered ? std::exchange(hoverCandidate_, nullptr) : nullptr;
+        Control* const candidate = std::exchange(hoverCandidate_, nullptr);
+        if (candidate != nullptr && !isEntered)
+            deliverLocal(*candidate, message, WindowMessage::ControlExit);
+        hoverControl_ = isEntered ? candidate : nullptr;
         if (hoverControl_ != nullptr)
             broadcast(ControlMessage::HoverBegin, message.position, toPayload(hoverControl_));
         else

@@ -117,6 +117,10 @@ public:
 
     // The window.
 
+    /// Takes what the user has chosen in another instance meanwhile: a skin, the CPU meters. The
+    /// controls may be others then, and of another size. Does nothing while the window is open.
+    void takeChoices();
+
     /// Opens the interface under the host's window, in a rectangle of the interface's own size, or
     /// in `rect` where that isn't empty, in the skin's pixels, each of them `scale` of the
     /// screen's. False, and it stays closed, without a window.
@@ -335,6 +339,7 @@ private:
     void takeBackground(Control& control, const Dictionary& element);
     void addDebugControls(Control& background);
     void followPrograms();
+    void leavePrograms();
     void tellProgram(ParameterMessage& change) const;
     static void* dialogOwner() noexcept;
     static void invert(const char* preference);
@@ -348,7 +353,6 @@ private:
     void loadSkinControls();
     bool canLoadSkin();
     void takePendingChoices();
-    void followCpuMeterChoice();
     void deleteControls();
     bool receiveWindow(WindowMessage& message);
     bool receiveMenuChoice(std::int32_t identifier);
@@ -442,6 +446,7 @@ private:
     bool showTooltips_ = true;
     std::string learnHint_;
     std::vector<std::string> skins_;  // the uids of those that the menu offers
+    std::string shownSkin_;           // whose controls these are
     std::string pendingSkin_;         // taken at the window's end
     int dispatching_ = 0;             // messages under way, nested
     std::int32_t builtLine_ = 0;      // of the element under way

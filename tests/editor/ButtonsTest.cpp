@@ -387,6 +387,31 @@ TEST_F(ButtonsTest, PadsAndLinks) {
     open("<q class='Quorl' handle='two' url='file:///bin/true'/>");
     click();
     EXPECT_EQ(look(), 'n');
+    for (const std::string mark : {"", "*"}) {
+        EXPECT_TRUE(chooseAt(Pointer::RightDown, 5, 5, "Enable CPU meters")
+                        .starts_with("Troubleshooting[Enable CPU meters" + mark + ",],"));
+        bool isOn = false;
+        EXPECT_TRUE(Preferences::user()->getBool("ShowCPUMeters", isOn));
+        EXPECT_EQ(isOn, mark.empty());
+    }
+}
+
+// Faults: a favourite that is stored without Shift, not shown, or in no slot at all.
+TEST_F(ButtonsTest, FavouritesAreStoredAndRecalled) {
+    plugin.addPreset("Mine");
+    open("<f class='FavoriteButton' on='2' handle='two'/>");
+    EXPECT_EQ(look(), 'f');
+    click();
+    EXPECT_EQ(plugin.getCurrentIndex(), 1) << "nothing is stored yet";
+    desktop.heldKeys = {0x10};
+    click();
+    EXPECT_EQ(look(), 'n');
+    desktop.heldKeys.clear();
+    plugin.setProgram(0);
+    EXPECT_EQ(look(), 'f');
+    click();
+    EXPECT_EQ(plugin.getCurrentIndex(), 1);
+    EXPECT_EQ(look(), 'n');
 }
 
 // Faults: a text in the wrong place, state or colour.

@@ -67,7 +67,8 @@ TEST_F(ControlTest, ReadsItsKeys) {
         "<c class='Probe' id='wild' x='2147483647' y='-2147483648' width='2147483647' height='-5' "
         "transparency='nan' textsize='1e30' zorder='-2147483648'/>"
         "<e class='Probe' id='hovered' showvalue='mouseover'><listento><x value='Bend'/></listento>"
-        "</e><f class='Probe' id='none' parameter='No such'/>");
+        "</e><f class='Probe' id='none' parameter='No such'/>"
+        "<g class='Probe' id='always' parameter='Volume' showvalue='always'/>");
     Probe& full = probe("full");
     EXPECT_EQ(full.getRect(), (Rect{3, 4, 33, 24}));
     EXPECT_EQ(full.getLabel(), plugin.parameter("Volume").getName());
@@ -77,6 +78,7 @@ TEST_F(ControlTest, ReadsItsKeys) {
     EXPECT_EQ(probe("wild").getRect(), (Rect{65'536, -65'536, 131'072, -65'536}));
     EXPECT_EQ(probe("none").getParameter(), nullptr);
     EXPECT_EQ(probe("none").getTooltip(), "");
+    EXPECT_EQ(probe("always").getTooltip(), plugin.parameter("Volume").getText());
     probe("hovered").take();
     plugin.parameter("Bend").setNormalised(1, FromHost);
     EXPECT_EQ(probe("hovered").take(), "Bend ");
@@ -110,6 +112,49 @@ TEST_F(ControlTest, OnlyWhatCanTakeThePointerIsFound) {
     EXPECT_EQ(editor->getRootControl()->findDropTargetAt({42, 2}), &probe("off"));
 }
 
+// Faults: a child that hears that the pointer left its container as it enters the child, a press or
+// a key that a container takes for a child that is elsewhere.
+TEST_F(ControlTest, AContainerKeepsWhatIsItsOwn) {
+    open(
+        "<f class='Container' x='40' y='40' width='40' height='40'><controls>"
+        "<g class='Probe' id='inner' width='10' height='10' keyboard='true'/>"
+        "<h class='Probe' id='away' x='35' y='35' width='5' height='5'/></controls></f>");
+    point(Pointer::Move, 60, 60);
+    point(Pointer::Move, 45, 45);
+    EXPECT_EQ(probe("inner").take(), "12@5,5 6@5,5 ");
+    point(Pointer::Move, 76, 60);
+    probe("inner").take();
+    EXPECT_FALSE(press(' '));
+    EXPECT_NE(chooseAt(Pointer::RightDown, 76, 60, ""), "");
+    EXPECT_EQ(probe("inner").take() + probe("away").take(), "");
+}
+
+// Faults: a small form that can't be pressed, or doesn't follow what is in it; a container that
+// doesn't grow with it.
+TEST_F(ControlTest, ASmallFormOpensAtAPress) {
+    open(
+        "<f class='Container' id='outer' x='10' y='10' width='10' height='10'><controls>"
+        "<f class='Container' id='form' width='60' height='60'><thumbnail width='20' height='20'/>"
+        "<controls><g class='Probe' id='inner' x='30' y='30' width='20' height='20' "
+        "parameter='Volume'/></controls></f></controls></f>");
+    auto &form = probe<Control>("form"), &outer = probe<Control>("outer");
+    EXPECT_EQ(probe("inner").getAbsoluteRect(), (Rect{10, 10, 30, 30}));
+    probe("inner").onDraw = [this](Canvas& canvas) {
+        canvas.setFillColor(Color(plugin.parameter("Volume").getNormalised(), 0, 0, 1));
+        canvas.fillRect({0, 0, 20, 20});
+    };
+    plugin.parameter("Volume").setNormalised(1, FromHost);
+    editor->idle();
+    EXPECT_TRUE(keepsItsPicture(*editor));
+    click(22, 22);
+    EXPECT_EQ(form.getRect(), (Rect{0, 0, 60, 60}));
+    EXPECT_EQ(outer.getAbsoluteRect(), (Rect{10, 10, 70, 70}));
+    EXPECT_EQ(at(45, 45), &probe("inner"));
+    click(15, 15);
+    EXPECT_EQ(form.getRect(), (Rect{0, 0, 20, 20}));
+    EXPECT_EQ(outer.getAbsoluteRect(), (Rect{10, 10, 30, 30}));
+}
+
 // Faults: a dialog that stays when its switch is off, one that loses the focus to itself.
 TEST_F(ControlTest, AContainerFollowsItsSwitch) {
     open(
@@ -137,6 +182,11 @@ TEST_F(ControlTest, AContainerFollowsItsSwitch) {
     leave.mode = FromUser;
     inverted.receive(leave);
     EXPECT_FALSE(inverted.isVisible());
+    editor->close();
+    plugin.parameter("Volume").setNormalised(0, FromHost);
+    inverted.setVisible(false);  // as if that had been told on another thread
+    ASSERT_TRUE(editor->open(nullptr, {}));
+    EXPECT_TRUE(inverted.isVisible());
 }
 
 // Faults: a drop that the wrong control gets, a mark that stays, a text that isn't checked.

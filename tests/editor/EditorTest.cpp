@@ -340,8 +340,12 @@ TEST(EditorStart, TakesTheSkinsFileAndChangesItAtTheEnd) {
     };
     desktop.point(*desktop.windows().back(), platform::PointerEvent::RightDown, {3, 3});
     EXPECT_EQ(editor->getClientRect().right, 100);
+    const auto another = makeEditor();
     editor->close();
     EXPECT_EQ(editor->getClientRect().right, 50);
+    EXPECT_EQ(another->getClientRect().right, 100);
+    another->takeChoices();
+    EXPECT_EQ(another->getClientRect().right, 50) << "the skin is chosen for all instances";
 
     Preferences& user = *Preferences::user();
     user.setBool("ShowCPUMeters", true);

@@ -290,6 +290,15 @@ TEST_F(TextControlsTest, PictureOfADialogOverABlur) {
     test::expectPicture(*editor->getCanvas()->getPixels(), "dialog-150");
     probe<Control>("dialog").setVisible(false);
     EXPECT_EQ(shown(), before);
+    probe("under").onDraw = [](Canvas& canvas) {
+        canvas.setFillColor(Color(1, 1, 1, 1));
+        canvas.fillRect({0, 0, 30, 20});
+    };
+    plugin.parameter("Switch").setNormalised(0.0f, FromUser);
+    plugin.parameter("Switch").setNormalised(1.0f, FromUser);
+    EXPECT_TRUE(shown() != blurred) << "of what is there now";
+    plugin.parameter("Switch").setNormalised(0.0f, FromUser);
+    editor->idle();
     click(22, 22);
     EXPECT_NE(probe("under").take(), "");
 

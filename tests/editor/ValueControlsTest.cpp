@@ -21,6 +21,7 @@ const std::string Settings =
     "<Bend class='ParameterValue' type='float' minval='-1.0' maxval='1.0' defval='0.0'/>"
     "<Steps class='ParameterValue' type='integer' minval='-2' maxval='2' defval='0' "
     "automatable='true'/>"
+    "<Down class='ParameterValue' type='integer' minval='10' maxval='0' automatable='true'/>"
     "<section name='Band'><Gain class='ParameterValue' type='bool'/></section>"
     "<section name='Band'><Gain class='ParameterValue' type='bool'/></section>"
     "</parameters></dict>";
@@ -87,6 +88,19 @@ TEST_F(ValueControlsTest, ADragFollowsThePointer) {
         drag({15, 15}, to);
         EXPECT_NEAR(value("Volume"), end, 1e-5f) << keys << " to " << to.x << ", " << to.y;
     }
+    // A press beside the handle takes it there; a hole in the background takes presses too.
+    addStrip("tall", 8, 10);
+    addBitmap("image");
+    const std::string tall = "class='Slider' parameter='Volume' handle='tall' type='move' ";
+    for (const std::string& keys :
+         {tall + "width='8' height='60'", tall + "width='8' height='60' background='image'"}) {
+        show(keys);
+        plugin.parameter("Volume").setNormalised(0.0f, FromHost);
+        click(6, 15);
+        EXPECT_NEAR(value("Volume"), 0.8f, 1e-5f) << keys;
+        click(6, 22);
+        EXPECT_NEAR(value("Volume"), 0.8f, 1e-5f) << "as near as 8 pixels counts as on it";
+    }
     // A step of 1 leaves a drag as fast as it is.
     show("class='Knob' parameter='Steps'");
     drag({15, 15}, {15, -97});
@@ -134,6 +148,8 @@ TEST_F(ValueControlsTest, TheTableMapsPositionsAndBack) {
         EXPECT_NEAR(value("Volume"), expected, 1e-5f) << keys;
         EXPECT_NEAR(control.getPosition(), position, 1e-5f) << keys;
     }
+    show("min='0.5' class='Knob' parameter='Volume'").setPosition(0.2f);
+    EXPECT_EQ(value("Volume"), 0.5f) << "not beyond the control's part of the range";
     // Equal ends are no number.
     for (const std::string& keys :
          {std::string("min='0.5' max='0.5' class='Knob' parameter='Volume'"),
@@ -162,6 +178,7 @@ TEST_F(ValueControlsTest, TheWheelAndTheKeysMakeSteps) {
     } steps[] = {
         {"", "Volume", 0.5f, Wheel, 120, 0.525f},
         {"", "Steps", 0.5f, Wheel, 30, 0.75f},
+        {"", "Down", 0.1f, Wheel, -120, 0.0f},
         {"wrap='true'", "Steps", 1.0f, Wheel, 120, 0.0f},
         {"wrap='true' dragspeed='90'", "Steps", 0.5f, Wheel, 120, 0.25f},
         {"wrap='true' dragspeed='90'", "Steps", 0.5f, Wheel, -120, 0.75f},
@@ -278,7 +295,8 @@ TEST_F(ValueControlsTest, PictureOfValues) {
                 isWide ? 30 : 8, isWide ? 8 : 30);
     for (const char* on : {"", "valueon='0.7'"})
         add("class='LED' handle='small' parameter='Volume' " + std::string(on), 5, 8);
-    add("class='Display' textcolor='#a0ffa0' parameter='Steps'", 40, 16);
+    add("class='Display' textcolor='#a0ffa0' parameter='Steps'", 20, 16);
+    add("class='Display' textcolor='#a0ffa0' parameter='Down' digits='3'", 24, 16);
     add("class='TextValue' background='#404850' parameter='Volume' prefix='at ' postfix=' of 1'",
         70, 16);
     ASSERT_TRUE(
@@ -286,6 +304,7 @@ TEST_F(ValueControlsTest, PictureOfValues) {
     plugin.parameter("Volume").setNormalised(0.7f, FromHost);
     plugin.parameter("Bend").setNormalised(0.2f, FromHost);
     plugin.parameter("Steps").setFloat(-2.0f, FromHost);
+    plugin.parameter("Down").setFloat(7.0f, FromHost);
     ASSERT_TRUE(editor->open(nullptr, {}));
     editor->idle();
     test::expectPicture(*editor->getCanvas()->getPixels(), "values-100");
@@ -310,6 +329,12 @@ TEST_F(ValueControlsTest, EachFollowsItsOwnClone) {
     EXPECT_NE(on, off);
     EXPECT_EQ(shown(1, 0.0f), on);
     EXPECT_EQ(shown(0, 0.0f), off);
+    const std::string hidden = "class='LED' handle='Gain' width='8' height='8' parameter='Gain'";
+    open("<a id='led' " + hidden + "><show value='1' parameter='Gain'/></a>");
+    for (const bool isOn : {true, false}) {
+        shown(0, isOn ? 1.0f : 0.0f);
+        EXPECT_EQ(probe<Control>("led").isVisible(), isOn);
+    }
 }
 
 // Faults: a skin that moves what the user has set when it is saved or chosen again.

@@ -365,6 +365,9 @@ TEST_F(HostedEditor, TakesTheSizeThatTheUserWants) {
         effect.call(effEditClose);
         EXPECT_EQ(widthOf(effect), after);
     }
+    Preferences::user()->setBool("ShowCPUMeters", true);
+    EXPECT_EQ(widthOf(effect), 520 + 160) << "as the window will be";
+    Preferences::user()->setBool("ShowCPUMeters", false);
     for (const auto& [percent, width] : {std::pair(49, 520), {50, 260}, {400, 2080}, {401, 520}}) {
         editorOf(effect).setSize(percent);
         EXPECT_EQ(widthOf(effect), width);
