@@ -97,7 +97,7 @@ Canvas::Canvas(const Canvas& parent, const Rect& rect) {
     view_ = parent.view_;
     font_ = parent.font_;
     const Rect picture = parent.toArea(rect);
-    create(parent.toDevice(rect, Rounding::Outward));
+    create(toDevice(rect, Rounding::Outward));
     frames_.push_back(view_);
     setView({view_.origin, picture, picture, view_.scaleX, view_.scaleY});
 }

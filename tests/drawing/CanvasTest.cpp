@@ -155,6 +155,25 @@ TEST_F(CanvasTest, PicturesInOneAnotherAreBounded) {
     EXPECT_FALSE(fifth.getPixels() || small.getPixels());
 }
 
+// Faults: a control that fades inside another one off the origin loses a part of itself, or all.
+TEST_F(CanvasTest, PicturesInOneAnotherLieInTheirPlaces) {
+    const Rect all = box(0, 0, 40, 40), outer = box(9, 7, 20, 20), inner = box(13, 11, 11, 30);
+    for (const float scale : {1.0f, 1.5f}) {
+        Canvas nested(all, scale), plain(all, scale);
+        ground(nested, all);
+        ground(plain, all);
+        Canvas first(nested, outer), second(first, inner);
+        for (Canvas* const canvas : {&second, &plain}) {
+            canvas->setClip(outer);
+            canvas->setFillColor(Red);
+            canvas->fillRect(inner);
+        }
+        first.copyFrom(second, inner, inner);
+        nested.copyFrom(first, outer, outer);
+        EXPECT_TRUE(bytesOf(*nested.getPixels()) == bytesOf(*plain.getPixels())) << scale;
+    }
+}
+
 // Faults: an outline beside its shape, a clip or an origin that stays, alphas that replace each
 // other, edges between pixels; a neighbouring frame that bleeds into a stretched one, an alpha that
 // counts twice, an image that moves when it is cut; letters of another size, weight or place, text
