@@ -18,9 +18,8 @@ namespace tarn {
 namespace {
 
 constexpr std::int32_t MostPixelsASide = 16'384;
-constexpr std::int64_t MostPixels = std::int64_t{1} << 24;
-constexpr std::int64_t MostPixelsTogether = 4 * MostPixels;  // with all parents' pictures
-constexpr double Farthest = 1e6;                             // that a rectangle reaches
+constexpr std::int64_t MostPixels = std::int64_t{1} << 26;  // with all parents' pictures
+constexpr double Farthest = 1e6;                            // that a rectangle reaches
 constexpr double FarthestPoint = 32'768;  // of a path: what the products of cairo's numbers hold
 constexpr float FullAlpha = 0.99f;        // from here on a copy is drawn as it is
 constexpr double MiddleOfPixel = 0.5;
@@ -86,7 +85,11 @@ Canvas::~Canvas() = default;
 
 Canvas::Canvas(const Rect& area, float deviceScale) {
     deviceScale_ = deviceScale > 0.25f ? std::min(deviceScale, 16.0f) : 0.25f;
-    create(toDevice(area, Rounding::Outward));
+    const Rect device = toDevice(area, Rounding::Outward);
+    create(device);
+    if (pixels_ == nullptr && !isNothing(device))
+        logLine(LogError, "Canvas of %d x %d pixels is too large: nothing is drawn",
+                widthOf(device), heightOf(device));
 }
 
 Canvas::Canvas(const Canvas& parent, const Rect& rect) {
@@ -112,7 +115,7 @@ void Canvas::create(const Rect& device) {
     const std::int32_t width = std::min(widthOf(device), MostPixelsASide);
     const std::int32_t height = std::min(heightOf(device), MostPixelsASide);
     const std::int64_t count = std::int64_t{width} * height;
-    if (count == 0 || count > MostPixels || pixelsAbove_ + count > MostPixelsTogether)
+    if (count == 0 || pixelsAbove_ + count > MostPixels)
         return;
     own_ = makeShared<PixelsData>(width, height);
     pixels_ = own_.get();

@@ -41,8 +41,9 @@ public:
     enum PathMode : std::int32_t { Fill = 1, Stroke = 2 };
 
     /// For a window's area, whose top left is the origin. It may be empty; more than 16,384 pixels
-    /// of the screen a side are cut off. `deviceScale` is the screen's pixels for one of the skin,
-    /// 0.25 to 16; others are clamped. Throws std::bad_alloc.
+    /// of the screen a side are cut off, and where more than 67,108,864 in all are left, it is
+    /// empty, and the log says so. `deviceScale` is the screen's pixels for one of the skin, 0.25
+    /// to 16; others are clamped. Throws std::bad_alloc.
     explicit Canvas(const Rect& area, float deviceScale = 1.0f);
 
     /// A picture of its own, transparent at first, for what is drawn within `rect` of `parent`'s
@@ -161,7 +162,7 @@ public:
 
     float getDeviceScale() const { return deviceScale_; }
 
-    /// The picture, in the screen's pixels; null for an empty area.
+    /// The picture, in the screen's pixels; null for an empty canvas.
     const PixelsData* getPixels() const { return pixels_; }
 
 private:

@@ -146,8 +146,10 @@ void drawTexts(Canvas& canvas) {
     canvas.present();
 }
 
-// Fault: an interface's file that nests controls takes all memory.
+// Faults: an interface's file that nests controls takes all memory; a large window stays empty.
 TEST_F(CanvasTest, PicturesInOneAnotherAreBounded) {
+    EXPECT_TRUE(Canvas(box(0, 0, 4800, 3600)).getPixels());
+    EXPECT_FALSE(Canvas(box(0, 0, 8193, 8192)).getPixels());
     const Rect largest = box(0, 0, 4096, 4096);
     const Canvas first(largest), second(first, largest), third(second, largest),
         fourth(third, largest), fifth(fourth, largest), small(fourth, box(0, 0, 1, 1));
