@@ -356,6 +356,8 @@ void Canvas::drawText(std::string_view text, const Rect& rect, std::int32_t flag
     if (!canDraw() || isNothing(device))
         return;
     fillDevice(device, textBackground_);
+    if (text_.isNone())
+        return;
     if (flags == 0)
         flags = font_.alignment;
     cairo_identity_matrix(context());
@@ -563,6 +565,8 @@ void Canvas::lineTo(Point point) {
         addPoint(point, 0.0, false);
         return;
     }
+    if (pen_.isNone())
+        return;
     cairo_t* const cr = context();
     cairo_new_path(cr);
     addPoint(from, MiddleOfPixel, true);

@@ -8,6 +8,7 @@
 
 #include <limits>
 #include <mutex>
+#include <set>
 #include <sstream>
 
 namespace tarn {
@@ -296,6 +297,27 @@ TEST_F(CanvasTest, BearsAnyNumbers) {
     for (int i = 0; i < 3; ++i)
         small.restoreAlpha();
     EXPECT_EQ(small.getGlobalAlpha(), 1.0f);
+}
+
+// Fault: the colour that paints nothing paints.
+TEST_F(CanvasTest, DrawsAsColorsAndFlagsSay) {
+    const Rect all = box(0, 0, 60, 20);
+    Canvas canvas(all);
+    const auto colorsOf = [&](const Color& color, std::int32_t own, std::int32_t flags) {
+        ground(canvas, all);
+        canvas.setTextColor(color);
+        canvas.setPenColor(color);
+        canvas.selectFont(Font("Inter", 14, Font::Plain, 1, own));
+        canvas.drawText("Rose", all, flags);
+        canvas.moveTo({0, 19});
+        canvas.lineTo({59, 19});
+        std::set<std::string> colors;
+        for (std::int32_t i = 0; i < 60 * 20; ++i)
+            colors.insert(at(canvas, {i % 60, i / 60}));
+        return colors.size();
+    };
+    EXPECT_EQ(colorsOf(Color::none(), Font::Left, 0), 1u);
+    EXPECT_GT(colorsOf(Ink, Font::Left, 0), 2u);
 }
 
 // Faults: text that doesn't fit the box that was measured for it, a name in a script that the font
