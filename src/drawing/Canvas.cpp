@@ -349,6 +349,15 @@ void forEachLine(std::string_view text, Visit visit) {
     }
 }
 
+// Without smooth edges, which our FreeType can't do: it has no renderer of single bits.
+void fillGlyphs(cairo_t* cr, const cairo_glyph_t* glyphs, int count) {
+    cairo_new_path(cr);
+    cairo_glyph_path(cr, glyphs, count);
+    cairo_set_antialias(cr, CAIRO_ANTIALIAS_NONE);
+    cairo_fill(cr);
+    cairo_set_antialias(cr, CAIRO_ANTIALIAS_DEFAULT);
+}
+
 }  // namespace
 
 void Canvas::drawText(std::string_view text, const Rect& rect, std::int32_t flags) {
@@ -415,7 +424,11 @@ void Canvas::drawLine(std::string_view text, const Rect& device, std::int32_t fl
         for (const FontLibrary::Glyph& glyph : run.glyphs)
             glyphs.push_back({glyph.number, x + glyph.x, baseline});
         cairo_set_scaled_font(cr, run.font.get());
-        cairo_show_glyphs(cr, glyphs.data(), static_cast<int>(glyphs.size()));
+        const int count = static_cast<int>(glyphs.size());
+        if ((font_.alignment & Font::NotAntialiased) == 0)
+            cairo_show_glyphs(cr, glyphs.data(), count);
+        else
+            fillGlyphs(cr, glyphs.data(), count);
     }
     if (isCut)
         cairo_restore(cr);

@@ -299,7 +299,8 @@ TEST_F(CanvasTest, BearsAnyNumbers) {
     EXPECT_EQ(small.getGlobalAlpha(), 1.0f);
 }
 
-// Fault: the colour that paints nothing paints.
+// Faults: the colour that paints nothing paints; text without smooth edges isn't drawn, nor is
+// anything after it.
 TEST_F(CanvasTest, DrawsAsColorsAndFlagsSay) {
     const Rect all = box(0, 0, 60, 20);
     Canvas canvas(all);
@@ -309,14 +310,15 @@ TEST_F(CanvasTest, DrawsAsColorsAndFlagsSay) {
         canvas.setPenColor(color);
         canvas.selectFont(Font("Inter", 14, Font::Plain, 1, own));
         canvas.drawText("Rose", all, flags);
-        canvas.moveTo({0, 19});
-        canvas.lineTo({59, 19});
+        canvas.moveTo({-1, 19});
+        canvas.lineTo({60, 19});
         std::set<std::string> colors;
         for (std::int32_t i = 0; i < 60 * 20; ++i)
             colors.insert(at(canvas, {i % 60, i / 60}));
         return colors.size();
     };
     EXPECT_EQ(colorsOf(Color::none(), Font::Left, 0), 1u);
+    EXPECT_EQ(colorsOf(Ink, Font::NotAntialiased, 0), 2u);
     EXPECT_GT(colorsOf(Ink, Font::Left, 0), 2u);
 }
 
