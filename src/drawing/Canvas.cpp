@@ -395,7 +395,8 @@ void Canvas::drawLine(std::string_view text, const Rect& device, std::int32_t fl
                       const Rect& box) {
     FontLibrary& fonts = FontLibrary::get();
     const std::lock_guard<Mutex> inside(fonts.lock());
-    const FontLibrary::Line& line = fonts.layOut(font_, double{deviceScale_} * view_.scaleY, text);
+    const FontLibrary::Line& line =
+        fonts.layOut(font_, double{deviceScale_} * view_.scaleY, text, flags);
     double x = device.left;
     if ((flags & Font::Right) != 0)
         x = device.right - line.width;
@@ -425,7 +426,7 @@ void Canvas::drawLine(std::string_view text, const Rect& device, std::int32_t fl
             glyphs.push_back({glyph.number, x + glyph.x, baseline});
         cairo_set_scaled_font(cr, run.font.get());
         const int count = static_cast<int>(glyphs.size());
-        if ((font_.alignment & Font::NotAntialiased) == 0)
+        if ((flags & Font::NotAntialiased) == 0)
             cairo_show_glyphs(cr, glyphs.data(), count);
         else
             fillGlyphs(cr, glyphs.data(), count);

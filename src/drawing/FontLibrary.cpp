@@ -176,8 +176,8 @@ const FontFace* FontLibrary::findWith(char32_t character, std::int32_t weight) {
     return place->second;
 }
 
-const FontLibrary::Line& FontLibrary::layOut(const Font& font, double scale,
-                                             std::string_view line) {
+const FontLibrary::Line& FontLibrary::layOut(const Font& font, double scale, std::string_view line,
+                                             std::int32_t flags) {
     if (!areFoldersRead_)
         readFolders();
     if (installed_.size() > MostInstalled || others_.size() > MostOthers) {
@@ -187,9 +187,11 @@ const FontLibrary::Line& FontLibrary::layOut(const Font& font, double scale,
     }
     const double pixels = font.size * scale;
     line = line.substr(0, MostLetters);
+    if (flags == 0)
+        flags = font.alignment;
     const LineKeyView key(pixels > 1.0 ? std::min(pixels, MostPixels) : 1.0,
-                          (font.alignment & Font::NotAntialiased) == 0, font.getWeightClass(),
-                          font.name, line);
+                          (flags & Font::NotAntialiased) == 0, font.getWeightClass(), font.name,
+                          line);
     if (const auto known = lines_.find(key); known != lines_.end())
         return known->second;
     if (lines_.size() >= MostLines || keptBytes_ + line.size() > MostKept) {

@@ -63,12 +63,14 @@ public:
     std::vector<std::string> getFiles();
 
     /// Lays out a line of UTF-8 text, of which 4,096 bytes are taken, with `scale` pixels of the
-    /// screen for one of the font's. Letters that its family doesn't have come from another one
-    /// that does; a family that isn't there is replaced by "Arial", or else by any. Empty if there
-    /// is no font at all. What isn't UTF-8 is drawn as U+FFFD, and a line's control characters as
-    /// spaces. The answer is for a thread that holds the lock, until it lets it go or lays out
-    /// another line. Up to 256 lines are kept, so that asking again is quick.
-    const Line& layOut(const Font& font, double scale, std::string_view line);
+    /// screen for one of the font's. `flags` replace the font's alignment unless they are 0.
+    /// Letters that its family doesn't have come from another one that does; a family that isn't
+    /// there is replaced by "Arial", or else by any. Empty if there is no font at all. What isn't
+    /// UTF-8 is drawn as U+FFFD, and a line's control characters as spaces. The answer is for a
+    /// thread that holds the lock, until it lets it go or lays out another line. Up to 256 lines
+    /// are kept, so that asking again is quick.
+    const Line& layOut(const Font& font, double scale, std::string_view line,
+                       std::int32_t flags = 0);
 
     Mutex& lock() { return lock_; }
 

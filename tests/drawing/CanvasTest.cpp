@@ -300,7 +300,7 @@ TEST_F(CanvasTest, BearsAnyNumbers) {
 }
 
 // Faults: the colour that paints nothing paints; text without smooth edges isn't drawn, nor is
-// anything after it.
+// anything after it; the font's edges count beside a text's own flags.
 TEST_F(CanvasTest, DrawsAsColorsAndFlagsSay) {
     const Rect all = box(0, 0, 60, 20);
     Canvas canvas(all);
@@ -319,7 +319,8 @@ TEST_F(CanvasTest, DrawsAsColorsAndFlagsSay) {
     };
     EXPECT_EQ(colorsOf(Color::none(), Font::Left, 0), 1u);
     EXPECT_EQ(colorsOf(Ink, Font::NotAntialiased, 0), 2u);
-    EXPECT_GT(colorsOf(Ink, Font::Left, 0), 2u);
+    EXPECT_EQ(colorsOf(Ink, Font::Left, Font::Left | Font::NotAntialiased), 2u);
+    EXPECT_GT(colorsOf(Ink, Font::NotAntialiased, Font::Left), 2u);
 }
 
 // Faults: text that doesn't fit the box that was measured for it, a name in a script that the font
