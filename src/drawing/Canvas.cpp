@@ -134,6 +134,17 @@ void Canvas::useContext() {
     cairo_set_line_width(cairo_->context.get(), 1.0);
 }
 
+// A context that has failed once, as where there is no memory, refuses all that follows.
+void Canvas::recover() {
+    if (cairo_ == nullptr)
+        return;
+    const cairo_status_t status = cairo_status(cairo_->context.get());
+    if (status == CAIRO_STATUS_SUCCESS)
+        return;
+    logLine(LogError, "Canvas failed to draw: %s", cairo_status_to_string(status));
+    useContext();
+}
+
 bool Canvas::attach(CanvasTarget* window) {
     window_ = window;
     if (window != nullptr && window->canShow())
@@ -143,6 +154,7 @@ bool Canvas::attach(CanvasTarget* window) {
 }
 
 void Canvas::beginFrame(const Rect& rect) {
+    recover();
     frames_.push_back(view_);
     setView({{}, rect, rect, 1.0f, 1.0f});
 }

@@ -64,7 +64,8 @@ public:
     bool attach(CanvasTarget* window);
 
     /// Frames may stand in one another. Each starts with the origin at the area's top left and is
-    /// clipped to `rect`.
+    /// clipped to `rect`. A drawing that failed, as where there is no memory, makes those after it
+    /// fail until the next frame starts; the log says so.
     void beginFrame(const Rect& rect);
 
     /// Ends the innermost frame: shows its rectangle, and the former frame's origin and clip hold.
@@ -179,6 +180,7 @@ private:
     Canvas();
     void create(const Rect& device);
     void useContext();
+    void recover();
     bool canDraw() const { return !frames_.empty() && cairo_ != nullptr; }
     void setView(const View& view);
     Rect toArea(const Rect& rect) const;

@@ -195,7 +195,8 @@ TEST_F(CanvasTest, PicturesOfShapesImagesAndTexts) {
 }
 
 // Faults: drawing without a frame, a part that is shown twice or not at all, a former frame's clip
-// that is lost, a clip that grows beyond its frame.
+// that is lost, a clip that grows beyond its frame, a picture that never changes after one drawing
+// failed.
 TEST_F(CanvasTest, ShowsWhatEachFrameDrew) {
     struct Window : CanvasTarget {
         bool canShow() const override { return isThere; }
@@ -230,6 +231,11 @@ TEST_F(CanvasTest, ShowsWhatEachFrameDrew) {
     canvas.beginFrame(box(0, 0, 10, 10));
     canvas.clear();
     EXPECT_EQ(at(canvas, {9, 9}), "0 0 0 0 ");
+    PixelsData tooWide(40'000, 1);  // for cairo
+    canvas.copyFrom(Canvas(tooWide), box(0, 0, 40'000, 1), box(0, 0, 10, 10));
+    canvas.beginFrame(box(0, 0, 10, 10));
+    canvas.fillRect(box(4, 4, 3, 3));
+    EXPECT_EQ(at(canvas, {9, 9}) + at(canvas, {14, 9}), "255 0 0 255 0 0 0 0 ");
     window.isThere = false;
     EXPECT_FALSE(canvas.attach(&window));
 }
