@@ -142,16 +142,19 @@ const FontFace* FontLibrary::findInstalled(const std::string& family, std::int32
     if (!isNew || !freetype_->library || !platform::loadSystemFont(family, weight, font))
         return place->second.get();
     auto faces = FontFace::readAll(freetype_->library, std::move(font.file));
-    std::unique_ptr<FontFace>* chosen = nullptr;
-    if (font.face >= 0 && static_cast<std::size_t>(font.face) < faces.size())
-        chosen = &faces[static_cast<std::size_t>(font.face)];
-    else if (const FontFace* const named = nearest(faces, family, weight); named != nullptr)
-        chosen = &*std::find_if(faces.begin(), faces.end(),
-                                [named](const auto& face) { return face.get() == named; });
-    else if (!faces.empty())
-        chosen = &faces.front();  // the system may have another name for it
-    if (chosen != nullptr)
-        place->second = std::move(*chosen);
+    if (faces.empty())
+        return nullptr;
+    // Not by its place: faces that can't be used are left out.
+    auto chosen = std::find_if(faces.begin(), faces.end(),
+                               [&font](const auto& face) { return face->getIndex() == font.face; });
+    if (chosen == faces.end())
+        chosen = std::find_if(faces.begin(), faces.end(),
+                              [named = nearest(faces, family, weight)](const auto& face) {
+                                  return face.get() == named;
+                              });
+    if (chosen == faces.end())
+        chosen = faces.begin();  // the system may have another name for it
+    place->second = std::move(*chosen);
     return place->second.get();
 }
 
