@@ -330,7 +330,8 @@ TEST_F(CanvasTest, DrawsAsColorsAndFlagsSay) {
 }
 
 // Faults: text that doesn't fit the box that was measured for it, a name in a script that the font
-// lacks drawn as boxes, an unknown family without a text, bytes of a file that aren't a font.
+// lacks drawn as boxes, an unknown family without a text, bytes of a file that aren't a font, or
+// one that FreeType refuses to draw.
 TEST_F(CanvasTest, TextsComeFromTheFontsThatHaveThem) {
     FontLibrary& fonts = FontLibrary::get();
     const Font inter("Inter", 20);
@@ -364,6 +365,16 @@ TEST_F(CanvasTest, TextsComeFromTheFontsThatHaveThem) {
 
     ASSERT_TRUE(File(INTER_FONTS "/Inter-Bold.otf").contents(file, 1 << 20) &&
                 File(store.path("cut.otf")).save(file));
+    fonts.setFolders({Folder(store.path())});
+    EXPECT_EQ(fonts.layOut(inter, 1.0, "A").runs[0].face->getWeight(), 700);
+
+    // Letters too large by a factor of 100 or more are taken from the next face.
+    ASSERT_TRUE(File(INTER_FONTS "/Inter-Regular.otf").contents(file, 1 << 20));
+    const auto byte = [&](std::size_t place) { return static_cast<std::uint8_t>(file[place]); };
+    const std::size_t entry = file.find("head") + 8;
+    const std::size_t head = byte(entry + 1) << 16 | byte(entry + 2) << 8 | byte(entry + 3);
+    file.replace(head + 18, 2, {'\0', 16});  // units of a letter's size
+    ASSERT_TRUE(File(store.path("huge.otf")).save(file));
     fonts.setFolders({Folder(store.path())});
     EXPECT_EQ(fonts.layOut(inter, 1.0, "A").runs[0].face->getWeight(), 700);
     ASSERT_TRUE(File(store.path("no font.txt")).save(file));
