@@ -381,8 +381,6 @@ void Canvas::drawText(std::string_view text, const Rect& rect, std::int32_t flag
         return;
     if (flags == 0)
         flags = font_.alignment;
-    cairo_identity_matrix(context());
-    setSource(text_);
     if ((flags & Font::Multiline) == 0) {
         drawLine(text, device, flags, device);
     } else {
@@ -425,6 +423,8 @@ void Canvas::drawLine(std::string_view text, const Rect& device, std::int32_t fl
                        baseline + line.inkTop - Smoothing < box.top ||
                        baseline + line.inkBottom + Smoothing > box.bottom;
     cairo_t* const cr = context();
+    cairo_identity_matrix(cr);
+    setSource(text_);
     if (isCut) {
         cairo_save(cr);
         cairo_new_path(cr);
@@ -445,6 +445,7 @@ void Canvas::drawLine(std::string_view text, const Rect& device, std::int32_t fl
     }
     if (isCut)
         cairo_restore(cr);
+    recover();  // a font may hold letters that can't be drawn: only they are missing
 }
 
 Rect Canvas::measureText(std::string_view text) const {

@@ -313,7 +313,7 @@ TEST_F(CanvasTest, DrawsAsColorsAndFlagsSay) {
     const auto shadesOf = [&](const Color& color, std::int32_t own, std::int32_t flags) {
         ground(canvas, all);
         canvas.setTextColor(color);
-        canvas.setPenColor(color);
+        canvas.setPenColor(Color::none());
         canvas.selectFont(Font("Inter", 14, Font::Plain, 1, own));
         canvas.drawText("Rose", all, flags);
         canvas.moveTo({-1, 19});
