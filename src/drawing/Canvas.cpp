@@ -18,9 +18,8 @@ namespace tarn {
 namespace {
 
 constexpr std::int32_t MostPixelsASide = 16'384;
-constexpr std::int64_t MostPixels = std::int64_t{1} << 24;
-constexpr std::int64_t MostPixelsTogether = 4 * MostPixels;  // with all parents' pictures
-constexpr double Farthest = 1e6;                             // that a rectangle reaches
+constexpr std::int64_t MostPixels = std::int64_t{1} << 26;  // with all parents' pictures
+constexpr double Farthest = 1e6;                            // that a rectangle reaches
 constexpr double FarthestPoint = 32'768;  // of a path: what the products of cairo's numbers hold
 constexpr float FullAlpha = 0.99f;        // from here on a copy is drawn as it is
 constexpr double MiddleOfPixel = 0.5;
@@ -86,7 +85,11 @@ Canvas::~Canvas() = default;
 
 Canvas::Canvas(const Rect& area, float deviceScale) {
     deviceScale_ = deviceScale > 0.25f ? std::min(deviceScale, 16.0f) : 0.25f;
-    create(toDevice(area, Rounding::Outward));
+    const Rect device = toDevice(area, Rounding::Outward);
+    create(device);
+    if (pixels_ == nullptr && !isNothing(device))
+        logLine(LogError, "Canvas of %d x %d pixels is too large: nothing is drawn",
+                widthOf(device), heightOf(device));
 }
 
 Canvas::Canvas(const Canvas& parent, const Rect& rect) {
@@ -97,7 +100,7 @@ Canvas::Canvas(const Canvas& parent, const Rect& rect) {
     view_ = parent.view_;
     font_ = parent.font_;
     const Rect picture = parent.toArea(rect);
-    create(parent.toDevice(rect, Rounding::Outward));
+    create(toDevice(rect, Rounding::Outward));
     frames_.push_back(view_);
     setView({view_.origin, picture, picture, view_.scaleX, view_.scaleY});
 }
@@ -112,7 +115,7 @@ void Canvas::create(const Rect& device) {
     const std::int32_t width = std::min(widthOf(device), MostPixelsASide);
     const std::int32_t height = std::min(heightOf(device), MostPixelsASide);
     const std::int64_t count = std::int64_t{width} * height;
-    if (count == 0 || count > MostPixels || pixelsAbove_ + count > MostPixelsTogether)
+    if (count == 0 || pixelsAbove_ + count > MostPixels)
         return;
     own_ = makeShared<PixelsData>(width, height);
     pixels_ = own_.get();
@@ -131,6 +134,17 @@ void Canvas::useContext() {
     cairo_set_line_width(cairo_->context.get(), 1.0);
 }
 
+// A context that has failed once, as where there is no memory, refuses all that follows.
+void Canvas::recover() {
+    if (cairo_ == nullptr)
+        return;
+    const cairo_status_t status = cairo_status(cairo_->context.get());
+    if (status == CAIRO_STATUS_SUCCESS)
+        return;
+    logLine(LogError, "Canvas failed to draw: %s", cairo_status_to_string(status));
+    useContext();
+}
+
 bool Canvas::attach(CanvasTarget* window) {
     window_ = window;
     if (window != nullptr && window->canShow())
@@ -140,6 +154,7 @@ bool Canvas::attach(CanvasTarget* window) {
 }
 
 void Canvas::beginFrame(const Rect& rect) {
+    recover();
     frames_.push_back(view_);
     setView({{}, rect, rect, 1.0f, 1.0f});
 }
@@ -346,6 +361,15 @@ void forEachLine(std::string_view text, Visit visit) {
     }
 }
 
+// Without smooth edges, which our FreeType can't do: it has no renderer of single bits.
+void fillGlyphs(cairo_t* cr, const cairo_glyph_t* glyphs, int count) {
+    cairo_new_path(cr);
+    cairo_glyph_path(cr, glyphs, count);
+    cairo_set_antialias(cr, CAIRO_ANTIALIAS_NONE);
+    cairo_fill(cr);
+    cairo_set_antialias(cr, CAIRO_ANTIALIAS_DEFAULT);
+}
+
 }  // namespace
 
 void Canvas::drawText(std::string_view text, const Rect& rect, std::int32_t flags) {
@@ -353,10 +377,10 @@ void Canvas::drawText(std::string_view text, const Rect& rect, std::int32_t flag
     if (!canDraw() || isNothing(device))
         return;
     fillDevice(device, textBackground_);
+    if (text_.isNone())
+        return;
     if (flags == 0)
         flags = font_.alignment;
-    cairo_identity_matrix(context());
-    setSource(text_);
     if ((flags & Font::Multiline) == 0) {
         drawLine(text, device, flags, device);
     } else {
@@ -381,7 +405,8 @@ void Canvas::drawLine(std::string_view text, const Rect& device, std::int32_t fl
                       const Rect& box) {
     FontLibrary& fonts = FontLibrary::get();
     const std::lock_guard<Mutex> inside(fonts.lock());
-    const FontLibrary::Line& line = fonts.layOut(font_, double{deviceScale_} * view_.scaleY, text);
+    const FontLibrary::Line& line =
+        fonts.layOut(font_, double{deviceScale_} * view_.scaleY, text, flags);
     double x = device.left;
     if ((flags & Font::Right) != 0)
         x = device.right - line.width;
@@ -398,6 +423,8 @@ void Canvas::drawLine(std::string_view text, const Rect& device, std::int32_t fl
                        baseline + line.inkTop - Smoothing < box.top ||
                        baseline + line.inkBottom + Smoothing > box.bottom;
     cairo_t* const cr = context();
+    cairo_identity_matrix(cr);
+    setSource(text_);
     if (isCut) {
         cairo_save(cr);
         cairo_new_path(cr);
@@ -410,10 +437,15 @@ void Canvas::drawLine(std::string_view text, const Rect& device, std::int32_t fl
         for (const FontLibrary::Glyph& glyph : run.glyphs)
             glyphs.push_back({glyph.number, x + glyph.x, baseline});
         cairo_set_scaled_font(cr, run.font.get());
-        cairo_show_glyphs(cr, glyphs.data(), static_cast<int>(glyphs.size()));
+        const int count = static_cast<int>(glyphs.size());
+        if ((flags & Font::NotAntialiased) == 0)
+            cairo_show_glyphs(cr, glyphs.data(), count);
+        else
+            fillGlyphs(cr, glyphs.data(), count);
     }
     if (isCut)
         cairo_restore(cr);
+    recover();  // a font may hold letters that can't be drawn: only they are missing
 }
 
 Rect Canvas::measureText(std::string_view text) const {
@@ -560,6 +592,8 @@ void Canvas::lineTo(Point point) {
         addPoint(point, 0.0, false);
         return;
     }
+    if (pen_.isNone())
+        return;
     cairo_t* const cr = context();
     cairo_new_path(cr);
     addPoint(from, MiddleOfPixel, true);

@@ -41,8 +41,9 @@ public:
     enum PathMode : std::int32_t { Fill = 1, Stroke = 2 };
 
     /// For a window's area, whose top left is the origin. It may be empty; more than 16,384 pixels
-    /// of the screen a side are cut off. `deviceScale` is the screen's pixels for one of the skin,
-    /// 0.25 to 16; others are clamped. Throws std::bad_alloc.
+    /// of the screen a side are cut off, and where more than 67,108,864 in all are left, it is
+    /// empty, and the log says so. `deviceScale` is the screen's pixels for one of the skin, 0.25
+    /// to 16; others are clamped. Throws std::bad_alloc.
     explicit Canvas(const Rect& area, float deviceScale = 1.0f);
 
     /// A picture of its own, transparent at first, for what is drawn within `rect` of `parent`'s
@@ -63,7 +64,8 @@ public:
     bool attach(CanvasTarget* window);
 
     /// Frames may stand in one another. Each starts with the origin at the area's top left and is
-    /// clipped to `rect`.
+    /// clipped to `rect`. A drawing that failed, as where there is no memory, makes those after it
+    /// fail until the next frame starts; the log says so.
     void beginFrame(const Rect& rect);
 
     /// Ends the innermost frame: shows its rectangle, and the former frame's origin and clip hold.
@@ -161,7 +163,7 @@ public:
 
     float getDeviceScale() const { return deviceScale_; }
 
-    /// The picture, in the screen's pixels; null for an empty area.
+    /// The picture, in the screen's pixels; null for an empty canvas.
     const PixelsData* getPixels() const { return pixels_; }
 
 private:
@@ -178,6 +180,7 @@ private:
     Canvas();
     void create(const Rect& device);
     void useContext();
+    void recover();
     bool canDraw() const { return !frames_.empty() && cairo_ != nullptr; }
     void setView(const View& view);
     Rect toArea(const Rect& rect) const;

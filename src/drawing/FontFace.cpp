@@ -76,6 +76,7 @@ std::vector<std::unique_ptr<FontFace>> FontFace::readAll(FT_Library library, std
 FontFace::FontFace(FT_Face face, std::shared_ptr<const std::string> bytes)
     : face_(face),
       cairo_(cairo_ft_font_face_create_for_ft_face(face, 0)),
+      index_(static_cast<std::int32_t>(face->face_index & 0xFFFF)),  // above it, an instance's
       family_(lowerCase(face->family_name)),
       weight_(weightOf(face)),
       isUpright_((face->style_flags & FT_STYLE_FLAG_ITALIC) == 0) {

@@ -26,6 +26,9 @@ public:
     FontFace& operator=(const FontFace&) = delete;
     ~FontFace();
 
+    /// Its number in the file, from 0.
+    std::int32_t getIndex() const { return index_; }
+
     /// In lower case.
     const std::string& getFamily() const { return family_; }
 
@@ -45,6 +48,7 @@ private:
 
     FT_Face face_;
     cairo_font_face_t* cairo_;  // owns the face, and its bytes
+    std::int32_t index_;
     std::string family_;
     std::int32_t weight_;
     bool isUpright_;

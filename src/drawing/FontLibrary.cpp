@@ -11,6 +11,7 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <initializer_list>
 #include <mutex>
 
 namespace tarn {
@@ -25,6 +26,8 @@ constexpr std::size_t MostLines = 256;     // that are kept
 constexpr std::size_t MostKept = 65536;    // bytes of text of these
 constexpr std::size_t MostLetters = 4096;  // bytes of a line
 constexpr double MostPixels = 1000.0;      // that letters are high
+constexpr double MostSizes = 16.0;         // of a text that a letter of it may take
+constexpr std::size_t MostRefused = 16;    // faces for a line, before it stays empty
 
 constexpr char32_t Replacement = 0xFFFD;
 
@@ -47,6 +50,17 @@ std::shared_ptr<cairo_scaled_font_t> scaledFont(const FontFace& face, double pix
         cairo_scaled_font_create(face.getCairo(), &size, &identity, options);
     cairo_font_options_destroy(options);
     return {font, cairo_scaled_font_destroy};
+}
+
+bool contains(const std::vector<const FontFace*>& faces, const FontFace* face) {
+    return std::find(faces.begin(), faces.end(), face) != faces.end();
+}
+
+// What FreeType refuses to draw would be an error of the context, and so of all that follows.
+bool canDraw(cairo_scaled_font_t* font, double pixels, std::initializer_list<double> extents) {
+    return cairo_scaled_font_status(font) == CAIRO_STATUS_SUCCESS &&
+           std::all_of(extents.begin(), extents.end(),
+                       [pixels](double extent) { return std::abs(extent) <= MostSizes * pixels; });
 }
 
 }  // namespace
@@ -121,14 +135,16 @@ void FontLibrary::addFile(const File& file) {
 }
 
 const FontFace* FontLibrary::nearest(const std::vector<std::unique_ptr<FontFace>>& faces,
-                                     const std::string& family, std::int32_t weight) const {
+                                     const std::string& family, std::int32_t weight,
+                                     const Faces& refused) const {
     const std::string name = lowerCase(family);
     const FontFace* best = nullptr;
     std::int32_t least = 0;
     for (const auto& face : faces) {
         const std::int32_t distance =
             std::abs(face->getWeight() - weight) + (face->isUpright() ? 0 : 1000);
-        if (face->getFamily() == name && (best == nullptr || distance < least)) {
+        if (face->getFamily() == name && (best == nullptr || distance < least) &&
+            !contains(refused, face.get())) {
             best = face.get();
             least = distance;
         }
@@ -142,27 +158,34 @@ const FontFace* FontLibrary::findInstalled(const std::string& family, std::int32
     if (!isNew || !freetype_->library || !platform::loadSystemFont(family, weight, font))
         return place->second.get();
     auto faces = FontFace::readAll(freetype_->library, std::move(font.file));
-    std::unique_ptr<FontFace>* chosen = nullptr;
-    if (font.face >= 0 && static_cast<std::size_t>(font.face) < faces.size())
-        chosen = &faces[static_cast<std::size_t>(font.face)];
-    else if (const FontFace* const named = nearest(faces, family, weight); named != nullptr)
-        chosen = &*std::find_if(faces.begin(), faces.end(),
-                                [named](const auto& face) { return face.get() == named; });
-    else if (!faces.empty())
-        chosen = &faces.front();  // the system may have another name for it
-    if (chosen != nullptr)
-        place->second = std::move(*chosen);
+    if (faces.empty())
+        return nullptr;
+    // Not by its place: faces that can't be used are left out.
+    auto chosen = std::find_if(faces.begin(), faces.end(),
+                               [&font](const auto& face) { return face->getIndex() == font.face; });
+    if (chosen == faces.end())
+        chosen = std::find_if(faces.begin(), faces.end(),
+                              [named = nearest(faces, family, weight, {})](const auto& face) {
+                                  return face.get() == named;
+                              });
+    if (chosen == faces.end())
+        chosen = faces.begin();  // the system may have another name for it
+    place->second = std::move(*chosen);
     return place->second.get();
 }
 
-const FontFace* FontLibrary::find(const std::string& family, std::int32_t weight) {
+const FontFace* FontLibrary::find(const std::string& family, std::int32_t weight,
+                                  const Faces& refused) {
     for (const std::string& name : {family, std::string("Arial")}) {
-        if (const FontFace* const face = nearest(folderFaces_, name, weight))
+        if (const FontFace* const face = nearest(folderFaces_, name, weight, refused))
             return face;
-        if (const FontFace* const face = findInstalled(name, weight))
+        const FontFace* const face = findInstalled(name, weight);
+        if (face != nullptr && !contains(refused, face))
             return face;
     }
-    return folderFaces_.empty() ? nullptr : folderFaces_.front().get();
+    const auto any = std::find_if(folderFaces_.begin(), folderFaces_.end(),
+                                  [&](const auto& face) { return !contains(refused, face.get()); });
+    return any == folderFaces_.end() ? nullptr : any->get();
 }
 
 const FontFace* FontLibrary::findWith(char32_t character, std::int32_t weight) {
@@ -176,8 +199,8 @@ const FontFace* FontLibrary::findWith(char32_t character, std::int32_t weight) {
     return place->second;
 }
 
-const FontLibrary::Line& FontLibrary::layOut(const Font& font, double scale,
-                                             std::string_view line) {
+const FontLibrary::Line& FontLibrary::layOut(const Font& font, double scale, std::string_view line,
+                                             std::int32_t flags) {
     if (!areFoldersRead_)
         readFolders();
     if (installed_.size() > MostInstalled || others_.size() > MostOthers) {
@@ -187,9 +210,11 @@ const FontLibrary::Line& FontLibrary::layOut(const Font& font, double scale,
     }
     const double pixels = font.size * scale;
     line = line.substr(0, MostLetters);
+    if (flags == 0)
+        flags = font.alignment;
     const LineKeyView key(pixels > 1.0 ? std::min(pixels, MostPixels) : 1.0,
-                          (font.alignment & Font::NotAntialiased) == 0, font.getWeightClass(),
-                          font.name, line);
+                          (flags & Font::NotAntialiased) == 0, font.getWeightClass(), font.name,
+                          line);
     if (const auto known = lines_.find(key); known != lines_.end())
         return known->second;
     if (lines_.size() >= MostLines || keptBytes_ + line.size() > MostKept) {
@@ -201,18 +226,32 @@ const FontLibrary::Line& FontLibrary::layOut(const Font& font, double scale,
 }
 
 FontLibrary::Line FontLibrary::makeLine(const LineKeyView& key) {
+    Faces refused;
+    while (refused.size() < MostRefused) {
+        Line line;
+        const FontFace* const bad = makeLineWithout(refused, key, line);
+        if (bad == nullptr)
+            return line;
+        refused.push_back(bad);
+    }
+    return {};
+}
+
+// Null when the line is done, or else the face that can't draw it.
+const FontFace* FontLibrary::makeLineWithout(const Faces& refused, const LineKeyView& key,
+                                             Line& line) {
     const auto [pixels, isSmooth, weight, family, text] = key;
-    Line line;
-    const FontFace* const own = find(std::string(family), weight);
+    const FontFace* const own = find(std::string(family), weight, refused);
     if (own == nullptr)
-        return line;
+        return nullptr;
     for (char32_t letter : lettersOf(text)) {
         if (letter < U' ')
             letter = U' ';
         const FontFace* face = own;
         std::uint32_t number = own->getGlyph(letter);
         if (number == 0)
-            if (const FontFace* const other = findWith(letter, weight)) {
+            if (const FontFace* const other = findWith(letter, weight);
+                other != nullptr && !contains(refused, other)) {
                 face = other;
                 number = other->getGlyph(letter);
             }
@@ -220,6 +259,8 @@ FontLibrary::Line FontLibrary::makeLine(const LineKeyView& key) {
             line.runs.push_back({face, scaledFont(*face, pixels, isSmooth), {}});
             cairo_font_extents_t extents{};
             cairo_scaled_font_extents(line.runs.back().font.get(), &extents);
+            if (!canDraw(line.runs.back().font.get(), pixels, {extents.ascent, extents.descent}))
+                return face;
             line.ascent = std::max(line.ascent, extents.ascent);
             line.descent = std::max(line.descent, extents.descent);
         }
@@ -228,6 +269,9 @@ FontLibrary::Line FontLibrary::makeLine(const LineKeyView& key) {
         const cairo_glyph_t glyph{number, 0.0, 0.0};
         cairo_text_extents_t size{};
         cairo_scaled_font_glyph_extents(run.font.get(), &glyph, 1, &size);
+        if (!canDraw(run.font.get(), pixels,
+                     {size.x_bearing, size.y_bearing, size.width, size.height, size.x_advance}))
+            return face;
         const double left = line.width + size.x_bearing;
         line.inkLeft = std::min(line.inkLeft, left);
         line.inkRight = std::max(line.inkRight, left + size.width);
@@ -235,7 +279,7 @@ FontLibrary::Line FontLibrary::makeLine(const LineKeyView& key) {
         line.inkBottom = std::max(line.inkBottom, size.y_bearing + size.height);
         line.width += std::round(size.x_advance);
     }
-    return line;
+    return nullptr;
 }
 
 std::u32string lettersOf(std::string_view text) {

@@ -63,16 +63,19 @@ public:
     std::vector<std::string> getFiles();
 
     /// Lays out a line of UTF-8 text, of which 4,096 bytes are taken, with `scale` pixels of the
-    /// screen for one of the font's. Letters that its family doesn't have come from another one
-    /// that does; a family that isn't there is replaced by "Arial", or else by any. Empty if there
-    /// is no font at all. What isn't UTF-8 is drawn as U+FFFD, and a line's control characters as
-    /// spaces. The answer is for a thread that holds the lock, until it lets it go or lays out
-    /// another line. Up to 256 lines are kept, so that asking again is quick.
-    const Line& layOut(const Font& font, double scale, std::string_view line);
+    /// screen for one of the font's. `flags` replace the font's alignment unless they are 0.
+    /// Letters that its family doesn't have come from another one that does; a family that isn't
+    /// there, or whose letters can't be drawn, is replaced by "Arial", or else by any. Empty if
+    /// there is no font at all. What isn't UTF-8 is drawn as U+FFFD, and a line's control
+    /// characters as spaces. The answer is for a thread that holds the lock, until it lets it go or
+    /// lays out another line. Up to 256 lines are kept, so that asking again is quick.
+    const Line& layOut(const Font& font, double scale, std::string_view line,
+                       std::int32_t flags = 0);
 
     Mutex& lock() { return lock_; }
 
 private:
+    using Faces = std::vector<const FontFace*>;
     using Key = std::pair<std::string, std::int32_t>;  // a family in lower case, its weight
     // How large, smooth or not, the weight, the family, the text.
     template <typename String>
@@ -89,8 +92,8 @@ private:
     ~FontLibrary();
 
     Line makeLine(const LineKeyView& key);
-    const FontFace* find(const std::string& family, std::int32_t weight);
-    const FontFace* findInFolders(const std::string& family, std::int32_t weight) const;
+    const FontFace* makeLineWithout(const Faces& refused, const LineKeyView& key, Line& line);
+    const FontFace* find(const std::string& family, std::int32_t weight, const Faces& refused);
     const FontFace* findInstalled(const std::string& family, std::int32_t weight);
     const FontFace* findWith(char32_t character, std::int32_t weight);
     void readFolders();
@@ -98,7 +101,8 @@ private:
     void visitFiles(const Visit& visit) const;
     void addFile(const File& file);
     const FontFace* nearest(const std::vector<std::unique_ptr<FontFace>>& faces,
-                            const std::string& family, std::int32_t weight) const;
+                            const std::string& family, std::int32_t weight,
+                            const Faces& refused) const;
 
     Mutex lock_;
     std::unique_ptr<FreeType> freetype_;

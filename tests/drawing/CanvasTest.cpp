@@ -8,6 +8,7 @@
 
 #include <limits>
 #include <mutex>
+#include <set>
 #include <sstream>
 
 namespace tarn {
@@ -146,13 +147,34 @@ void drawTexts(Canvas& canvas) {
     canvas.present();
 }
 
-// Fault: an interface's file that nests controls takes all memory.
+// Faults: an interface's file that nests controls takes all memory; a large window stays empty.
 TEST_F(CanvasTest, PicturesInOneAnotherAreBounded) {
+    EXPECT_TRUE(Canvas(box(0, 0, 4800, 3600)).getPixels());
+    EXPECT_FALSE(Canvas(box(0, 0, 8193, 8192)).getPixels());
     const Rect largest = box(0, 0, 4096, 4096);
     const Canvas first(largest), second(first, largest), third(second, largest),
         fourth(third, largest), fifth(fourth, largest), small(fourth, box(0, 0, 1, 1));
     EXPECT_TRUE(fourth.getPixels() && Canvas(third, largest).getPixels());
     EXPECT_FALSE(fifth.getPixels() || small.getPixels());
+}
+
+// Faults: a control that fades inside another one off the origin loses a part of itself, or all.
+TEST_F(CanvasTest, PicturesInOneAnotherLieInTheirPlaces) {
+    const Rect all = box(0, 0, 40, 40), outer = box(9, 7, 20, 20), inner = box(13, 11, 11, 30);
+    for (const float scale : {1.0f, 1.5f}) {
+        Canvas nested(all, scale), plain(all, scale);
+        ground(nested, all);
+        ground(plain, all);
+        Canvas first(nested, outer), second(first, inner);
+        for (Canvas* const canvas : {&second, &plain}) {
+            canvas->setClip(outer);
+            canvas->setFillColor(Red);
+            canvas->fillRect(inner);
+        }
+        first.copyFrom(second, inner, inner);
+        nested.copyFrom(first, outer, outer);
+        EXPECT_TRUE(bytesOf(*nested.getPixels()) == bytesOf(*plain.getPixels())) << scale;
+    }
 }
 
 // Faults: an outline beside its shape, a clip or an origin that stays, alphas that replace each
@@ -173,7 +195,8 @@ TEST_F(CanvasTest, PicturesOfShapesImagesAndTexts) {
 }
 
 // Faults: drawing without a frame, a part that is shown twice or not at all, a former frame's clip
-// that is lost, a clip that grows beyond its frame.
+// that is lost, a clip that grows beyond its frame, a picture that never changes after one drawing
+// failed.
 TEST_F(CanvasTest, ShowsWhatEachFrameDrew) {
     struct Window : CanvasTarget {
         bool canShow() const override { return isThere; }
@@ -208,6 +231,11 @@ TEST_F(CanvasTest, ShowsWhatEachFrameDrew) {
     canvas.beginFrame(box(0, 0, 10, 10));
     canvas.clear();
     EXPECT_EQ(at(canvas, {9, 9}), "0 0 0 0 ");
+    PixelsData tooWide(40'000, 1);  // for cairo
+    canvas.copyFrom(Canvas(tooWide), box(0, 0, 40'000, 1), box(0, 0, 10, 10));
+    canvas.beginFrame(box(0, 0, 10, 10));
+    canvas.fillRect(box(4, 4, 3, 3));
+    EXPECT_EQ(at(canvas, {9, 9}) + at(canvas, {14, 9}), "255 0 0 255 0 0 0 0 ");
     window.isThere = false;
     EXPECT_FALSE(canvas.attach(&window));
 }
@@ -277,8 +305,31 @@ TEST_F(CanvasTest, BearsAnyNumbers) {
     EXPECT_EQ(small.getGlobalAlpha(), 1.0f);
 }
 
+// Faults: the colour that paints nothing paints; text without smooth edges isn't drawn, nor is
+// anything after it; the font's edges count beside a text's own flags.
+TEST_F(CanvasTest, DrawsAsColorsAndFlagsSay) {
+    const Rect all = box(0, 0, 60, 20);
+    Canvas canvas(all);
+    const auto shadesOf = [&](const Color& color, std::int32_t own, std::int32_t flags) {
+        ground(canvas, all);
+        canvas.setTextColor(color);
+        canvas.setPenColor(Color::none());
+        canvas.selectFont(Font("Inter", 14, Font::Plain, 1, own));
+        canvas.drawText("Rose", all, flags);
+        canvas.moveTo({-1, 19});
+        canvas.lineTo({60, 19});
+        const std::string bytes = bytesOf(*canvas.getPixels());
+        return std::set<char>(bytes.begin(), bytes.end()).size();
+    };
+    EXPECT_EQ(shadesOf(Color::none(), Font::Left, 0), 1u);
+    EXPECT_EQ(shadesOf(Color(), Font::NotAntialiased, 0), 2u);
+    EXPECT_EQ(shadesOf(Color(), Font::Left, Font::Left | Font::NotAntialiased), 2u);
+    EXPECT_GT(shadesOf(Color(), Font::NotAntialiased, Font::Left), 2u);
+}
+
 // Faults: text that doesn't fit the box that was measured for it, a name in a script that the font
-// lacks drawn as boxes, an unknown family without a text, bytes of a file that aren't a font.
+// lacks drawn as boxes, an unknown family without a text, bytes of a file that aren't a font, or
+// one that FreeType refuses to draw.
 TEST_F(CanvasTest, TextsComeFromTheFontsThatHaveThem) {
     FontLibrary& fonts = FontLibrary::get();
     const Font inter("Inter", 20);
@@ -312,6 +363,13 @@ TEST_F(CanvasTest, TextsComeFromTheFontsThatHaveThem) {
 
     ASSERT_TRUE(File(INTER_FONTS "/Inter-Bold.otf").contents(file, 1 << 20) &&
                 File(store.path("cut.otf")).save(file));
+    fonts.setFolders({Folder(store.path())});
+    EXPECT_EQ(fonts.layOut(inter, 1.0, "A").runs[0].face->getWeight(), 700);
+
+    // Letters too large by a factor of 100 or more are taken from the next face.
+    ASSERT_TRUE(File(INTER_FONTS "/Inter-Regular.otf").contents(file, 1 << 20));
+    file.replace(file.find("\x5F\x0F\x3C\xF5") + 6, 2, {'\0', 16});  // units of a letter's size
+    ASSERT_TRUE(File(store.path("huge.otf")).save(file));
     fonts.setFolders({Folder(store.path())});
     EXPECT_EQ(fonts.layOut(inter, 1.0, "A").runs[0].face->getWeight(), 700);
     ASSERT_TRUE(File(store.path("no font.txt")).save(file));
