@@ -445,7 +445,7 @@ void Canvas::drawLine(std::string_view text, const Rect& device, std::int32_t fl
     }
     if (isCut)
         cairo_restore(cr);
-    recover();  // a font may hold letters that can't be drawn: only they are missing
+    recover();  // a font may hold letters that can't be drawn: only this line is missing
 }
 
 Rect Canvas::measureText(std::string_view text) const {

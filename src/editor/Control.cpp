@@ -674,6 +674,8 @@ std::unique_ptr<Control> Control::takeChild(const Control& child) {
     children_.erase(place);
     taken->parentControl_ = nullptr;
     taken->positionChanged();
+    if (growsWithChildren())
+        positionChanged();
     return taken;
 }
 
@@ -824,7 +826,7 @@ void Control::setFont(const Font& font) {
 // Pointer
 
 bool Control::canTakePointer() const {
-    return testFlags(Draggable) || testFlags(Focusable) || isShownSmall();
+    return testFlags(Draggable) || testFlags(Focusable) || !thumbnailRect_.isEmpty();
 }
 
 bool Control::hitTest(Point point) const {

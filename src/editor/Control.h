@@ -260,7 +260,7 @@ protected:
 
     /// The topmost of the children, and of those below, that `find` finds at a point.
     Control* findBelow(Point point, Control* (Control::*find)(Point)) const;
-    /// Whether it may be under the pointer: a small form, and what can be used or moved.
+    /// Whether it may be under the pointer: what can be used or moved, or has a small form.
     bool canTakePointer() const;
 
     /// Whether `getRect` depends on the children.

@@ -3,7 +3,7 @@
 #include "editor/Editor.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Message.h"
-#include "parameters/Parameter.h"
+#include "parameters/ParameterValue.h"
 
 #include <algorithm>
 #include <memory>
@@ -12,8 +12,8 @@ namespace tarn {
 
 namespace {
 
-// To the child at the place that it tells. Who the pointer is over, and who has the keyboard, the
-// editor knows.
+// To the child at the place that it tells. Who the pointer is over, who has the keyboard and who is
+// to be drawn, the editor knows.
 bool isPassedOn(const WindowMessage& message) {
     switch (message.code) {
         case WindowMessage::LeftDouble:
@@ -21,6 +21,8 @@ bool isPassedOn(const WindowMessage& message) {
         case WindowMessage::ControlExit:
         case WindowMessage::KeyPress:
         case WindowMessage::KeyRelease:
+        case WindowMessage::DropEnd:
+        case WindowMessage::Repaint:
             return false;
         default:
             return true;
@@ -72,7 +74,7 @@ bool ControlContainer::handle(Message& message) {
             return handle(lost);
         }
     }
-    if (message.type == MessageType::Window &&
+    if (message.type == MessageType::Window && editor().getCaptureControl() != this &&
         isPassedOn(static_cast<const WindowMessage&>(message))) {
         const auto& event = static_cast<const WindowMessage&>(message);
         Control* const found = findControlAt(event.position);
@@ -93,13 +95,16 @@ bool ControlContainer::handle(Message& message) {
 
 void ControlContainer::refresh() {
     Control::refresh();
-    if (const Parameter* const parameter = getParameter())
-        setVisible((parameter->getNormalised() >= 0.5f) != isInverted_);
+    const auto* const parameter = dynamic_cast<const ParameterValue<bool>*>(getParameter());
+    if (parameter != nullptr && parameter->getValue() != isOn_) {
+        isOn_ = parameter->getValue();
+        setVisible(isOn_ != isInverted_);
+    }
 }
 
 void ControlContainer::showFor(const ParameterMessage& change) {
-    const bool isOn = (change.payload & 0xFF) != 0;
-    const bool isShown = isOn != isInverted_;
+    isOn_ = (change.payload & 0xFF) != 0;
+    const bool isShown = isOn_ != isInverted_;
     setVisible(isShown);
     if (change.mode != FromUser || !testFlags(Modal))
         return;

@@ -28,6 +28,7 @@ private:
     bool growsWithChildren() const override { return true; }
     void showFor(const ParameterMessage& change);
 
+    bool isOn_ = false;        // the switch, as it was told last
     bool isInverted_ = false;  // it is hidden while the switch is on
 };
 

@@ -184,9 +184,8 @@ void ControlValue::setPosition(float position) {
     position = std::clamp(position, 0.0f, 1.0f);
     setDirty(true);
     if (Parameter* const parameter = getParameter()) {
-        const float value = fromPosition(position);
-        parameter->setNormalised(clampBetween(invert_ ? 1.0f - value : value, minimum_, maximum_),
-                                 FromUser);
+        const float value = clampBetween(fromPosition(position), minimum_, maximum_);
+        parameter->setNormalised(invert_ ? 1.0f - value : value, FromUser);
     } else {
         privateValue_ = position;
     }

@@ -147,6 +147,7 @@ Editor::~Editor() {
     disconnect();
     life_.reset();
     pendingSkin_.clear();
+    isReloadDue_ = false;
     close();
     deleteControls();
     info_.reset();
@@ -235,22 +236,24 @@ void Editor::loadSkinControls() {
     Mission::get().alertOnce(PluginInfo::get().getTexts().controlsFailed);
 }
 
-// Not those of an editor that goes, nor of one that has no controls of a skin's.
+// Not those of an editor that has no controls of a skin's.
 void Editor::takeChoices() {
-    isReloadDue_ = !life().expired() && resources_ != nullptr && rootControl_ != nullptr &&
+    if (isOpen_)
+        return;
+    isReloadDue_ = resources_ != nullptr && rootControl_ != nullptr &&
                    (isPreferred(ShowCpuMetersKey) != showsCpuMeters_ ||
                     resources_->getCurrentSkin() != shownSkin_);
     takePendingChoices();
 }
 
 void Editor::takePendingChoices() {
-    const bool isSkinNew = !pendingSkin_.empty();
-    if (!(isSkinNew || isReloadDue_) || dispatching_ > 0 || isOpen_)
+    if ((pendingSkin_.empty() && !isReloadDue_) || dispatching_ > 0 || isOpen_)
         return;
     isReloadDue_ = false;
+    const std::string skin = std::exchange(pendingSkin_, {});
     deleteControls();
-    if (isSkinNew)
-        resources_->setCurrentSkin(std::exchange(pendingSkin_, {}));
+    if (!skin.empty())
+        resources_->setCurrentSkin(skin);
     loadSkinControls();
 }
 
@@ -693,7 +696,7 @@ void Editor::close() {
         const std::lock_guard<Mutex> inside(dirtyLock_);
         dirtyRects_.clear();
     }
-    takeChoices();
+    takePendingChoices();
 }
 
 void Editor::windowGone() {
@@ -1120,8 +1123,9 @@ void Editor::press(WindowMessage& message, std::int32_t button) {
         takesSystemFocus_ = true;
     Control* const pressed = hoverControl_;
     const bool isHeldAlready = captureControl_ != nullptr && captureControl_ == pressed;
-    if (!isHeldAlready && !letGo())
-        return;
+    if (!isHeldAlready && captureControl_ != nullptr &&
+        (!letGo() || !isOpen_ || hoverControl_ != pressed))
+        return;                 // the host was quicker
     const auto alive = life();  // a change that the host hears of may end the interface
     bool isUsed = false;
     if (pressed != nullptr) {

@@ -438,7 +438,7 @@ void Plugin::currentChanged() {
         redraw();
     }
     if (auto* const parameter = currentProgramOf(firstSettings()))
-        parameter->setValue(current, FromInternal);
+        parameter->setValue(getCurrentIndex(), FromInternal);
 }
 
 void Plugin::redraw() {

@@ -75,7 +75,8 @@ VSTEditor::~VSTEditor() {
 
 bool VSTEditor::getRect(ERect** rect) {
     constexpr std::int32_t Most = std::numeric_limits<std::int16_t>::max();
-    editor_->takeChoices();
+    if (editor_->isInterfaceThread())
+        editor_->takeChoices();
     const Point size = editor_->getScreenSize();
     rect_ = {0, 0, static_cast<std::int16_t>(std::min(size.y, Most)),
              static_cast<std::int16_t>(std::min(size.x, Most))};
@@ -86,6 +87,7 @@ bool VSTEditor::getRect(ERect** rect) {
 bool VSTEditor::open(void* window) {
     timer_.reset();
     systemWindow = window;
+    editor_->close();
     editor_->takeChoices();
     if (editor_->getRootControl() == nullptr ||
         !editor_->open(window, editor_->getClientRect(), editor_->getScale()))

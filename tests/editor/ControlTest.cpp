@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <thread>
+
 namespace tarn {
 namespace {
 
@@ -160,7 +162,8 @@ TEST_F(ControlTest, AContainerFollowsItsSwitch) {
     open(
         "<b class='Container' id='inverted' parameter='Volume' invertvalue='true' modal='true' "
         "width='9' height='9' focusable='true'><listento><x "
-        "value='LeaveModalMode'/></listento></b>");
+        "value='LeaveModalMode'/></listento></b>"
+        "<c class='Container' id='plain' parameter='Switch' width='9' height='9'/>");
     Control& inverted = *editor->getControls()[1];
     ParameterMessage change(nullptr, ParameterMessage::ValueChanged, "Volume", 0, 0, 0.0f,
                             FromUser);
@@ -182,11 +185,13 @@ TEST_F(ControlTest, AContainerFollowsItsSwitch) {
     leave.mode = FromUser;
     inverted.receive(leave);
     EXPECT_FALSE(inverted.isVisible());
-    editor->close();
-    plugin.parameter("Volume").setNormalised(0, FromHost);
-    inverted.setVisible(false);  // as if that had been told on another thread
-    ASSERT_TRUE(editor->open(nullptr, {}));
-    EXPECT_TRUE(inverted.isVisible());
+    for (const float value : {1.0f, 0.0f}) {
+        editor->close();
+        std::thread([&] { plugin.parameter("Switch").setNormalised(value, FromHost); }).join();
+        ASSERT_TRUE(editor->open(nullptr, {}));
+        EXPECT_EQ(probe<Control>("plain").isVisible(), value > 0.0f) << "as it is by now";
+        EXPECT_FALSE(inverted.isVisible()) << "which the user has closed";
+    }
 }
 
 // Faults: a drop that the wrong control gets, a mark that stays, a text that isn't checked.

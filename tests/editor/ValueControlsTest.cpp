@@ -141,6 +141,7 @@ TEST_F(ValueControlsTest, TheTableMapsPositionsAndBack) {
         {table("<p value='1'/><p value='0.5' position='0.2'/><p position='1'/>"), 0.6f, 0.75f},
         {"min='0.5' class='Knob' parameter='Volume'", 0.75f, 0.75f},
         {"invert='true' class='Knob' parameter='Volume'", 0.2f, 0.8f},
+        {"invert='true' min='0.2' max='0.8' class='Knob' parameter='Volume'", 0.3f, 0.7f},
     };
     for (const auto& [keys, position, expected] : places) {
         ControlValue& control = show(keys);
