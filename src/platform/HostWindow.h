@@ -62,7 +62,8 @@ public:
     // then.
 
     /// Takes an entry of the menu that is open: the last text's, in the sub-menus that the others
-    /// open. The menu ends without a choice at an entry that isn't there, which `missing` tells.
+    /// open. The menu ends without a choice at an empty text, and at an entry that isn't there,
+    /// which `missing` tells.
     virtual bool choose(const std::vector<std::string>& entries, std::string& missing) = 0;
 
     /// Puts the text into the box for one line, or into a file dialog as the file's name, and

@@ -75,7 +75,7 @@ TEST(Edit, PresetsAreKeptThroughMenusBoxesAndDialogs) {
     const std::tuple<const char*, std::string, std::string, std::string> choices[] = {
         {"right", "'Save preset as...'", "enter Voices/Lead", "Lead"},
         {"left", "'Send only'", "expect Mute On", "Send only"},
-        {"left", "'No such entry'", "", "Send only"},
+        {"left", "''", "", "Send only"},
         {"left", "Voices Lead", "", "Lead"},
         {"right", "'Rename preset'", "enter Solo\nkey ctrl+z\nexpect-program Lead\nkey ctrl+y",
          "Solo"},
@@ -105,6 +105,8 @@ TEST(Edit, PresetsAreKeptThroughMenusBoxesAndDialogs) {
         "<m class='PopupMenu' parameter='MuteOutput' x='40' y='270' width='40' height='30'/>",
         folder);
     EXPECT_THAT(edit(folder, script, {}, plugin), FieldsAre(0, _, "", _));
+    EXPECT_THAT(edit(folder, "click right 20 20\nchoose Skins Nosuch"),
+                FieldsAre(2, _, HasSubstr("no entry 'Nosuch'"), _));
     EXPECT_EQ(folder.read("locked.xml"), "old");
     std::filesystem::permissions(folder / "locked.xml", std::filesystem::perms::owner_all);
 }

@@ -254,7 +254,7 @@ public:
         auto menu = reinterpret_cast<HMENU>(::SendMessageW(shown, MN_GETHMENU, 0, 0));
         press(VK_DOWN);  // the first entry; in a menu below it is selected already
         for (const std::string& entry : entries) {
-            const int place = placeOf(menu, entry);
+            const int place = entry.empty() ? -1 : placeOf(menu, entry);
             if (place < 0) {
                 missing = entry;
                 for (std::size_t i = 0; i < entries.size(); ++i)
