@@ -56,7 +56,8 @@ public:
     Settings& settings() const noexcept { return *settings_; }
 
     /// The module's part of the instance's current preset, and that preset's name; null and empty
-    /// without a preset or where the instance has no presets at all. Control and interface thread.
+    /// without a preset or where the instance has no presets at all. Any thread but the audio
+    /// thread; the first one while it has PresetsLibrary::hold.
     Program* getCurrentProgram() const;
     std::string getCurrentProgramName() const;
 

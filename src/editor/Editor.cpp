@@ -138,7 +138,7 @@ Editor::Editor(Plugin& plugin, Module* module, Resources* resources)
     if (resources_ != nullptr)
         tuneIn(resources_);
     tuneInByName(CurrentModuleId);
-    followPrograms();
+    followPrograms(true);
     platform::setDialogOwner(&Editor::dialogOwner);
 }
 
@@ -567,10 +567,10 @@ void Editor::forget(Control& control) {
 
 void Editor::setModule(std::int32_t index) {
     if (Module* const module = plugin_.moduleAt(index)) {
-        leavePrograms();
+        followPrograms(false);
         module_ = module;
         currentModule_ = index;
-        followPrograms();
+        followPrograms(true);
         if (rootControl_ != nullptr)
             rootControl_->setRadioHost(module);
         info_->setRadioHost(module);
@@ -578,19 +578,17 @@ void Editor::setModule(std::int32_t index) {
 }
 
 // What belongs to programs, of the module that is shown.
-void Editor::followPrograms() {
+void Editor::followPrograms(bool isFollowing) {
     if (module_ == nullptr)
         return;
-    for (const auto& parameter : module_->settings().getParameters())
-        if (parameter->inScope(KeptByPrograms))
+    for (const auto& parameter : module_->settings().getParameters()) {
+        if (!parameter->inScope(KeptByPrograms))
+            continue;
+        if (isFollowing)
             tuneIn(parameter.get());
-}
-
-void Editor::leavePrograms() {
-    if (module_ != nullptr)
-        for (const auto& parameter : module_->settings().getParameters())
-            if (parameter->inScope(KeptByPrograms))
-                tuneOut(parameter.get());
+        else
+            tuneOut(parameter.get());
+    }
 }
 
 void Editor::tellProgram(ParameterMessage& change) const {

@@ -338,8 +338,7 @@ private:
     void buildControls(const Dictionary& dictionary, Control* parent);
     void takeBackground(Control& control, const Dictionary& element);
     void addDebugControls(Control& background);
-    void followPrograms();
-    void leavePrograms();
+    void followPrograms(bool isFollowing);
     void tellProgram(ParameterMessage& change) const;
     static void* dialogOwner() noexcept;
     static void invert(const char* preference);

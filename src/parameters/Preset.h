@@ -14,7 +14,7 @@ namespace tarn {
 
 class PresetsLibrary;
 
-/// Control thread.
+/// Any thread but the audio thread, while it has PresetsLibrary::hold.
 class Preset {
 public:
     /// Parts of a name.

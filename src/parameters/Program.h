@@ -12,7 +12,7 @@ namespace tarn {
 class PresetsLibrary;
 
 /// The snapshot is a tree with the child "parameters", as Settings writes it for the scope of a
-/// module. Control thread, but for `receive` and the mark.
+/// module. Threads as for Preset, but any for `receive` and the mark.
 class Program : public Radio {
 public:
     /// Empty. `module` is the parent, in whose settings the values live; the library, which may be

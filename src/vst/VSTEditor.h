@@ -23,11 +23,14 @@ public:
 
     Editor& getInterface() const noexcept { return *editor_; }
 
-    /// In the screen's pixels: of the open window, or else of the next one. A side ends at 32,767.
-    /// False, and an empty one, where no skin can be shown.
+    /// In the screen's pixels: of the open window, or else of the next one, for which the
+    /// interface's thread takes what the user has chosen meanwhile: the controls may be others
+    /// afterwards, and a skin that can't be shown is told. A side ends at 32,767. False, and an
+    /// empty one, where no skin can be shown.
     bool getRect(ERect** rect) override;
 
-    /// False, and it stays closed, where the system gives no window or no skin can be shown.
+    /// Closes one that is open first. False, and it stays closed, where the system gives no window
+    /// or no skin can be shown.
     bool open(void* window) override;
     void close() override;
     bool isOpen() const override;
