@@ -1,4 +1,3 @@
-#include "drawing/Pictures.h"
 #include "editor/ControlEnumButton.h"
 #include "editor/ControlValueButton.h"
 #include "editor/OpenEditor.h"
@@ -19,7 +18,8 @@ std::string settings() {
         "<Mode class='ParameterEnum' type='string' unit='dB'><values><x value='a' display='Low'/>"
         "<x value='b' display='Mid'/><x value='c' display=''/><x value='d' display='High'/>"
         "</values></Mode><None class='ParameterEnum' type='integer'/>"
-        "<Steps class='ParameterValue' type='integer' minval='-1' maxval='3' defval='0'/>";
+        "<Steps class='ParameterValue' type='integer' minval='-1' maxval='3' defval='0'/>"
+        "<One class='ParameterValue' type='bool'/><Two class='ParameterValue' type='bool'/>";
     return text.insert(text.find("</parameters>"), more);
 }
 
@@ -39,6 +39,7 @@ protected:
                                           {"downon", "D"},
                                           {"blink", "b"},
                                           {"two", "fn"},
+                                          {"three", "fnd"},
                                           {"four", "f234"}})
             addFrames(id, {10, 10}, 1, static_cast<int>(letters.size()),
                       [&colors = letters](int, int y) {
@@ -98,6 +99,7 @@ TEST_F(ButtonsTest, EveryOrderOfPressSlideAndRelease) {
         std::string expected;
     };
     const Row rows[] = {
+        {"class='PresetStep' handle='three'", "oidoiuo", " of0 in0 dd0 of0 id0 un0 of0"},
         {pictures, "duoidu", " dd0 un1 on1 in1 dD1 uf0"},
         {pictures, "doUdoiu", " dd0 of0 Uf0 dd0 of0 id0 un1"},
         {pictures, "dsudcu", " dd0 sD1 uf0 dd0 cd0 un1"},
@@ -112,7 +114,8 @@ TEST_F(ButtonsTest, EveryOrderOfPressSlideAndRelease) {
     Parameter& parameter = plugin.parameter("Switch");
     for (const Row& row : rows) {
         parameter.setNormalised(0.0f, FromHost);
-        open("<b class='Button' parameter='Switch' width='10' height='10' " + row.keys + "/>");
+        const std::string name = row.keys.starts_with("class") ? "" : "class='Button' ";
+        open("<b parameter='Switch' width='10' height='10' " + name + row.keys + "/>");
         EXPECT_EQ(play(row.gestures, parameter), row.expected) << row.keys;
     }
     open("<b class='Button' parameter='Switch' stayon='true' width='10' height='10'/>");
@@ -203,6 +206,45 @@ TEST_F(ButtonsTest, APressEndsInManyWays) {
                     point(event, 4, -50);
             EXPECT_EQ(plugin.parameter(id).getNormalised(), kept) << keys << static_cast<int>(end);
         }
+}
+
+// Faults: a group with two buttons on, or with none; one that takes what is no button of its own.
+TEST_F(ButtonsTest, OneOfAGroupIsOn) {
+    const struct {
+        const char* keys;
+        std::string gestures;  // a click on the first or the second, or the host's change of one
+        std::string expected;  // both after each
+    } rows[] = {
+        {"", "aabAxY", "10 10 01 10 10 01 "},
+        {"", "yx", "00 10 "},
+        {"value='1'", "xy", "00 01 "},
+        {"value='-1'", "xybB", "00 00 01 01 "},
+    };
+    Parameter &one = plugin.parameter("One"), &two = plugin.parameter("Two");
+    for (const auto& [keys, gestures, expected] : rows) {
+        open("");
+        for (Parameter* const parameter : {&one, &two})
+            parameter->setNormalised(0.0f, FromHost);
+        open("<r class='RadioButtons' width='60' height='20' " + std::string(keys) +
+             "><controls><a class='Button' parameter='One' width='10' height='10'/>"
+             "<b class='Button' parameter='Two' x='20' width='10' height='10'/>"
+             "<t class='Text' parameter='Volume' x='40' width='9' height='9'/></controls></r>");
+        std::string states;
+        for (const char gesture : gestures) {
+            Parameter& changed = gesture == 'A' || gesture == 'x' ? one : two;
+            const float value = gesture == 'A' || gesture == 'Y' ? 1.0f : 0.0f;
+            if (gesture == 'a' || gesture == 'b')
+                click(gesture == 'a' ? 5 : 25, 5);
+            else if (changed.getNormalised() != value)
+                changed.setNormalised(value, FromHost);
+            else
+                changed.sendValue();
+            for (const Parameter* const parameter : {&one, &two})
+                states += parameter->getNormalised() > 0.0f ? '1' : '0';
+            states += ' ';
+        }
+        EXPECT_EQ(states, expected) << keys;
+    }
 }
 
 // Fault: a button that blinks while it is off, or not while it is on.
@@ -412,32 +454,6 @@ TEST_F(ButtonsTest, FavouritesAreStoredAndRecalled) {
     click();
     EXPECT_EQ(plugin.getCurrentIndex(), 1);
     EXPECT_EQ(look(), 'n');
-}
-
-// Faults: a text in the wrong place, state or colour.
-TEST_F(ButtonsTest, PictureOfButtons) {
-    const std::string button = "<a class='Button' parameter='Switch' ";
-    ASSERT_TRUE(load(skin(
-        button +
-            "x='4' y='4' width='160' height='16' foreground='#3060a0' text='Mute output' "
-            "texton='Output muted, still sending' textcoloron='#ffc000' background='#404040'/>" +
-            button +
-            "x='4' y='24' width='60' height='16' textcolor='#808080' foreground='#3060a0'/>" +
-            button +
-            "x='84' y='24' handle='two' text='T' textcolor='#ff8080'/>"
-            "<p class='PresetsMenu' x='60' y='44' width='70' height='16' textcolor='#ffffff'/>"
-            "<m class='PopupMenu' parameter='Mode' x='100' y='24' width='50' height='14' "
-            "background='#404040'/>"
-            "<b class='Button' parameter='Mode' x='4' y='44' width='50' height='14'/>",
-        "class='Text' width='170' height='64' background='#303030'")));
-    ASSERT_TRUE(editor->open(nullptr, {}));
-    plugin.addPreset("A name that is too long");
-    plugin.parameter("Cutoff").setNormalised(1.0f, FromUser);
-    plugin.parameter("Switch").setNormalised(1.0f, FromHost);
-    plugin.parameter("Mode").setNormalised(1.0f, FromHost);
-    point(Pointer::LeftDown, 10, 30);
-    editor->idle();
-    test::expectPicture(*editor->getCanvas()->getPixels(), "buttons-100");
 }
 
 }  // namespace

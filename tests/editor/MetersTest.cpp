@@ -1,4 +1,3 @@
-#include "drawing/Pictures.h"
 #include "editor/ControlLevelMeter.h"
 #include "editor/OpenEditor.h"
 #include "foundation/Timer.h"
@@ -96,42 +95,6 @@ protected:
                std::string(static_cast<std::size_t>(20 - dark - count), '.');
     }
 };
-
-// Faults: a frame, an edge or a colour in the wrong place, at each kind of meter in each direction.
-TEST_F(MetersTest, PictureOfMeters) {
-    std::string controls;
-    int count = 0;
-    const auto add = [&](const std::string& className, const char* strip, const char* keys) {
-        const std::string place = "x='" + std::to_string(4 + count % 6 * 26) + "' y='" +
-                                  std::to_string(4 + count / 6 * 28) + "' parameter='Volume' ";
-        controls += meter(className, place + "handle='" + strip + "' " + keys);
-        ++count;
-    };
-    for (const char* strip : {"tall", "wide"}) {
-        add("VUMeter", strip, "");
-        add("VUMeter", strip, "attenuation='true'");
-        add("LevelMeter", strip, "holdcolor='#00ffff'");
-    }
-    add("VUMeter", "none", "width='12' height='20' foreground='#80c0ff'");
-    add("VUMeterLED", "leds", "width='8' height='16'");
-    add("VUMeterLED", "row", "width='16' height='8'");
-    ASSERT_TRUE(
-        load(skin(controls, "class='Background' width='160' height='56' background='#202830'")));
-    for (const float scale : {1.0f, 1.5f}) {
-        ASSERT_TRUE(editor->open(nullptr, {}, scale));
-        for (const float dB : {-9.0f, -21.0f}) {
-            setDecibels(dB);
-            clockNow = clockNow + 0.7;
-            for (Control* const control : editor->getControls())
-                if (dB == -9.0f ? dynamic_cast<ControlVUMeter*>(control) != nullptr
-                                : dynamic_cast<ControlLevelMeter*>(control) != nullptr)
-                    tick(*control, 0.7);
-        }
-        test::expectPicture(*draw(*editor->getRootControl(), scale)->getPixels(),
-                            "meters-" + std::to_string(static_cast<int>(scale * 100)));
-        editor->close();
-    }
-}
 
 // Faults: a meter that is upset by what isn't its own parameter's level, or by a skin without one.
 TEST_F(MetersTest, StandsWhateverSkinAndParameterAre) {

@@ -29,10 +29,6 @@ protected:
         while (count-- > 0)
             control.handle(message);
     }
-    static std::string place(int x, int y, int width, int height) {
-        return " x='" + std::to_string(x) + "' y='" + std::to_string(y) + "' width='" +
-               std::to_string(width) + "' height='" + std::to_string(height) + "' ";
-    }
     ControlHelp& help() { return *editor->getHelpControl(); }
     std::string tooltip() { return help().isVisible() ? help().getText() : ""; }
     std::string status() { return probe<ControlText>("special::textdisplay").getText(); }
@@ -41,44 +37,6 @@ protected:
         return test::bytesOf(*draw(control)->getPixels());
     }
 };
-
-// Faults: a text in the wrong place or font, one that is cut where it goes round, a tooltip
-// beneath others or too small for its text, an image that is stretched.
-TEST_F(TextControlsTest, PictureOfTexts) {
-    addBitmap("image");
-    addBitmap("letters", "AB");
-    const std::string text = "<a class='Text'", round = " autoscroll='true' background='#404850' ";
-    ASSERT_TRUE(load(skin(
-        "<h class='Help' id='special::help'/>" + text + place(14, 2, 80, 16) +
-            "text='Left text' weight='3'/>" + text + place(14, 18, 80, 16) +
-            "text='Right' align='right' textcolor='#ffc000' textsize='1.2' "
-            "background='#404850'/>" +
-            text + place(14, 36, 80, 30) + "text='Two&#10;lines' align='center'/>" + text +
-            place(100, 2, 70, 16) + round +
-            "id='a' align='center' text='Goes round without end'/>" + text + place(100, 20, 23, 8) +
-            round + "id='b' alphabet='letters' text='abxABab'/>" + "<a class='VersionInfo'" +
-            place(14, 68, 80, 14) +
-            "/><b class='Bitmap' x='130' y='20' handle='image'/><c class='Probe'" +
-            place(100, 36, 30, 20) +
-            "background='#3070c0' parameter='Volume' tooltip='Volume of all'/><e class='About' "
-            "id='about' background='#506070' handle='image' parameter='Switch'" +
-            place(100, 70, 70, 30) + "><controls>" + text + place(14, 0, 50, 30) +
-            "text='About'/></controls></e>",
-        "class='Background' width='180' height='110' handle='image' background='#202830'")));
-    for (const float scale : {1.0f, 1.5f}) {
-        plugin.parameter("Switch").setNormalised(0.0f, FromUser);
-        ASSERT_TRUE(editor->open(nullptr, {}, scale));
-        plugin.parameter("Switch").setNormalised(1.0f, FromUser);
-        tick(probe<Control>("about"), "CASf", 1, 0.5f);
-        tick(probe<Control>("a"), "CTst", 150);
-        tick(probe<Control>("b"), "CTst", 38);
-        point(Pointer::Move, static_cast<int>(110 * scale), static_cast<int>(40 * scale));
-        tick(help(), "CHds");
-        test::expectPicture(*draw(*editor->getRootControl(), scale)->getPixels(),
-                            "textcontrols-" + std::to_string(static_cast<int>(scale * 100)));
-        editor->close();
-    }
-}
 
 // Faults: a text that fits and moves, one that stops, jumps or goes on while nobody sees it.
 TEST_F(TextControlsTest, OnlyWhatDoesNotFitGoesRound) {
