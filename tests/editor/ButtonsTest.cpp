@@ -245,6 +245,11 @@ TEST_F(ButtonsTest, OneOfAGroupIsOn) {
         }
         EXPECT_EQ(states, expected) << keys;
     }
+    for (const char* const id : {"One", "Two"})
+        plugin.parameter(id, 1).setNormalised(1.0f, FromHost);
+    editor->setModule(1);
+    EXPECT_EQ(plugin.parameter("One", 1).getNormalised(), 1.0f)
+        << "to be looked at changes nothing";
 }
 
 // Fault: a button that blinks while it is off, or not while it is on.
@@ -253,22 +258,21 @@ TEST_F(ButtonsTest, ABlinkingButtonBlinksWhileItIsOn) {
     open("<b class='Button' id='b' parameter='Switch' handle='two' blink='blink' blinkfreq='4'/>");
     EXPECT_FLOAT_EQ(probe<ControlValueButton>("b").getBlinkFrequency(), 3.8f);
     Parameter& parameter = plugin.parameter("Switch");
-    const auto tick = [this] {
-        TimerMessage message(nullptr, TimerMessage::Tick, fourCharacterCode("CVBb"), 0);
-        probe<Control>("b").handle(message);
+    const auto blink = [this] {
+        tick(probe<Control>("b"), "CVBb");
         return look();
     };
-    EXPECT_EQ(tick(), 'f');
+    EXPECT_EQ(blink(), 'f');
     parameter.setNormalised(1.0f, FromUser);
-    EXPECT_EQ(tick(), 'b');
-    EXPECT_EQ(tick(), 'n');
+    EXPECT_EQ(blink(), 'b');
+    EXPECT_EQ(blink(), 'n');
     parameter.setNormalised(0.0f, FromUser);
     EXPECT_EQ(look(), 'f');
-    EXPECT_EQ(tick(), 'f');
+    EXPECT_EQ(blink(), 'f');
     open("<b class='Button' id='b' parameter='Switch' handle='two' blink='true' blinkfreq='99'/>");
     EXPECT_FLOAT_EQ(probe<ControlValueButton>("b").getBlinkFrequency(), 19.0f);
     parameter.setNormalised(1.0f, FromUser);
-    EXPECT_EQ(tick(), 'f');
+    EXPECT_EQ(blink(), 'f');
 }
 
 // Faults: a choice that is skipped or stuck at the end, one that a slide off leaves in place.

@@ -158,14 +158,7 @@ protected:
         TestClock::pass(0.7);
         for (Control* const control : editor->getControls())
             if (dynamic_cast<Meter*>(control) != nullptr)
-                tick(*control, "CVUt", 1, 0.0f);
-    }
-    static void tick(Control& control, const char (&timer)[5], int count, float payload = 0.0f) {
-        TimerMessage message(nullptr, TimerMessage::Tick, fourCharacterCode(timer),
-                             toPayload(payload));
-        message.sinceLastTick = 0.7;
-        while (count-- > 0)
-            control.handle(message);
+                tick(*control, "CVUt", 1, 0.0f, 0.7);
     }
 
     const TestClock clock{1000.0};

@@ -1,9 +1,8 @@
 #include "editor/ControlLevelMeter.h"
 #include "editor/OpenEditor.h"
 #include "foundation/Timer.h"
-#include "platform/Clock.h"
+#include "support/TestClock.h"
 
-#include <atomic>
 #include <cmath>
 #include <sstream>
 #include <thread>
@@ -12,8 +11,7 @@ namespace tarn {
 namespace {
 
 using test::EditorTest;
-
-std::atomic<double> clockNow{0.0};
+using test::TestClock;
 
 // Writes down when it takes part in the ticks.
 struct WatchedMeter : ControlLevelMeter {
@@ -41,8 +39,6 @@ class MetersTest : public EditorTest {
 protected:
     MetersTest() {
         editor->addClass<WatchedMeter>("Watched");
-        clockNow = 1000.0;
-        platform::setHighResolutionClock(+[]() noexcept -> double { return clockNow; });
         // Dark and lit, side by side, and one above the other.
         addStrip("tall", {8, 20}, 2, 1, 1);
         addStrip("wide", {20, 8}, 1, 2, 1);
@@ -51,7 +47,6 @@ protected:
         editor->bitmaps["empty"] = std::make_shared<Bitmap>();
         plugin.parameter("Volume").setNormalised(0.0f, FromInternal);
     }
-    ~MetersTest() override { platform::setHighResolutionClock(nullptr); }
 
     // Green and blue tell pixels of a frame apart.
     void addStrip(const std::string& id, Point frame, int columns, int rows, int firstLit) {
@@ -83,17 +78,13 @@ protected:
     void setDecibels(float dB) {
         plugin.parameter("Volume").setNormalised(std::pow(10.0f, dB / 20.0f), FromInternal);
     }
-    static void tick(Control& control, double seconds) {
-        TimerMessage message(nullptr, TimerMessage::Tick, fourCharacterCode("CVUt"), 0);
-        message.sinceLastTick = seconds;
-        message.elapsed = 1e6;
-        EXPECT_TRUE(control.handle(message));
-    }
     static std::string lit(int dark, int count) {
         return std::string(static_cast<std::size_t>(dark), '.') +
                std::string(static_cast<std::size_t>(count), '#') +
                std::string(static_cast<std::size_t>(20 - dark - count), '.');
     }
+
+    const TestClock clock{1000.0};
 };
 
 // Faults: a meter that is upset by what isn't its own parameter's level, or by a skin without one.
@@ -116,13 +107,13 @@ TEST_F(MetersTest, StandsWhateverSkinAndParameterAre) {
     control.handle(infinite);
     EXPECT_EQ(shown(control), lit(0, 20));
     control.handle(nan);
-    tick(control, 1.0);
+    tick(control, "CVUt", 1, 0.0f, 1.0);
     EXPECT_EQ(shown(control), lit(0, 0));
     for (Control* const each : editor->getControls()) {
         for (ParameterMessage* const message : {&other, &nan, &infinite})
             each->handle(*message);
         if (dynamic_cast<ControlVUMeter*>(each) != nullptr)
-            tick(*each, 1.0);
+            tick(*each, "CVUt", 1, 0.0f, 1.0);
         EXPECT_NE(draw(*each), nullptr);
     }
 }
@@ -170,8 +161,8 @@ TEST_F(MetersTest, ALevelFallsEvenlyAndRestsAtTheBottom) {
     auto& control = probe<WatchedMeter>("m");
     const auto after = [&](double seconds) {
         takeDirt(control);
-        clockNow = clockNow + seconds;
-        tick(control, seconds);
+        TestClock::pass(seconds);
+        tick(control, "CVUt", 1, 0.0f, seconds);
         return takeDirt(control);
     };
     EXPECT_EQ(control.joined, 0) << "silent from the beginning";
@@ -202,7 +193,7 @@ TEST_F(MetersTest, ALevelFallsEvenlyAndRestsAtTheBottom) {
     editor->close();
     EXPECT_EQ(control.joined, 0);
     setDecibels(-30.0f);
-    clockNow = clockNow + 0.01;
+    TestClock::pass(0.01);
     ASSERT_TRUE(editor->open(nullptr, {}));
     EXPECT_EQ(shown(control), lit(10, 10));
 }

@@ -212,6 +212,16 @@ protected:
         desktop.heldKeys.clear();
         return isUsed;
     }
+    /// Ticks of a timer, as they come out of the queue.
+    static void tick(Control& control, const char (&timer)[5], int count = 1, float payload = 0.0f,
+                     double sinceLast = 0.0) {
+        TimerMessage message(nullptr, TimerMessage::Tick, fourCharacterCode(timer),
+                             toPayload(payload));
+        message.sinceLastTick = sinceLast;
+        message.elapsed = 1e6;
+        while (count-- > 0)
+            control.handle(message);
+    }
     platform::OffscreenDesktop::Window& window() { return *desktop.windows().back(); }
     void point(Pointer event, std::int32_t x = 0, std::int32_t y = 0) {
         desktop.point(window(), event, {x, y});

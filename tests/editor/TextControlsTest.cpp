@@ -23,12 +23,6 @@ const std::string StatusAndHelp =
 
 class TextControlsTest : public EditorTest {
 protected:
-    // Ticks of a timer, as they come out of the queue.
-    static void tick(Control& control, const char (&id)[5], int count = 1, float value = 0.0f) {
-        TimerMessage message(nullptr, TimerMessage::Tick, fourCharacterCode(id), toPayload(value));
-        while (count-- > 0)
-            control.handle(message);
-    }
     ControlHelp& help() { return *editor->getHelpControl(); }
     std::string tooltip() { return help().isVisible() ? help().getText() : ""; }
     std::string status() { return probe<ControlText>("special::textdisplay").getText(); }

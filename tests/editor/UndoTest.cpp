@@ -1,6 +1,6 @@
 #include "editor/OpenEditor.h"
-#include "platform/Clock.h"
 #include "support/Hearer.h"
+#include "support/TestClock.h"
 
 namespace tarn {
 namespace {
@@ -10,17 +10,8 @@ using test::Probe;
 
 constexpr int Shift = 0x10, ControlKey = 0x11, Alt = 0x12;
 
-double now = 0.0;
-
 class UndoTest : public EditorTest {
 protected:
-    UndoTest() {
-        platform::setHighResolutionClock(+[]() noexcept { return now; });
-    }
-    ~UndoTest() override {
-        editor.reset();
-        platform::setHighResolutionClock(nullptr);
-    }
     void SetUp() override {
         open(
             "<a class='Probe' id='volume' width='10' height='10' parameter='Volume'/>"
@@ -58,6 +49,7 @@ protected:
 
     static constexpr std::int32_t Volume = 5, Bend = 25;  // places
     std::vector<float> values;
+    const test::TestClock clock{0.0};
 };
 
 // Faults: an edit that can't be undone, one that takes two keys, a key that the host misses.
@@ -107,7 +99,7 @@ TEST_F(UndoTest, StepsWithinASecondAreOne) {
         {Volume, 0.1, 0.5f, 4}, {Volume, 0.1, 0.4f, 3},
     };
     for (const auto& [place, after, value, entries] : steps) {
-        now += after;
+        clock.pass(after);
         wheel(place, value);
         EXPECT_EQ(count(), entries) << value;
     }
