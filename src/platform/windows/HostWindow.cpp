@@ -179,7 +179,16 @@ public:
         std::vector<std::uint8_t> picture;
         if (bitmap != nullptr) {
             const HGDIOBJ former = ::SelectObject(memory, bitmap);
-            ::BitBlt(memory, 0, 0, size.x, size.y, screen, corner.x, corner.y, SRCCOPY);
+            // What lies beyond the screen stays black. If it were asked for, Wine would give
+            // nothing at all.
+            const int left = ::GetSystemMetrics(SM_XVIRTUALSCREEN),
+                      top = ::GetSystemMetrics(SM_YVIRTUALSCREEN);
+            const RECT whole{left, top, left + ::GetSystemMetrics(SM_CXVIRTUALSCREEN),
+                             top + ::GetSystemMetrics(SM_CYVIRTUALSCREEN)};
+            RECT part{corner.x, corner.y, corner.x + size.x, corner.y + size.y};
+            ::IntersectRect(&part, &part, &whole);
+            ::BitBlt(memory, part.left - corner.x, part.top - corner.y, part.right - part.left,
+                     part.bottom - part.top, screen, part.left, part.top, SRCCOPY);
             ::GdiFlush();
             const auto* const bytes = static_cast<const std::uint8_t*>(pixels);
             const std::size_t count =
