@@ -19,7 +19,8 @@ std::string settings() {
         "<x value='b' display='Mid'/><x value='c' display=''/><x value='d' display='High'/>"
         "</values></Mode><None class='ParameterEnum' type='integer'/>"
         "<Steps class='ParameterValue' type='integer' minval='-1' maxval='3' defval='0'/>"
-        "<One class='ParameterValue' type='bool'/><Two class='ParameterValue' type='bool'/>";
+        "<One class='ParameterValue' type='bool' scope='module'/>"
+        "<Two class='ParameterValue' type='bool' scope='module'/>";
     return text.insert(text.find("</parameters>"), more);
 }
 
@@ -422,6 +423,8 @@ TEST_F(ButtonsTest, PadsAndLinks) {
     point(Pointer::LeftUp, 5, 30);
     EXPECT_FLOAT_EQ(volume.getFloat(), 0.0f);
     EXPECT_EQ(notes(), "1:60:95 2:60:0 ");
+    volume.resetToDefault(FromUser);
+    EXPECT_EQ(notes(), "1:60:64 ");
     std::thread([&engine] {
         Note note;
         note.setMidi(Note::NoteOnStatus, 0, 36, 100, 0, 0, 0);
