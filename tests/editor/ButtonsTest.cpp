@@ -1,3 +1,4 @@
+#include "drawing/Pictures.h"
 #include "editor/ControlEnumButton.h"
 #include "editor/ControlValueButton.h"
 #include "editor/OpenEditor.h"
@@ -335,21 +336,17 @@ TEST_F(ButtonsTest, AMenuIsHeardWhileTheUserLooks) {
     desktop.menu = [&](const std::vector<platform::MenuEntry>& entries, platform::Spot) {
         return look(entries);
     };
-    // The blue of an entry's ground and of its mark's place.
-    const auto drawn = [&](const platform::MenuEntry& entry, bool isSelected) {
-        const platform::Pixels pixels = window().owner->drawEntry(entry.id, isSelected);
-        const platform::Spot size = window().owner->measureEntry(entry.id);
-        EXPECT_EQ(std::tuple(size.x, size.y), std::tuple(pixels.width, 22));
-        return std::pair(int{pixels.bytes[0]}, int{pixels.bytes[4 * (11 * pixels.width + 9)]});
-    };
     const auto highlight = [&](const platform::MenuEntry& entry) {
-        EXPECT_EQ(drawn(entry, true), std::pair(50, 50));
+        const platform::Pixels drawn = window().owner->drawEntry(entry.id, true);
+        const platform::Spot size = window().owner->measureEntry(entry.id);
+        EXPECT_EQ(std::pair(size.x, size.y), std::pair(drawn.width, 22));
     };
     openMenu("parameter='Mode' live='true'");
     mode.setNormalised(0.0f, FromHost);
     look = [&](const auto& entries) {
-        EXPECT_EQ(drawn(entries[0], false), std::pair(220, 0));
-        EXPECT_EQ(drawn(entries[1], false), std::pair(220, 220));
+        for (const bool isSelected : {false, true})
+            test::expectPicture(*editor->drawMenuEntry(entries[0].id, isSelected, 1.5f),
+                                isSelected ? "entry-selected-150" : "entry-150");
         highlight(entries[3]);
         EXPECT_EQ(chosen(), 3);
         EXPECT_EQ(window().owner->measureEntry(4711).x, 0);
