@@ -33,104 +33,6 @@ const std::string Settings =
     "</Number><Zero class='ParameterEnum' type='integer'><values><x value='0'/></values></Zero>"
     "</parameters></dict>";
 
-// 3 dB for each of a meter's 20 pixels.
-const std::string Decibels =
-    "><scaling><a position='0' value='-60'/><b position='1' value='0'/></scaling></c>";
-
-const struct {
-    Point size;  // or that of the control's image
-    std::string keys;
-} Cells[] = {
-    {{30, 30}, "class='Knob' foreground='#ffc000' parameter='Quarter'"},
-    {{40, 26}, "class='Knob' foreground='#ffc000' parameter='Most' invert='true'"},
-    {{}, "class='Knob' handle='strip' parameter='Quarter'"},
-    {{24, 24}, "class='Knob' handle='strip' parameter='Most'"},
-    {{14, 30}, "class='Slider' parameter='Quarter'"},
-    {{26, 30}, "class='Slider' parameter='Most'"},
-    {{}, "class='Slider' handle='tall' parameter='Most'"},
-    {{}, "class='Slider' handle='tall' parameter='Quarter' direction='topfill'"},
-    {{}, "class='Slider' handle='tall' parameter='Quarter' direction='centerfill'"},
-    {{}, "class='Slider' handle='tall' parameter='Most' direction='centerfill'"},
-    {{}, "class='Slider' handle='tall' parameter='Most' direction='centergrow'"},
-    {{}, "class='Slider' handle='tall' minfill='6'"},
-    {{}, "class='Slider' handle='tall' minfill='9' parameter='Quarter' direction='topfill'"},
-    {{}, "class='Slider' handle='tall' minfill='15' parameter='Quarter' direction='centerfill'"},
-    {{}, "class='Slider' handle='wide' parameter='Most'"},
-    {{30, 8}, "class='Slider' handle='small' type='move' parameter='Most'"},
-    {{8, 30}, "class='Slider' handle='strip' type='move' parameter='Quarter'"},
-    {{20, 30}, "class='Range' parameter='Most'"},
-    {{20, 30}, "class='Range' parameter='Quarter' direction='max2min'"},
-    {{30, 12}, "class='Range' parameter='Quarter' horizontal='true' direction='max2min'"},
-    {{30, 8}, "class='Range' parameter='Left' horizontal='true' direction='centered'"},
-    {{8, 30}, "class='Range' handle='tall' parameter='Left' direction='centered'"},
-    {{8, 30}, "class='Range' handle='tall' parameter='Right' direction='centered'"},
-    {{30, 8}, "class='Range' handle='wide' parameter='Left' direction='min2max' horizontal='true'"},
-    {{}, "class='LED' handle='small'"},
-    {{}, "class='LED' handle='small' parameter='Most'"},
-    {{}, "class='LED' handle='small' parameter='Most' valueon='0.7'"},
-    {{}, "class='LED' handle='small' parameter='Steps' valueon='0.25'"},
-    {{20, 14}, "class='Display' parameter='Steps'"},
-    {{24, 14}, "class='Display' parameter='Steps' digits='4' align='right'"},
-    {{24, 14}, "class='Display' parameter='Down'"},
-    {{24, 14}, "class='Display' parameter='Down' digits='3' textcolor='#a0ffa0'"},
-    {{24, 14}, "class='Display' parameter='Down' minval='8' digits='0'"},
-    {{24, 14}, "class='Display' parameter='Down' maxval='3'"},
-    {{24, 14}, "class='Display' parameter='Number' digits='3'"},
-    {{24, 14}, "class='Display' parameter='Zero' digits='3'"},
-    {{70, 14}, "class='TextValue' parameter='Most' prefix='at ' postfix=' of 1' marginleft='4'"},
-    {{40, 14}, "class='TextValue' parameter='Most' marginright='9' align='right' alpha='0.5'"},
-    {{30, 14}, "class='TextValue' parameter='Title' marginleft='-9' marginright='-9'"},
-    {{60, 16},
-     "class='Button' parameter='Off' text='Sound' foreground='#3060a0' background='#404040'"},
-    {{60, 16},
-     "class='Button' parameter='On' text='Sound' texton='No sound' textcoloron='#ffc000'"},
-    {{24, 16}, "class='Button' parameter='Off' textcolor='#808080' foreground='#3060a0'"},
-    {{24, 16}, "class='Button' parameter='On' textcolor='#808080' foreground='#3060a0'"},
-    {{}, "class='Button' parameter='On' handle='strip' text='T' textcolor='#ff8080'"},
-    {{20, 14}, "class='ButtonChoice' parameter='Steps' handle='strip'"},
-    {{}, "class='ButtonChoice' parameter='Most' handle='strip'"},
-    {{50, 14}, "class='Button' parameter='Mode'"},
-    {{30, 14}, "class='Button' parameter='None'"},
-    {{}, "class='Button' parameter='Mode' value='1' handle='small'"},
-    {{}, "class='Button' parameter='Mode' value='2' handle='small'"},
-    {{}, "class='Button' parameter='Mode' value='2' handle='strip'"},
-    {{40, 14}, "class='PopupMenu' parameter='Mode' background='#404040'"},
-    {{40, 14}, "class='PopupMenu' parameter='On'"},
-    {{30, 14}, "class='PopupMenu' parameter='Most'"},
-    {{}, "class='PopupMenu' parameter='Off' handle='small' displaychoice='true' textsize='0.5'"},
-    {{70, 16}, "class='PresetsMenu' textcolor='#ffffff'"},
-    {{30, 12}, "class='PresetStep' label='x'"},
-    {{}, "class='PresetStep' handle='strip'"},
-    {{}, "class='FavoriteButton' handle='strip'"},
-    {{}, "class='VUMeter' parameter='Level' handle='tall'" + Decibels},
-    {{}, "class='VUMeter' parameter='Level' handle='wide'" + Decibels},
-    {{}, "class='VUMeter' parameter='Level' handle='tall' attenuation='true'" + Decibels},
-    {{}, "class='VUMeter' parameter='Level' handle='wide' attenuation='true'" + Decibels},
-    {{}, "class='VUMeter' parameter='Level' handle='strip'" + Decibels},
-    {{}, "class='VUMeter' parameter='Level' handle='strip' attenuation='true'" + Decibels},
-    {{12, 30}, "class='VUMeter' parameter='Level' foreground='#80c0ff'" + Decibels},
-    {{}, "class='LevelMeter' parameter='Level' handle='tall'" + Decibels},
-    {{}, "class='LevelMeter' parameter='Level' handle='wide' holdcolor='#00ffff'" + Decibels},
-    {{12, 30}, "class='LevelMeter' parameter='Level' foreground='#80c0ff'" + Decibels},
-    {{8, 16}, "class='VUMeterLED' parameter='Level' handle='leds'"},
-    {{16, 8}, "class='VUMeterLED' parameter='Level' handle='row'"},
-    {{60, 14}, "class='Text' text='Left text' weight='3' background='#404850'"},
-    {{60, 16}, "class='Text' text='Right' align='right' textcolor='#ffc000' textsize='1.2'"},
-    {{60, 30}, "class='Text' text='Two&#10;lines' align='center'"},
-    {{60, 30}, "class='Text' text='Far down' align='bottom'"},
-    {{40, 14}, "class='Text' parameter='Most' text='not this'"},
-    {{70, 16}, "class='Text' id='round' autoscroll='true' text='Goes round without end'"},
-    {{23, 8}, "class='Text' id='round' autoscroll='true' alphabet='letters' text='abxABab'"},
-    {{80, 14}, "class='VersionInfo' background='#404850'"},
-    {{}, "class='Bitmap' id='image'"},
-    {{3, 0}, "class='Bitmap' id='none' handle='image'"},
-    {{5, 4}, "class='Bitmap' handle='image'><bitmaps><e value='On' handle='small'/></bitmaps></c>"},
-    {{60, 30},
-     "class='About' id='about' background='#506070' handle='image' parameter='About'>"
-     "<controls><d class='Text' x='14' width='40' height='20' text='About'/></controls></c>"},
-    {{20, 16}, "class='Probe' id='told' parameter='Most' tooltip='Volume of all'"},
-};
-
 class ControlPicturesTest : public EditorTest {
 protected:
     ControlPicturesTest() : EditorTest(Settings) {
@@ -166,25 +68,7 @@ protected:
 
 // Faults: a frame, an edge, a text or a colour in the wrong place, or of another state.
 TEST_F(ControlPicturesTest, PictureOfEveryClass) {
-    constexpr int Width = 360, RowHeight = 34, Gap = 4;
-    int x = Gap, y = Gap;
-    std::string controls = "<h class='Help' id='special::help'/>";
-    for (const auto& [size, keys] : Cells) {
-        const int width = std::max(size.x, 10);
-        if (x + width + Gap > Width) {
-            x = Gap;
-            y += RowHeight;
-        }
-        const auto key = [](const char* name, int value) {
-            return value > 0 ? std::string(name) + "='" + std::to_string(value) + "' " : "";
-        };
-        controls += "<c " + key("x", x) + key("y", y) + key("width", size.x) +
-                    key("height", size.y) + keys + (keys.ends_with("</c>") ? "" : "/>");
-        x += (size.x == 0 && keys.find("'wide'") != std::string::npos ? 30 : width) + Gap;
-    }
-    ASSERT_TRUE(load(skin(controls, "class='Background' width='360' height='" +
-                                        std::to_string(y + RowHeight) +
-                                        "' handle='image' background='#202830'")));
+    ASSERT_TRUE(loadSkin("classes"));
     plugin.parameter("Title").setText("A name that is too long", FromHost);
     plugin.addPreset("Another that is too long");
     plugin.parameter("Most").setNormalised(0.7f, FromUser);

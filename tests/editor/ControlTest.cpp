@@ -23,31 +23,7 @@ protected:
 TEST_F(ControlTest, PictureOfControls) {
     addBitmap("image");
     addBitmap("letters", "AB");
-    const std::string boxes =
-        "<a class='Probe' x='2' y='2' width='30' height='20' background='#3070c0' label='One' "
-        "font='Inter' weight='3' align='center'/>"
-        "<b class='Probe' x='12' y='12' width='30' height='20' background='#c04030' zorder='5' "
-        "label='Two' font='Inter' textsize='0.8' textcolor='#ffff00'/>";
-    ASSERT_TRUE(load(skin(
-        "<a class='Container' x='4' y='4' width='44' height='34'><controls>" + boxes +
-            "</controls></a>"
-            "<b class='Container' x='52' y='4' width='44' height='34' "
-            "transparency='0.5'><controls>" +
-            boxes +
-            "</controls></b>"
-            "<e class='Probe' x='52' y='44' width='20' height='20' background='#405060'><controls>"
-            "<f class='Probe' x='10' y='10' width='20' height='20' background='#00ff00' "
-            "noclip='true'/>"
-            "<g class='Probe' x='-10' y='10' width='20' height='20' background='#ff00ff'/>"
-            "</controls></e>"
-            "<h class='Probe' x='100' y='44' background='image'/>"
-            "<i class='Probe' x='115' y='44' width='20' height='20' background='#808080' "
-            "overlay='image'/>"
-            "<j class='Probe' x='100' y='70' width='40' height='8' label='xabAB' "
-            "alphabet='letters'/>"
-            "<k class='Probe' id='framed' x='100' y='84' width='40' height='24'/>"
-            "<l class='Probe' id='dropped' x='144' y='84' width='30' height='24'/>",
-        "class='Probe' width='180' height='120' background='#202830' label=''")));
+    ASSERT_TRUE(loadSkin("controls"));
     for (const float scale : {1.0f, 1.5f}) {
         ASSERT_TRUE(editor->open(nullptr, {}, scale));
         probe("framed").setFrameColor(Color(1, 1, 1, 1));

@@ -11,23 +11,11 @@ constexpr int Shift = 0x10, ControlKey = 0x11;
 constexpr std::int32_t Tab = WindowMessage::TabKey, Return = WindowMessage::ReturnKey,
                        Escape = WindowMessage::EscapeKey, Space = WindowMessage::SpaceKey;
 
-constexpr const char* Skin =
-    "<a class='Probe' id='plain' width='10' height='10'/>"
-    "<b class='Probe' id='first' y='40' width='20' height='12' keyboard='true'/>"
-    "<c class='Container' id='box' x='40' width='60' height='40'><controls>"
-    "<d class='Probe' id='second' x='2' y='2' width='20' height='12' keyboard='true' "
-    "button='true'/>"
-    "<e class='Probe' id='hidden' width='20' height='12' keyboard='true' visible='false'/>"
-    "<f class='Probe' id='off' width='20' height='12' keyboard='true' enabled='false'/>"
-    "<g class='Probe' id='outside' x='90' width='20' height='12' keyboard='true'/></controls></c>"
-    "<h class='Text' id='third' x='30' y='60' width='40' height='16' parameter='Title'/>"
-    "<i class='Text' id='fixed' y='20' width='30' height='16' parameter='Title' editable='false'/>"
-    "<j class='Text' id='bare' y='20' width='30' height='16' text='x'/>";
-
 class KeyboardTest : public EditorTest {
 protected:
     void SetUp() override {
-        open(Skin);
+        ASSERT_TRUE(loadSkin("keyboard") && editor->open(nullptr, {}));
+        editor->idle();
         for (const char* const id : {"special::background", "plain", "first", "second"})
             probe(id).takes = false;
     }
@@ -94,7 +82,7 @@ TEST_F(KeyboardTest, WhateverEndsTheControlsUseTakesTheKeyboard) {
         [this] { control("box").clearFlags(Control::Enabled); },
         [this] { editor->enterModal(control("plain")); },
         [this] { editor->close(); },
-        [this] { EXPECT_TRUE(load(skin(Skin))); },
+        [this] { EXPECT_TRUE(loadSkin("keyboard")); },
         [this] {
             desktop.text = [this](const platform::TextRequest&) {
                 editor->close();
@@ -141,15 +129,7 @@ TEST_F(KeyboardTest, AKeyIsTheFirstOnesThatUsesIt) {
 // Faults: a frame that stays, is cut, or stands over what lies above it; one that neighbours draw
 // over or that draws over them.
 TEST_F(KeyboardTest, PictureOfTheFrame) {
-    ASSERT_TRUE(
-        load(skin("<a class='Probe' id='one' x='4' y='4' width='30' height='20' label='One' "
-                  "background='#705030' keyboard='true'/>"
-                  "<b class='Probe' id='two' x='34' y='4' width='30' height='20' label='Two' "
-                  "background='#307050' keyboard='true'/>"
-                  "<c class='Probe' id='over' x='52' y='14' width='20' height='20' label='' "
-                  "background='#903050'/>",
-                  "class='Probe' width='100' height='60' label='' background='#203040' "
-                  "focuscolor='#40e0ff'")));
+    ASSERT_TRUE(loadSkin("frame"));
     ASSERT_TRUE(editor->open(nullptr, {}, 1.5f));
     editor->idle();
     const auto plain = window().shown;

@@ -159,6 +159,10 @@ protected:
         files.write("Controls.xml", text);
         return editor->loadControls(File(files.path("Controls.xml"))).isOk();
     }
+    /// A file of tests/editor/skins.
+    bool loadSkin(const std::string& name) {
+        return editor->loadControls(File(SKINS "/" + name + ".xml")).isOk();
+    }
     void open(const std::string& controls, float scale = 1.0f) {
         ASSERT_TRUE(load(skin(controls)));
         ASSERT_TRUE(editor->open(nullptr, {}, scale));
