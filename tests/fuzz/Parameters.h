@@ -9,7 +9,6 @@
 #include <limits>
 #include <set>
 #include <string>
-#include <string_view>
 
 namespace tarn::fuzz {
 

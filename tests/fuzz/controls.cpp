@@ -15,6 +15,8 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <cmath>
+
 using namespace tarn;
 using fuzz::require;
 

@@ -35,61 +35,10 @@ namespace {
 
 using platform::OffscreenDesktop;
 
-// "%" stands for what changes when the file is saved meanwhile.
-constexpr std::string_view Controls = R"(<dict><info creator='Brimtide' version='1.2.0'/>
-<file-format value='0.7'/><controls>
-<g class='Background' id='special::background' width='120' height='90' background='#10203%'>
-<controls>
-<about class='About' id='image' parameter='MuteOutput' x='100' y='4'><controls>
-<t class='Text' text='About' width='16' height='8'/></controls></about>
-<switch class='Bitmap' handle='strip' x='2' y='2' width='16' height='8' parameter='MuteOutput'
- learn='true' showvalue='mouseover'><bitmaps><b value='MuteOutput' handle='image'/></bitmaps>
-</switch>
-<hint class='Text' text='much too long to be seen' x='20' y='2' width='30' height='12'
- autoscroll='true' tooltip='A hint' draggable='true' altreverse='MuteOutput'/>
-<box class='Container' parameter='MuteOutput' modal='true' x='60' y='30' width='40' height='30'
- background='image'><listento><l value='LeaveModalMode'/></listento><controls>
-<v class='VersionInfo' x='1' y='1' width='20' height='9'/>
-<small class='Text' text='0 1' alphabet='font' x='2' y='12' width='20' height='8'
- transparency='0.5'><thumbnail x='20' y='12' width='8' height='4'/></small></controls></box>
-<drawer class='Container' x='4' y='40' width='40' height='16'>
-<thumbnail x='4' y='40' width='20' height='8'/><controls>
-<in class='Text' parameter='InputPeak' textentry='true' width='30' height='12' showvalue='true'/>
-</controls></drawer>
-<seen class='Bitmap' handle='strip' x='100' y='60'>
-<visibility parameter='MuteOutput' normalized='1.0' action='disable'/></seen>
-<name class='Text' parameter='BrimtideID' x='2' y='60' width='60' height='16' editable='true'/>
-<knob class='Knob' parameter='MuteOutput' x='66' y='62' width='12' height='12' learn='true'
- midi='7' defval='0'/>
-<slider class='Slider' parameter='MuteOutput' x='80' y='62' width='6' height='14'/>
-<push class='Button' parameter='MuteOutput' pushbutton='true' blink='true' x='88' y='62' width='8' height='8'/>
-<shut class='Button' parameter='MuteOutput' x='88' y='71' width='8' height='6' autoreset='true'/>
-<next class='ButtonChoice' parameter='BrimtideChannel' x='98' y='72' width='8' height='5'/>
-<list class='PopupMenu' parameter='MuteOutput' x='46' y='40' width='12' height='8'/>
-<pad class='Trigger' parameter='MuteOutput' x='46' y='49' width='12' height='8'/>
-<presets class='PresetsMenu' x='2' y='20' width='16' height='8'/>
-<step class='PresetStep' x='2' y='30' width='8' height='8'/>
-<favorite class='FavoriteButton' on='0' x='12' y='30' width='8' height='8'/>
-<menu class='MenuButton' x='22' y='30' width='8' height='8'/>
-<typed class='TextValue' edit='click' parameter='BrimtideID' x='22' y='20' width='30' height='8'/>
-<meter class='LevelMeter' parameter='OutputLevel' x='110' y='72' width='4' height='6'/>
-<bar class='VUMeter' parameter='OutputLevel' x='115' y='72' width='4' height='6'/>
-<radio class='RadioButtons' x='32' y='30' width='20' height='8'><controls>
-<one class='Button' parameter='MuteOutput' width='8' height='8'/>
-<two class='Button' parameter='ResetPeak' x='10' width='8' height='8'/></controls></radio>
-<status class='Text' id='special::textdisplay' x='0' y='78' width='120' height='12'/>
-<quorl class='Quorl' x='54' y='20' width='8' height='8'/>
-<help class='Help' id='special::help'/></controls></g></controls></dict>)";
-
 std::string controlsOf(char shade) {
-    std::string text(Controls);
+    std::string text = fuzz::Interface::get().controls;
     std::replace(text.begin(), text.end(), '%', shade);
     return text;
-}
-
-std::string withoutBackground(std::string text) {
-    constexpr std::string_view Id = "id='special::background'";
-    return text.erase(text.find(Id), Id.size());
 }
 
 // Closed by its host, or at the end.
@@ -107,29 +56,43 @@ public:
 };
 
 bool isIn(const Control& tree, const Control* control) {
-    const auto& children = tree.getChildren();
-    return &tree == control ||
-           std::any_of(children.begin(), children.end(),
-                       [control](const Control* child) { return isIn(*child, control); });
+    return &tree == control || std::ranges::any_of(tree.getChildren(), [&](const Control* child) {
+        return isIn(*child, control);
+    });
 }
+
+void listIds(const std::vector<platform::MenuEntry>& entries, std::vector<std::int32_t>& ids) {
+    for (const platform::MenuEntry& entry : entries) {
+        ids.push_back(entry.id);
+        listIds(entry.entries, ids);
+    }
+}
+
+// Some bytes of the input are a choice.
+struct User : FuzzedDataProvider {
+    using FuzzedDataProvider::FuzzedDataProvider;
+    int upTo(int most) { return ConsumeIntegralInRange(0, most); }
+    std::uint8_t byte() { return ConsumeIntegral<std::uint8_t>(); }
+    std::int32_t number() { return ConsumeIntegral<std::int32_t>(); }
+    std::string text() { return ConsumeRandomLengthString(); }
+};
 
 class Play {
 public:
-    explicit Play(FuzzedDataProvider& user) : user_(user) {
+    explicit Play(User& user) : user_(user) {
         desktop_.menu = [this](const auto& entries, auto) { return choose(entries); };
-        desktop_.text = [this](const auto&) -> std::optional<std::string> {
+        desktop_.text = [this](const auto&) {
             interrupt();
-            return user_.ConsumeBool() ? std::optional(user_.ConsumeRandomLengthString())
-                                       : std::nullopt;
+            return user_.ConsumeBool() ? std::optional(user_.text()) : std::nullopt;
         };
-        platform::setDialogAnswers({[this](const auto&) {
-                                        if (!isInHostCall_)
-                                            interrupt();
-                                        return platform::MessageAnswer::Ok;
-                                    },
-                                    {}});
+        const auto answer = [this](const auto&) {
+            if (!isInHostCall_)
+                interrupt();
+            return platform::MessageAnswer::Ok;
+        };
+        platform::setDialogAnswers({answer, {}});
         fuzz::onHostCall = [this] {
-            if (!isInHostCall_ && user_.ConsumeIntegralInRange(0, 3) == 0)
+            if (!isInHostCall_ && user_.upTo(3) == 0)
                 interrupt();
         };
         desktop_.isFull = false;
@@ -148,24 +111,20 @@ public:
     }
 
     void step() {
-        auto& instance = instances_[user_.ConsumeIntegralInRange(0, 7) == 7 ? 1 : 0];
-        if (instance && user_.ConsumeIntegralInRange(0, 3) != 0 && instance->window() != nullptr) {
+        auto& instance = instances_[user_.upTo(7) == 7 ? 1 : 0];
+        if (instance && user_.upTo(3) != 0 && instance->window() != nullptr) {
             happen(*instance, *instance->window());
             return;
         }
         // No host does anything else from within its own call.
         const bool wasInHostCall = std::exchange(isInHostCall_, true);
-        if (instance)
+        if (instance) {
             act(instance);
-        else
-            insert(instance);
+        } else {  // with an interface, which without controls it wouldn't have
+            fuzz::Interface::get().writeControls(controlsOf('0'));
+            instance = std::make_unique<Instance>();
+        }
         isInHostCall_ = wasInHostCall;
-    }
-
-    // With an interface, which without controls it wouldn't have.
-    static void insert(std::unique_ptr<Instance>& instance) {
-        fuzz::Interface::get().writeControls(controlsOf('0'));
-        instance = std::make_unique<Instance>();
     }
 
     void check() {
@@ -178,15 +137,14 @@ public:
             const bool isHeld = editor.isOpen() && instance->window()->held != 0;
             require(isHeld || editor.getCaptureControl() == nullptr);
             require(editor.isOpen() || editor.getHoverControl() == nullptr);
+            const Control* const root = editor.getRootControl();
             for (const Control* const known :
                  {editor.getHoverControl(), editor.getFocusControl(), editor.getCaptureControl()})
-                require(known == nullptr || (editor.getRootControl() != nullptr &&
-                                             isIn(*editor.getRootControl(), known)));
+                require(known == nullptr || (root != nullptr && isIn(*root, known)));
             const Control* const typed = editor.getKeyboardControl();
             const auto& listed = editor.getControls();
-            require(typed == nullptr ||
-                    (typed->isVisible() && editor.isOpen() &&
-                     std::find(listed.begin(), listed.end(), typed) != listed.end()));
+            require(typed == nullptr || (typed->isVisible() && editor.isOpen() &&
+                                         std::ranges::find(listed, typed) != listed.end()));
             require(instance->passesAudio());
         }
         require(open == desktop_.windows().size());
@@ -206,15 +164,9 @@ public:
 private:
     std::optional<std::int32_t> choose(const std::vector<platform::MenuEntry>& entries) {
         std::vector<std::int32_t> ids{0};
-        const auto list = [&ids](const auto& self, const auto& some) -> void {
-            for (const platform::MenuEntry& entry : some) {
-                ids.push_back(entry.id);
-                self(self, entry.entries);
-            }
-        };
-        list(list, entries);
+        listIds(entries, ids);
         interrupt();
-        const std::size_t index = user_.ConsumeIntegralInRange<std::size_t>(0, ids.size());
+        const auto index = user_.ConsumeIntegralInRange<std::size_t>(0, ids.size());
         return index < ids.size() ? std::optional(ids[index]) : std::nullopt;
     }
 
@@ -224,36 +176,40 @@ private:
         if (depth_ >= Deepest)
             return;
         ++depth_;
-        for (int steps = user_.ConsumeIntegralInRange(0, 3); steps > 0; --steps)
+        for (int steps = user_.upTo(3); steps > 0; --steps)
             step();
         --depth_;
     }
 
     platform::Spot spot() {
-        if (user_.ConsumeIntegralInRange(0, 15) == 0)
-            return {user_.ConsumeIntegral<std::int32_t>(), user_.ConsumeIntegral<std::int32_t>()};
+        if (user_.upTo(15) == 0)
+            return {user_.number(), user_.number()};
         return {user_.ConsumeIntegralInRange(-9, 260), user_.ConsumeIntegralInRange(-9, 200)};
     }
 
     platform::DroppedData dropped() {
         platform::DroppedData data;
         if (user_.ConsumeBool())
-            data.text = user_.ConsumeBool() ? "<samples><sample file='a.wav'/></samples>"
-                                            : user_.ConsumeRandomLengthString();
-        for (int files = user_.ConsumeIntegralInRange(0, 2); files > 0; --files)
-            data.files.push_back(user_.ConsumeRandomLengthString());
+            data.text =
+                user_.ConsumeBool() ? "<samples><sample file='a.wav'/></samples>" : user_.text();
+        for (int files = user_.upTo(2); files > 0; --files)
+            data.files.push_back(user_.text());
         return data;
+    }
+
+    void oneOf(std::initializer_list<std::function<void()>> acts) {
+        acts.begin()[user_.upTo(static_cast<int>(acts.size()) - 1)]();
     }
 
     // What the host does.
     void act(std::unique_ptr<Instance>& instance) {
         const test::HostedEffect& effect = *instance;
         const auto open = [&] {
-            desktop_.isFull = user_.ConsumeIntegralInRange(0, 7) == 0;
+            desktop_.isFull = user_.upTo(7) == 0;
             desktop_.scale = user_.PickValueInArray({1.0f, 1.5f, 2.0f, 1.0e9f});
             effect.call(effEditOpen, 0, 0, this);
         };
-        const std::function<void()> acts[] = {
+        oneOf({
             open,
             open,
             [&] { effect.call(effEditClose); },
@@ -272,31 +228,26 @@ private:
                 effect.call(effSetEditKnobMode, 0, user_.ConsumeIntegral<std::int8_t>());
             },
             [&] {
-                effect.call(user_.ConsumeBool() ? effEditKeyDown : effEditKeyUp,
-                            user_.ConsumeIntegral<std::uint8_t>(),
-                            user_.ConsumeIntegral<std::uint8_t>(), nullptr,
-                            static_cast<float>(user_.ConsumeIntegralInRange(0, 15)));
+                effect.call(user_.ConsumeBool() ? effEditKeyDown : effEditKeyUp, user_.byte(),
+                            user_.byte(), nullptr, static_cast<float>(user_.upTo(15)));
             },
-            [&] {
-                effect.set(user_.ConsumeIntegralInRange(0, 1), user_.ConsumeBool() ? 1.0f : 0.0f);
-            },
-            [&] {
-                effect.restore(user_.ConsumeBool() ? effect.chunk()
-                                                   : user_.ConsumeRandomLengthString());
-            },
+            [&] { effect.set(user_.upTo(1), user_.ConsumeBool() ? 1.0f : 0.0f); },
+            [&] { effect.restore(user_.ConsumeBool() ? effect.chunk() : user_.text()); },
             [&] { save(instance->window()); },
             [&] { changeInside(instance->editor()); },
-        };
-        acts[user_.ConsumeIntegralInRange<std::size_t>(0, std::size(acts) - 1)]();
+        });
     }
 
     // And the time that an interface takes to see it.
     void save(OffscreenDesktop::Window* window) {
-        const auto kind = user_.ConsumeIntegralInRange(0, 9);
-        const std::string text = controlsOf(static_cast<char>('0' + kind));
-        fuzz::Interface::get().writeControls(kind < 2    ? text.substr(0, text.size() / 2)
-                                             : kind == 2 ? withoutBackground(text)
-                                                         : text);
+        const std::string background = "id='special::background'";
+        const int kind = user_.upTo(9);
+        std::string text = controlsOf(static_cast<char>('0' + kind));
+        if (kind < 2)
+            text.resize(text.size() / 2);
+        else if (kind == 2)
+            text.erase(text.find(background), background.size());
+        fuzz::Interface::get().writeControls(text);
         if (window == nullptr)
             return;
         const auto kept = window->shared_from_this();
@@ -310,47 +261,53 @@ private:
         const auto& controls = editor.getControls();
         const Settings& settings = editor.instance().moduleAt(0)->settings();
         const float level = user_.ConsumeProbability<float>();
-        const std::function<void()> acts[] = {
-            [&] { settings.find("InputPeak", 0)->setNormalised(level, FromUser); },
-            [&] { settings.find("CurrentModule", 0)->setNormalised(level, FromUser); },
-            [&] { settings.find("BrimtideID", 0)->setText(level > 0.5f ? "Drums" : "", FromUser); },
-            [&] { settings.find("MuteOutput", 0)->setNormalised(level > 0.5f, FromUser); },
-            [&] {
-                editor.setSize(user_.PickValueInArray({0, 50, 100, 400}));
-            },
-            [&] {
-                editor.redraw({0, 0, 20, 20});
-            },
-            [&] {
-                if (controls.empty())
-                    return;
-                Control* const control =
-                    controls[user_.ConsumeIntegral<std::uint8_t>() % controls.size()];
-                TimerMessage tick(
-                    nullptr, TimerMessage::Tick,
-                    user_.PickValueInArray({fourCharacterCode("CTst"), fourCharacterCode("CASf"),
-                                            fourCharacterCode("CHds"), fourCharacterCode("CHdh")}),
-                    toPayload(level));
-                editor.enqueue(tick, control);
-            },
+        const auto set = [&](const char* id, float value) {
+            settings.find(id, 0)->setNormalised(value, FromUser);
         };
-        acts[user_.ConsumeIntegralInRange<std::size_t>(0, std::size(acts) - 1)]();
+        const auto tick = [&] {
+            if (controls.empty())
+                return;
+            Control* const control = controls[user_.byte() % controls.size()];
+            const auto timer =
+                user_.PickValueInArray({fourCharacterCode("CTst"), fourCharacterCode("CASf"),
+                                        fourCharacterCode("CHds"), fourCharacterCode("CHdh")});
+            TimerMessage message(nullptr, TimerMessage::Tick, timer, toPayload(level));
+            editor.enqueue(message, control);
+        };
+        const auto resize = [&] { editor.setSize(user_.PickValueInArray({0, 50, 100, 400})); };
+        const Rect corner{0, 0, 20, 20};
+        oneOf({
+            [&] { set("InputPeak", level); },
+            [&] { set("CurrentModule", level); },
+            [&] { settings.find("BrimtideID", 0)->setText(level > 0.5f ? "Drums" : "", FromUser); },
+            [&] { set("MuteOutput", level > 0.5f); },
+            resize,
+            [&] { editor.redraw(corner); },
+            tick,
+        });
     }
 
-    // What the user does, or the system.
+    // What the user does, or the system; the last three twice as often.
     void happen(const Instance& instance, OffscreenDesktop::Window& window) {
         const auto kept = window.shared_from_this();
         platform::WindowOwner& owner = *window.owner;
-        const std::function<void()> acts[] = {
-            [&] { owner.wheel(spot(), user_.ConsumeIntegral<std::int32_t>()); },
+        const auto tick = [&] { owner.tick(); };
+        const auto press = [&] { click(window, spot()); };
+        const auto useOne = [&] { use(window, controlOf(instance.editor())); };
+        const auto pointAnyhow = [&] {
+            const auto event = static_cast<platform::PointerEvent>(user_.upTo(7));
+            point(window, event, spot());
+        };
+        oneOf({
+            [&] { owner.wheel(spot(), user_.number()); },
             [&] { type(window); },
             [&] { owner.focusGained(); },
             [&] {
                 const platform::Spot from = spot(), to = spot();
                 owner.paint({from.x, from.y, to.x, to.y});
             },
-            [&] { owner.tick(); },
-            [&] { owner.tick(); },
+            tick,
+            tick,
             [&] { owner.dragEnter(dropped(), spot()); },
             [&] { owner.dragOver(spot()); },
             [&] { owner.dragEnd(); },
@@ -359,17 +316,13 @@ private:
                 owner.measureEntry(user_.ConsumeIntegral<std::int8_t>());
                 owner.drawEntry(user_.ConsumeIntegral<std::int8_t>(), user_.ConsumeBool());
             },
-            [&] { click(window, spot()); },
-            [&] { use(window, controlOf(instance.editor())); },
-            [&] {
-                const auto event = user_.ConsumeIntegralInRange(0, 7);
-                desktop_.point(window, static_cast<platform::PointerEvent>(event), spot());
-            },
-        };
-        constexpr std::size_t Doubled = 3;  // the last ones come twice as often
-        const std::size_t count = std::size(acts);
-        const auto which = user_.ConsumeIntegralInRange<std::size_t>(0, count + Doubled - 1);
-        acts[which < count ? which : which - Doubled]();
+            press,
+            useOne,
+            pointAnyhow,
+            press,
+            useOne,
+            pointAnyhow,
+        });
     }
 
     // The middle of any control.
@@ -377,41 +330,36 @@ private:
         const auto& controls = editor.getControls();
         if (controls.empty())
             return {};
-        const std::size_t index = user_.ConsumeIntegral<std::uint8_t>() % controls.size();
-        const Rect rect = controls[index]->getAbsoluteRect();
+        const Rect rect = controls[user_.byte() % controls.size()]->getAbsoluteRect();
         const auto place = [scale = editor.getScale()](std::int32_t from, std::int32_t to) {
             return static_cast<std::int32_t>(scale * static_cast<float>(from + to) / 2);
         };
         return {place(rect.left, rect.right), place(rect.top, rect.bottom)};
     }
 
+    void point(OffscreenDesktop::Window& window, platform::PointerEvent event, platform::Spot to) {
+        if (window.owner != nullptr)
+            desktop_.point(window, event, to);
+    }
+
     // A press, perhaps a double one or a drag, and keys at the end.
     void use(OffscreenDesktop::Window& window, platform::Spot place) {
         using enum platform::PointerEvent;
-        const auto point = [&](platform::PointerEvent event, platform::Spot to) {
-            if (window.owner != nullptr)
-                desktop_.point(window, event, to);
-        };
         const bool isDouble = user_.ConsumeBool();
-        point(LeftDown, place);
+        point(window, LeftDown, place);
         if (user_.ConsumeBool())
-            point(Move, {place.x, place.y - user_.ConsumeIntegralInRange(-20, 20)});
-        point(LeftUp, place);
+            point(window, Move, {place.x, place.y - user_.ConsumeIntegralInRange(-20, 20)});
+        point(window, LeftUp, place);
         if (isDouble)
             for (const auto event : {LeftDouble, LeftUp})
-                point(event, place);
-        switch (user_.ConsumeIntegralInRange(0, 3)) {
-            case 0:
-                press(window, 'Z', ControlBit);
-                press(window, 'Z', ControlBit | ShiftBit);
-                break;
-            case 1:
-                press(window, WindowMessage::TabKey, 0);
-                press(window, WindowMessage::ReturnKey, 0);
-                break;
-            default:
-                break;
-        }
+                point(window, event, place);
+        const int keys = user_.upTo(3);
+        if (keys == 0)
+            for (const int held : {ControlBit, ControlBit | ShiftBit})
+                press(window, 'Z', held);
+        if (keys == 1)
+            for (const auto key : {WindowMessage::TabKey, WindowMessage::ReturnKey})
+                press(window, key, 0);
     }
 
     // As bits of the keys held: 1 shift, 2 control, 4 alt.
@@ -423,7 +371,7 @@ private:
             if ((held & 1 << modifier) != 0)
                 desktop_.heldKeys.insert(0x10 + modifier);
         if (window.owner != nullptr)
-            window.owner->key(key, user_.ConsumeIntegral<std::uint8_t>(), true);
+            window.owner->key(key, user_.byte(), true);
     }
 
     // Half of the keys are those that the interface itself does something about.
@@ -434,8 +382,8 @@ private:
                           {WindowMessage::TabKey, WindowMessage::TabKey, WindowMessage::ReturnKey,
                            WindowMessage::EscapeKey, WindowMessage::SpaceKey, WindowMessage::UpKey,
                            WindowMessage::PageDownKey, 'Z', 'Y'})
-                    : user_.ConsumeIntegral<std::uint8_t>();
-        press(window, key, user_.ConsumeIntegralInRange(0, 7));
+                    : user_.byte();
+        press(window, key, user_.upTo(7));
         if (user_.ConsumeBool() && window.owner != nullptr)
             window.owner->key(key, 0, false);
     }
@@ -444,11 +392,10 @@ private:
         const bool isRight = user_.ConsumeBool();
         using enum platform::PointerEvent;
         for (const auto event : {isRight ? RightDown : LeftDown, isRight ? RightUp : LeftUp})
-            if (window.owner != nullptr)
-                desktop_.point(window, event, place);
+            point(window, event, place);
     }
 
-    FuzzedDataProvider& user_;
+    User& user_;
     OffscreenDesktop& desktop_ = fuzz::Interface::get().desktop;
     std::array<std::unique_ptr<Instance>, 2> instances_;
     int depth_ = 0;
@@ -474,8 +421,8 @@ void choose(std::uint8_t choices) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Interface::get();
-    FuzzedDataProvider user(data, size);
-    choose(user.ConsumeIntegral<std::uint8_t>());
+    User user(data, size);
+    choose(user.byte());
     static const bool isLoaded = !Instance().editor().getControls().empty();
     require(isLoaded);  // or nothing below would be tried
     Play play(user);

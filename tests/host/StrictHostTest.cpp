@@ -11,7 +11,6 @@
 #include <functional>
 #include <future>
 #include <map>
-#include <memory>
 #include <random>
 #include <string>
 #include <vector>

@@ -210,20 +210,25 @@ TEST(Plugin, ProgramsAndRequestsComeAsMessages) {
     sampler.files.write("one.xml", bankOf({"Dropped"}));
     sampler.files.write("bank.xml", bankOf({"x", "y"}));
     sampler.files.write("two.xml", bankOf({"Again"}));
-    const std::tuple<const char*, const char*, const char*> drops[] = {
-        {"one.xml", "factory", "Dropped"},
-        {"two.xml", "factory", "Again"},
-        {"bank.xml", "y", "Again"},
-        {"absent.xml", "y", "Again"}};
-    for (const auto& [file, second, last] : drops) {
+    sampler.files.write("foreign.xml", Foreign);
+    const std::tuple<const char*, bool, const char*, const char*> drops[] = {
+        {"one.xml", true, "factory", "Dropped"},
+        {"two.xml", true, "factory", "Again"},
+        {"bank.xml", true, "y", "Again"},
+        {"absent.xml", false, "y", "Again"},
+        {"foreign.xml", false, "y", "Again"}};
+    for (const auto& [file, isTaken, second, last] : drops) {
         const std::string path = sampler.files.path(file);
         WindowMessage drop(nullptr, WindowMessage::DropFile, {}, {path});
-        EXPECT_EQ(plugin.receive(drop), file != std::string("absent.xml"));
+        told.clear();
+        EXPECT_EQ(plugin.receive(drop), isTaken);
+        EXPECT_NE(told.empty(), isTaken) << file;
         EXPECT_EQ(plugin.getProgramName(1), second) << "a factory preset isn't replaced by one";
         EXPECT_EQ(plugin.getProgramName(plugin.getPresetCount() - 1), last);
         EXPECT_EQ(plugin.getPresetCount(), 129);
     }
-    EXPECT_THAT(sampler.product->messages, ElementsAre(HasSubstr("absent.xml")));
+    EXPECT_THAT(sampler.product->messages,
+                ElementsAre(HasSubstr("absent.xml"), HasSubstr("created by X")));
 
     IOPinConfig in, out;
     plugin.process(in, out, 5);

@@ -3,6 +3,7 @@
 
 #include "vst/VstInterface.h"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <numeric>
@@ -47,33 +48,29 @@ public:
     }
 
     /// In memory of its own size, so that a byte behind it is noticed. A host may tell another one.
-    void restore(const std::string& chunk) const {
-        restore(chunk, static_cast<VstIntPtr>(chunk.size()));
-    }
-    void restore(const std::string& chunk, VstIntPtr size) const {
+    void restore(const std::string& chunk, VstInt32 told = 0) const {
         std::vector<char> bytes(chunk.begin(), chunk.end());
-        call(effSetChunk, 0, size, bytes.data());
+        call(effSetChunk, 0, std::max(told, static_cast<VstInt32>(chunk.size())), bytes.data());
     }
 
     void process(Buffers in, Buffers out, std::size_t frames) const {
         record->processReplacing(record, in.data(), out.data(), static_cast<VstInt32>(frames));
     }
 
-    /// What comes out on the first output for the same on both inputs; it was full of sevens.
+    /// What comes out on both outputs for the same on both inputs, nothing if they differ; they were
+    /// full of sevens.
     Channel play(Channel in) const {
         Channel left(in.size(), 7.0f), right = left;
         process({in.data(), in.data()}, {left.data(), right.data()}, in.size());
-        return left;
+        return left == right ? left : Channel();
     }
 
     /// Whether a block comes out as it went in, or silent if Brimtide is muted.
     bool passesAudio(std::size_t frames = 64) const {
-        Channel in(frames), left(frames, 7.0f), right = left;
-        std::iota(in.begin(), in.end(), 1.0f);
-        process({in.data(), in.data()}, {left.data(), right.data()}, frames);
         constexpr VstInt32 Mute = 1;
-        const Channel expected = get(Mute) != 0.0f ? Channel(frames) : in;
-        return left == expected && right == expected;
+        Channel in(frames);
+        std::iota(in.begin(), in.end(), 1.0f);
+        return play(in) == (get(Mute) != 0.0f ? Channel(frames) : in);
     }
 
     AEffect* const record;
