@@ -2,19 +2,12 @@
 // the input is written over them, part by part, between one look and the next.
 #include "Receiver.h"
 #include "Require.h"
-#include "link/ConnectionInfo.h"
 #include "link/IOBridge.h"
 #include "platform/Clock.h"
-#include "platform/SharedMemory.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 
-#include <cstdint>
-#include <cstring>
 #include <iterator>
-#include <optional>
-#include <string>
-#include <vector>
 
 using namespace tarn;
 using fuzz::require;

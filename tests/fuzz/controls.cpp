@@ -4,13 +4,9 @@
 #include "Interface.h"
 #include "Require.h"
 #include "audio/Module.h"
-#include "drawing/PixelsData.h"
 #include "editor/Control.h"
 #include "editor/Editor.h"
 #include "editor/Window.h"
-#include "foundation/Message.h"
-#include "parameters/Parameter.h"
-#include "parameters/Settings.h"
 #include "plugin/Plugin.h"
 
 #include <fuzzer/FuzzedDataProvider.h>

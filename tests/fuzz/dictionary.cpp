@@ -5,10 +5,6 @@
 #include "Require.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-#include <string_view>
 
 using namespace tarn;
 using fuzz::require;

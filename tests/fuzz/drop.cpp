@@ -2,11 +2,8 @@
 // path is told once, up to the first that isn't taken.
 #include "Require.h"
 #include "editor/DragDrop.h"
-#include "foundation/Message.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
-
-#include <algorithm>
 
 using namespace tarn;
 using fuzz::require;

@@ -4,7 +4,6 @@
 #include "Require.h"
 
 #include <boost/interprocess/streams/bufferstream.hpp>
-#include <cstdint>
 
 using namespace tarn;
 

@@ -3,7 +3,6 @@
 #include "drawing/Bitmap.h"
 
 #include <boost/interprocess/streams/bufferstream.hpp>
-#include <cstdint>
 
 using namespace tarn;
 using fuzz::require;

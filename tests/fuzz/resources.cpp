@@ -6,8 +6,6 @@
 #include "drawing/PngFile.h"
 #include "support/ScratchStore.h"
 
-#include <cstdint>
-
 using namespace tarn;
 using fuzz::require;
 

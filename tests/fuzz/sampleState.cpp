@@ -4,9 +4,6 @@
 #include "samples/Sample.h"
 
 #include <boost/interprocess/streams/bufferstream.hpp>
-#include <cstdint>
-#include <string>
-#include <string_view>
 
 using namespace tarn;
 using fuzz::require;

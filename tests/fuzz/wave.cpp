@@ -2,9 +2,7 @@
 #include "Require.h"
 #include "samples/SampleWav.h"
 
-#include <algorithm>
 #include <boost/interprocess/streams/bufferstream.hpp>
-#include <cstdint>
 
 using namespace tarn;
 using fuzz::require;

@@ -7,26 +7,10 @@
 #include "Interface.h"
 #include "Require.h"
 #include "audio/Module.h"
-#include "editor/Control.h"
 #include "editor/ControlCPUMeter.h"
-#include "editor/Editor.h"
-#include "foundation/Message.h"
-#include "parameters/Parameter.h"
-#include "parameters/Settings.h"
-#include "platform/Dialogs.h"
-#include "plugin/Plugin.h"
 #include "support/KeptPicture.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
-
-#include <algorithm>
-#include <array>
-#include <functional>
-#include <memory>
-#include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
 using namespace tarn;
 using fuzz::require;

@@ -3,7 +3,6 @@
 #include "parameters/Definition.h"
 
 #include <cmath>
-#include <random>
 #include <tuple>
 
 namespace tarn {

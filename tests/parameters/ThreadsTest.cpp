@@ -4,11 +4,8 @@
 #include "parameters/MidiMapper.h"
 #include "support/Hearer.h"
 
-#include <functional>
 #include <list>
 #include <thread>
-#include <utility>
-#include <vector>
 
 namespace tarn {
 namespace {
@@ -38,11 +35,6 @@ struct Last {
     std::vector<std::int32_t> modes;
     Hearer hearer;
 };
-
-// What another thread does while this one waits for it.
-void onAnotherThread(const std::function<void()>& what) {
-    std::thread(what).join();
-}
 
 // Faults: a deadlock where a listener waits for something that another thread has until its setter
 // returns; a change that is lost then, a value of the host's that goes back to it as the user's, or
@@ -75,27 +67,23 @@ TEST(Parameter, NoSetterWaitsForADelivery) {
                 while (next < row.changes.size())
                     change();
             };
-            struct {
-                Last before;
-                Hearer meanwhile;
-                Last behind;
-            } listeners{Last(parameter),
-                        Hearer(parameter,
-                               [&](Message&) {
-                                   if (next == 1)
-                                       onAnotherThread(changeMore);
-                               }),
-                        Last(parameter)};
-            listeners.behind.modes.clear();
+            const Last before(parameter);
+            const Hearer meanwhile(parameter, [&](Message&) {
+                if (next == 1)
+                    std::thread(changeMore).join();
+            });
+            Last behind(parameter);
+            behind.modes.clear();
             change();
-            EXPECT_TRUE(listeners.before.isTrue() && listeners.behind.isTrue()) << id;
-            EXPECT_TRUE(isText || listeners.behind.modes == row.modes) << id;
+            EXPECT_TRUE(before.isTrue() && behind.isTrue()) << id;
+            EXPECT_TRUE(isText || behind.modes == row.modes) << id;
         }
     auto& number = settings.get("F");
     number.setNormalised(1.0f, FromLoad);
     const Last before(number);
-    const Hearer tuning(
-        number, [&](Message&) { onAnotherThread([&] { number.setNormalised(0.5f, FromHost); }); });
+    const Hearer tuning(number, [&](Message&) {
+        std::thread([&] { number.setNormalised(0.5f, FromHost); }).join();
+    });
     EXPECT_TRUE(before.isTrue());
 }
 
@@ -113,31 +101,31 @@ TEST(Parameter, ThreeThreadsChangeIt) {
             listeners.emplace_back(*all[i % 3]);
         const Hearer crossing[] = {Hearer(number, [&](Message&) { const Last passing(*all[1]); }),
                                    Hearer(*all[1], [&](Message&) { const Last passing(number); })};
-        std::vector<std::thread> threads;
-        const auto start = [&](auto change) {
-            threads.emplace_back([change, round] {
-                for (int i = 0; i < 100; ++i)
-                    change(static_cast<float>((i * 37 + round) % 101) / 101.0f, i);
-            });
-        };
-        start([&](float value, int) {
-            number.setNormalised(value, FromHost);
-            all[1]->setNormalised(value, FromHost);
-        });
-        start([&](float value, int i) {
-            number.setDisplayValue(value, FromUser);
-            all[2]->setText(std::string(30 + i, 'u'), FromUser);
-        });
-        start([&](float value, int i) {
-            mapper.bind(i % 2, all[i % 2]);
-            applyController(mapper, modules, i % 2, value, i, 512);
-        });
-        start([&](float, int i) {
-            const Last passing(*all[i % 3]);
-            all[2]->setText(std::string(30 + i, 'x'), FromInternal);
-        });
-        for (std::thread& thread : threads)
-            thread.join();
+        const std::function<void(float, int)> changes[] = {
+            [&](float value, int) {
+                number.setNormalised(value, FromHost);
+                all[1]->setNormalised(value, FromHost);
+            },
+            [&](float value, int i) {
+                number.setDisplayValue(value, FromUser);
+                all[2]->setText(std::string(30 + i, 'u'), FromUser);
+            },
+            [&](float value, int i) {
+                mapper.bind(i % 2, all[i % 2]);
+                applyController(mapper, modules, i % 2, value, i, 512);
+            },
+            [&](float, int i) {
+                const Last passing(*all[i % 3]);
+                all[2]->setText(std::string(30 + i, 'x'), FromInternal);
+            }};
+        {
+            std::list<std::jthread> threads;
+            for (const auto& change : changes)
+                threads.emplace_back([&change, round] {
+                    for (int i = 0; i < 100; ++i)
+                        change(static_cast<float>((i * 37 + round) % 101) / 101.0f, i);
+                });
+        }
         for (const Last& listener : listeners)
             ASSERT_TRUE(listener.isTrue());
     }

@@ -1,10 +1,7 @@
-#include "plugin/Mission.h"
 #include "plugin/Sampler.h"
-#include "support/Product.h"
 
 #include <gmock/gmock.h>
 
-#include <set>
 #include <thread>
 
 namespace tarn {

@@ -1,9 +1,5 @@
-#include "foundation/File.h"
 #include "foundation/NumberText.h"
 #include "foundation/TextOf.h"
-#include "parameters/Settings.h"
-#include "platform/Dialogs.h"
-#include "plugin/Plugin.h"
 #include "plugin/Sampler.h"
 #include "samples/WaveBytes.h"
 #include "support/AllocationCount.h"
@@ -12,8 +8,6 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <functional>
-#include <random>
 #include <thread>
 
 namespace tarn {
@@ -146,6 +140,7 @@ TEST(Plugin, NewInstancesBeginWithTheChosenPresetsOrTheFactorys) {
         EXPECT_EQ(plugin.getProgramCount(), count) << chosen;
         sampler.files.write("Sampler Resources/Factory Presets.xml", bankOf({"Soft", "Loud"}));
     }
+    EXPECT_THAT(sampler.product->messages, ElementsAre(HasSubstr("created by X")));
     StartedPlugin saved;
     std::string message;
     saved.parameter("Volume").setFloat(0.75f, FromUser);
@@ -233,9 +228,9 @@ TEST(Plugin, ProgramsAndRequestsComeAsMessages) {
     IOPinConfig in, out;
     plugin.process(in, out, 5);
     EXPECT_EQ(plugin.getSampleClock(), 5);
-    for (const std::int32_t code : {3001, 3007}) {
+    for (const std::int32_t code : {3001, 3007, +SystemMessage::Shutdown}) {
         SystemMessage request(nullptr, code, 0);
-        EXPECT_TRUE(plugin.receive(request));
+        EXPECT_EQ(plugin.receive(request), code != SystemMessage::Shutdown) << "without an editor";
     }
     plugin.process(in, out, 5);
     EXPECT_TRUE(plugin.isShutDown() && plugin.isDisabled() && plugin.engine(1).blocks == 1);
@@ -287,26 +282,19 @@ TEST(Plugin, TheUserFindsAMissingSample) {
     sampler.files.write("Sampler Resources/Samples/drums.pack", "");
     const std::string place = sampler.files.path("Kits/hit.wav");
     using enum platform::MessageAnswer;
-    platform::MessageAnswer answer = Yes;
-    std::string chosen = place;
-    platform::setDialogAnswers(
-        {[&](const platform::MessageRequest& request) {
-             return request.kind == platform::MessageKind::Ask && request.parented ? answer : Ok;
-         },
-         [&](const platform::FileRequest&) {
-             return platform::FileAnswer{chosen, 0};
-         }});
     StartedPlugin plugin;
     File missing("hit.wav");
     EXPECT_FALSE(plugin.reportMissingSample(missing));
     plugin.editor = &plugin;
-    for (const auto& [next, path] : {std::pair(Cancel, place), {Yes, std::string()}}) {
-        answer = next;
-        chosen = path;
-        EXPECT_FALSE(plugin.reportMissingSample(missing));
+    for (const auto& [answer, chosen] :
+         {std::pair(Cancel, place), {Yes, std::string()}, {Yes, place}}) {
+        const auto box = [&, next = answer](const platform::MessageRequest& request) {
+            return request.kind == platform::MessageKind::Ask && request.parented ? next : Ok;
+        };
+        const auto choose = [file = platform::FileAnswer{chosen, 0}](const auto&) { return file; };
+        platform::setDialogAnswers({box, choose});
+        EXPECT_EQ(plugin.reportMissingSample(missing), answer == Yes && chosen == place);
     }
-    chosen = place;
-    EXPECT_TRUE(plugin.reportMissingSample(missing));
     EXPECT_EQ(missing.getPath(), place);
     File again("hit.wav"), pack;
     EXPECT_TRUE(Mission::get().getResources()->findFile(again));  // the folder is known now

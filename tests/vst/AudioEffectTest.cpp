@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <new>
-#include <string>
 
 namespace tarn {
 namespace {

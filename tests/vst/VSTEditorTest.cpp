@@ -1,17 +1,10 @@
 #include "audio/Module.h"
 #include "drawing/Pictures.h"
-#include "drawing/PngFile.h"
 #include "editor/ControlHelp.h"
 #include "editor/ControlLevelMeter.h"
-#include "editor/ControlText.h"
 #include "editor/ControlValueLED.h"
-#include "editor/Editor.h"
-#include "foundation/Preferences.h"
 #include "link/BrimtidePluginInfo.h"
 #include "link/ConnectionListener.h"
-#include "parameters/Parameter.h"
-#include "parameters/Settings.h"
-#include "platform/SystemWindow.h"
 #include "plugin/Mission.h"
 #include "support/Connections.h"
 #include "support/HostedEffect.h"
@@ -22,16 +15,7 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <filesystem>
-#include <functional>
-#include <map>
-#include <memory>
-#include <optional>
-#include <string>
 #include <tuple>
-#include <utility>
-#include <vector>
 
 namespace tarn {
 namespace {

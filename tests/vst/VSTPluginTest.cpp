@@ -18,17 +18,10 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <atomic>
 #include <cstdlib>
-#include <cstring>
-#include <functional>
 #include <future>
-#include <random>
-#include <string>
 #include <thread>
 #include <tuple>
-#include <vector>
 
 namespace tarn {
 namespace {
