@@ -57,8 +57,8 @@ public:
         record->processReplacing(record, in.data(), out.data(), static_cast<VstInt32>(frames));
     }
 
-    /// What comes out on both outputs for the same on both inputs, nothing if they differ; they were
-    /// full of sevens.
+    /// What comes out on both outputs for the same on both inputs, nothing if they differ; they
+    /// were full of sevens.
     Channel play(Channel in) const {
         Channel left(in.size(), 7.0f), right = left;
         process({in.data(), in.data()}, {left.data(), right.data()}, in.size());
