@@ -198,7 +198,9 @@ TEST(StrictHost, ControlCallsWhileAudioRuns) {
     });
     const std::function<void(int)> calls[] = {
         [&](int i) { instance.setChannels(1 + i % 2, 2); },
-        [&](int i) { instance.call(effSetSampleRate, 0, 0, nullptr, 44100.0f * (1 + i % 2)); },
+        [&](int i) {
+            instance.call(effSetSampleRate, 0, 0, nullptr, i % 2 == 0 ? 44100.0f : 88200.0f);
+        },
         [&](int i) { instance.call(effSetBlockSize, 0, 1 << i % 16); },
         [&](int) { instance.restore(state); },
         [&](int i) { instance.call(effSetProgram, 0, i % 3); },
