@@ -490,6 +490,7 @@ TEST_F(HostedEditor, EndsWhereverTheHostEndsIt) {
              {"menu", "text", "box", "drop", "none", "begin", "set", "end"}) {
             Loaded effect, beside;
             ASSERT_TRUE(beside.open() && effect.open());
+            effect.run();
             beside.run();
             bool isEnded = false;
             const auto at = [&](const std::string& present) {

@@ -222,7 +222,7 @@ TEST(VSTPlugin, TellsReceiversWhatTheHostTells) {
     EXPECT_EQ(inspectConnection(0)->sender->host, std::string(63, 'x'));
     instance.run();
     const std::pair<float, int> rates[] = {
-        {96e3f, 96'000}, {NotANumber, 0}, {48000.5f, 48'000}, {1e30f, 0}};
+        {96e3f, 96'000}, {NotANumber, 0}, {48000.5f, 48'000}, {1e30f, 0}, {-96e3f, 0}};
     for (const auto& [announced, heard] : rates) {
         instance.call(effSetSampleRate, 0, 0, nullptr, announced);
         instance.play({0.0f});
