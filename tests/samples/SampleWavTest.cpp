@@ -1,5 +1,6 @@
 #include "foundation/File.h"
 #include "foundation/LogFolder.h"
+#include "samples/Pack.h"
 #include "samples/SampleWav.h"
 #include "samples/WaveBytes.h"
 #include "support/AllocationCount.h"
@@ -16,7 +17,7 @@ namespace tarn {
 namespace {
 
 using namespace test;
-using testing::ElementsAre;
+using namespace testing;
 
 bool loads(SampleWav& sample, const std::string& bytes, bool readData = true) {
     ByteStream stream(bytes.data(), bytes.size());
@@ -39,11 +40,6 @@ Playback playbackOf(const Sample& sample) {
 TEST(SampleWav, FilesOfAnotherProgramLoadAsItReadsThem) {
     const ScratchFolder folder("brimtide-test-");  // a path that the other program can open
     const std::string path = folder.path("a.wav");
-    SF_INSTRUMENT instrument{};
-    instrument.basenote = 52;
-    instrument.loop_count = 1;
-    instrument.loops[0] = {SF_LOOP_FORWARD, 2, 7, 0};
-    SF_CUES cues{1, {{1, 0, 0x61746164, 0, 0, 3, "one"}}};
     std::minstd_rand random;
     for (const int bits : {1, 8, 9, 16, 17, 24, 32})
         for (const int channels : {1, 2, 3, 6})
@@ -56,19 +52,15 @@ TEST(SampleWav, FilesOfAnotherProgramLoadAsItReadsThem) {
                 std::vector<float> values(static_cast<std::size_t>(channels * frames));
                 for (float& value : values)  // floats may be louder than anything else
                     value = std::ldexp(static_cast<float>(random()), bits == 32 ? 0 : -31);
-                {
-                    SndfileHandle file(path, SFM_WRITE, format, channels, 22050);
-                    file.command(SFC_SET_INSTRUMENT, &instrument, sizeof instrument);
-                    file.command(SFC_SET_CUE, &cues, sizeof cues);
-                    file.writef(values.data(), frames);
-                }
+                SndfileHandle(path, SFM_WRITE, format, channels, 22050)
+                    .writef(values.data(), frames);
                 SndfileHandle(path).readf(values.data(), frames);
                 std::string bytes = folder.read("a.wav");
                 bytes[34] = static_cast<char>(bits);
                 SampleWav sample;
                 ASSERT_TRUE(loads(sample, bytes)) << bits << ", " << channels;
-                ASSERT_EQ(playbackOf(sample), (Playback{52, Forward, 2, 6, frames - 1}));
-                ASSERT_EQ(sample.getRegions().at(0), (SampleRegion{{}, 3, frames - 1}));
+                ASSERT_EQ(playbackOf(sample),
+                          (Playback{60, Sample::NoLoop, frames / 2, frames - 1, frames - 1}));
                 for (int i = 0; i < frames; ++i) {
                     float sum = 0.0f;
                     const float* const frame = values.data() + i * channels;
@@ -174,6 +166,53 @@ TEST(SampleWav, BadFilesAreRefused) {
         EXPECT_TRUE(sample.getBitDepth() == 8 && sample.getRegions().size() == 1);
         EXPECT_EQ(sample.getChunks().format.channels, 1);
     }
+}
+
+// Faults: a broken entry that takes others with it, a body from beyond the end, a name that forges
+// a line of the log, memory that is short.
+TEST(Pack, HoldsTheFilesThatLoad) {
+    using Names = std::vector<std::string>;
+    const auto wave = [](char level) { return byteWave(std::string(10, level)); };
+    const auto namesIn = [](const std::string& bytes) {
+        ByteStream stream(bytes.data(), bytes.size());
+        Names names;
+        for (const PackEntry& entry : readPack(stream, nullptr))
+            names.push_back(entry.sample->getFrames() == 10 ? entry.name : "broken");
+        return names;
+    };
+    const ScratchFolder folder;
+    const File file(folder.path("a.pack"));
+    ASSERT_TRUE(writePack(file, {{"kick", wave('a')}, {"bad", "RIFF"}, {"snare", wave('b')}}));
+    const std::string whole = folder.read("a.pack");
+    EXPECT_EQ(whole.substr(0, 16), std::string("Quorl.pack\0kick\0", 16));
+    for (const std::string& name : {std::string(), std::string("a\0b", 3)})
+        EXPECT_FALSE(writePack(file, {{name, wave('a')}}));
+    const std::vector<PackedFile> large = {{"l", std::string(200'000, 'l')}};
+    EXPECT_FALSE((AllocationLimit(100'000), writePack(file, large)));
+    EXPECT_EQ(folder.read("a.pack"), whole);
+
+    Radio owner(nullptr);
+    const std::vector<PackEntry> entries = readPack(file, &owner);
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[1].sample->getParent(), &owner);
+    EXPECT_EQ(entries[1].sample->getData()[0], ('b' - 128) / 128.0f);
+    EXPECT_TRUE(readPack(File(folder.path("none.pack")), nullptr).empty());
+
+    const std::size_t first = 16 + 4 + wave('a').size();
+    EXPECT_EQ(namesIn(whole.substr(0, whole.size() - 1)), Names({"kick", "snare"}));
+    EXPECT_EQ(namesIn(whole.substr(0, whole.size() - 2)), Names{"kick"});
+    EXPECT_EQ(namesIn(std::string(whole).replace(10, 1, "x")), Names({"kick", "snare"}));
+    EXPECT_EQ(namesIn(std::string(whole).replace(9, 1, "x")), Names());
+    const std::string lying = std::string("no body\0\xff\xff\xff\xff", 12);
+    EXPECT_EQ(namesIn(whole.substr(0, first) + lying), Names{"kick"});
+
+    ASSERT_TRUE(writePack(file, {large[0], {"a\r\n!\x1b\xff", wave('a')}}));
+    const std::string pack = folder.read("a.pack");
+    LogFolder log;
+    log.open(LogDetail);
+    const AllocationLimit limit(100'000);
+    EXPECT_EQ(namesIn(pack), Names{"a\r\n!\x1b\xff"});
+    EXPECT_THAT(log.lines(), Contains(HasSubstr("a\?\?!\?\? (54 bytes)")));
 }
 
 }  // namespace
