@@ -1,11 +1,11 @@
 #include "Recording.h"
+#include "common/Text.h"
 #include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <numeric>
 #include <sndfile.hh>
-#include <vector>
 
 namespace tarn::receive {
 namespace {
@@ -22,9 +22,10 @@ TEST(Recording, TheFileIsWholeAfterEveryAppend) {
         all.insert(all.end(), samples.begin(), samples.end());
         ASSERT_TRUE(recording.append(samples)) << recording.error();
         const auto header = wavHeader(44100, all.size());
-        std::string whole(header.begin(), header.end());
-        whole.append(reinterpret_cast<const char*>(all.data()), all.size() * sizeof(float));
-        EXPECT_TRUE(folder.read("take \u00fc.wav") == whole) << part;
+        EXPECT_TRUE(folder.read("take \u00fc.wav") ==
+                    std::string(header.begin(), header.end())
+                        .append(reinterpret_cast<const char*>(all.data()), all.size() * 4))
+            << part;
     }
     EXPECT_EQ(Recording(path, 44100, false).error(), path + " is there already; -f replaces it");
     EXPECT_EQ(Recording(path, 44100, true).error(), "");
@@ -48,6 +49,18 @@ TEST(Recording, OthersReadTheHeaderBeyondFourGigabytesAsRF64) {
         EXPECT_EQ(std::tuple(file.samplerate(), file.channels()), std::tuple(44100, 1));
         EXPECT_EQ(file.format() & SF_FORMAT_SUBMASK, SF_FORMAT_FLOAT);
     }
+}
+
+// The fault it would catch: a sender's name that steers the user's terminal.
+TEST(Text, NamesCantSteerATerminal) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"Zo\u00eb \u5c71\u7530", "Zo\u00eb \u5c71\u7530"},
+        {"a\x1b[2Jb\n", "a?[2Jb?"},
+        {"\xff\xc0\x80\xe2\x82", "?????"},
+        {"\xed\xa0\x80\xc2\x9b", "????"},
+        {"\u202egnp.exe", "?gnp.exe"}};
+    for (const auto& [name, shown] : cases)
+        EXPECT_EQ(tools::printable(name), shown);
 }
 
 }  // namespace
