@@ -3,9 +3,7 @@
 
 #include <png.h>
 
-#include <cstddef>
 #include <string>
-#include <vector>
 
 namespace tarn::test {
 
@@ -30,15 +28,14 @@ inline std::string pngFile(png_uint_32 width, png_uint_32 height, std::string by
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     if (kind.gamma != 0.0)
         png_set_gAMA(png, info, kind.gamma);
-    if (const std::size_t rowBytes = png_get_rowbytes(png, info);
-        bytes.size() == rowBytes * height) {
-        std::vector<png_bytep> rows;
-        for (std::size_t y = 0; y < height; ++y)
-            rows.push_back(reinterpret_cast<png_bytep>(&bytes[y * rowBytes]));
-        png_set_rows(png, info, rows.data());
-        png_write_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
+    png_write_info(png, info);
+    const std::size_t rowBytes = png_get_rowbytes(png, info);
+    if (bytes.size() == rowBytes * height) {
+        const auto passes = static_cast<png_uint_32>(png_set_interlace_handling(png));
+        for (png_uint_32 row = 0; row < height * passes; ++row)
+            png_write_row(png, reinterpret_cast<png_bytep>(&bytes[row % height * rowBytes]));
+        png_write_end(png, info);
     } else {
-        png_write_info(png, info);
         file.append("\0\0\1\0IDAT", 8);
     }
     png_destroy_write_struct(&png, &info);
