@@ -5,10 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <memory>
 #include <random>
-#include <string>
-#include <vector>
 
 namespace tarn::receive {
 namespace {
@@ -24,8 +21,7 @@ struct History {
 };
 
 // One receiver and its sum: what it was told as missed and what it got are what was sent.
-class Listener {
-public:
+struct Listener {
     explicit Listener(const History& history) : history_(history), session_(history.present()) {}
 
     /// The sender goes on meanwhile, as `meanwhile` says.
@@ -87,10 +83,9 @@ private:
     void advance(std::uint64_t samples) {
         while (samples > 0) {
             skipEnded();
-            const std::uint64_t step =
-                session_ < history_.present()
-                    ? std::min(samples, history_.published[session_] - position_)
-                    : samples;
+            std::uint64_t step = samples;
+            if (session_ < history_.present())
+                step = std::min(step, history_.published[session_] - position_);
             position_ += step;
             samples -= step;
         }
@@ -111,8 +106,7 @@ private:
     bool isSettled_ = false;
 };
 
-class ReceiverModel : public testing::Test {
-protected:
+struct ReceiverModel : testing::Test {
     ReceiverModel() {
         model = this;
         Listener::meanwhile = actMeanwhile;
@@ -174,12 +168,8 @@ protected:
 
     // The sender goes on before some of the loads of a look.
     static void actMeanwhile() {
-        static bool isActing = false;
-        if (isActing || model->upTo(3) > 0)
-            return;
-        isActing = true;
-        model->act();
-        isActing = false;
+        if (model->upTo(3) == 0)
+            model->act();
     }
     static inline ReceiverModel* model = nullptr;
 
