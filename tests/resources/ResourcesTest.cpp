@@ -29,7 +29,7 @@ struct ResourcesTest : Test, Radio, MissingFileHandler {
     ResourcesTest() : Radio(nullptr) {
         machine.setString("InstallPath", store.path());
         Preferences::setStores(&machine, &user);
-        start("");
+        restart("");
     }
     ~ResourcesTest() override { Preferences::setStores(nullptr, nullptr); }
     Radio* getPlugin() const override { return const_cast<ResourcesTest*>(this); }
@@ -55,7 +55,7 @@ struct ResourcesTest : Test, Radio, MissingFileHandler {
         return resources->load(File(store.path("Resources.xml"))).isOk();
     }
     // As the process begins, with these lists.
-    void start(const std::string& lists) {
+    void restart(const std::string& lists) {
         hearer.reset();
         resources = std::make_unique<Resources>();
         resources->setParent(this);
@@ -99,7 +99,7 @@ TEST_F(ResourcesTest, ARefusedListLeavesTheFormerOne) {
     write({"Images/a.png"}, plainPng(4, 8));
     const std::string lists = "<samples/><bitmaps><a filename='a.png'/></bitmaps>";
     const std::string whole = good(lists);
-    start(lists);
+    restart(lists);
     for (std::size_t bytes = 0; bytes < whole.size(); ++bytes)
         EXPECT_FALSE(load(whole.substr(0, bytes))) << bytes;
     EXPECT_FALSE(load(std::string(whole).replace(whole.find("creator='") + 9, 1, "X")));
@@ -124,7 +124,7 @@ TEST_F(ResourcesTest, TheDocumentsExamplesLoad) {
     write({"Samples/Clicks/click.wav"}, Wave);
     ASSERT_TRUE(writePack(File(path("Samples/drums.pack")), {{"kick", Wave}}));
     write({"Skins/1/info.xml"}, takeExample());
-    start("");
+    restart("");
     EXPECT_TRUE(load(list) && resources->getSample("click") && resources->getSample("drums/kick"));
     for (const char* id : {"background", "knob", "lamps", "icons", "digits", "needle"})
         ASSERT_TRUE(resources->getBitmap(id)) << id;
@@ -156,7 +156,7 @@ TEST_F(ResourcesTest, FramesAreCutAsTheListTells) {
           "frames='0x4'", "frames='-2147483648x-1'"}}};
     for (const auto& [frames, size, lists] : cuts)
         for (const std::string& keys : lists) {
-            start("<bitmaps><a filename='a.png' " + keys + "/></bitmaps>");
+            restart("<bitmaps><a filename='a.png' " + keys + "/></bitmaps>");
             const auto bitmap = resources->getBitmap("a");
             EXPECT_EQ(bitmap->getFrameCount(), frames) << keys;
             EXPECT_EQ(bitmap->getFrameSize(), size) << keys;
@@ -172,7 +172,7 @@ TEST_F(ResourcesTest, ASkinReplacesWhatItHas) {
     write({"Skins/2/info.xml"}, "<dict><file-format value='0.7'/><uid value='two'/></dict>");
     write({"Skins/3/info.xml"}, "<dict");
     user.setString("DefaultSkin", "gone");
-    start(
+    restart(
         "<bitmaps><a filename='in/a.png' frames='2'/><b filename='b.png'/>"
         "<c filename='c.png' frames='4' flicker='3'/><d filename='d.png'/></bitmaps>");
     const auto a = resources->getBitmap("a"), b = resources->getBitmap("b"),
@@ -207,7 +207,7 @@ TEST_F(ResourcesTest, ImagesComeInDensitiesAndAreReloadedWhereTheyChanged) {
     write({"Images/b@150.png"}, "no image");
     write({"Skins/Dense/Images/a@150.png"}, plainPng(6, 3));
     write({"Skins/Dense/Controls.xml"}, "");
-    start("<bitmaps><a filename='a.png' frames='2'/><b filename='b.png'/></bitmaps>");
+    restart("<bitmaps><a filename='a.png' frames='2'/><b filename='b.png'/></bitmaps>");
     const auto a = resources->getBitmap("a"), b = resources->getBitmap("b");
     // The coarsest and the densest image of "a", and the interface's file.
     const auto expect = [&](float low, float high, const char* file) {
@@ -284,7 +284,7 @@ TEST_F(ResourcesTest, TheProductsSamplesLoadAsFarAsTheyAreThere) {
     ASSERT_TRUE(writePack(pack, {{"kick", Wave}, {"bad", "RIFF"}, {"snare", Wave}}));
     Dictionary own = entryOf("", "", true);
     own.setString("name", "own");
-    start(
+    restart(
         "<samples><!-- --><s name='gone' filename='gone.wav'/><s name='b' filename='broken.wav'/>"
         "<s name='corrupt' channels='-1'/><s name='none:pack' filename='none.pack'/>" +
         textOf(own) +
@@ -363,7 +363,7 @@ TEST_F(ResourcesTest, AStateBringsItsSamples) {
     resources->writeSamples(state);
     resources->writeSamplesTo(brief, false);
     EXPECT_THAT(textOf(brief), AllOf(HasSubstr("drums.pack"), Not(HasSubstr("sampledata"))));
-    start("");
+    restart("");
     resources->readSamples(state);
     EXPECT_EQ(resources->getSample("own")->getRootNote(), 33);
     EXPECT_EQ(std::pair(levelOf("own"), levelOf("drums:hat")), std::pair(0.5f, WaveLevel));
