@@ -289,11 +289,13 @@ TEST_F(ButtonsTest, ChoicesGoRound) {
     const Row rows[] = {
         {"class='Button' handle='four'", "Mode", "duduDu", "d21 u21 d32 u32 D43 u43"},
         {"class='Button' handle='four'", "Mode", "doUi", "d21 of0 Uf0 if0"},
+        {"class='Enum' handle='four'", "Mode", "du", "d32 u32"},  // by where it is pressed
         {"class='Button' handle='two' value='2'", "Mode", "dudu", "dn2 un2 df0 uf0"},
         {"class='Button' handle='two'", "None", "du", "df0 uf0"},
         {"class='Button' handle='two'", "Title", "du", "df0 uf0"},
         {"class='ButtonChoice' handle='four'", "Steps", "dudu", "d32 u32 d33 u33"},
     };
+    editor->addClass<ControlEnum>("Enum");
     for (const auto& [keys, id, gestures, expected] : rows) {
         plugin.parameter(id).resetToDefault(FromHost);
         open(std::string("<b width='10' height='10' ") + keys + " parameter='" + id + "'/>");

@@ -40,6 +40,11 @@ Playback playbackOf(const Sample& sample) {
 TEST(SampleWav, FilesOfAnotherProgramLoadAsItReadsThem) {
     const ScratchFolder folder("brimtide-test-");  // a path that the other program can open
     const std::string path = folder.path("a.wav");
+    SF_INSTRUMENT instrument{};
+    instrument.basenote = 52;
+    instrument.loop_count = 1;
+    instrument.loops[0] = {SF_LOOP_FORWARD, 2, 7, 0};
+    SF_CUES cues{1, {{1, 0, 0x61746164, 0, 0, 3, "one"}}};
     std::minstd_rand random;
     for (const int bits : {1, 8, 9, 16, 17, 24, 32})
         for (const int channels : {1, 2, 3, 6})
@@ -52,15 +57,19 @@ TEST(SampleWav, FilesOfAnotherProgramLoadAsItReadsThem) {
                 std::vector<float> values(static_cast<std::size_t>(channels * frames));
                 for (float& value : values)  // floats may be louder than anything else
                     value = std::ldexp(static_cast<float>(random()), bits == 32 ? 0 : -31);
-                SndfileHandle(path, SFM_WRITE, format, channels, 22050)
-                    .writef(values.data(), frames);
+                {
+                    SndfileHandle file(path, SFM_WRITE, format, channels, 22050);
+                    file.command(SFC_SET_INSTRUMENT, &instrument, sizeof instrument);
+                    file.command(SFC_SET_CUE, &cues, sizeof cues);
+                    file.writef(values.data(), frames);
+                }
                 SndfileHandle(path).readf(values.data(), frames);
                 std::string bytes = folder.read("a.wav");
                 bytes[34] = static_cast<char>(bits);
                 SampleWav sample;
                 ASSERT_TRUE(loads(sample, bytes)) << bits << ", " << channels;
-                ASSERT_EQ(playbackOf(sample),
-                          (Playback{60, Sample::NoLoop, frames / 2, frames - 1, frames - 1}));
+                ASSERT_EQ(playbackOf(sample), (Playback{52, Forward, 2, 6, frames - 1}));
+                ASSERT_EQ(sample.getRegions().at(0), (SampleRegion{{}, 3, frames - 1}));
                 for (int i = 0; i < frames; ++i) {
                     float sum = 0.0f;
                     const float* const frame = values.data() + i * channels;
