@@ -12,6 +12,7 @@ constexpr int Shift = 0x10, ControlKey = 0x11, Alt = 0x12;
 
 class UndoTest : public EditorTest {
 protected:
+    ~UndoTest() override { editor.reset(); }  // whose controls set the values below
     void SetUp() override {
         open(
             "<a class='Probe' id='volume' width='10' height='10' parameter='Volume'/>"
