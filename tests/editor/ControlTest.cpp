@@ -46,7 +46,10 @@ TEST_F(ControlTest, ReadsItsKeys) {
         "transparency='nan' textsize='1e30' zorder='-2147483648'/>"
         "<e class='Probe' id='hovered' showvalue='mouseover'><listento><x value='Bend'/></listento>"
         "</e><f class='Probe' id='none' parameter='No such'/>"
-        "<g class='Probe' id='always' parameter='Volume' showvalue='always'/>");
+        "<g class='Probe' id='always' parameter='Volume' showvalue='always'/>"
+        "<h class='Probe' id='small' x='8' width='60' height='40'><tooltip placement='mouse'/>"
+        "<thumbnail/></h>"
+        "<i class='Probe' id='side'><tooltip placement='horizontal'/></i>");
     Probe& full = probe("full");
     EXPECT_EQ(full.getRect(), (Rect{3, 4, 33, 24}));
     EXPECT_EQ(full.getLabel(), plugin.parameter("Volume").getName());
@@ -54,6 +57,9 @@ TEST_F(ControlTest, ReadsItsKeys) {
     EXPECT_EQ(full.getTooltip(), "Tip = " + plugin.parameter("Volume").getText());
     EXPECT_EQ(probe("image").getRect(), (Rect{0, 0, 5, 8}));
     EXPECT_EQ(probe("wild").getRect(), (Rect{65'536, -65'536, 131'072, -65'536}));
+    EXPECT_EQ(probe("small").getRect(), (Rect{8, 0, 23, 10}));
+    EXPECT_EQ(probe("small").getTooltipPlacement(), Control::AtMouse);
+    EXPECT_EQ(probe("side").getTooltipPlacement(), Control::LeftOf | Control::RightOf);
     EXPECT_EQ(probe("none").getParameter(), nullptr);
     EXPECT_EQ(probe("none").getTooltip(), "");
     EXPECT_EQ(probe("always").getTooltip(), plugin.parameter("Volume").getText());
@@ -133,6 +139,35 @@ TEST_F(ControlTest, ASmallFormOpensAtAPress) {
     EXPECT_EQ(outer.getAbsoluteRect(), (Rect{10, 10, 30, 30}));
 }
 
+// Faults: a control that leaves its parent, moves without being asked, or stays behind the pointer.
+TEST_F(ControlTest, IsMovedWhereItMayBe) {
+    constexpr int Shift = 0x10, ControlKey = 0x11, Alt = 0x12;
+    const struct {
+        const char* keys;
+        std::set<int> held;
+        Point to;  // from 15, 15
+        Rect place;
+    } moves[] = {
+        {"draggable='true'", {}, {25, 20}, {20, 15, 40, 35}},
+        {"draggable='true'", {}, {500, 500}, {80, 60, 100, 80}},
+        {"draggable='true'", {}, {-500, -500}, {0, 0, 20, 20}},
+        {"", {Shift, ControlKey, Alt}, {25, 20}, {20, 15, 40, 35}},
+        {"", {Shift, ControlKey}, {25, 20}, {10, 10, 30, 30}},
+        {"draggable='true' enabled='false'", {}, {25, 20}, {10, 10, 30, 30}},
+    };
+    for (const auto& [keys, held, to, place] : moves) {
+        open("<a class='Text' id='moved' x='10' y='10' width='20' height='20' " +
+             std::string(keys) + "/>");
+        desktop.heldKeys = held;
+        point(Pointer::LeftDown, 15, 15);
+        point(Pointer::Move, to.x, to.y);
+        EXPECT_EQ(probe<Control>("moved").getRect(), place) << keys << held.size();
+        point(Pointer::LeftUp, to.x, to.y);
+        point(Pointer::Move, 40, 40);
+        EXPECT_EQ(probe<Control>("moved").getRect(), place) << "let go";
+    }
+}
+
 // Faults: a dialog that stays when its switch is off, one that loses the focus to itself.
 TEST_F(ControlTest, AContainerFollowsItsSwitch) {
     open(
@@ -207,6 +242,14 @@ TEST_F(ControlTest, DropsReachWhatTakesThem) {
     EXPECT_THAT(dropped,
                 testing::ElementsAre("a.wav 0-0", File("b/c.wav").getPath() + " 0-0",
                                      "s.wav 0-10000", "t.wav 5-9", "u.wav 2147483647-2147483647"));
+
+    // Only what it takes lights it up.
+    target.takeDrops(1);
+    for (const auto& [kind, x, isLit] : {std::tuple(3, 5, true), {2, 5, false}, {1, 20, false}}) {
+        WindowMessage over(nullptr, WindowMessage::DropOver, nullptr, Point{x, 5}, toPayload(kind));
+        EXPECT_EQ(target.handle(over), isLit);
+        EXPECT_EQ(target.testFlags(Control::DropHighlight), isLit) << kind << ", " << x;
+    }
 
     // What the plug-in can't take either is told once a drop, not once a file.
     target.takes = false;

@@ -62,6 +62,10 @@ struct Probe : Control {
             onDraw(canvas);
         drawText(canvas, getLocalRect(), getLabel());
     }
+    void takeDrops(std::uint64_t kinds) {
+        setFlags(DropTarget);
+        dropMask_ = kinds;
+    }
     std::string take() { return std::exchange(heard, {}); }
 
     bool takes = true;
