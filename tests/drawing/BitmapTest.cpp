@@ -171,7 +171,11 @@ TEST(Bitmap, HoldsVariantsOfOneSize) {
     EXPECT_EQ(image.getVariant(1), nullptr);
     EXPECT_TRUE(image.loadVariant(two, 2).isOk());
     EXPECT_EQ(image.getRect(), (Rect{0, 0, 10, 5}));
+    EXPECT_EQ(image.getFrameSize(), (Point{10, 5}));
     EXPECT_TRUE(image.isOpaqueAt({9, 4}) && !image.isOpaqueAt({10, 4}));
+    image.setPixel({7, 4}, Color(1, 0, 0, 1));
+    EXPECT_EQ(image.getPixel({7, 4}), Color(1, 0, 0, 1));
+    EXPECT_EQ(image.getPixel({6, 4}), image.getPixel({7, 3}));
     EXPECT_TRUE(image.loadVariant(plain, 1).isOk() && !image.loadVariant(broken, 1.5f).isOk());
     for (const auto& [needed, density] :
          {std::pair{0.5f, 1.0f}, {1.0f, 1.0f}, {1.1f, 2.0f}, {3.0f, 2.0f}})
