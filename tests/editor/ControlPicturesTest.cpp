@@ -24,6 +24,7 @@ const std::string Settings =
     "<Right class='ParameterValue' type='float' minval='-1.0' maxval='1.0' defval='0.4'/>"
     "<Steps class='ParameterValue' type='integer' minval='-2' maxval='2' defval='-2'/>"
     "<Down class='ParameterValue' type='integer' minval='10' maxval='0' defval='7'/>"
+    "<Nought class='ParameterValue' type='integer' minval='0' maxval='9' defval='0'/>"
     "<Off class='ParameterValue' type='bool'/><On class='ParameterValue' type='bool'/>"
     "<About class='ParameterValue' type='bool'/>"
     "<Mode class='ParameterEnum' type='string' unit='dB'><values><x value='a' display='Low'/>"

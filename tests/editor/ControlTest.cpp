@@ -174,7 +174,9 @@ TEST_F(ControlTest, AContainerFollowsItsSwitch) {
         "<b class='Container' id='inverted' parameter='Volume' invertvalue='true' modal='true' "
         "width='9' height='9' focusable='true'><listento><x "
         "value='LeaveModalMode'/></listento></b>"
-        "<c class='Container' id='plain' parameter='Switch' width='9' height='9'/>");
+        "<c class='Container' id='plain' parameter='Switch' width='9' height='9'/>"
+        "<d class='Container' id='shown' width='9' height='9'><show parameter='Switch' value='1'/>"
+        "</d>");
     Control& inverted = *editor->getControls()[1];
     ParameterMessage change(nullptr, ParameterMessage::ValueChanged, "Volume", 0, 0, 0.0f,
                             FromUser);
@@ -200,7 +202,8 @@ TEST_F(ControlTest, AContainerFollowsItsSwitch) {
         editor->close();
         std::thread([&] { plugin.parameter("Switch").setNormalised(value, FromHost); }).join();
         ASSERT_TRUE(editor->open(nullptr, {}));
-        EXPECT_EQ(probe<Control>("plain").isVisible(), value > 0.0f) << "as it is by now";
+        for (const char* const id : {"plain", "shown"})
+            EXPECT_EQ(probe<Control>(id).isVisible(), value > 0.0f) << "as it is by now";
         EXPECT_FALSE(inverted.isVisible()) << "which the user has closed";
     }
 }
