@@ -293,7 +293,8 @@ TEST_F(ButtonsTest, ChoicesGoRound) {
         {"class='Button' handle='two' value='2'", "Mode", "dudu", "dn2 un2 df0 uf0"},
         {"class='Button' handle='two'", "None", "du", "df0 uf0"},
         {"class='Button' handle='two'", "Title", "du", "df0 uf0"},
-        {"class='ButtonChoice' handle='four'", "Steps", "dudu", "d32 u32 d33 u33"},
+        {"class='ButtonChoice' handle='four'", "Steps", "dudududu",
+         "d32 u32 d33 u33 d44 u44 df0 uf0"},
     };
     editor->addClass<ControlEnum>("Enum");
     for (const auto& [keys, id, gestures, expected] : rows) {
@@ -408,7 +409,7 @@ TEST_F(ButtonsTest, AMenuIsHeardWhileTheUserLooks) {
 
 // Faults: a note without an end, an address that starts a program.
 TEST_F(ButtonsTest, PadsAndLinks) {
-    open("<t class='Trigger' parameter='Volume' handle='two' width='10' height='40'/>");
+    open("<t class='Trigger' id='t' parameter='Volume' handle='two' width='10' height='40'/>");
     Parameter& volume = plugin.parameter("Volume");
     auto& engine = plugin.engine(0);
     const auto notes = [&engine] {
@@ -424,7 +425,9 @@ TEST_F(ButtonsTest, PadsAndLinks) {
     point(Pointer::LeftUp, 5, 30);
     EXPECT_FLOAT_EQ(volume.getFloat(), 0.0f);
     EXPECT_EQ(notes(), "1:60:95 2:60:0 ");
-    volume.resetToDefault(FromUser);
+    ParameterMessage reset(nullptr, ParameterMessage::ResetToDefault, "Volume", 0, 0, 0.5f,
+                           FromUser);
+    probe<Control>("t").handle(reset);
     EXPECT_EQ(notes(), "1:60:64 ");
     std::thread([&engine] {
         Note note;

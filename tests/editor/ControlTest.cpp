@@ -176,7 +176,8 @@ TEST_F(ControlTest, AContainerFollowsItsSwitch) {
         "value='LeaveModalMode'/></listento></b>"
         "<c class='Container' id='plain' parameter='Switch' width='9' height='9'/>"
         "<d class='Container' id='shown' width='9' height='9'><show parameter='Switch' value='1'/>"
-        "</d>");
+        "</d><e class='Text' id='text'><show parameter='Switch' value='1'/></e>"
+        "<f class='Knob' id='knob'><show parameter='Switch' value='1'/></f>");
     Control& inverted = *editor->getControls()[1];
     ParameterMessage change(nullptr, ParameterMessage::ValueChanged, "Volume", 0, 0, 0.0f,
                             FromUser);
@@ -202,7 +203,7 @@ TEST_F(ControlTest, AContainerFollowsItsSwitch) {
         editor->close();
         std::thread([&] { plugin.parameter("Switch").setNormalised(value, FromHost); }).join();
         ASSERT_TRUE(editor->open(nullptr, {}));
-        for (const char* const id : {"plain", "shown"})
+        for (const char* const id : {"plain", "shown", "text", "knob"})
             EXPECT_EQ(probe<Control>(id).isVisible(), value > 0.0f) << "as it is by now";
         EXPECT_FALSE(inverted.isVisible()) << "which the user has closed";
     }
