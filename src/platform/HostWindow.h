@@ -41,8 +41,9 @@ public:
     /// How many windows of others stand in it.
     virtual int childCount() const = 0;
 
-    /// What the screen shows at the client area, with menus and boxes over it: red, green and blue,
-    /// the top row first, 3 bytes a pixel. `size` is filled.
+    /// What the screen shows at the client area, with menus and boxes over it, and black beyond the
+    /// screen: red, green and blue, the top row first, 3 bytes a pixel. `size` is filled. Empty
+    /// where the system gives no memory for it.
     virtual std::vector<std::uint8_t> picture(Spot& size) = 0;
 
     // The user.

@@ -409,7 +409,9 @@ TEST_F(ButtonsTest, AMenuIsHeardWhileTheUserLooks) {
 
 // Faults: a note without an end, an address that starts a program.
 TEST_F(ButtonsTest, PadsAndLinks) {
-    open("<t class='Trigger' id='t' parameter='Volume' handle='two' width='10' height='40'/>");
+    open(
+        "<t class='Trigger' id='t' parameter='Volume' handle='two' down='down' width='10' "
+        "height='40'/>");
     Parameter& volume = plugin.parameter("Volume");
     auto& engine = plugin.engine(0);
     const auto notes = [&engine] {
@@ -424,6 +426,7 @@ TEST_F(ButtonsTest, PadsAndLinks) {
     point(Pointer::Move, 5, 30);
     point(Pointer::LeftUp, 5, 30);
     EXPECT_FLOAT_EQ(volume.getFloat(), 0.0f);
+    EXPECT_EQ(look(), 'f') << "let go";
     EXPECT_EQ(notes(), "1:60:95 2:60:0 ");
     ParameterMessage reset(nullptr, ParameterMessage::ResetToDefault, "Volume", 0, 0, 0.5f,
                            FromUser);

@@ -47,14 +47,6 @@ protected:
         addStrip("leds", {8, 4}, 1, 8);
         addStrip("row", {4, 8}, 8, 1);
     }
-    // Red tells the frames apart, green and blue the pixels of one.
-    void addStrip(const std::string& id, Point frame, int columns, int rows) {
-        addFrames(id, frame, columns, rows, [=](int x, int y) {
-            const int number = y / frame.y * columns + x / frame.x;
-            return std::array{40 + 210 * number / (columns * rows - 1), y % frame.y * 8,
-                              x % frame.x * 8, 255};
-        });
-    }
     template <typename Meter>
     void tickMeters(float dB) {
         plugin.parameter("Level").setNormalised(std::pow(10.0f, dB / 20.0f), FromInternal);

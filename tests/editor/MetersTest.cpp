@@ -40,21 +40,14 @@ protected:
     MetersTest() {
         editor->addClass<WatchedMeter>("Watched");
         // Dark and lit, side by side, and one above the other.
-        addStrip("tall", {8, 20}, 2, 1, 1);
-        addStrip("wide", {20, 8}, 1, 2, 1);
-        addStrip("leds", {8, 4}, 1, 8, 4);
-        addStrip("row", {4, 8}, 8, 1, 4);
+        addStrip("tall", {8, 20}, 2, 1);
+        addStrip("wide", {20, 8}, 1, 2);
+        addStrip("leds", {8, 4}, 1, 8);
+        addStrip("row", {4, 8}, 8, 1);
         editor->bitmaps["empty"] = std::make_shared<Bitmap>();
         plugin.parameter("Volume").setNormalised(0.0f, FromInternal);
     }
 
-    // Green and blue tell pixels of a frame apart.
-    void addStrip(const std::string& id, Point frame, int columns, int rows, int firstLit) {
-        addFrames(id, frame, columns, rows, [=](int x, int y) {
-            const bool isLit = y / frame.y * columns + x / frame.x >= firstLit;
-            return std::array{isLit ? 255 : 40, y % frame.y * 12, x % frame.x * 6, 255};
-        });
-    }
     static std::string meter(const std::string& className, const std::string& keys,
                              const std::string& inside = Scale) {
         return "<a class='" + className + "' " + keys + ">" + inside + "</a>";
@@ -66,7 +59,7 @@ protected:
         const bool isTall = pixels.getHeight() > pixels.getWidth();
         std::string along;
         for (std::int32_t i = 0; i < std::max(pixels.getHeight(), pixels.getWidth()); ++i)
-            along += (isTall ? pixels.row(i)[2] : pixels.row(0)[i * 4 + 2]) > 128 ? '#' : '.';
+            along += (isTall ? pixels.row(i)[2] : pixels.row(0)[i * 4 + 2]) > 145 ? '#' : '.';
         return along;
     }
     // Whether the control asked to be drawn.

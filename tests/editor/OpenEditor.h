@@ -195,6 +195,15 @@ protected:
         editor->bitmaps[id] = bitmap;
         return *bitmap;
     }
+    /// Red tells the frames apart, from 40 in the first to 250 in the last; green and blue the
+    /// pixels of one.
+    void addStrip(const std::string& id, Point frame, int columns, int rows) {
+        addFrames(id, frame, columns, rows, [=](int x, int y) {
+            const int number = y / frame.y * columns + x / frame.x;
+            return std::array{40 + 210 * number / (columns * rows - 1), y % frame.y * 8,
+                              x % frame.x * 8, 255};
+        });
+    }
     /// 10 by 8, a half of it transparent.
     void addBitmap(const std::string& id, const std::string& glyphs = {}) {
         addFrames(id, {5, 8}, 2, 1, [](int x, int y) {

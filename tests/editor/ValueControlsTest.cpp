@@ -43,14 +43,6 @@ protected:
         point(Pointer::Move, to.x, to.y);
         point(Pointer::LeftUp, to.x, to.y);
     }
-
-    // A dark frame and a lit one beside it, each a little brighter towards its top left.
-    void addStrip(const std::string& id, int width, int height) {
-        addFrames(id, {width, height}, 2, 1, [width](int x, int y) {
-            return x < width ? std::array{40 - y, 50 - x, 60, 255}
-                             : std::array{250 - y, 190 - x, 20, 255};
-        });
-    }
 };
 
 // Faults: a dead zone, a factor or a lock that isn't there, a detent that holds for too long or
@@ -115,8 +107,8 @@ TEST_F(ValueControlsTest, ADragFollowsThePointer) {
 
 // Faults: a handle that doesn't come to the pointer, or is moved by a press that is near enough.
 TEST_F(ValueControlsTest, APressBesideTheHandleTakesItThere) {
-    addStrip("tall", 8, 10);
-    addStrip("wide", 8, 8);
+    addStrip("tall", {8, 10}, 2, 1);
+    addStrip("wide", {8, 8}, 2, 1);
     addBitmap("image");
     const std::string moved =
                           "class='Slider' parameter='Volume' handle='tall' type='move' width='8"
@@ -301,7 +293,7 @@ TEST_F(ValueControlsTest, ATextIsEditedWithAClick) {
 // Faults: a control that follows another parameter of the same name, an image that stays switched.
 TEST_F(ValueControlsTest, EachFollowsItsOwnClone) {
     addBitmap("image");
-    addStrip("Gain", 8, 8);
+    addStrip("Gain", {8, 8}, 2, 1);
     const std::string keys = "width='8' height='8' background='#ff8000' parameter='Gain' ";
     open("<a class='LED' handle='Gain' " + keys + "/><b class='Container' x='20' " + keys +
          "/><c class='Text' x='40' " + keys +
